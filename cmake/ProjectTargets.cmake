@@ -1,0 +1,75 @@
+# What every target of the project is built with. Flags belong to targets, never to the directory.
+include_guard()
+
+set(TREE_SANITIZE "" CACHE STRING "Sanitizers to build with, e.g. address,undefined or thread")
+option(TREE_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
+
+# Language level, floating-point rules, warnings and sanitizers.
+# Contraction stays off: iterators compare doubles exactly, and a singular matrix has determinant 0.
+function(tree_target_defaults target)
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF POSITION_INDEPENDENT_CODE ON)
+  if(MSVC)
+    target_compile_options(${target} PRIVATE /W4 /fp:precise /utf-8 /permissive-)
+    if(TREE_WARNINGS_AS_ERRORS)
+      target_compile_options(${target} PRIVATE /WX)
+    endif()
+    return()
+  endif()
+  target_compile_options(${target} PRIVATE -ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow
+                                           -Wnon-virtual-dtor -Woverloaded-virtual)
+  if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    target_compile_options(${target} PRIVATE -Wthread-safety)
+  endif()
+  if(TREE_WARNINGS_AS_ERRORS)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+  if(TREE_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${TREE_SANITIZE} -fno-omit-frame-pointer
+                                             -fno-sanitize-recover=all)
+    target_link_options(${target} PRIVATE -fsanitize=${TREE_SANITIZE})
+  endif()
+endfunction()
+
+# Adds the folder of a library to the shared library that holds it: an object library of its own,
+# named <shared>_<folder>, whose only project dependencies are the folders below it.
+#   tree_add_folder(platform base SOURCES ... HEADERS ... DEPENDS ...)
+function(tree_add_folder shared folder)
+  cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "SOURCES;HEADERS;DEPENDS")
+  set(target ${shared}_${folder})
+  add_library(${target} OBJECT ${arg_SOURCES})
+  tree_target_defaults(${target})
+  set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden
+                                             VISIBILITY_INLINES_HIDDEN ON)
+  target_compile_definitions(${target} PRIVATE ${shared}_EXPORTS)
+  target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
+  if(NOT MSVC)
+    # ZeCTransformationNode::GetID may be called through a null pointer.
+    target_compile_options(${target} PRIVATE -fno-delete-null-pointer-checks)
+  endif()
+  foreach(below IN LISTS arg_DEPENDS)
+    target_include_directories(${target} PUBLIC
+      $<TARGET_PROPERTY:${below},INTERFACE_INCLUDE_DIRECTORIES>)
+  endforeach()
+  target_sources(${shared} PRIVATE $<TARGET_OBJECTS:${target}>
+                           PUBLIC FILE_SET ${folder}_headers TYPE HEADERS
+                                  BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${arg_HEADERS})
+endfunction()
+
+# Adds a test program: one process per test case.
+#   tree_add_tests(name SOURCES ... LIBRARIES ... [LABELS ...])
+# Suites whose name ends in "Threads" carry the label "threads", suites ending in "Soak" the label
+# "soak" as well: the first run under the thread sanitizer, the second only where asked for.
+function(tree_add_tests name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES;DEFINITIONS")
+  add_executable(${name} ${arg_SOURCES})
+  tree_target_defaults(${name})
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} tests_support GTest::gmock_main)
+  target_compile_definitions(${name} PRIVATE ${arg_DEFINITIONS})
+  gtest_discover_tests(${name} TEST_FILTER "-*Threads.*:*Soak.*" DISCOVERY_TIMEOUT 60
+                       PROPERTIES TIMEOUT 300)
+  gtest_discover_tests(${name} TEST_FILTER "*Threads.*" DISCOVERY_TIMEOUT 60 TEST_LIST ${name}_threads
+                       PROPERTIES TIMEOUT 300 LABELS threads)
+  gtest_discover_tests(${name} TEST_FILTER "*Soak.*" DISCOVERY_TIMEOUT 60 TEST_LIST ${name}_soak
+                       PROPERTIES TIMEOUT 300 LABELS "threads;soak")
+endfunction()

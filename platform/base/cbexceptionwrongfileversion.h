@@ -1,0 +1,12 @@
+#pragma once
+
+#include "platform/base/cbexception.h"
+
+/// A stored record has a version that its reader does not know.
+class PLATFORM_API CbExceptionWrongFileVersion : public CbException
+{
+public:
+    CbExceptionWrongFileVersion(std::string_view file, unsigned line, std::string_view function = {},
+    std::string_view detail = {});
+    ~CbExceptionWrongFileVersion() override;
+};

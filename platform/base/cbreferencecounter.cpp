@@ -1,0 +1,64 @@
+#include "platform/base/cbreferencecounter.h"
+
+#include "platform/base/cbreferencecounted.h"
+
+#include <array>
+#include <cstdint>
+
+namespace {
+
+constexpr std::size_t c_poolSize = 64;
+
+struct alignas(64) PooledSection
+{
+    CbCriticalSection section;
+};
+
+using LockPool = std::array<PooledSection, c_poolSize>;
+
+// Never destroyed: weak pointers of static objects reach it after everything else is gone.
+LockPool& lockPool() noexcept
+{
+    static LockPool& pool = *new LockPool;
+    return pool;
+}
+
+} // namespace
+
+CbCriticalSection& CbReferenceCounter::LockOf(const CbReferenceCounter* block) noexcept
+{
+    // Fibonacci hashing: allocators hand out addresses whose low bits hardly vary.
+    const auto hash = reinterpret_cast<std::uintptr_t>(block) * std::uint64_t{0x9E3779B97F4A7C15};
+    return lockPool()[hash >> 58].section;
+}
+
+bool CbReferenceCounter::dropLastReference() noexcept
+{
+    const CbCriticalSectionLock lock(LockOf(this));
+    // A weak pointer may have made a new reference before the lock was entered.
+    if (strong_.fetch_sub(1, std::memory_order_acq_rel) != 1) return false;
+    while (firstWeak_ != nullptr) {
+        CbWeakLink& link = *firstWeak_;
+        Unlink(link);
+        link.target.store(nullptr, std::memory_order_release);
+    }
+    return true;
+}
+
+void CbReferenceCounter::destroy(const CbReferenceCounted* object) noexcept { delete object; }
+
+void CbReferenceCounter::Link(CbWeakLink& link) noexcept
+{
+    link.previous = nullptr;
+    link.next = firstWeak_;
+    if (firstWeak_ != nullptr) firstWeak_->previous = &link;
+    firstWeak_ = &link;
+}
+
+void CbReferenceCounter::Unlink(CbWeakLink& link) noexcept
+{
+    (link.previous != nullptr ? link.previous->next : firstWeak_) = link.next;
+    if (link.next != nullptr) link.next->previous = link.previous;
+    link.previous = nullptr;
+    link.next = nullptr;
+}

@@ -1,0 +1,61 @@
+#include "platform/base/cbrtti.h"
+
+#include "platform/base/cbcriticalsection.h"
+
+#include <map>
+#include <string_view>
+
+namespace {
+
+struct Registry
+{
+    CbCriticalSection section;
+    std::map<std::basic_string_view<CbWChar>, const CbRTTI*> types CB_GUARDED_BY(section);
+};
+
+// Never destroyed: records of other modules may go later.
+Registry& registry()
+{
+    static Registry& instance = *new Registry;
+    return instance;
+}
+
+} // namespace
+
+CbRTTI::CbRTTI(const CbWChar* name, CreateFunction create, CloneFunction clone, const CbRTTI* base)
+    : name_(name), create_(create), clone_(clone), base_(base)
+{
+    Registry& all = registry();
+    const CbCriticalSectionLock lock(all.section);
+    all.types.emplace(name_, this);
+}
+
+CbRTTI::~CbRTTI()
+{
+    Registry& all = registry();
+    const CbCriticalSectionLock lock(all.section);
+    const auto entry = all.types.find(name_);
+    if (entry != all.types.end() && entry->second == this) all.types.erase(entry);
+}
+
+bool CbRTTI::IsKindOf(const CbRTTI& type) const noexcept
+{
+    for (const CbRTTI* record = this; record != nullptr; record = record->base_) {
+        if (record == &type) return true;
+    }
+    return false;
+}
+
+const CbRTTI* CbRTTI::Find(const CString& name)
+{
+    Registry& all = registry();
+    const CbCriticalSectionLock lock(all.section);
+    const auto entry = all.types.find({name.GetString(), name.GetLength()});
+    return entry != all.types.end() ? entry->second : nullptr;
+}
+
+CbRTTI::CreateFunction CbRTTI::getCreate(const CString& name)
+{
+    const CbRTTI* const type = Find(name);
+    return type != nullptr ? type->create_ : nullptr;
+}

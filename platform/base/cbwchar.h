@@ -1,0 +1,14 @@
+#pragma once
+
+/// @file
+/// The 16-bit character of wide strings: wchar_t on Windows, char16_t elsewhere.
+
+#if defined(_WIN32)
+using CbWChar = wchar_t;
+/// A wide string literal of CbWChar units.
+#    define CB_TEXT(literal) L##literal
+#else
+using CbWChar = char16_t;
+/// A wide string literal of CbWChar units.
+#    define CB_TEXT(literal) u##literal
+#endif

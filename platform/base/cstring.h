@@ -1,0 +1,53 @@
+#pragma once
+
+#include "platform/base/cbwchar.h"
+#include "platform/base/platformapi.h"
+
+#include <compare>
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+/// Wide string of UTF-16 units, the same on all systems.
+///
+/// Any sequence of units is kept as it is, embedded zeros and lone surrogates included. Comparison is
+/// unit by unit.
+class PLATFORM_API CString
+{
+public:
+    using View = std::basic_string_view<CbWChar>;
+
+    CString() = default;
+    /// Copies a zero-terminated text; null gives the empty string.
+    CString(const CbWChar* text); // NOLINT: literals are strings
+    explicit CString(View text) : text_(text) {}
+
+    /// Converts from UTF-8. Malformed bytes become U+FFFD.
+    [[nodiscard]] static CString FromUtf8(std::string_view text);
+    /// Converts to UTF-8. Lone surrogates become U+FFFD.
+    [[nodiscard]] std::string ToUtf8() const;
+
+    /// Number of units.
+    [[nodiscard]] std::size_t GetLength() const noexcept { return text_.size(); }
+    [[nodiscard]] bool IsEmpty() const noexcept { return text_.empty(); }
+    /// The units with a zero behind them. Lifetime: until the string is changed.
+    [[nodiscard]] const CbWChar* GetString() const noexcept { return text_.c_str(); }
+    [[nodiscard]] View GetView() const noexcept { return text_; }
+
+    void Empty() noexcept { text_.clear(); }
+    CString& operator+=(const CString& other)
+    {
+        text_ += other.text_;
+        return *this;
+    }
+    friend CString operator+(CString a, const CString& b) { return a += b; }
+
+    friend bool operator==(const CString&, const CString&) = default;
+    friend std::strong_ordering operator<=>(const CString& a, const CString& b) noexcept
+    {
+        return a.text_.compare(b.text_) <=> 0;
+    }
+
+private:
+    std::basic_string<CbWChar> text_;
+};

@@ -1,0 +1,19 @@
+#pragma once
+
+/// Access to optional interfaces of an object by name.
+class IExtensionInterface
+{
+public:
+    /// Returns the extension of that name, owned by the object. An unknown name gives null, or throws
+    /// CbExceptionUnknownExtension where @p throwIfUnknown is true.
+    [[nodiscard]] virtual const IExtensionInterface* GetExtension(const char* name,
+                                                                  bool throwIfUnknown) const = 0;
+    [[nodiscard]] virtual IExtensionInterface* GetExtension(const char* name,
+                                                            bool throwIfUnknown) = 0;
+
+protected:
+    IExtensionInterface() = default;
+    IExtensionInterface(const IExtensionInterface&) = default;
+    IExtensionInterface& operator=(const IExtensionInterface&) = default;
+    ~IExtensionInterface() = default;
+};

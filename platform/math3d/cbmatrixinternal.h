@@ -1,0 +1,19 @@
+#pragma once
+
+#include "platform/math3d/cbmatrix4.h"
+
+/// Operations on matrices that need determinants.
+class PLATFORM_API CbMatrixInternal
+{
+public:
+    /// Inverts @p matrix in place and returns the determinant it had. A determinant of NaN is no
+    /// error and gives a matrix of NaN.
+    /// Throws: CyExceptionNotInvertible for a determinant of exactly 0.0; the matrix is unchanged.
+    static double Invert(CbMatrix4Rd& matrix);
+
+    /// The determinant, from the same sub-determinants as in Invert: both agree to the bit.
+    [[nodiscard]] static double Determinant(const CbMatrix4Rd& matrix) noexcept;
+
+    /// Throws as Invert does where @p determinant is exactly 0.0, for callers that know it already.
+    static void CheckInvertible(double determinant);
+};

@@ -3,22 +3,27 @@
 namespace
 {
 
-// One group of the product at a time, from a local copy of it: nothing that is written can alias
-// what is read later, so that compilers keep `second` in registers and work on whole groups.
+// One group of the product. Its four sums are complete before anything is written, so that
+// compilers work on pairs and quads of values although the result might alias the operands for all
+// they know.
+template<class T>
+inline void composeGroup(const T* group, const T* second, T* result) noexcept
+{
+    const auto sum = [&](int j) {
+        return group[0] * second[j] + group[1] * second[4 + j] + group[2] * second[8 + j] +
+               group[3] * second[12 + j];
+    };
+    const T sums[4] = {sum(0), sum(1), sum(2), sum(3)};
+    for (int j = 0; j < 4; ++j) result[j] = sums[j];
+}
+
 template<class T>
 inline void compose(const T* first, const T* second, T* result) noexcept
 {
-    for (int i = 0; i < 4; ++i) {
-        const T a = first[4 * i];
-        const T b = first[4 * i + 1];
-        const T c = first[4 * i + 2];
-        const T d = first[4 * i + 3];
-        T group[4];
-        for (int j = 0; j < 4; ++j) {
-            group[j] = a * second[j] + b * second[4 + j] + c * second[8 + j] + d * second[12 + j];
-        }
-        for (int j = 0; j < 4; ++j) result[4 * i + j] = group[j];
-    }
+    composeGroup(first, second, result);
+    composeGroup(first + 4, second, result + 4);
+    composeGroup(first + 8, second, result + 8);
+    composeGroup(first + 12, second, result + 12);
 }
 
 } // namespace

@@ -12,8 +12,8 @@ struct CbCheckReturnPolicyAssert
 
 /// A result that the caller must look at.
 ///
-/// Looking is the conversion to T, or Acknowledge() where the result does not matter; a cast to void
-/// is not enough. Moving hands the duty on. A result that goes while an exception unwinds is
+/// Looking is the conversion to T, or Acknowledge() where the result does not matter; a cast to
+/// void is not enough. Moving hands the duty on. A result that goes while an exception unwinds is
 /// excused.
 template<class T, class Policy>
 class [[nodiscard]] CbCheckReturn
@@ -22,8 +22,7 @@ public:
     CbCheckReturn(T value) noexcept : value_(std::move(value)) {} // NOLINT: results convert freely
     CbCheckReturn(CbCheckReturn&& other) noexcept
         : value_(std::move(other.value_)), checked_(std::exchange(other.checked_, true))
-    {
-    }
+    {}
     CbCheckReturn& operator=(CbCheckReturn&&) = delete;
     ~CbCheckReturn()
     {

@@ -3,8 +3,7 @@
 CbException::CbException(std::string_view file, unsigned line, std::string_view function,
                          std::string_view detail)
     : CbException("CbException", file, line, function, detail)
-{
-}
+{}
 
 CbException::CbException(std::string_view className, std::string_view file, unsigned line,
                          std::string_view function, std::string_view detail)

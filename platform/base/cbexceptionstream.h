@@ -7,6 +7,6 @@ class PLATFORM_API CbExceptionStream : public CbException
 {
 public:
     CbExceptionStream(std::string_view file, unsigned line, std::string_view function = {},
-    std::string_view detail = {});
+                      std::string_view detail = {});
     ~CbExceptionStream() override;
 };

@@ -5,7 +5,8 @@
 #include <array>
 #include <cstdint>
 
-namespace {
+namespace
+{
 
 constexpr std::size_t c_poolSize = 64;
 

@@ -25,8 +25,8 @@ struct CbWeakLink
 ///
 /// The lock of a block comes from an immortal pool and is picked by the block's address, so that a
 /// weak pointer can enter it without touching an object that may be gone. Only the step from one
-/// reference to none is made under the lock: there all weak links become null, then the lock is left
-/// and the object deleted. All other counting is lock-free.
+/// reference to none is made under the lock: there all weak links become null, then the lock is
+/// left and the object deleted. All other counting is lock-free.
 class PLATFORM_API CbReferenceCounter
 {
 public:

@@ -5,7 +5,8 @@
 #include <map>
 #include <string_view>
 
-namespace {
+namespace
+{
 
 struct Registry
 {

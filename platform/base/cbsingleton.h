@@ -13,11 +13,11 @@
 /// Access to the one object of a class in the process.
 ///
 /// The object is made on first use, by any thread. Singletons die at exit in the reverse order of
-/// their creation; whoever reaches another one in a destructor asks HasInstance() first. T befriends
-/// this class where its constructor or destructor is private.
+/// their creation; whoever reaches another one in a destructor asks HasInstance() first. T
+/// befriends this class where its constructor or destructor is private.
 ///
-/// A class of a shared library declares `extern template class EXPORT CbSingleton<T>;` in its header
-/// and instantiates it in its source, so that all modules share one instance.
+/// A class of a shared library declares `extern template class EXPORT CbSingleton<T>;` in its
+/// header and instantiates it in its source, so that all modules share one instance.
 template<class T>
 class CbSingleton
 {
@@ -50,7 +50,10 @@ private:
         return *instance;
     }
 
-    static void destroy() noexcept { delete instance_.exchange(nullptr, std::memory_order_acq_rel); }
+    static void destroy() noexcept
+    {
+        delete instance_.exchange(nullptr, std::memory_order_acq_rel);
+    }
 
     static std::atomic<T*> instance_;
 };

@@ -26,21 +26,22 @@ public:
     CbSmartPointer(std::nullptr_t) noexcept {} // NOLINT: null converts as for raw pointers
     /// Takes a reference to @p object, which may be null and may be unowned so far.
     explicit CbSmartPointer(T* object) noexcept : object_(object) { addReference(); }
-    CbSmartPointer(const CbSmartPointer& other) noexcept : object_(other.object_) { addReference(); }
-    CbSmartPointer(CbSmartPointer&& other) noexcept : object_(std::exchange(other.object_, nullptr))
+    CbSmartPointer(const CbSmartPointer& other) noexcept : object_(other.object_)
     {
+        addReference();
     }
+    CbSmartPointer(CbSmartPointer&& other) noexcept : object_(std::exchange(other.object_, nullptr))
+    {}
     template<class U>
-        requires std::convertible_to<U*, T*>
-    CbSmartPointer(const CbSmartPointer<U>& other) noexcept : object_(other.Get()) // NOLINT
+    requires std::convertible_to<U*, T*> CbSmartPointer(const CbSmartPointer<U>& other)
+    noexcept : object_(other.Get()) // NOLINT
     {
         addReference();
     }
     template<class U>
-        requires std::convertible_to<U*, T*>
-    CbSmartPointer(CbSmartPointer<U>&& other) noexcept : object_(other.Detach()) // NOLINT
-    {
-    }
+    requires std::convertible_to<U*, T*> CbSmartPointer(CbSmartPointer<U>&& other)
+    noexcept : object_(other.Detach()) // NOLINT
+    {}
     ~CbSmartPointer()
     {
         if (object_ != nullptr) CbReferenceCounter::Of(*object_).Release(object_);

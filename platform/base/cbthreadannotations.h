@@ -4,9 +4,9 @@
 /// Lock annotations, checked by Clang's thread-safety analysis and empty elsewhere.
 
 #if defined(__clang__)
-#    define CB_THREAD_ANNOTATION(x) __attribute__((x))
+#define CB_THREAD_ANNOTATION(x) __attribute__((x))
 #else
-#    define CB_THREAD_ANNOTATION(x)
+#define CB_THREAD_ANNOTATION(x)
 #endif
 
 /// Marks a class whose objects are locks.

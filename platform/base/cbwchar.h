@@ -6,9 +6,9 @@
 #if defined(_WIN32)
 using CbWChar = wchar_t;
 /// A wide string literal of CbWChar units.
-#    define CB_TEXT(literal) L##literal
+#define CB_TEXT(literal) L##literal
 #else
 using CbWChar = char16_t;
 /// A wide string literal of CbWChar units.
-#    define CB_TEXT(literal) u##literal
+#define CB_TEXT(literal) u##literal
 #endif

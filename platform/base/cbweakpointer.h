@@ -7,8 +7,8 @@
 /// Pointer that becomes null when its target dies; three words, registered in the target's
 /// reference-count block.
 ///
-/// Threads: Lock() may run while other threads release the target or lock other weak pointers to it.
-/// One weak pointer object is not to be written by one thread while another one uses it.
+/// Threads: Lock() may run while other threads release the target or lock other weak pointers to
+/// it. One weak pointer object is not to be written by one thread while another one uses it.
 template<class T>
 class CbWeakPointer
 {
@@ -19,10 +19,7 @@ public:
     CbWeakPointer(const CbWeakPointer& other) noexcept : CbWeakPointer(other.Lock()) {}
     ~CbWeakPointer() { clear(); }
 
-    CbWeakPointer& operator=(const CbWeakPointer& other) noexcept
-    {
-        return *this = other.Lock();
-    }
+    CbWeakPointer& operator=(const CbWeakPointer& other) noexcept { return *this = other.Lock(); }
     /// Moves the link to @p target. The locks of the old and the new target are taken one after the
     /// other, never both.
     CbWeakPointer& operator=(const CbSmartPointer<T>& target) noexcept

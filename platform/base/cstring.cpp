@@ -2,7 +2,8 @@
 
 #include <cstdint>
 
-namespace {
+namespace
+{
 
 constexpr char32_t c_replacement = 0xFFFD;
 

@@ -10,8 +10,8 @@
 
 /// Wide string of UTF-16 units, the same on all systems.
 ///
-/// Any sequence of units is kept as it is, embedded zeros and lone surrogates included. Comparison is
-/// unit by unit.
+/// Any sequence of units is kept as it is, embedded zeros and lone surrogates included. Comparison
+/// is unit by unit.
 class PLATFORM_API CString
 {
 public:

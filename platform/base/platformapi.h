@@ -4,11 +4,11 @@
 /// Export macro of the shared library `platform`.
 
 #if defined(_WIN32)
-#    if defined(platform_EXPORTS)
-#        define PLATFORM_API __declspec(dllexport)
-#    else
-#        define PLATFORM_API __declspec(dllimport)
-#    endif
+#if defined(platform_EXPORTS)
+#define PLATFORM_API __declspec(dllexport)
 #else
-#    define PLATFORM_API __attribute__((visibility("default")))
+#define PLATFORM_API __declspec(dllimport)
+#endif
+#else
+#define PLATFORM_API __attribute__((visibility("default")))
 #endif

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+
+/// Hash of a key of CbMap: std::hash with its bits spread, so that any number of low bits picks a
+/// bucket well. Standard libraries hash an integer or a pointer to itself.
+template<class K>
+struct CbHashKey
+{
+    [[nodiscard]] std::size_t operator()(const K& key) const noexcept
+    {
+        const std::uint64_t spread = std::hash<K>{}(key)*std::uint64_t{0x9E3779B97F4A7C15};
+        return static_cast<std::size_t>(spread ^ spread >> 32);
+    }
+};

@@ -1,0 +1,22 @@
+#include "platform/base/cbstreamread.h"
+
+#include "platform/base/cbexceptionwrongfileversion.h"
+
+CbStreamRead::~CbStreamRead() = default;
+
+std::uint32_t CbStreamRead::ReadAndCompareVersion(std::uint32_t /*current*/)
+{
+    return readVersion();
+}
+
+std::uint32_t CbStreamRead::ReadAndCompareVersion(std::uint32_t current, std::string_view file,
+                                                  unsigned line)
+{
+    const std::uint32_t stored = readVersion();
+    if (stored > current) {
+        throw CbExceptionWrongFileVersion(file, line, {},
+                                          "stored version " + std::to_string(stored) +
+                                              ", newest known version " + std::to_string(current));
+    }
+    return stored;
+}

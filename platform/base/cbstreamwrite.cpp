@@ -1,0 +1,3 @@
+#include "platform/base/cbstreamwrite.h"
+
+CbStreamWrite::~CbStreamWrite() = default;

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "platform/base/cstring.h"
+#include "platform/base/platformapi.h"
+
+#include <array>
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+
+class CbStreamReadBinary;
+class CbStreamWriteBinary;
+
+/// Unique identifier of 16 bytes; nil by default.
+///
+/// The bytes stand in the order of the text, so ids order like their texts.
+class PLATFORM_API CyUniqueID
+{
+public:
+    using Bytes = std::array<std::uint8_t, 16>;
+
+    constexpr CyUniqueID() noexcept = default;
+    constexpr explicit CyUniqueID(const Bytes& bytes) noexcept : bytes_(bytes) {}
+
+    /// Becomes a new random id (version 4), never nil.
+    /// Threads: each thread has its own generator. Cost: no system call after a thread's first id.
+    void Renew();
+
+    [[nodiscard]] bool IsNil() const noexcept { return *this == CyUniqueID(); }
+    /// Text of 36 units, lower case: 8-4-4-4-12 digits.
+    [[nodiscard]] CString ToString() const;
+    /// The bytes in the order of the text.
+    [[nodiscard]] constexpr const Bytes& GetBytes() const noexcept { return bytes_; }
+
+    friend bool operator==(const CyUniqueID&, const CyUniqueID&) noexcept = default;
+    friend std::strong_ordering operator<=>(const CyUniqueID& a, const CyUniqueID& b) noexcept
+    {
+        return std::memcmp(a.bytes_.data(), b.bytes_.data(), sizeof a.bytes_) <=> 0;
+    }
+
+    /// Writes the 16 bytes.
+    void Serialize(CbStreamWriteBinary& stream) const;
+    /// Reads the 16 bytes.
+    /// Throws: CbExceptionStream where fewer are left; the id keeps its value.
+    void Serialize(CbStreamReadBinary& stream);
+
+private:
+    Bytes bytes_{};
+};
+
+template<>
+struct std::hash<CyUniqueID>
+{
+    std::size_t operator()(const CyUniqueID& id) const noexcept
+    {
+        std::uint64_t halves[2];
+        std::memcpy(halves, id.GetBytes().data(), sizeof halves);
+        // The halves are turned against each other: equal ones must not cancel out.
+        return static_cast<std::size_t>(halves[0] ^ (halves[1] << 31 | halves[1] >> 33));
+    }
+};

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/base/cbreferencecounted.h"
+#include "platform/base/cbrtti.h"
+#include "platform/base/iobject.h"
+
+class CbStreamReadBinary;
+class CbStreamWriteBinary;
+
+/// Base of the typed attributes that hang on nodes.
+///
+/// A concrete class has a static record RTTI with a create function and, where it can be copied, a
+/// clone function.
+class PLATFORM_API ZeARTTIAttribute : public CbReferenceCounted, public IObject
+{
+public:
+    static const CbRTTI RTTI;
+
+    [[nodiscard]] CbReferenceCounter& getReferenceCounter() const noexcept override
+    {
+        return CbReferenceCounted::getReferenceCounter();
+    }
+
+    /// Writes the version and the fields.
+    virtual void Serialize(CbStreamWriteBinary& stream) const = 0;
+    /// Reads the fields of any known version. Throws: CbExceptionWrongFileVersion for an unknown
+    /// version, CbExceptionStream for short data.
+    virtual void Serialize(CbStreamReadBinary& stream) = 0;
+
+protected:
+    ZeARTTIAttribute() = default;
+    ZeARTTIAttribute(const ZeARTTIAttribute&) = default;
+    ZeARTTIAttribute& operator=(const ZeARTTIAttribute&) = default;
+    ~ZeARTTIAttribute() override;
+
+    /// Sets all fields back to their defaults and returns true. An attribute that keeps its content
+    /// through a reset does not override this: it changes nothing and returns false.
+    virtual bool ResetAttribute();
+
+private:
+    friend class ZeARTTIAttributeContainer;
+};

@@ -1,0 +1,93 @@
+#pragma once
+
+#include "platform/base/cbcheckreturn.h"
+#include "platform/base/cbsmartpointer.h"
+#include "platform/base/platformapi.h"
+#include "platform/datatree/cydatahandlelockonly.h"
+#include "platform/datatree/cynode.h"
+
+#include <cstdint>
+#include <vector>
+
+class CyLockEngine;
+
+/// The application's data tree and the locks on its nodes.
+///
+/// The manager owns a top node; all other nodes hang below it and are kept alive by it.
+///
+/// Locks are per thread and cover subtrees. A thread first takes a handle per node, which records a
+/// query, and then locks all its queries at once. A read lock gives reading, a write lock reading
+/// and writing of its node and of everything below. Locks of different threads conflict where one
+/// of them is a write and one node is the other or above it; locks of one thread never do. A thread
+/// that holds a lock is given more only where the locks it holds cover it, so nobody holds and
+/// waits and there is no deadlock. Waiting requests are served in the order of their coming, a
+/// request that timed out and is repeated within 100 ms keeps its place.
+///
+/// Threads: all operations are safe beside each other; destruction is not.
+/// Cost: inserting, removing and releasing are constant where nothing is locked and linear in the
+/// depth otherwise; they allocate nothing.
+class PLATFORM_API CyDataManager
+{
+public:
+    using CheckedBool = CbCheckReturn<bool, CbCheckReturnPolicyAssert>;
+
+    /// Outcome of an attempt to lock.
+    enum ELockStatus : std::int32_t
+    {
+        eLocked = 0,
+        eGeneralError = 1,
+        eNoQueries = 2,     ///< the thread has recorded no query
+        eNotReleased = 3,   ///< the thread holds locks that do not cover the new queries
+        eInvalidNode = 4,   ///< a node left the manager after it was asked for
+        eLockedByOther = 5, ///< blocked, and no time to wait was given
+        eTimeout = 6        ///< still blocked at the end of the time to wait
+    };
+
+    /// Makes a tree that consists of the top node.
+    CyDataManager();
+    CyDataManager(const CyDataManager&) = delete;
+    CyDataManager& operator=(const CyDataManager&) = delete;
+    /// Takes every node out. Handles may outlive the manager; they are not valid any more.
+    ~CyDataManager();
+
+    [[nodiscard]] const CbSmartPointer<CyNode>& GetTopNode() const noexcept { return top_; }
+
+    /// Puts @p node in as the last child of @p father. False, and nothing changed, where one is
+    /// null, the father is not in this manager or the node is in any. No lock is needed or looked
+    /// at.
+    CheckedBool InsertNode(const CbSmartPointer<CyNode>& father,
+                           const CbSmartPointer<CyNode>& node);
+
+    /// Takes the node of a handle out. Locks on it become void, queries on it dead; the handle
+    /// itself becomes void.
+    /// False, and nothing changed, for the top node, a node with data children, or without access:
+    /// the handle is valid, or no other thread holds a lock on the node, above or below it.
+    CheckedBool RemoveNode(CyDataHandleLockOnly<1>& handle);
+
+    /// Moves the node of a handle with everything below it to the end of the children of
+    /// @p newFather. Locks and queries move along.
+    /// False, and nothing changed, where the new father is null, not in this manager, the node or
+    /// below it, without access as for RemoveNode, or where locks in the subtree would come into
+    /// conflict with another thread's at the new place.
+    CheckedBool MoveNode(CyDataHandleLockOnly<1>& handle, const CbSmartPointer<CyNode>& newFather);
+
+    /// Locks all queries of the calling thread without waiting, or none of them.
+    CheckedBool TryLock();
+    /// Locks all queries of the calling thread, or none of them, and waits for other threads up to
+    /// @p milliseconds. Where the thread still holds locks it never waits.
+    CheckedBool TryLockAndWait(std::uint32_t milliseconds);
+    /// The same; @p status tells the outcome.
+    CheckedBool TryLockAndWait(std::uint32_t milliseconds, ELockStatus& status);
+
+private:
+    template<int kind>
+    friend class CyDataHandleLockOnly;
+    friend class CyNode;
+    friend struct TestAccess;
+
+    [[nodiscard]] CbSmartPointer<CyNode> parentOf(const CyNode& node) const;
+    [[nodiscard]] std::vector<CbSmartPointer<CyNode>> childrenOf(const CyNode& node) const;
+
+    CyLockEngine* engine_; ///< shared with the threads that have handles, which may outlive this
+    CbSmartPointer<CyNode> top_;
+};

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+
+class CyLockThread;
+struct CyDataTreeEntry;
+
+/// A locking query, embedded in the handle that made it.
+///
+/// Threads: all but @c thread is guarded by the mutex of the data manager; @c thread is written by
+/// the handle alone and stays while the record is in use, so that the mutex can be found.
+struct CyLockRecord
+{
+    enum class EState : std::uint8_t
+    {
+        Pending, ///< asked for, not granted
+        Granted,
+        Dead, ///< was pending when its node left the manager; never to be granted
+        Void  ///< was granted when its node left the manager; counts for nothing
+    };
+
+    CyLockThread* thread = nullptr;   ///< the thread that asked; null in an empty handle
+    CyDataTreeEntry* entry = nullptr; ///< the node; null when dead or void
+    CyLockRecord* nextOfThread = nullptr;
+    CyLockRecord** linkOfThread = nullptr; ///< the pointer that points here
+    CyLockRecord* nextOfNode = nullptr;
+    CyLockRecord** linkOfNode = nullptr; ///< the pointer that points here
+    EState state = EState::Void;
+    bool write = false;
+};

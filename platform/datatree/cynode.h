@@ -1,0 +1,80 @@
+#pragma once
+
+#include "platform/base/cbreferencecounted.h"
+#include "platform/base/cbrtti.h"
+#include "platform/base/cbsmartpointer.h"
+#include "platform/base/cstring.h"
+#include "platform/base/iobject.h"
+#include "platform/datatree/cydatatreeentry.h"
+
+#include <atomic>
+#include <vector>
+
+class CyDataManager;
+
+/// A node of the application's data tree.
+///
+/// A node is in at most one data manager, which alone links it to parent and children. Whether
+/// other state may be touched is a matter of the manager's locks, see CyDataManager.
+///
+/// Threads: GetDataManager, GetParent and GetChildren are safe beside edits of the data tree, as
+/// long as the manager lives; the rest is unguarded.
+class PLATFORM_API CyNode : public CbReferenceCounted, public IObject
+{
+public:
+    static const CbRTTI RTTI;
+    static IObject* CreateByFactory();
+    static IObject* CloneByFactory(const IObject& object);
+
+    CyNode();
+    /// Makes a node in no manager and without label: nothing of the other's base is copied.
+    CyNode(const CyNode& other);
+    CyNode& operator=(const CyNode&) = delete;
+
+    [[nodiscard]] CbReferenceCounter& getReferenceCounter() const noexcept override
+    {
+        return CbReferenceCounted::getReferenceCounter();
+    }
+
+    /// True where the application stores the node by itself. False here.
+    [[nodiscard]] virtual bool IsSerializable() const;
+    /// Makes the data object of the given class that belongs to the node, unowned. Null here.
+    [[nodiscard]] virtual IObject* CreateData(const CString& className);
+    /// Returns the record of the node's data: the record of its class.
+    [[nodiscard]] virtual const CbRTTI& GetRTTIData() const;
+
+    /// The label; empty by default.
+    [[nodiscard]] const CString& GetName() const noexcept { return name_; }
+    void SetName(const CString& name) { name_ = name; }
+
+    /// Returns the manager that holds the node, or null.
+    [[nodiscard]] CyDataManager* GetDataManager() const noexcept
+    {
+        return dataManager_.load(std::memory_order_acquire);
+    }
+    /// Returns the parent in the data tree; null for the top node and outside any manager.
+    [[nodiscard]] CbSmartPointer<CyNode> GetParent() const;
+    /// Returns a snapshot of the children in the data tree, in the order of their insertion. Empty
+    /// outside any manager.
+    [[nodiscard]] std::vector<CbSmartPointer<CyNode>> GetChildren() const;
+
+protected:
+    ~CyNode() override;
+
+    [[nodiscard]] virtual bool isModified() const;
+    /// Sets the flag of this node. The second argument is for nodes that pass it on.
+    virtual void setModified(bool modified, bool passOn);
+
+public:
+    [[nodiscard]] const CbRTTI& GetRTTI() const override;
+
+private:
+    friend class CyDataManager;
+    friend class CyLockEngine;
+    friend struct TestAccess;
+
+    CString name_;
+    std::atomic<CyDataManager*> dataManager_{nullptr}; ///< written under the manager's mutex
+    mutable CyDataTreeEntry entry_{*this};             ///< guarded by the manager's mutex
+    bool modified_ = false;
+};

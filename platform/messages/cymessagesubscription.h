@@ -1,0 +1,35 @@
+#pragma once
+
+#include "platform/base/cbsmartpointer.h"
+#include "platform/base/platformapi.h"
+
+class CySubscriber;
+
+/// Keeps a subscription with CyMessageDispatcher alive.
+///
+/// Lifetime: may outlive the dispatcher. Threads: one object is not to be used by two threads at
+/// once.
+class PLATFORM_API CyMessageSubscription
+{
+public:
+    /// No subscription.
+    CyMessageSubscription() noexcept;
+    CyMessageSubscription(CyMessageSubscription&& other) noexcept;
+    CyMessageSubscription& operator=(CyMessageSubscription&& other) noexcept;
+    CyMessageSubscription(const CyMessageSubscription&) = delete;
+    CyMessageSubscription& operator=(const CyMessageSubscription&) = delete;
+    ~CyMessageSubscription();
+
+    [[nodiscard]] bool IsActive() const noexcept { return static_cast<bool>(subscriber_); }
+
+    /// Ends the subscription. Nothing is delivered to it after the return; a delivery that runs on
+    /// another thread is waited for, one that runs on this thread goes on to its end.
+    void Unsubscribe() noexcept;
+
+private:
+    friend class CyMessageDispatcher;
+
+    explicit CyMessageSubscription(CbSmartPointer<CySubscriber> subscriber) noexcept;
+
+    CbSmartPointer<CySubscriber> subscriber_;
+};

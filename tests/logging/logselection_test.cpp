@@ -1,0 +1,42 @@
+#include "logging/log.h"
+#include "platform/base/cblibraryloader.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <string>
+
+namespace
+{
+
+constexpr const CbWChar* c_logger = CB_TEXT("Diagnostics.Test");
+
+// Name of the entry point that the log back end on the library path lacks; empty where there is no
+// back end at all.
+std::string missingEntryPoint()
+{
+    const char* const name = std::getenv("TREE_NLOG_WITHOUT");
+    return name != nullptr ? name : "";
+}
+
+TEST(WithoutACompleteBackEnd, LoggingIsSilent)
+{
+    const auto library = CbLibraryLoader::Load(CB_TEXT("NLogC.dll"));
+    const std::string missing = missingEntryPoint();
+    ASSERT_EQ(library == nullptr, missing.empty());
+    for (const std::string name : {"NLog_CSLogVW", "NLog_IsLogEnabledW",
+                                   "NLog_SetGlobalDiagnosticsContextW", "NLog_Flush"}) {
+        SCOPED_TRACE(name);
+        const bool present = library != nullptr && name != missing;
+        ASSERT_EQ(CbLibraryLoader::Find(library, name.c_str()) != nullptr, present);
+    }
+
+    // The entry points that are there end the program when they are called.
+    EXPECT_FALSE(Logging::IsDebugEnabled(c_logger));
+    EXPECT_FALSE(Logging::IsWarningEnabled(c_logger));
+    Logging::LogDebug(c_logger, "file", 1, "Function", CB_TEXT("%s"), CB_TEXT("text"));
+    Logging::LogWarning(c_logger, "file", 1, "Function", CB_TEXT("%s"), CB_TEXT("text"));
+    Logging::GetLogDispatcher().SetGlobalDiagnosticsContext(CB_TEXT("key"), CB_TEXT("value"));
+    Logging::GetLogDispatcher().Flush(1);
+}
+
+} // namespace

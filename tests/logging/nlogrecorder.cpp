@@ -1,0 +1,129 @@
+#include "logging/callsite.h"
+#include "platform/base/cbcriticalsection.h"
+#include "platform/base/cbformat.h"
+#include "tests/support/logrecorder.h"
+
+#include <set>
+
+namespace
+{
+
+struct Recorded
+{
+    CbCriticalSection section;
+    bool recording CB_GUARDED_BY(section) = false;
+    std::set<std::uint32_t> disabled CB_GUARDED_BY(section);
+    std::vector<LogRecord> records CB_GUARDED_BY(section);
+    std::vector<std::pair<std::uint32_t, CString>> queries CB_GUARDED_BY(section);
+    std::vector<std::pair<CString, CString>> contexts CB_GUARDED_BY(section);
+    std::vector<std::int32_t> flushes CB_GUARDED_BY(section);
+
+    void Restart(bool record) CB_REQUIRES(section)
+    {
+        recording = record;
+        disabled.clear();
+        records.clear();
+        queries.clear();
+        contexts.clear();
+        flushes.clear();
+    }
+};
+
+// Never destroyed: the library may log until it is unloaded.
+Recorded& recorded()
+{
+    static Recorded& instance = *new Recorded;
+    return instance;
+}
+
+} // namespace
+
+LogRecorder::LogRecorder()
+{
+    Recorded& all = recorded();
+    const CbCriticalSectionLock lock(all.section);
+    all.Restart(true);
+}
+
+LogRecorder::~LogRecorder()
+{
+    Recorded& all = recorded();
+    const CbCriticalSectionLock lock(all.section);
+    all.Restart(false);
+}
+
+void LogRecorder::SetEnabled(std::uint32_t level, bool enabled)
+{
+    Recorded& all = recorded();
+    const CbCriticalSectionLock lock(all.section);
+    if (enabled) {
+        all.disabled.erase(level);
+    } else {
+        all.disabled.insert(level);
+    }
+}
+
+std::vector<LogRecord> LogRecorder::TakeRecords()
+{
+    Recorded& all = recorded();
+    const CbCriticalSectionLock lock(all.section);
+    return std::exchange(all.records, {});
+}
+
+std::vector<std::pair<std::uint32_t, CString>> LogRecorder::TakeQueries()
+{
+    Recorded& all = recorded();
+    const CbCriticalSectionLock lock(all.section);
+    return std::exchange(all.queries, {});
+}
+
+std::vector<std::pair<CString, CString>> LogRecorder::TakeContexts()
+{
+    Recorded& all = recorded();
+    const CbCriticalSectionLock lock(all.section);
+    return std::exchange(all.contexts, {});
+}
+
+std::vector<std::int32_t> LogRecorder::TakeFlushes()
+{
+    Recorded& all = recorded();
+    const CbCriticalSectionLock lock(all.section);
+    return std::exchange(all.flushes, {});
+}
+
+extern "C" {
+
+void NLog_CSLogVW(std::uint32_t level, const CbWChar* loggerName, const Logging::CallSite* callSite,
+                  const CbWChar* format, std::va_list arguments)
+{
+    LogRecord record{level,          CString(loggerName), callSite->file,
+                     callSite->line, callSite->function,  CbFormatV(format, arguments)};
+    Recorded& all = recorded();
+    const CbCriticalSectionLock lock(all.section);
+    if (all.recording) all.records.push_back(std::move(record));
+}
+
+bool NLog_IsLogEnabledW(std::uint32_t level, const CbWChar* loggerName)
+{
+    Recorded& all = recorded();
+    const CbCriticalSectionLock lock(all.section);
+    if (!all.recording) return false;
+    all.queries.emplace_back(level, CString(loggerName));
+    return !all.disabled.contains(level);
+}
+
+void NLog_SetGlobalDiagnosticsContextW(const CbWChar* key, const CbWChar* value)
+{
+    Recorded& all = recorded();
+    const CbCriticalSectionLock lock(all.section);
+    if (all.recording) all.contexts.emplace_back(CString(key), CString(value));
+}
+
+void NLog_Flush(std::int32_t argument)
+{
+    Recorded& all = recorded();
+    const CbCriticalSectionLock lock(all.section);
+    if (all.recording) all.flushes.push_back(argument);
+}
+
+} // extern "C"

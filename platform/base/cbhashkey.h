@@ -11,7 +11,9 @@ struct CbHashKey
 {
     [[nodiscard]] std::size_t operator()(const K& key) const noexcept
     {
-        const std::uint64_t spread = std::hash<K>{}(key)*std::uint64_t{0x9E3779B97F4A7C15};
-        return static_cast<std::size_t>(spread ^ spread >> 32);
+        constexpr std::uint64_t c_golden = 0x9E3779B97F4A7C15;
+        std::uint64_t bits = std::hash<K>{}(key);
+        bits = (bits ^ bits >> 32) * c_golden;
+        return static_cast<std::size_t>(bits ^ bits >> 32);
     }
 };

@@ -106,7 +106,7 @@ public:
         firstFree_ = at;
         --count_;
         V value = std::exchange(entry.value, V{});
-        const K gone = std::exchange(entry.key, K{});
+        [[maybe_unused]] const K gone = std::exchange(entry.key, K{});
         return value;
     }
 

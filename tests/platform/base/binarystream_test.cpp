@@ -1,0 +1,234 @@
+#include "platform/base/cbexceptionstream.h"
+#include "platform/base/cbexceptionwrongfileversion.h"
+#include "platform/base/cystreamreadbinarybuffer.h"
+#include "platform/base/cystreamwritebinarybuffer.h"
+
+#include <bit>
+#include <gmock/gmock.h>
+#include <limits>
+#include <vector>
+
+namespace
+{
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+
+template<class T>
+concept Writable = requires(CbStreamWriteBinary& stream, T value)
+{
+    stream << value;
+};
+template<class T>
+concept Readable = requires(CbStreamReadBinary& stream, T& value)
+{
+    stream >> value;
+};
+
+// A pointer is no bool, and nothing is narrowed or widened on the way.
+static_assert(!Writable<const char*> && !Writable<const CbWChar*> && !Writable<std::nullptr_t>);
+static_assert(!Writable<char> && !Writable<std::int16_t> && !Writable<std::uint8_t>);
+static_assert(!Writable<CbWChar> && !Writable<long double>);
+static_assert(!Readable<char> && !Readable<std::int16_t> && !Readable<const char*>);
+static_assert(Writable<std::uint64_t> && Readable<std::uint64_t>);
+
+std::vector<std::uint8_t> bytesOf(const CyStreamWriteBinaryBuffer& buffer)
+{
+    return {buffer.GetBytes().begin(), buffer.GetBytes().end()};
+}
+
+// One value of each type.
+struct Record
+{
+    bool flag = true;
+    std::int32_t signed32 = -2;
+    std::uint32_t unsigned32 = 0x04030201;
+    std::int64_t signed64 = -2;
+    std::uint64_t unsigned64 = 0x0807060504030201;
+    float single = 1.5F;
+    double precise = -2.0;
+    CString text = CString(CString::View(CB_TEXT("A\0\xD800"), 3));
+
+    friend bool operator==(const Record&, const Record&) = default;
+
+    void Write(CbStreamWriteBinary& stream) const
+    {
+        stream << flag << signed32 << unsigned32 << signed64 << unsigned64 << single << precise
+               << text;
+    }
+    void Read(CbStreamReadBinary& stream)
+    {
+        stream >> flag >> signed32 >> unsigned32 >> signed64 >> unsigned64 >> single >> precise >>
+            text;
+    }
+};
+
+constexpr std::size_t c_recordBytes = 1 + 4 + 4 + 8 + 8 + 4 + 8 + 4 + 3 * 2;
+
+TEST(ABinaryStream, WritesLittleEndianWithoutGaps)
+{
+    CyStreamWriteBinaryBuffer buffer;
+    Record().Write(buffer);
+    // clang-format off
+    EXPECT_THAT(bytesOf(buffer), ElementsAreArray({
+        1,
+        0xFE, 0xFF, 0xFF, 0xFF,
+        0x01, 0x02, 0x03, 0x04,
+        0xFE, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+        0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08,
+        0x00, 0x00, 0xC0, 0x3F,
+        0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0xC0,
+        0x03, 0x00, 0x00, 0x00, 0x41, 0x00, 0x00, 0x00, 0x00, 0xD8}));
+    // clang-format on
+    buffer.Empty();
+    buffer.WriteVersion(2);
+    EXPECT_THAT(bytesOf(buffer), ElementsAre(2, 0, 0, 0));
+}
+
+TEST(ABinaryStream, ReadsWhatWasWritten)
+{
+    CyStreamWriteBinaryBuffer buffer;
+    Record().Write(buffer);
+    Record read{false, 0, 0, 0, 0, 0, 0, CString()};
+    CyStreamReadBinaryBuffer stream(buffer);
+    read.Read(stream);
+    EXPECT_EQ(read, Record());
+    EXPECT_EQ(stream.Remaining(), 0U);
+}
+
+TEST(ABinaryStream, KeepsBitPatternsOfFloatingPointNumbers)
+{
+    for (const std::uint64_t bits : {0x7FF8000000000123U, 0x8000000000000000U, std::uint64_t{1}}) {
+        CyStreamWriteBinaryBuffer buffer;
+        buffer << std::bit_cast<double>(bits) << std::numeric_limits<float>::denorm_min();
+        CyStreamReadBinaryBuffer stream(buffer);
+        double precise = 0;
+        float single = 0;
+        stream >> precise >> single;
+        EXPECT_EQ(std::bit_cast<std::uint64_t>(precise), bits);
+        EXPECT_EQ(single, std::numeric_limits<float>::denorm_min());
+    }
+}
+
+TEST(ABinaryStream, CutShortAnywhereFailsAndKeepsTheValueThatIsCut)
+{
+    CyStreamWriteBinaryBuffer buffer;
+    Record().Write(buffer);
+    ASSERT_EQ(buffer.GetCount(), c_recordBytes);
+    const Record untouched{false, 1, 1, 1, 1, 1, 1, CString(CB_TEXT("kept"))};
+    for (std::size_t length = 0; length < c_recordBytes; ++length) {
+        SCOPED_TRACE(length);
+        // Memory of its own, so that reading on is noticed.
+        const std::vector<std::uint8_t> cut(buffer.GetData(), buffer.GetData() + length);
+        CyStreamReadBinaryBuffer stream(cut);
+        Record read = untouched;
+        EXPECT_THROW(read.Read(stream), CbExceptionStream);
+
+        // What came in whole is there, the rest is as it was.
+        const Record whole;
+        EXPECT_EQ(read.flag, length >= 1 ? whole.flag : untouched.flag);
+        EXPECT_EQ(read.unsigned32, length >= 9 ? whole.unsigned32 : untouched.unsigned32);
+        EXPECT_EQ(read.unsigned64, length >= 25 ? whole.unsigned64 : untouched.unsigned64);
+        EXPECT_EQ(read.precise, length >= 37 ? whole.precise : untouched.precise);
+        EXPECT_EQ(read.text, untouched.text);
+        // The stream stands before the value that is cut.
+        const std::size_t left = stream.Remaining();
+        EXPECT_THROW(stream.Skip(left + 1), CbExceptionStream);
+        std::vector<std::uint8_t> target(left + 1, 0xAA);
+        EXPECT_THROW(stream.ReadBuffer(target.data(), left + 1), CbExceptionStream);
+        EXPECT_EQ(target.back(), 0xAA);
+        EXPECT_EQ(stream.Remaining(), left);
+    }
+}
+
+TEST(ABinaryStream, DoesNotAllocateForATextThatCanNotBeThere)
+{
+    const std::vector<std::uint8_t> bytes = {0xFF, 0xFF, 0xFF, 0xFF, 'A', 0};
+    CyStreamReadBinaryBuffer stream(bytes);
+    CString text(CB_TEXT("kept"));
+    EXPECT_THROW(stream >> text, CbExceptionStream);
+    EXPECT_EQ(text, CString(CB_TEXT("kept")));
+    EXPECT_EQ(stream.Remaining(), bytes.size());
+}
+
+TEST(ABinaryStream, ReadsAnyByteButZeroAsTrue)
+{
+    const std::vector<std::uint8_t> bytes = {0, 1, 2, 0x80};
+    CyStreamReadBinaryBuffer stream(bytes);
+    bool a = true;
+    bool b = false;
+    bool c = false;
+    bool d = false;
+    stream >> a >> b >> c >> d;
+    EXPECT_FALSE(a);
+    EXPECT_TRUE(b && c && d);
+}
+
+TEST(ABinaryStream, RefusesNewerVersionsAtTheReadersOwnPlace)
+{
+    CyStreamWriteBinaryBuffer buffer;
+    for (const std::uint32_t version : {1U, 2U, 3U, 0xFFFFFFFFU}) buffer.WriteVersion(version);
+    CyStreamReadBinaryBuffer stream(buffer);
+    EXPECT_EQ(stream.ReadAndCompareVersion(2, "zecfile", 111), 1U);
+    EXPECT_EQ(stream.ReadAndCompareVersion(2, "zecfile", 111), 2U);
+    try {
+        (void)stream.ReadAndCompareVersion(2, "zecfile", 111);
+        FAIL() << "version 3 was read";
+    } catch (const CbExceptionWrongFileVersion& exception) {
+        EXPECT_EQ(exception.GetFile(), "zecfile");
+        EXPECT_EQ(exception.GetLine(), 111U);
+    }
+    EXPECT_EQ(stream.ReadAndCompareVersion(2), 0xFFFFFFFFU);
+    EXPECT_THROW(stream.ReadAndCompareVersion(2), CbExceptionStream);
+}
+
+TEST(ABinaryStream, ShowsARecordOfStatedLengthAsAStreamOfItsOwn)
+{
+    CyStreamWriteBinaryBuffer record;
+    record << std::int32_t{7} << std::int32_t{8};
+    CyStreamWriteBinaryBuffer buffer;
+    buffer << static_cast<std::uint32_t>(record.GetCount());
+    buffer.WriteBuffer(record.GetData(), record.GetCount());
+    buffer << std::int32_t{9};
+    buffer.WriteBuffer(nullptr, 0);
+
+    CyStreamReadBinaryBuffer stream(buffer);
+    std::uint32_t length = 0;
+    stream >> length;
+    CyStreamReadBinaryBuffer view(stream.ReadView(length));
+    std::int32_t value = 0;
+    stream >> value;
+    EXPECT_EQ(value, 9);
+    view >> value;
+    EXPECT_EQ(value, 7);
+    view.Skip(4);
+    EXPECT_THROW(view >> value, CbExceptionStream);
+    EXPECT_EQ(value, 7);
+    stream.ReadBuffer(nullptr, 0);
+    EXPECT_THROW((void)stream.ReadView(1), CbExceptionStream);
+}
+
+TEST(AWriteBuffer, KeepsItsBytesWhileItGrows)
+{
+    CyStreamWriteBinaryBuffer buffer;
+    EXPECT_EQ(buffer.GetCount(), 0U);
+    const std::vector<std::uint8_t> large(100000, 0x55);
+    buffer << std::uint32_t{42};
+    buffer.WriteBuffer(large.data(), large.size());
+    for (std::uint32_t i = 0; i < 100000; ++i) buffer << i;
+    ASSERT_EQ(buffer.GetCount(), 4 + large.size() + 400000);
+
+    CyStreamReadBinaryBuffer stream(buffer);
+    std::uint32_t value = 0;
+    stream >> value;
+    EXPECT_EQ(value, 42U);
+    std::vector<std::uint8_t> read(large.size());
+    stream.ReadBuffer(read.data(), read.size());
+    EXPECT_EQ(read, large);
+    for (std::uint32_t i = 0; i < 100000; ++i) {
+        stream >> value;
+        ASSERT_EQ(value, i);
+    }
+}
+
+} // namespace

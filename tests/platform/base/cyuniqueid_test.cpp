@@ -1,0 +1,97 @@
+#include "platform/base/cbexceptionstream.h"
+#include "platform/base/cystreamreadbinarybuffer.h"
+#include "platform/base/cyuniqueid.h"
+#include "tests/support/rounds.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <random>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+CyUniqueID::Bytes randomBytes(std::mt19937& random)
+{
+    CyUniqueID::Bytes bytes;
+    for (auto& byte : bytes) byte = static_cast<std::uint8_t>(random());
+    return bytes;
+}
+
+TEST(AnId, IsNilUntilRenewed)
+{
+    CyUniqueID id;
+    EXPECT_TRUE(id.IsNil());
+    EXPECT_EQ(id.ToString().ToUtf8(), "00000000-0000-0000-0000-000000000000");
+    id.Renew();
+    EXPECT_FALSE(id.IsNil());
+}
+
+TEST(AnId, PrintsItsBytesInOrder)
+{
+    const CyUniqueID id({0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF, 0x10, 0x32, 0x54, 0x76,
+                         0x98, 0xBA, 0xDC, 0xFE});
+    EXPECT_EQ(id.ToString().ToUtf8(), "01234567-89ab-cdef-1032-547698badcfe");
+
+    CyStreamWriteBinaryBuffer buffer;
+    id.Serialize(buffer);
+    ASSERT_EQ(buffer.GetCount(), 16U);
+    EXPECT_TRUE(std::ranges::equal(buffer.GetBytes(), id.GetBytes()));
+
+    CyUniqueID read;
+    CyStreamReadBinaryBuffer stream(buffer);
+    read.Serialize(stream);
+    EXPECT_EQ(read, id);
+    CyStreamReadBinaryBuffer shortStream(buffer.GetData(), 15);
+    EXPECT_THROW(CyUniqueID(id).Serialize(shortStream), CbExceptionStream);
+}
+
+TEST(AnId, OrdersLikeItsText)
+{
+    std::mt19937 random(1);
+    for (int round = 0; round < Rounds(2000); ++round) {
+        const auto bytes = randomBytes(random);
+        auto others = bytes;
+        others[random() % 16] = static_cast<std::uint8_t>(random());
+        const CyUniqueID a(bytes);
+        const CyUniqueID b(others);
+        ASSERT_EQ(a < b, a.ToString() < b.ToString()) << a.ToString().ToUtf8();
+        ASSERT_EQ(a == b, a.ToString() == b.ToString());
+    }
+}
+
+TEST(NewIdsThreads, DifferAcrossThreadsAndAreOfVersion4)
+{
+    constexpr std::size_t c_threads = 4;
+    constexpr std::size_t c_ids = 5000;
+    std::vector<CyUniqueID> ids(c_threads * c_ids);
+    {
+        std::vector<std::jthread> threads;
+        for (std::size_t t = 0; t < c_threads; ++t) {
+            threads.emplace_back([&ids, t] {
+                for (std::size_t i = 0; i < c_ids; ++i) ids[t * c_ids + i].Renew();
+            });
+        }
+    }
+    std::ranges::sort(ids);
+    EXPECT_EQ(std::ranges::adjacent_find(ids), ids.end());
+
+    CyUniqueID::Bytes allSet{};
+    CyUniqueID::Bytes allClear{};
+    allClear.fill(0xFF);
+    for (const CyUniqueID& id : ids) {
+        for (std::size_t i = 0; i < allSet.size(); ++i) {
+            allSet[i] |= id.GetBytes()[i];
+            allClear[i] &= id.GetBytes()[i];
+        }
+    }
+    // Every bit takes both values but those of the version and the variant.
+    for (std::size_t i = 0; i < allSet.size(); ++i) {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(allSet[i], i == 6 ? 0x4F : i == 8 ? 0xBF : 0xFF);
+        EXPECT_EQ(allClear[i], i == 6 ? 0x40 : i == 8 ? 0x80 : 0x00);
+    }
+}
+
+} // namespace

@@ -1,0 +1,87 @@
+#include "platform/base/cbevent.h"
+#include "platform/base/cbexception.h"
+#include "platform/base/cbthread.h"
+
+#include <gtest/gtest.h>
+#include <stdexcept>
+#include <thread>
+
+namespace
+{
+
+TEST(AnEventThreads, RemembersOneEarlySet)
+{
+    CbEvent event;
+    EXPECT_FALSE(event.Wait(0));
+    event.Set();
+    event.Set();
+    event.Wait();
+    EXPECT_FALSE(event.Wait(1));
+    event.Set();
+    EXPECT_TRUE(event.Wait(0));
+    event.Set();
+    event.Reset();
+    EXPECT_FALSE(event.Wait(0));
+}
+
+TEST(AnEventThreads, LetsOneThreadThroughForEachSet)
+{
+    constexpr int c_threads = 4;
+    CbEvent go;
+    CbEvent passed;
+    std::atomic<int> through{0};
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < c_threads; ++i) {
+        threads.emplace_back([&] {
+            go.Wait();
+            ++through;
+            passed.Set();
+        });
+    }
+    for (int i = 1; i <= c_threads; ++i) {
+        go.Set();
+        passed.Wait();
+        EXPECT_EQ(through, i);
+        EXPECT_FALSE(passed.Wait(5)); // nobody else came through
+    }
+}
+
+TEST(AThreadThreads, RunsUntilAStopIsRequestedAndIsJoinedWhenItGoes)
+{
+    CbEvent running;
+    std::atomic<bool> ended{false};
+    {
+        CbThread thread(CB_TEXT("A name longer than the system takes"), [&](CbThread& self) {
+            EXPECT_TRUE(self.IsRunning());
+            running.Set();
+            while (self.IsRunning()) std::this_thread::yield();
+            ended = true;
+        });
+        EXPECT_TRUE(thread.IsRunning());
+        EXPECT_FALSE(running.Wait(0));
+        thread.Start();
+        running.Wait();
+        EXPECT_THROW(thread.Start(), CbException);
+        EXPECT_FALSE(ended);
+        thread.RequestStop();
+    }
+    EXPECT_TRUE(ended);
+    const CbThread neverStarted(CB_TEXT("idle"), [](CbThread&) {});
+}
+
+TEST(AThreadThreads, KeepsWhatEscapesItsFunction)
+{
+    CbThread thread(CB_TEXT("failing"), [](CbThread&) { throw std::runtime_error("escaped"); });
+    thread.Start();
+    thread.Join();
+    thread.Join();
+    ASSERT_NE(thread.GetFailure(), nullptr);
+    EXPECT_THROW(std::rethrow_exception(thread.GetFailure()), std::runtime_error);
+
+    CbThread calm(CB_TEXT("calm"), [](CbThread&) {});
+    calm.Start();
+    calm.Join();
+    EXPECT_EQ(calm.GetFailure(), nullptr);
+}
+
+} // namespace

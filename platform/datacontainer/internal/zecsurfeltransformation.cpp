@@ -1,0 +1,136 @@
+#include "platform/datacontainer/internal/zecsurfeltransformation.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+namespace
+{
+
+// Surfels worked on together: the trip count of loops that compilers turn into vector code, and a
+// buffer that stays in the nearest cache and overlaps nothing.
+constexpr std::size_t c_block = 64;
+
+struct Group
+{
+    double x, y, z;
+};
+
+Group group(const CbMatrix4Rf& m, int i) { return {m[i][0], m[i][1], m[i][2]}; }
+double dot(const Group& a, const Group& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+Group cross(const Group& a, const Group& b)
+{
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+
+bool turnsNothing(const CbMatrix4Rf& m)
+{
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) {
+            if (m[i][j] != c_matIdentityF[i][j]) return false;
+        }
+    }
+    return true;
+}
+
+bool isRigid(const CbMatrix4Rf& m)
+{
+    constexpr double c_tolerance = 1e-4;
+    for (int i = 0; i < 3; ++i) {
+        for (int j = i; j < 3; ++j) {
+            const double expected = i == j ? 1.0 : 0.0;
+            if (!(std::fabs(dot(group(m, i), group(m, j)) - expected) <= c_tolerance)) return false;
+        }
+    }
+    return true;
+}
+
+// The cofactors are the inverse transpose times the determinant. Only directions count, so they are
+// scaled to a largest value of 1 and given the determinant's sign. False where there is no inverse.
+bool inverseTranspose(const CbMatrix4Rf& m, CbMatrix4Rf& result)
+{
+    const Group a = group(m, 0);
+    const Group b = group(m, 1);
+    const Group c = group(m, 2);
+    const Group cofactors[3] = {cross(b, c), cross(c, a), cross(a, b)};
+    const double determinant = dot(a, cofactors[0]);
+    double largest = 0.0;
+    for (const Group& g : cofactors) {
+        largest = std::max({largest, std::fabs(g.x), std::fabs(g.y), std::fabs(g.z)});
+    }
+    if (determinant == 0.0 || !std::isfinite(determinant) || !std::isfinite(largest)) return false;
+
+    const double scale = determinant < 0.0 ? -largest : largest;
+    for (int i = 0; i < 3; ++i) {
+        result[i][0] = static_cast<float>(cofactors[i].x / scale);
+        result[i][1] = static_cast<float>(cofactors[i].y / scale);
+        result[i][2] = static_cast<float>(cofactors[i].z / scale);
+    }
+    return true;
+}
+
+// Writes four values for each position, the last one into the place of the next position.
+inline void mapPosition(const CbVector3f& p, const CbMatrix4Rf& m, float* to) noexcept
+{
+    float mapped[4];
+    for (int j = 0; j < 4; ++j) mapped[j] = p.x * m[0][j] + p.y * m[1][j] + p.z * m[2][j] + m[3][j];
+    for (int j = 0; j < 4; ++j) to[j] = mapped[j];
+}
+
+CB_ALWAYS_INLINE inline std::uint16_t mapCode(std::uint16_t code, const CbMatrix4Rf& m) noexcept
+{
+    using Traits = ZeTQuantizedNormalMultiLevelTraitsFast;
+    const auto n = Traits::Decode<7>(code);
+    return static_cast<std::uint16_t>(
+        Traits::Encode<7>(n.x * m[0][0] + n.y * m[1][0] + n.z * m[2][0],
+                          n.x * m[0][1] + n.y * m[1][1] + n.z * m[2][1],
+                          n.x * m[0][2] + n.y * m[1][2] + n.z * m[2][2], code));
+}
+
+} // namespace
+
+ZeCSurfelTransformation::ZeCSurfelTransformation(const CbMatrix4Rf& transformation) noexcept
+    : positions_(transformation),
+      normals_(transformation),
+      keepPositions_(transformation == c_matIdentityF),
+      keepNormals_(turnsNothing(transformation))
+{
+    if (keepNormals_ || isRigid(transformation)) return;
+    keepNormals_ = !inverseTranspose(transformation, normals_);
+}
+
+void ZeCSurfelTransformation::MapPositions(const CbVector3f* from, CbVector3f* to,
+                                           std::size_t count) const noexcept
+{
+    if (keepPositions_) {
+        std::memcpy(to, from, count * sizeof *to);
+        return;
+    }
+    const CbMatrix4Rf m = positions_;
+    float mapped[3 * c_block + 1];
+    for (std::size_t n = 0; count > 0; count -= n, from += n, to += n) {
+        n = std::min(count, c_block);
+        for (std::size_t i = 0; i < n; ++i) mapPosition(from[i], m, mapped + 3 * i);
+        std::memcpy(to, mapped, n * sizeof *to);
+    }
+}
+
+void ZeCSurfelTransformation::MapNormals(const ZeCQuantizedNormal* from, ZeCQuantizedNormal* to,
+                                         std::size_t count) const noexcept
+{
+    if (keepNormals_) {
+        std::memcpy(static_cast<void*>(to), from, count * sizeof *to);
+        return;
+    }
+    const CbMatrix4Rf m = normals_;
+    std::uint16_t codes[c_block];
+    for (; count >= c_block; count -= c_block, from += c_block, to += c_block) {
+        std::memcpy(codes, from, sizeof codes);
+        for (std::uint16_t& code : codes) code = mapCode(code, m);
+        std::memcpy(static_cast<void*>(to), codes, sizeof codes);
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        to[i] = ZeCQuantizedNormal::FromCode(mapCode(from[i].GetCode(), m));
+    }
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/datacontainer/zecquantizednormal.h"
+#include "platform/math3d/cbmatrix4.h"
+
+#include <cstddef>
+
+/// What a transformation does to positions and normals, worked out once for many surfels.
+///
+/// All calls give the same bits for the same surfel, however many come in one call. An identity
+/// leaves positions and codes as they are.
+class ZeCSurfelTransformation
+{
+public:
+    explicit ZeCSurfelTransformation(const CbMatrix4Rf& transformation) noexcept;
+
+    /// Maps @p count positions into memory that must not overlap them.
+    void MapPositions(const CbVector3f* from, CbVector3f* to, std::size_t count) const noexcept;
+
+    /// Maps @p count normals into memory that must not overlap them. A rigid transformation (groups
+    /// 0 to 2 orthonormal within 1e-4) maps them as it maps directions, any other by the inverse
+    /// transpose. A code stays where its normal would become zero or not finite.
+    void MapNormals(const ZeCQuantizedNormal* from, ZeCQuantizedNormal* to,
+                    std::size_t count) const noexcept;
+
+private:
+    CbMatrix4Rf positions_;
+    CbMatrix4Rf normals_; ///< groups 0 to 2 map normals; only used where keepNormals_ is false
+    bool keepPositions_;  ///< the identity
+    bool keepNormals_;    ///< nothing turns, or there is no inverse transpose
+};

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "platform/datacontainer/zecmodelqmt.h"
+
+/// The model of a single depth image, as the scanner delivers it.
+class PLATFORM_API QMT_DepthImage : public ZeCModelQMT
+{
+public:
+    using ZeCModelQMT::ZeCModelQMT;
+
+    static const CbRTTI RTTI;
+
+    static IObject* CreateByFactory();
+    /// The clone has a new id and shares the collections.
+    static IObject* CloneByFactory(const IObject& object);
+    [[nodiscard]] const CbRTTI& GetRTTI() const override;
+
+protected:
+    QMT_DepthImage(const QMT_DepthImage&) = default;
+    QMT_DepthImage& operator=(const QMT_DepthImage&) = delete;
+    ~QMT_DepthImage() override;
+};

@@ -1,0 +1,88 @@
+#include "platform/datacontainer/zecsurfelarrays.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <utility>
+
+namespace
+{
+
+constexpr std::align_val_t c_alignment{64};
+
+static_assert(sizeof(CbVector3f) == 12 && sizeof(ZeCQuantizedNormal) == 2 &&
+              sizeof(ZeCCompressedColor) == 4 && sizeof(bool) == 1);
+
+constexpr std::size_t paddedCapacity(std::size_t count)
+{
+    return (count + ZeCSurfelArrays::c_group - 1) / ZeCSurfelArrays::c_group *
+           ZeCSurfelArrays::c_group;
+}
+
+template<class T>
+void copyArray(const T* from, T* to, std::size_t count) noexcept
+{
+    std::memcpy(static_cast<void*>(to), from, count * sizeof(T));
+}
+
+} // namespace
+
+void ZeCSurfelArrays::Free::operator()(std::byte* block) const noexcept
+{
+    ::operator delete(block, c_alignment);
+}
+
+ZeCSurfelArrays::ZeCSurfelArrays(std::uint32_t count)
+    : capacity_(paddedCapacity(count)), size_(count)
+{
+    if (capacity_ == 0) return;
+    block_.reset(static_cast<std::byte*>(::operator new(capacity_* c_bytesPerSurfel, c_alignment)));
+}
+
+ZeCSurfelArrays::ZeCSurfelArrays(const ZeCSurfelArrays& other) : ZeCSurfelArrays(other.size_)
+{
+    copyFrom(other);
+}
+
+void ZeCSurfelArrays::Resize(std::uint32_t count)
+{
+    if (count > capacity_) {
+        constexpr std::size_t c_most = std::numeric_limits<std::uint32_t>::max();
+        const std::size_t room = std::max<std::size_t>(count, capacity_ + capacity_ / 2);
+        ZeCSurfelArrays larger(static_cast<std::uint32_t>(std::min(room, c_most)));
+        larger.copyFrom(*this);
+        Swap(larger);
+    }
+    size_ = count;
+}
+
+void ZeCSurfelArrays::Fill(std::uint32_t first, std::uint32_t count) noexcept
+{
+    std::fill_n(GetPositions() + first, count, CbVector3f{});
+    std::fill_n(GetNormals() + first, count, ZeCQuantizedNormal{});
+    std::fill_n(GetColors() + first, count, ZeCCompressedColor{});
+    std::fill_n(GetQualities() + first, count, std::uint8_t{255});
+    std::fill_n(GetTissueTypes() + first, count, std::uint8_t{0});
+    std::fill_n(GetBoundaryFlags() + first, count, false);
+    std::fill_n(GetCurvatures() + first, count, std::uint8_t{128});
+}
+
+void ZeCSurfelArrays::Swap(ZeCSurfelArrays& other) noexcept
+{
+    std::swap(block_, other.block_);
+    std::swap(capacity_, other.capacity_);
+    std::swap(size_, other.size_);
+}
+
+void ZeCSurfelArrays::copyFrom(const ZeCSurfelArrays& other) noexcept
+{
+    if (other.size_ == 0) return;
+    copyArray(other.GetPositions(), GetPositions(), other.size_);
+    copyArray(other.GetNormals(), GetNormals(), other.size_);
+    copyArray(other.GetColors(), GetColors(), other.size_);
+    copyArray(other.GetQualities(), GetQualities(), other.size_);
+    copyArray(other.GetTissueTypes(), GetTissueTypes(), other.size_);
+    copyArray(other.GetBoundaryFlags(), GetBoundaryFlags(), other.size_);
+    copyArray(other.GetCurvatures(), GetCurvatures(), other.size_);
+}

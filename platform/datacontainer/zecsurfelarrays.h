@@ -1,0 +1,76 @@
+#pragma once
+
+#include "platform/base/platformapi.h"
+#include "platform/datacontainer/zeccompressedcolor.h"
+#include "platform/datacontainer/zecquantizednormal.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+/// The memory of a surfel container: seven arrays in one block, 22 bytes per surfel.
+///
+/// Each array starts at a multiple of 64 bytes and has room for a multiple of 64 surfels, so that
+/// loops over whole groups need no tail.
+class PLATFORM_API ZeCSurfelArrays
+{
+public:
+    /// Surfels that the room is a multiple of.
+    static constexpr std::size_t c_group = 64;
+    static constexpr std::size_t c_bytesPerSurfel = 22;
+
+    ZeCSurfelArrays() noexcept = default;
+    /// Makes room for @p count surfels, whose values are not set.
+    explicit ZeCSurfelArrays(std::uint32_t count);
+    ZeCSurfelArrays(const ZeCSurfelArrays& other);
+    ZeCSurfelArrays(ZeCSurfelArrays&& other) noexcept { Swap(other); }
+    ZeCSurfelArrays& operator=(ZeCSurfelArrays other) noexcept
+    {
+        Swap(other);
+        return *this;
+    }
+    ~ZeCSurfelArrays() = default;
+
+    [[nodiscard]] std::uint32_t GetSize() const noexcept { return size_; }
+    [[nodiscard]] std::size_t GetCapacity() const noexcept { return capacity_; }
+
+    [[nodiscard]] CbVector3f* GetPositions() const noexcept { return at<CbVector3f>(0); }
+    [[nodiscard]] ZeCQuantizedNormal* GetNormals() const noexcept
+    {
+        return at<ZeCQuantizedNormal>(12);
+    }
+    [[nodiscard]] ZeCCompressedColor* GetColors() const noexcept
+    {
+        return at<ZeCCompressedColor>(14);
+    }
+    [[nodiscard]] std::uint8_t* GetQualities() const noexcept { return at<std::uint8_t>(18); }
+    [[nodiscard]] std::uint8_t* GetTissueTypes() const noexcept { return at<std::uint8_t>(19); }
+    [[nodiscard]] bool* GetBoundaryFlags() const noexcept { return at<bool>(20); }
+    [[nodiscard]] std::uint8_t* GetCurvatures() const noexcept { return at<std::uint8_t>(21); }
+
+    /// Changes the number of surfels and keeps the values; those of added surfels are not set.
+    /// All or nothing. Cost: amortised constant for each surfel added.
+    void Resize(std::uint32_t count);
+    /// Gives all attributes of @p count surfels from @p first on their neutral values: the origin,
+    /// normal +z, grey 128, quality 1, tissue type 0, no boundary, curvature 128.
+    void Fill(std::uint32_t first, std::uint32_t count) noexcept;
+    void Swap(ZeCSurfelArrays& other) noexcept;
+
+private:
+    struct Free
+    {
+        void operator()(std::byte* block) const noexcept;
+    };
+
+    // Arrays stand in the order of their bytes before a surfel's own in the block.
+    template<class T>
+    [[nodiscard]] T* at(std::size_t bytesBefore) const noexcept
+    {
+        return reinterpret_cast<T*>(block_.get() + bytesBefore * capacity_);
+    }
+    void copyFrom(const ZeCSurfelArrays& other) noexcept;
+
+    std::unique_ptr<std::byte, Free> block_; ///< null where capacity_ is 0
+    std::size_t capacity_ = 0;               ///< multiple of c_group, not below size_
+    std::uint32_t size_ = 0;
+};

@@ -1,0 +1,160 @@
+#pragma once
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+
+// Loops over a function are worked on several elements at a time only where it is inlined.
+#if defined(_MSC_VER)
+#define CB_ALWAYS_INLINE __forceinline
+#else
+#define CB_ALWAYS_INLINE __attribute__((always_inline))
+#endif
+
+/// The octahedral map of directions to codes: the octahedron |x| + |y| + |z| = 1 is unfolded to a
+/// square (the lower half is turned outwards over the edges of the upper one), which is cut into
+/// cells. Cell numbers u and v are interleaved, u first, so that dropping the lowest two bits of a
+/// code gives the code of the cell that holds it one level up.
+///
+/// "Fast": nothing but basic single-precision arithmetic without branches, so that loops over codes
+/// work on several at a time and give the same bits as single calls.
+struct ZeTQuantizedNormalMultiLevelTraitsFast
+{
+    /// A point of the octahedron, which is a direction of arbitrary length.
+    struct Point
+    {
+        float x;
+        float y;
+        float z;
+    };
+
+    /// Returns the centre of the cell of a code.
+    template<unsigned Level>
+    [[nodiscard]] CB_ALWAYS_INLINE static Point Decode(std::uint32_t code) noexcept
+    {
+        constexpr int c_cells = 2 << Level;
+        const float u = centre<c_cells>(evenBits(code >> 1U));
+        const float v = centre<c_cells>(evenBits(code));
+        const float z = 1.0F - std::fabs(u) - std::fabs(v);
+        const float beyond = masked(-z, negative(z));
+        return {u - std::copysign(beyond, u), v - std::copysign(beyond, v), z};
+    }
+
+    /// Returns the code of a direction, or @p fallback where the sum of the magnitudes of its
+    /// coordinates is zero or not finite.
+    template<unsigned Level>
+    [[nodiscard]] CB_ALWAYS_INLINE static std::uint32_t Encode(float x, float y, float z,
+                                                               std::uint32_t fallback) noexcept
+    {
+        constexpr int c_cells = 2 << Level;
+        const float length = std::fabs(x) + std::fabs(y) + std::fabs(z);
+        const std::uint32_t valid = positiveAndFinite(length);
+        const float u = masked(x / length, valid);
+        const float v = masked(y / length, valid);
+        const float outerU = std::copysign(1.0F - std::fabs(v), u);
+        const float outerV = std::copysign(1.0F - std::fabs(u), v);
+        const std::uint32_t below = negative(z);
+        const std::uint32_t code =
+            spreadBits(cell<c_cells>(masked(outerU, below) + masked(u, ~below))) << 1U |
+            spreadBits(cell<c_cells>(masked(outerV, below) + masked(v, ~below)));
+        return (code & valid) | (fallback & ~valid);
+    }
+
+private:
+    // Masks are all ones or zero: conditions would become branches, which nothing predicts here.
+    static float masked(float value, std::uint32_t mask) noexcept
+    {
+        return std::bit_cast<float>(std::bit_cast<std::uint32_t>(value) & mask);
+    }
+    static std::uint32_t negative(float value) noexcept
+    {
+        return static_cast<std::uint32_t>(std::bit_cast<std::int32_t>(value) >> 31);
+    }
+    static std::uint32_t positiveAndFinite(float value) noexcept
+    {
+        constexpr std::int32_t c_infinity = 0x7F800000;
+        const auto bits = std::bit_cast<std::int32_t>(value) & 0x7FFFFFFF;
+        return static_cast<std::uint32_t>((-bits & (bits - c_infinity)) >> 31);
+    }
+
+    template<int Cells>
+    static float centre(std::uint32_t cell) noexcept
+    {
+        return static_cast<float>(2 * static_cast<int>(cell) + 1 - Cells) / Cells;
+    }
+    template<int Cells>
+    static std::uint32_t cell(float coordinate) noexcept
+    {
+        const int found = static_cast<int>(coordinate * (Cells / 2) + (Cells / 2));
+        return static_cast<std::uint32_t>(found -
+                                          found / Cells); // the upper border counts as inside
+    }
+    static std::uint32_t evenBits(std::uint32_t bits) noexcept
+    {
+        bits &= 0x5555U;
+        bits = (bits | bits >> 1U) & 0x3333U;
+        bits = (bits | bits >> 2U) & 0x0F0FU;
+        return (bits | bits >> 4U) & 0x00FFU;
+    }
+    static std::uint32_t spreadBits(std::uint32_t bits) noexcept
+    {
+        bits = (bits | bits << 4U) & 0x0F0FU;
+        bits = (bits | bits << 2U) & 0x3333U;
+        return (bits | bits << 1U) & 0x5555U;
+    }
+};
+
+/// A unit normal in 2*(Level + 1) bits.
+///
+/// A code is the cell of a direction; decoding gives the centre of the cell, normalised, and
+/// encoding that gives the code again. At level 7 (65536 cells) the error is at most 0.95 degrees.
+template<class Vector, unsigned Level, class Traits>
+class ZeTQuantizedNormalMultiLevel
+{
+    static_assert(Level <= 7, "codes have 16 bits");
+
+public:
+    using Code = std::uint16_t;
+
+    /// The cell of the direction +z.
+    ZeTQuantizedNormalMultiLevel() noexcept = default;
+    /// Takes a direction of any length; +z where the length is zero or a coordinate is not finite.
+    explicit ZeTQuantizedNormalMultiLevel(const Vector& direction) noexcept
+    {
+        // Exact but for tiny coordinates beside huge ones, whose sum might overflow.
+        constexpr float c_huge = 1e37F;
+        const bool huge = std::fabs(direction.x) > c_huge || std::fabs(direction.y) > c_huge ||
+                          std::fabs(direction.z) > c_huge;
+        const float scale = huge ? 0.25F : 1.0F;
+        code_ = static_cast<Code>(Traits::template Encode<Level>(
+            direction.x * scale, direction.y * scale, direction.z * scale, c_up));
+    }
+    [[nodiscard]] static ZeTQuantizedNormalMultiLevel FromCode(Code code) noexcept
+    {
+        ZeTQuantizedNormalMultiLevel normal;
+        normal.code_ = code;
+        return normal;
+    }
+
+    [[nodiscard]] Code GetCode() const noexcept { return code_; }
+    /// The code of the larger cell that holds this one at a coarser level.
+    [[nodiscard]] Code GetCode(unsigned level) const noexcept
+    {
+        return static_cast<Code>(code_ >> 2 * (Level - level));
+    }
+    /// The direction of the cell's centre, with length 1.
+    [[nodiscard]] Vector GetNormal() const noexcept
+    {
+        const auto p = Traits::template Decode<Level>(code_);
+        const float length = std::sqrt(p.x * p.x + p.y * p.y + p.z * p.z);
+        return {p.x / length, p.y / length, p.z / length};
+    }
+
+    friend bool operator==(const ZeTQuantizedNormalMultiLevel&,
+                           const ZeTQuantizedNormalMultiLevel&) = default;
+
+private:
+    static constexpr Code c_up = static_cast<Code>(3U << 2 * Level); ///< the middle of the square
+
+    Code code_ = c_up;
+};

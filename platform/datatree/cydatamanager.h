@@ -85,6 +85,8 @@ private:
     friend class CyNode;
     friend struct TestAccess;
 
+    void ask(const CyNode& node, bool write, CyLockRecord& record);
+    static void takeOut(CyDataTreeEntry& entry) noexcept;
     [[nodiscard]] CbSmartPointer<CyNode> parentOf(const CyNode& node) const;
     [[nodiscard]] std::vector<CbSmartPointer<CyNode>> childrenOf(const CyNode& node) const;
 

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-class CyLockThread;
+struct CyLockThread;
 struct CyDataTreeEntry;
 
 /// A locking query, embedded in the handle that made it.

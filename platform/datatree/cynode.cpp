@@ -1,0 +1,42 @@
+#include "platform/datatree/cynode.h"
+
+#include "platform/datatree/cydatamanager.h"
+
+const CbRTTI CyNode::RTTI(CB_TEXT("CyNode"), &CyNode::CreateByFactory, &CyNode::CloneByFactory);
+
+IObject* CyNode::CreateByFactory() { return new CyNode; }
+
+IObject* CyNode::CloneByFactory(const IObject& object)
+{
+    return new CyNode(static_cast<const CyNode&>(object));
+}
+
+CyNode::CyNode() = default;
+
+CyNode::CyNode(const CyNode& /*other*/) : CyNode() {}
+
+CyNode::~CyNode() = default;
+
+bool CyNode::IsSerializable() const { return false; }
+
+IObject* CyNode::CreateData(const CString& /*className*/) { return nullptr; }
+
+const CbRTTI& CyNode::GetRTTIData() const { return GetRTTI(); }
+
+CbSmartPointer<CyNode> CyNode::GetParent() const
+{
+    const CyDataManager* const manager = GetDataManager();
+    return manager != nullptr ? manager->parentOf(*this) : nullptr;
+}
+
+std::vector<CbSmartPointer<CyNode>> CyNode::GetChildren() const
+{
+    const CyDataManager* const manager = GetDataManager();
+    return manager != nullptr ? manager->childrenOf(*this) : std::vector<CbSmartPointer<CyNode>>();
+}
+
+bool CyNode::isModified() const { return modified_; }
+
+void CyNode::setModified(bool modified, bool /*passOn*/) { modified_ = modified; }
+
+const CbRTTI& CyNode::GetRTTI() const { return RTTI; }

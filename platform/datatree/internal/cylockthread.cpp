@@ -1,0 +1,87 @@
+#include "platform/datatree/internal/cylockthread.h"
+
+#include "platform/datatree/internal/cylockengine.h"
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace
+{
+
+using Threads = std::vector<CyLockThread*>;
+
+// A plain pointer, so that handles of static objects still work after the thread's other objects
+// are gone. What is made that late stays until the process ends.
+constinit thread_local Threads* t_threads = nullptr;
+
+// Marks the thread as ended for one engine; true where nothing holds the object any more.
+bool end(CyLockThread& thread) noexcept
+{
+    CyLockEngine& engine = thread.engine;
+    const CyDataTreeMutexLock lock(engine.mutex);
+    return engine.EndThread(thread);
+}
+
+struct AtThreadEnd
+{
+    AtThreadEnd() = default;
+    AtThreadEnd(const AtThreadEnd&) = delete;
+    AtThreadEnd& operator=(const AtThreadEnd&) = delete;
+    ~AtThreadEnd()
+    {
+        const std::unique_ptr<Threads> threads(std::exchange(t_threads, nullptr));
+        for (CyLockThread* thread : *threads) {
+            if (end(*thread)) delete thread;
+        }
+    }
+};
+
+// True, and out of use, where the manager is gone and no handle is left.
+bool isLeftOver(CyLockThread& thread) noexcept
+{
+    CyLockEngine& engine = thread.engine;
+    const CyDataTreeMutexLock lock(engine.mutex);
+    return engine.IsClosed() && thread.records == 0 && engine.EndThread(thread);
+}
+
+void deleteLeftOvers(Threads& threads) noexcept
+{
+    std::erase_if(threads, [](CyLockThread* thread) {
+        const bool leftOver = isLeftOver(*thread);
+        if (leftOver) delete thread;
+        return leftOver;
+    });
+}
+
+} // namespace
+
+CyLockThread::CyLockThread(CyLockEngine& lockEngine) : engine(lockEngine) { engine.AddReference(); }
+
+CyLockThread::~CyLockThread() { engine.Release(); }
+
+CyLockThread* CyLockThread::Find(const CyLockEngine& engine) noexcept
+{
+    if (t_threads == nullptr) return nullptr;
+    for (CyLockThread*& thread : *t_threads) {
+        if (&thread->engine != &engine) continue;
+        std::swap(thread, t_threads->front());
+        return t_threads->front();
+    }
+    return nullptr;
+}
+
+CyLockThread& CyLockThread::Get(CyLockEngine& engine)
+{
+    if (CyLockThread* const thread = Find(engine)) return *thread;
+    if (t_threads == nullptr) {
+        auto threads = std::make_unique<Threads>();
+        thread_local AtThreadEnd atThreadEnd;
+        t_threads = threads.release();
+    }
+    deleteLeftOvers(*t_threads);
+    auto thread = std::make_unique<CyLockThread>(engine);
+    t_threads->push_back(thread.get());
+    return *thread.release();
+}

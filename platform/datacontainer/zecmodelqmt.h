@@ -19,10 +19,10 @@ class PLATFORM_API ZeCModelQMT : public CbReferenceCounted, public IObject
 {
 public:
     /// Which of its collections a model is asked for. Other values are legal and name none.
-    enum ESurfelCollectionType : std::int32_t
+    enum class ESurfelCollectionType : std::int32_t
     {
-        sctStandard = 1,
-        sctAccurate = 3
+        Standard = 1,
+        Accurate = 3
     };
 
     static const CbRTTI RTTI;
@@ -58,8 +58,8 @@ public:
     [[nodiscard]] const ZeCSurfelCollectionQMT*
     BorrowSurfelCollection(ESurfelCollectionType type) const noexcept
     {
-        if (type == sctStandard) return standard_.Get();
-        return type == sctAccurate ? accurate_.Get() : nullptr;
+        if (type == ESurfelCollectionType::Standard) return standard_.Get();
+        return type == ESurfelCollectionType::Accurate ? accurate_.Get() : nullptr;
     }
 
     [[nodiscard]] CString GetDescription() const;

@@ -74,7 +74,8 @@ void ZeCSurfelCollectionQMT::Serialize(CbStreamReadBinary& stream)
     std::int32_t attributeSet = 0;
     std::uint32_t count = 0;
     stream >> attributeSet >> count;
-    if (attributeSet != asComplete && attributeSet != asSubsampled) {
+    if (attributeSet != static_cast<std::int32_t>(ESurfelAttributeSet::Complete) &&
+        attributeSet != static_cast<std::int32_t>(ESurfelAttributeSet::Subsampled)) {
         throw CbExceptionStream(CB_HERE, "attribute set " + std::to_string(attributeSet));
     }
     if (count > stream.Remaining() / ZeCSurfelArrays::c_bytesPerSurfel) {

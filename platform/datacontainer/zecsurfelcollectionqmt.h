@@ -15,7 +15,8 @@ public:
     static const CbRTTI RTTI;
 
     /// An empty collection.
-    explicit ZeCSurfelCollectionQMT(ESurfelAttributeSet attributeSet = asComplete) noexcept
+    explicit ZeCSurfelCollectionQMT(
+        ESurfelAttributeSet attributeSet = ESurfelAttributeSet::Complete) noexcept
         : ZeCSurfelContainer(attributeSet)
     {}
     /// @param count number of surfels

@@ -23,10 +23,10 @@ class PLATFORM_API ZeCSurfelContainer : public CySurfelCollectionBase
 {
 public:
     /// Which attributes surfels have. Set 0 includes set 1; both hold all seven.
-    enum ESurfelAttributeSet : std::int32_t
+    enum class ESurfelAttributeSet : std::int32_t
     {
-        asComplete = 0,
-        asSubsampled = 1
+        Complete = 0,
+        Subsampled = 1
     };
 
     static const CbRTTI RTTI;

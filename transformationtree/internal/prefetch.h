@@ -1,0 +1,15 @@
+#pragma once
+
+#if defined(_MSC_VER)
+#include <intrin.h>
+#endif
+
+/// Asks the processor to fetch the cache line of an address that is about to be read.
+inline void PrefetchForRead(const void* address) noexcept
+{
+#if defined(_MSC_VER)
+    _mm_prefetch(static_cast<const char*>(address), _MM_HINT_T0);
+#else
+    __builtin_prefetch(address);
+#endif
+}

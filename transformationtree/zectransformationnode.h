@@ -1,0 +1,271 @@
+#pragma once
+
+#include "platform/attributes/zearttiattributecontainer.h"
+#include "platform/base/cbcriticalsection.h"
+#include "platform/base/cbrtti.h"
+#include "platform/base/cbsmartpointer.h"
+#include "platform/base/cbweakpointer.h"
+#include "platform/base/cstring.h"
+#include "platform/base/cyuniqueid.h"
+#include "platform/datacontainer/zecmodelqmt.h"
+#include "platform/datatree/cynode.h"
+#include "platform/math3d/cbmatrix4.h"
+#include "platform/math3d/cyboundingbox3d.h"
+#include "transformationtree/transformationtreeapi.h"
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+class CbStreamReadBinary;
+class CbStreamWriteBinary;
+class ZeCTransformationNodeInner;
+class ZeCTransformationNodeLeaf;
+
+/// A node of the transformation tree: what leaves and inner nodes share.
+///
+/// A node has an id, a description, a visibility flag, a transformation from its own frame into its
+/// father's frame, a model (a leaf's scan, or the cached merged model of an inner node), two
+/// revisions and typed attributes. Lengths are millimetres.
+///
+/// Fathers own their children, the link to the father is weak. Nodes are created and linked by
+/// ZeCTransformationNodeManager only. A copied node is a detached twin: it has a new id and neither
+/// father nor model nor attributes.
+///
+/// Threads: the two revisions have a lock of their own, and GetFather() may run while the father is
+/// destroyed. Everything else is guarded by the handles of the node manager: a read handle on the
+/// node or above it for the const functions, a write handle for the others.
+class TRANSFORMATIONTREE_API ZeCTransformationNode : public CyNode
+{
+public:
+    class ZeNNodeIterator;
+    class ZeNLeafNodeIterator;
+    class ZeNCachedLeafNodeIterator;
+    class ZeNInnerNodeIterator;
+    class ZeNFatherIterator;
+    template<class Iterator>
+    class ZeTNodeRange;
+
+    /// What AssumeAttributes() takes over; compared as a whole, not bit by bit.
+    enum class EAttributesToCopy : std::uint32_t
+    {
+        Properties = 0,        ///< transformation, description and visibility
+        PropertiesAndModel = 1 ///< an inner node's cached model as well
+    };
+
+    static const CbRTTI RTTI;
+
+    ZeCTransformationNode& operator=(const ZeCTransformationNode&) = delete;
+
+    /// @name Identity
+    /// @{
+
+    /// Returns the id. May be called through a null pointer, which gives GetInvalidID().
+    [[nodiscard]] CyUniqueID GetID() const;
+    /// The id that no node has: "00000000-0000-0000-0000-000000000000".
+    [[nodiscard]] static const CyUniqueID& GetInvalidID();
+    /// @}
+
+    /// @name Description and visibility
+    /// @{
+
+    [[nodiscard]] const CString& GetDescription() const noexcept { return description_; }
+    /// Sets the description, and that of an inner node's cached model with it. A leaf's model keeps
+    /// the one that it was captured with.
+    void SetDescription(const CString& description);
+
+    [[nodiscard]] bool IsVisible() const noexcept { return visible_; }
+    /// Sets the visibility. No revision changes.
+    void SetVisible(bool visible) noexcept { visible_ = visible; }
+    /// @}
+
+    /// Returns the father, or null for a root, a detached node or one whose father is being
+    /// destroyed. Threads: any time.
+    [[nodiscard]] CbSmartPointer<ZeCTransformationNodeInner> GetFather() const;
+    /// True where @p father is the father. Threads: any time. Counts no references.
+    [[nodiscard]] bool IsChildOf(const ZeCTransformationNodeInner& father) const noexcept;
+
+    /// @name Relative transformation
+    /// @{
+
+    /// The transformation from this node's frame into the father's frame.
+    [[nodiscard]] const CbMatrix4Rd& GetRelativeTrafo() const noexcept { return relativeTrafo_; }
+    /// Sets the transformation into the father's frame and renews the transformation revision.
+    void SetRelativeTrafo(const CbMatrix4Rd& trafo);
+
+    /// Returns the transformation from this node's frame into that of @p ancestor: the identity for
+    /// this node itself. Null, or a node that is not above this one, stands for the root of the
+    /// chain. Cost: one product for each level.
+    [[nodiscard]] CbMatrix4Rd
+    GetRelativeTrafo(const CbSmartPointer<const ZeCTransformationNodeInner>& ancestor) const;
+    /// Places the node so that its transformation into the frame of @p ancestor becomes @p trafo,
+    /// and renews the transformation revision. The ancestor is understood as in
+    /// GetRelativeTrafo(ancestor), asked of the father.
+    /// Throws: CbException for a node without father, CyExceptionNotInvertible where the father's
+    /// transformation to the ancestor is singular; the node stays as it was.
+    void SetRelativeTrafo(const CbMatrix4Rd& trafo,
+                          const CbSmartPointer<const ZeCTransformationNodeInner>& ancestor);
+    /// @}
+
+    /// @name Revisions
+    /// Numbers from one counter of the process, unique and strictly increasing as they are handed
+    /// out. A mask selects the model revision (bit 0) and the transformation revision (bit 1);
+    /// other bits mean nothing. Threads: any time.
+    /// @{
+
+    /// Gives each selected revision the next number, the model revision first; no other thread's
+    /// number comes between the two.
+    void NewNodeRevision(unsigned int mask);
+    /// Returns the larger of the selected revisions, -1 where none is selected.
+    [[nodiscard]] long long GetNodeRevision(unsigned int mask) const;
+    /// Sets the selected revisions. The counter stays as it is.
+    void SetNodeRevision(long long revision, unsigned int mask);
+    /// @}
+
+    /// @name Attributes
+    /// They forward to the attribute container. No revision changes.
+    /// @{
+
+    [[nodiscard]] ZeARTTIAttributeContainer& GetAllAttributes() noexcept { return attributes_; }
+    [[nodiscard]] const ZeARTTIAttributeContainer& GetAllAttributes() const noexcept
+    {
+        return attributes_;
+    }
+    /// Adds the attribute, or puts it in the place of the one of the same type. Null is ignored.
+    void SetAttribute(const CbSmartPointer<ZeARTTIAttribute>& attribute);
+    /// Takes over the pointers of another container, type by type.
+    void SetAttributes(ZeARTTIAttributeContainer& attributes);
+    /// Removes the attribute of exactly that type, if there is one.
+    void DeleteAttribute(const CbRTTI& type);
+    /// Removes the attributes of exactly those types.
+    void DeleteAttributes(const std::vector<const CbRTTI*>& types);
+    /// Removes all attributes.
+    void ClearAttributeContainer();
+    /// Resets each attribute; all stay in place.
+    void ResetAttributes();
+    /// Replaces the attributes by clones of another node's; those that can't be cloned are shared.
+    void CopyAttributesFrom(const ZeCTransformationNode& other);
+    /// Replaces the attributes by clones of a container's; those that can't be cloned are shared.
+    void CopyAttributesFrom(const ZeARTTIAttributeContainer& attributes);
+    /// Writes the attribute container's record.
+    void SerializeAttributes(CbStreamWriteBinary& stream) const;
+    /// Reads the attribute container's record; the attributes stay as they are where it throws.
+    void SerializeAttributes(CbStreamReadBinary& stream);
+    /// @}
+
+    /// Returns the model: a leaf's scan, or an inner node's cached merged model; null for none.
+    [[nodiscard]] virtual CbSmartPointer<const ZeCModelQMT> GetModel() const;
+    /// Returns the revision that the model stands for, -1 where that is not known.
+    [[nodiscard]] virtual long long GetModelRevision() const = 0;
+    /// True for leaves, false for inner nodes.
+    [[nodiscard]] virtual bool IsLeaf() const = 0;
+    /// True where no leaf is at or below the node.
+    [[nodiscard]] virtual bool EmptyLeafs() const = 0;
+    /// Returns a box around the surfels at or below the node; which frame it is in, and what
+    /// @p trafo does, differs between leaves and inner nodes.
+    [[nodiscard]] virtual CyBoundingBox3D GetBoundingBox(const CbMatrix4Rd& trafo) const = 0;
+
+    /// Takes over transformation, description and visibility of @p other, but neither id nor
+    /// attributes nor revisions. Null changes nothing.
+    virtual void AssumeAttributes(const CbSmartPointer<const ZeCTransformationNode>& other,
+                                  EAttributesToCopy what);
+
+    /// Returns the newest of the selected revisions at or below the node, -1 for an empty mask.
+    [[nodiscard]] virtual long long GetNodeRevisionSubtree(unsigned int mask) const = 0;
+    /// Brings the newest revisions of the subtree up to its inner nodes. @p out, two numbers,
+    /// receives the node's revisions; it may be null for an inner node.
+    virtual void UpdateNodeRevisionSubtree(long long* out) = 0;
+
+    /// @name Iteration
+    /// Depth-first, fathers before children. Transformations lead into the frame of this node.
+    /// Lifetime: a change in the structure of the walked subtree invalidates iterators.
+    /// Include zectransformationnodeiterators.h to walk.
+    /// @{
+
+    /// Stands on this node.
+    [[nodiscard]] virtual ZeNNodeIterator BeginNode() const = 0;
+    /// Stands on the last node.
+    [[nodiscard]] virtual ZeNNodeIterator LastNode() const = 0;
+    [[nodiscard]] virtual ZeNNodeIterator EndNode() const = 0;
+    /// Returns the last node, which is this one where nothing is below it.
+    [[nodiscard]] virtual CbSmartPointer<ZeCTransformationNode> BackNode() const = 0;
+    /// Stands on the first leaf, or is the end where there is none.
+    [[nodiscard]] virtual ZeNLeafNodeIterator BeginLeaf() const = 0;
+    /// Stands on the last leaf, or is the end where there is none.
+    [[nodiscard]] virtual ZeNLeafNodeIterator LastLeaf() const = 0;
+    [[nodiscard]] virtual ZeNLeafNodeIterator EndLeaf() const = 0;
+    /// Returns the first leaf, or null.
+    [[nodiscard]] virtual CbSmartPointer<ZeCTransformationNodeLeaf> FrontLeaf() const = 0;
+    /// Returns the last leaf, or null.
+    [[nodiscard]] virtual CbSmartPointer<ZeCTransformationNodeLeaf> BackLeaf() const = 0;
+    /// Number of leaves at or below the node. Cost: linear in the number of nodes.
+    [[nodiscard]] virtual unsigned long long GetNrLeafNodes() const = 0;
+    /// Stands on the first cached leaf, or is the end where there is none.
+    [[nodiscard]] virtual ZeNCachedLeafNodeIterator BeginCachedLeaf() const = 0;
+    /// Stands on the last cached leaf, or is the end where there is none.
+    [[nodiscard]] virtual ZeNCachedLeafNodeIterator LastCachedLeaf() const = 0;
+    [[nodiscard]] virtual ZeNCachedLeafNodeIterator EndCachedLeaf() const = 0;
+    /// Returns the first cached leaf, or null.
+    [[nodiscard]] virtual CbSmartPointer<ZeCTransformationNode> FrontCachedLeaf() const = 0;
+    /// Returns the last cached leaf, or null.
+    [[nodiscard]] virtual CbSmartPointer<ZeCTransformationNode> BackCachedLeaf() const = 0;
+    /// Number of cached leaves at or below the node. Cost: linear in the number of nodes visited.
+    [[nodiscard]] virtual unsigned long long GetNrCachedLeafNodes() const = 0;
+    /// Stands on the first inner node, which is this one; the end for a leaf.
+    [[nodiscard]] virtual ZeNInnerNodeIterator BeginInner() const = 0;
+    /// Stands on the last inner node; the end for a leaf.
+    [[nodiscard]] virtual ZeNInnerNodeIterator LastInner() const = 0;
+    [[nodiscard]] virtual ZeNInnerNodeIterator EndInner() const = 0;
+
+    /// The same walks as ranges that lend out node and matrix without counting references.
+    ///
+    /// @code
+    /// for (const auto& [leaf, trafo] : cluster->Leaves()) Draw(*leaf.GetModel(), trafo);
+    /// @endcode
+    [[nodiscard]] ZeTNodeRange<ZeNNodeIterator> Nodes() const;
+    [[nodiscard]] ZeTNodeRange<ZeNLeafNodeIterator> Leaves() const;
+    [[nodiscard]] ZeTNodeRange<ZeNCachedLeafNodeIterator> CachedLeaves() const;
+    [[nodiscard]] ZeTNodeRange<ZeNInnerNodeIterator> InnerNodes() const;
+    /// @}
+
+protected:
+    enum class EKind : bool
+    {
+        Inner,
+        Leaf
+    };
+
+    explicit ZeCTransformationNode(EKind kind);
+    ZeCTransformationNode(EKind kind, CbSmartPointer<const ZeCModelQMT> model);
+    ZeCTransformationNode(const ZeCTransformationNode& other);
+    ~ZeCTransformationNode() override;
+
+    /// The model and the transformation revision, read together.
+    [[nodiscard]] std::array<long long, 2> getRevisions() const;
+
+private:
+    friend class ZeCTransformationNodeInner;
+    friend class ZeCTransformationNodeManager;
+    friend struct TestAccess;
+
+    static long long getNextGlobalNodeRevision();
+    static void assertGlobalNodeHeadRevisionValid(long long revision);
+    /// Raises each revision to the given one where that is larger; returns the results.
+    std::array<long long, 2> raiseRevisions(const std::array<long long, 2>& revisions);
+
+    void setID(const CyUniqueID& id);
+    void setFather(const CbSmartPointer<ZeCTransformationNodeInner>& father) noexcept;
+
+    ZeARTTIAttributeContainer attributes_;
+    CbWeakPointer<ZeCTransformationNodeInner> father_;
+    CbSmartPointer<const ZeCModelQMT> model_;
+    CbMatrix4Rd relativeTrafo_;
+    CString description_;
+    CyUniqueID id_;
+    mutable CbCriticalSection nodeLock_;
+    std::array<long long, 2> revisions_ CB_GUARDED_BY(nodeLock_); ///< model, transformation
+    bool visible_ = false;
+    const bool leaf_; ///< what IsLeaf() answers, for walks that make no virtual calls
+    /// An old father may still list this node after an exchange.
+    bool mayBeStale_ = false;
+};

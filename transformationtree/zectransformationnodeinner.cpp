@@ -1,0 +1,184 @@
+#include "transformationtree/zectransformationnodeinner.h"
+
+#include "transformationtree/internal/subtreewalk.h"
+#include "transformationtree/zectransformationnodeiterators.h"
+#include "transformationtree/zectransformationnodeleaf.h"
+
+#include <algorithm>
+
+const CbRTTI ZeCTransformationNodeInner::RTTI(CB_TEXT("ZeCTransformationNodeInner"),
+                                              &ZeCTransformationNodeInner::CreateByFactory,
+                                              &ZeCTransformationNodeInner::CloneByFactory,
+                                              &ZeCTransformationNode::RTTI);
+
+IObject* ZeCTransformationNodeInner::CreateByFactory() { return new ZeCTransformationNodeInner; }
+
+IObject* ZeCTransformationNodeInner::CloneByFactory(const IObject& object)
+{
+    return new ZeCTransformationNodeInner(dynamic_cast<const ZeCTransformationNodeInner&>(object));
+}
+
+ZeCTransformationNodeInner::ZeCTransformationNodeInner() : ZeCTransformationNode(EKind::Inner) {}
+
+ZeCTransformationNodeInner::ZeCTransformationNodeInner(const ZeCTransformationNodeInner& other)
+    : ZeCTransformationNode(other), children_(other.children_), modelRevision_(other.modelRevision_)
+{}
+
+ZeCTransformationNodeInner::~ZeCTransformationNodeInner() = default;
+
+void ZeCTransformationNodeInner::operator delete(ZeCTransformationNodeInner* node,
+                                                 std::destroying_delete_t)
+{
+    static_assert(alignof(ZeCTransformationNodeInner) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
+    // The innermost dying node of this thread that still has children; each names the one above it.
+    // A child whose last reference goes here puts itself on top and is freed by the same loop.
+    thread_local ZeCTransformationNodeInner* dying = nullptr;
+    thread_local bool freeing = false;
+
+    node->nextDying_ = dying;
+    dying = node;
+    std::reverse(node->children_.begin(), node->children_.end()); // the first one goes first
+    if (freeing) return;
+
+    freeing = true;
+    while (dying != nullptr) {
+        ZeCTransformationNodeInner* const top = dying;
+        if (!top->children_.empty()) {
+            const auto child = std::move(top->children_.back());
+            top->children_.pop_back();
+            continue;
+        }
+        dying = top->nextDying_;
+        top->~ZeCTransformationNodeInner();
+        ::operator delete(top);
+    }
+    freeing = false;
+}
+
+ZeCTransformationNodeInner::ChildIterator ZeCTransformationNodeInner::LastChild() noexcept
+{
+    return children_.empty() ? children_.end() : children_.end() - 1;
+}
+
+ZeCTransformationNodeInner::ConstChildIterator
+ZeCTransformationNodeInner::LastChild() const noexcept
+{
+    return children_.empty() ? children_.end() : children_.end() - 1;
+}
+
+ZeCTransformationNodeInner::ChildIterator ZeCTransformationNodeInner::FindChild(
+    const CbSmartPointer<const ZeCTransformationNode>& child) noexcept
+{
+    return std::find(children_.begin(), children_.end(), child);
+}
+
+ZeCTransformationNodeInner::ConstChildIterator ZeCTransformationNodeInner::FindChild(
+    const CbSmartPointer<const ZeCTransformationNode>& child) const noexcept
+{
+    return std::find(children_.begin(), children_.end(), child);
+}
+
+CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::FrontChild() noexcept
+{
+    return children_.empty() ? nullptr : children_.front();
+}
+
+CbSmartPointer<const ZeCTransformationNode> ZeCTransformationNodeInner::FrontChild() const noexcept
+{
+    return children_.empty() ? nullptr : children_.front();
+}
+
+CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::BackChild() noexcept
+{
+    return children_.empty() ? nullptr : children_.back();
+}
+
+CbSmartPointer<const ZeCTransformationNode> ZeCTransformationNodeInner::BackChild() const noexcept
+{
+    return children_.empty() ? nullptr : children_.back();
+}
+
+void ZeCTransformationNodeInner::ReserveChildren(unsigned long long number)
+{
+    children_.reserve(number);
+}
+
+void ZeCTransformationNodeInner::SetModel(CbSmartPointer<const ZeCModelQMT> model,
+                                          long long revision)
+{
+    modelRevision_ = revision;
+    model_ = std::move(model);
+}
+
+void ZeCTransformationNodeInner::DeleteModel() { SetModel(nullptr, -1); }
+
+bool ZeCTransformationNodeInner::EmptyLeafs() const { return !FrontLeaf(); }
+
+CyBoundingBox3D ZeCTransformationNodeInner::GetBoundingBox(const CbMatrix4Rd& trafo) const
+{
+    const CbMatrix4Rf rootToResult = ToFloat(trafo);
+    CyBoundingBox3D result;
+    for (const auto& [leaf, leafToRoot] : Leaves()) {
+        CyBoundingBox3D box = leaf.GetBoundingBox(c_matIdentityD);
+        box.Transform(Compose(ToFloat(leafToRoot), rootToResult));
+        result.Extend(box);
+    }
+    return result;
+}
+
+void ZeCTransformationNodeInner::AssumeAttributes(
+    const CbSmartPointer<const ZeCTransformationNode>& other, EAttributesToCopy what)
+{
+    if (!other || other->IsLeaf()) return;
+    ZeCTransformationNode::AssumeAttributes(other, what);
+    const auto& inner = static_cast<const ZeCTransformationNodeInner&>(*other);
+    if (what == EAttributesToCopy::PropertiesAndModel &&
+        inner.children_.size() == children_.size()) {
+        SetModel(inner.model_, inner.modelRevision_);
+    }
+}
+
+long long ZeCTransformationNodeInner::GetNodeRevisionSubtree(unsigned int mask) const
+{
+    long long newest = GetNodeRevision(mask);
+    WalkBelow(*this, [&](const ZeCTransformationNode& node, const auto& /*father*/) {
+        newest = std::max(newest, node.GetNodeRevision(mask));
+        return EVisit::Enter;
+    });
+    return newest;
+}
+
+void ZeCTransformationNodeInner::UpdateNodeRevisionSubtree(long long* out)
+{
+    struct Level
+    {
+        ZeCTransformationNodeInner* node;
+        std::size_t nextChild;
+        std::array<long long, 2> newest;
+    };
+    std::vector<Level> path{{this, 0, getRevisions()}};
+    for (;;) {
+        Level& top = path.back();
+        if (top.nextChild < top.node->children_.size()) {
+            ZeCTransformationNode* const child = top.node->children_[top.nextChild++].Get();
+            if (child == nullptr) continue;
+            if (!child->leaf_) {
+                auto* const inner = static_cast<ZeCTransformationNodeInner*>(child);
+                path.push_back({inner, 0, inner->getRevisions()});
+                continue;
+            }
+            std::array<long long, 2> revisions{};
+            child->UpdateNodeRevisionSubtree(revisions.data());
+            for (std::size_t i : {0, 1}) top.newest[i] = std::max(top.newest[i], revisions[i]);
+            continue;
+        }
+        const auto result = top.node->raiseRevisions(top.newest);
+        path.pop_back();
+        if (path.empty()) {
+            if (out != nullptr) std::copy(result.begin(), result.end(), out);
+            return;
+        }
+        auto& father = path.back().newest;
+        for (std::size_t i : {0, 1}) father[i] = std::max(father[i], result[i]);
+    }
+}

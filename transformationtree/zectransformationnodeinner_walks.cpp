@@ -1,0 +1,198 @@
+// The walks that begin at an inner node.
+
+#include "transformationtree/internal/subtreewalk.h"
+#include "transformationtree/zectransformationnodeinner.h"
+#include "transformationtree/zectransformationnodeiterators.h"
+#include "transformationtree/zectransformationnodeleaf.h"
+
+#include <algorithm>
+
+namespace
+{
+
+// Walks are offered by const nodes and deliver nodes that may be edited: access is ruled by
+// handles.
+CbSmartPointer<ZeCTransformationNodeInner> editable(const ZeCTransformationNodeInner* node)
+{
+    return CbSmartPointer<ZeCTransformationNodeInner>(
+        const_cast<ZeCTransformationNodeInner*>(node));
+}
+
+EVisit stopAtLeaf(const ZeCTransformationNode& node, const ZeCTransformationNodeInner& /*father*/)
+{
+    return node.IsLeaf() ? EVisit::Stop : EVisit::Enter;
+}
+
+bool isCachedLeaf(const ZeCTransformationNode& node) { return node.IsLeaf() || node.GetModel(); }
+
+EVisit stopAtCachedLeaf(const ZeCTransformationNode& node,
+                        const ZeCTransformationNodeInner& /*father*/)
+{
+    return isCachedLeaf(node) ? EVisit::Stop : EVisit::Enter;
+}
+
+} // namespace
+
+ZeCTransformationNode::ZeNNodeIterator ZeCTransformationNodeInner::BeginNode() const
+{
+    return {editable(this), true};
+}
+
+ZeCTransformationNode::ZeNNodeIterator ZeCTransformationNodeInner::EndNode() const
+{
+    return {editable(this), false};
+}
+
+ZeCTransformationNode::ZeNNodeIterator ZeCTransformationNodeInner::LastNode() const
+{
+    ZeNNodeIterator last = EndNode();
+    last.descendToLast();
+    last.atRoot_ = last.path_.IsEmpty();
+    return last;
+}
+
+CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::BackNode() const
+{
+    ZeCTransformationNode* last = editable(this).Get();
+    while (!last->IsLeaf()) {
+        const auto& children = static_cast<ZeCTransformationNodeInner*>(last)->children_;
+        const auto child = std::find_if(children.rbegin(), children.rend(),
+                                        [](const auto& entry) { return entry != nullptr; });
+        if (child == children.rend()) break;
+        last = child->Get();
+    }
+    return CbSmartPointer<ZeCTransformationNode>(last);
+}
+
+ZeCTransformationNode::ZeNLeafNodeIterator ZeCTransformationNodeInner::BeginLeaf() const
+{
+    ZeNLeafNodeIterator first(editable(this), true);
+    return ++first;
+}
+
+ZeCTransformationNode::ZeNLeafNodeIterator ZeCTransformationNodeInner::EndLeaf() const
+{
+    return {editable(this), false};
+}
+
+ZeCTransformationNode::ZeNLeafNodeIterator ZeCTransformationNodeInner::LastLeaf() const
+{
+    ZeNLeafNodeIterator last = EndLeaf();
+    last.descendToLast();
+    if (!last) --last;
+    return last;
+}
+
+CbSmartPointer<ZeCTransformationNodeLeaf> ZeCTransformationNodeInner::FrontLeaf() const
+{
+    auto* const leaf = WalkBelow(*editable(this), &stopAtLeaf);
+    return CbSmartPointer<ZeCTransformationNodeLeaf>(static_cast<ZeCTransformationNodeLeaf*>(leaf));
+}
+
+CbSmartPointer<ZeCTransformationNodeLeaf> ZeCTransformationNodeInner::BackLeaf() const
+{
+    auto* const leaf = WalkBelow<EDirection::Backward>(*editable(this), &stopAtLeaf);
+    return CbSmartPointer<ZeCTransformationNodeLeaf>(static_cast<ZeCTransformationNodeLeaf*>(leaf));
+}
+
+unsigned long long ZeCTransformationNodeInner::GetNrLeafNodes() const
+{
+    unsigned long long number = 0;
+    WalkBelow(*this, [&](const ZeCTransformationNode& node, const auto& /*father*/) {
+        number += node.IsLeaf() ? 1 : 0;
+        return EVisit::Enter;
+    });
+    return number;
+}
+
+ZeCTransformationNode::ZeNCachedLeafNodeIterator ZeCTransformationNodeInner::BeginCachedLeaf() const
+{
+    ZeNCachedLeafNodeIterator first = EndCachedLeaf();
+    first.descendToFirstCached();
+    if (!first) ++first;
+    return first;
+}
+
+ZeCTransformationNode::ZeNCachedLeafNodeIterator ZeCTransformationNodeInner::EndCachedLeaf() const
+{
+    return {editable(this), false};
+}
+
+ZeCTransformationNode::ZeNCachedLeafNodeIterator ZeCTransformationNodeInner::LastCachedLeaf() const
+{
+    ZeNCachedLeafNodeIterator last = EndCachedLeaf();
+    last.descendToLastCached();
+    if (!last) --last;
+    return last;
+}
+
+CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::FrontCachedLeaf() const
+{
+    return CbSmartPointer<ZeCTransformationNode>(WalkBelow(*editable(this), &stopAtCachedLeaf));
+}
+
+CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::BackCachedLeaf() const
+{
+    return CbSmartPointer<ZeCTransformationNode>(
+        WalkBelow<EDirection::Backward>(*editable(this), &stopAtCachedLeaf));
+}
+
+unsigned long long ZeCTransformationNodeInner::GetNrCachedLeafNodes() const
+{
+    unsigned long long number = 0;
+    WalkBelow(*this, [&](const ZeCTransformationNode& node, const auto& /*father*/) {
+        if (!isCachedLeaf(node)) return EVisit::Enter;
+        ++number;
+        return EVisit::Skip;
+    });
+    return number;
+}
+
+ZeCTransformationNode::ZeNInnerNodeIterator ZeCTransformationNodeInner::BeginInner() const
+{
+    return {editable(this), true};
+}
+
+ZeCTransformationNode::ZeNInnerNodeIterator ZeCTransformationNodeInner::EndInner() const
+{
+    return {editable(this), false};
+}
+
+ZeCTransformationNode::ZeNInnerNodeIterator ZeCTransformationNodeInner::LastInner() const
+{
+    ZeNInnerNodeIterator last = EndInner();
+    last.descendToLast();
+    last.atRoot_ = last.path_.IsEmpty();
+    if (!last) --last;
+    return last;
+}
+
+ZeCTransformationNode::ZeNNodeIterator
+ZeCTransformationNodeInner::Find(const CbSmartPointer<ZeCTransformationNode>& node) const
+{
+    std::vector<CbSmartPointer<ZeCTransformationNode>> path; // from the node up
+    for (auto step = node; step.Get() != this; step = step->GetFather()) {
+        if (!step) return EndNode();
+        path.push_back(step);
+    }
+    ZeNNodeIterator found = BeginNode();
+    found.atRoot_ = path.empty();
+    const ZeCTransformationNodeInner* father = this;
+    for (auto step = path.rbegin(); step != path.rend(); ++step) {
+        const auto& children = father->children_;
+        const auto position = father->FindChild(*step);
+        if (position == children.end()) return EndNode();
+        found.push(&*position, children.data() + children.size());
+        father = static_cast<const ZeCTransformationNodeInner*>(step->Get());
+    }
+    return found;
+}
+
+ZeCTransformationNode::ZeNLeafNodeIterator
+ZeCTransformationNodeInner::Find(const CbSmartPointer<ZeCTransformationNodeLeaf>& leaf) const
+{
+    ZeNLeafNodeIterator found = EndLeaf();
+    ZeNNodeIterator& position = found;
+    position = Find(CbSmartPointer<ZeCTransformationNode>(leaf));
+    return found;
+}

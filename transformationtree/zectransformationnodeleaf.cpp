@@ -1,0 +1,162 @@
+#include "transformationtree/zectransformationnodeleaf.h"
+
+#include "platform/datacontainer/zecsurfelcollectionqmt.h"
+#include "transformationtree/zectransformationnodeiterators.h"
+
+const CbRTTI ZeCTransformationNodeLeaf::RTTI(CB_TEXT("ZeCTransformationNodeLeaf"),
+                                             &ZeCTransformationNodeLeaf::CreateByFactory,
+                                             &ZeCTransformationNodeLeaf::CloneByFactory,
+                                             &ZeCTransformationNode::RTTI);
+
+IObject* ZeCTransformationNodeLeaf::CreateByFactory() { return new ZeCTransformationNodeLeaf; }
+
+IObject* ZeCTransformationNodeLeaf::CloneByFactory(const IObject& object)
+{
+    return new ZeCTransformationNodeLeaf(dynamic_cast<const ZeCTransformationNodeLeaf&>(object));
+}
+
+ZeCTransformationNodeLeaf::ZeCTransformationNodeLeaf() : ZeCTransformationNode(EKind::Leaf) {}
+
+ZeCTransformationNodeLeaf::ZeCTransformationNodeLeaf(CbSmartPointer<const ZeCModelQMT> model)
+    : ZeCTransformationNode(EKind::Leaf, std::move(model))
+{
+    SetVisible(true);
+}
+
+ZeCTransformationNodeLeaf::ZeCTransformationNodeLeaf(const ZeCTransformationNodeLeaf& other)
+    : ZeCTransformationNode(other), newEntryScan_(other.newEntryScan_)
+{}
+
+ZeCTransformationNodeLeaf::~ZeCTransformationNodeLeaf() = default;
+
+CyBoundingBox3D ZeCTransformationNodeLeaf::GetBoundingBox(const CbMatrix4Rd& /*trafo*/) const
+{
+    const auto model = GetModel();
+    if (!model) return {};
+    const auto collection =
+        model->GetSurfelCollection(ZeCModelQMT::ESurfelCollectionType::Standard);
+    return collection ? collection->GetBoundingBox() : CyBoundingBox3D{};
+}
+
+void ZeCTransformationNodeLeaf::AssumeAttributes(
+    const CbSmartPointer<const ZeCTransformationNode>& other, EAttributesToCopy what)
+{
+    if (other && other->IsLeaf()) ZeCTransformationNode::AssumeAttributes(other, what);
+}
+
+void ZeCTransformationNodeLeaf::AssumeAttributesIncrementVersion(
+    const CbSmartPointer<const ZeCTransformationNode>& other)
+{
+    AssumeAttributes(other, EAttributesToCopy::PropertiesAndModel);
+}
+
+long long ZeCTransformationNodeLeaf::GetNodeRevisionSubtree(unsigned int mask) const
+{
+    return GetNodeRevision(mask);
+}
+
+void ZeCTransformationNodeLeaf::UpdateNodeRevisionSubtree(long long* out)
+{
+    const auto revisions = getRevisions();
+    out[0] = revisions[0];
+    out[1] = revisions[1];
+}
+
+// The walks that begin at a leaf stop at that leaf alone.
+
+namespace
+{
+
+// Walks are offered by const nodes and deliver nodes that may be edited: access is ruled by
+// handles.
+CbSmartPointer<ZeCTransformationNodeLeaf> editable(const ZeCTransformationNodeLeaf* leaf)
+{
+    return CbSmartPointer<ZeCTransformationNodeLeaf>(const_cast<ZeCTransformationNodeLeaf*>(leaf));
+}
+
+} // namespace
+
+ZeCTransformationNode::ZeNNodeIterator ZeCTransformationNodeLeaf::BeginNode() const
+{
+    return {editable(this), true};
+}
+
+ZeCTransformationNode::ZeNNodeIterator ZeCTransformationNodeLeaf::LastNode() const
+{
+    return {editable(this), true};
+}
+
+ZeCTransformationNode::ZeNNodeIterator ZeCTransformationNodeLeaf::EndNode() const
+{
+    return {editable(this), false};
+}
+
+ZeCTransformationNode::ZeNLeafNodeIterator ZeCTransformationNodeLeaf::BeginLeaf() const
+{
+    return {editable(this), true};
+}
+
+ZeCTransformationNode::ZeNLeafNodeIterator ZeCTransformationNodeLeaf::LastLeaf() const
+{
+    return {editable(this), true};
+}
+
+ZeCTransformationNode::ZeNLeafNodeIterator ZeCTransformationNodeLeaf::EndLeaf() const
+{
+    return {editable(this), false};
+}
+
+ZeCTransformationNode::ZeNCachedLeafNodeIterator ZeCTransformationNodeLeaf::BeginCachedLeaf() const
+{
+    return {editable(this), true};
+}
+
+ZeCTransformationNode::ZeNCachedLeafNodeIterator ZeCTransformationNodeLeaf::LastCachedLeaf() const
+{
+    return {editable(this), true};
+}
+
+ZeCTransformationNode::ZeNCachedLeafNodeIterator ZeCTransformationNodeLeaf::EndCachedLeaf() const
+{
+    return {editable(this), false};
+}
+
+CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeLeaf::BackNode() const
+{
+    return editable(this);
+}
+
+CbSmartPointer<ZeCTransformationNodeLeaf> ZeCTransformationNodeLeaf::FrontLeaf() const
+{
+    return editable(this);
+}
+
+CbSmartPointer<ZeCTransformationNodeLeaf> ZeCTransformationNodeLeaf::BackLeaf() const
+{
+    return editable(this);
+}
+
+CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeLeaf::FrontCachedLeaf() const
+{
+    return editable(this);
+}
+
+CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeLeaf::BackCachedLeaf() const
+{
+    return editable(this);
+}
+
+ZeCTransformationNode::ZeNInnerNodeIterator ZeCTransformationNodeLeaf::BeginInner() const
+{
+    return {editable(this), false};
+}
+
+ZeCTransformationNode::ZeNInnerNodeIterator ZeCTransformationNodeLeaf::LastInner() const
+{
+    return {editable(this), false};
+}
+
+ZeCTransformationNode::ZeNInnerNodeIterator ZeCTransformationNodeLeaf::EndInner() const
+{
+    return {editable(this), false};
+}

@@ -1,0 +1,197 @@
+// The link to the data manager, creation and the root. Structure edits, the mirror in the data
+// manager and locks are in the sources beside this one.
+
+#include "transformationtree/zectransformationnodemanager.h"
+
+#include "logging/log.h"
+#include "platform/base/cbexception.h"
+#include "platform/datacontainer/zecsurfelcollectionqmt.h"
+#include "transformationtree/internal/nodemanagernames.h"
+
+template class CbSingleton<ZeCTransformationNodeManager>;
+
+ZeCTransformationNodeManager::ZeCTransformationNodeManager() = default;
+
+ZeCTransformationNodeManager::~ZeCTransformationNodeManager()
+{
+    if (!root_) return;
+    // Nobody waits at exit: where the lock is not to be had, the root stays in the data manager.
+    const WriteHandle handle = GetWriteHandle(root_);
+    TryLock().Acknowledge();
+    UnsetRootNode();
+}
+
+bool ZeCTransformationNodeManager::SetDataManager(CyDataManager& dataManager,
+                                                  CbSmartPointer<CyNode> node)
+{
+    const CbCriticalSectionLock lock(section_);
+    if (dataManager_.load() != nullptr || !node || node->GetDataManager() != &dataManager) {
+        return false;
+    }
+    dataManager_ = &dataManager;
+    dataManagerNode_ = std::move(node);
+    return true;
+}
+
+bool ZeCTransformationNodeManager::UnsetDataManager()
+{
+    CbSmartPointer<CyNode> node; // goes after the section is left
+    const CbCriticalSectionLock lock(section_);
+    if (root_) return false;
+    dataManager_ = nullptr;
+    node.Swap(dataManagerNode_);
+    return true;
+}
+
+CyDataManager& ZeCTransformationNodeManager::GetDataManager() const
+{
+    CyDataManager* const dataManager = dataManager_.load();
+    if (dataManager == nullptr) throw CbException(CB_HERE, "no data manager is set");
+    return *dataManager;
+}
+
+CbSmartPointer<CyNode> ZeCTransformationNodeManager::GetDataNode(const Node& node) const
+{
+    return IsNodeInDataManager(node) ? CbSmartPointer<CyNode>(node) : nullptr;
+}
+
+CbSmartPointer<const CyNode> ZeCTransformationNodeManager::GetDataNode(const ConstNode& node) const
+{
+    return IsNodeInDataManager(node) ? CbSmartPointer<const CyNode>(node) : nullptr;
+}
+
+bool ZeCTransformationNodeManager::IsNodeInDataManager(const ConstNode& node) noexcept
+{
+    return node && node->GetDataManager() != nullptr;
+}
+
+ZeCTransformationNodeManager::Leaf
+ZeCTransformationNodeManager::CreateLeafNode(CbSmartPointer<const ZeCModelQMT> model)
+{
+    auto leaf = CbMake<ZeCTransformationNodeLeaf>(std::move(model));
+    initCreatedTransformationNode(leaf);
+    return leaf;
+}
+
+ZeCTransformationNodeManager::Leaf ZeCTransformationNodeManager::CreateLeafNodeFromSurfelCollection(
+    CbSmartPointer<ZeCSurfelCollectionQMT> collection)
+{
+    return CreateLeafNode(CbMake<ZeCModelQMT>(std::move(collection), true));
+}
+
+ZeCTransformationNodeManager::Inner ZeCTransformationNodeManager::CreateInnerNode()
+{
+    auto inner = CbMake<ZeCTransformationNodeInner>();
+    initCreatedTransformationNode(inner);
+    return inner;
+}
+
+ZeCTransformationNodeManager::Inner ZeCTransformationNodeManager::CreateRootNode()
+{
+    auto root = CreateInnerNode();
+    try {
+        root->SetDescription(CB_TEXT("Root"));
+        SetRootNode(root);
+    } catch (...) {
+        DeleteNode(root);
+        throw;
+    }
+    return root;
+}
+
+void ZeCTransformationNodeManager::initCreatedTransformationNode(const Node& node)
+{
+    const CbCriticalSectionLock lock(section_);
+    idMap_.Set(node->GetID(), node);
+}
+
+void ZeCTransformationNodeManager::DeleteNode(const Node& node)
+{
+    if (!node) return;
+    Node registered; // goes after the section is left
+    const CbCriticalSectionLock lock(section_);
+    registered = idMap_.Take(node->GetID());
+}
+
+ZeCTransformationNodeManager::Node
+ZeCTransformationNodeManager::GetNodeByID(const CyUniqueID& id) const
+{
+    const CbCriticalSectionLock lock(section_);
+    return findNode(id);
+}
+
+ZeCTransformationNodeManager::Node
+ZeCTransformationNodeManager::findNode(const CyUniqueID& id) const
+{
+    const Node* const node = idMap_.Find(id);
+    return node != nullptr ? *node : nullptr;
+}
+
+ZeCTransformationNodeManager::Inner ZeCTransformationNodeManager::GetRootNode() const
+{
+    const CbCriticalSectionLock lock(section_);
+    return root_;
+}
+
+void ZeCTransformationNodeManager::SetRootNode(const Inner& root)
+{
+    constexpr const char* function = "ZeCTransformationNodeManager::SetRootNode";
+    const CbCriticalSectionLock lock(section_);
+    const bool logged = Logging::IsDebugEnabled(c_nodeManagerLogger);
+    if (logged) logIDMap("SetRootNode enter");
+    if (!root || root->GetFather() || IsNodeInDataManager(root) || root_) {
+        throw CbException(c_nodeManagerFile, 1223, function,
+                          !root               ? "the root is null"
+                          : root_             ? "a root is set already"
+                          : root->GetFather() ? "the node has a father"
+                                              : "the node is in a data manager already");
+    }
+    if (!dataManagerNode_ || dataManagerNode_->GetDataManager() != dataManager_.load()) {
+        throw CbException(c_nodeManagerFile, 1231, function,
+                          !dataManagerNode_ ? "no data manager is set"
+                                            : "the data manager's node has left it");
+    }
+    const Nodes nodes = collectToAdd(root, true);
+    root_ = root;
+    dataManager_.load()->InsertNode(dataManagerNode_, root).Acknowledge();
+    idMap_.Set(root->GetID(), root);
+    // The first node is the root itself.
+    addNodesToDataManager(Nodes(nodes.begin() + 1, nodes.end()), true);
+    if (logged) logIDMap("SetRootNode exit");
+}
+
+void ZeCTransformationNodeManager::UnsetRootNode()
+{
+    const CbCriticalSectionLock lock(section_);
+    if (!root_) return;
+    const bool logged = Logging::IsDebugEnabled(c_nodeManagerLogger);
+    if (logged) logIDMap("UnsetRootNode enter");
+    WriteHandle handle;
+    if (IsNodeInDataManager(root_)) {
+        handle = GetWriteHandle(root_);
+        if (!handle.IsValid()) return;
+    }
+    for (const Node& child : root_->children_) {
+        if (child && child->IsChildOf(*root_)) removeSubtreeFromDataManager(child, true);
+    }
+    idMap_.Remove(root_->GetID());
+    if (handle.IsValid()) dataManager_.load()->RemoveNode(handle).Acknowledge();
+    destroySubtree(root_);
+    root_ = nullptr;
+    if (logged) logIDMap("UnsetRootNode exit");
+}
+
+void ZeCTransformationNodeManager::logIDMap(const char* tag) const
+{
+    constexpr const char* function = "ZeCTransformationNodeManager::logIDMap";
+    const CString wideTag = CString::FromUtf8(tag);
+    Logging::LogDebug(c_nodeManagerLogger, c_nodeManagerFile, 1916, function,
+                      CB_TEXT("Start ID Map: %s"), wideTag.GetString());
+    for (const auto& [id, node] : idMap_) {
+        Logging::LogDebug(c_nodeManagerLogger, c_nodeManagerFile, 1920, function,
+                          CB_TEXT("id %s -> description %s"), id.ToString().GetString(),
+                          node->GetDescription().GetString());
+    }
+    Logging::LogDebug(c_nodeManagerLogger, c_nodeManagerFile, 1922, function,
+                      CB_TEXT("End ID Map: %s"), wideTag.GetString());
+}

@@ -1,0 +1,244 @@
+#pragma once
+
+#include "platform/base/cbcheckreturn.h"
+#include "platform/base/cbcriticalsection.h"
+#include "platform/base/cbhashkey.h"
+#include "platform/base/cbmap.h"
+#include "platform/base/cbsingleton.h"
+#include "platform/datatree/cydatahandlelockonly.h"
+#include "platform/datatree/cydatamanager.h"
+#include "transformationtree/zectransformationnodeinner.h"
+#include "transformationtree/zectransformationnodeleaf.h"
+
+#include <atomic>
+#include <vector>
+
+/// The one place where tree nodes are created, linked and locked; a singleton.
+///
+/// It edits the links between fathers and children, keeps the tree below its root mirrored in the
+/// application's data manager, finds nodes by their ids and grants read and write handles.
+///
+/// A node is in the data manager exactly while its tree hangs below the manager's root. Created
+/// nodes are registered under their ids, and stay alive, until DeleteNode() or an unset root drops
+/// them. The manager posts no messages.
+///
+/// Edits are all or nothing: what is thrown is thrown before anything has changed.
+///
+/// Threads: the critical section guards the link to the data manager, the root and the id map. Who
+/// edits the structure holds write handles: on the father to insert, append, remove, replace or
+/// exchange a child, on both fathers to move one. Nodes outside the data manager need no lock, but
+/// one thread at a time.
+///
+/// @code
+/// auto& manager = CbSingleton<ZeCTransformationNodeManager>::GetInstance();
+/// const auto lock = manager.GetSingleWriteHandleLocked(cluster);
+/// manager.AppendChild(cluster, manager.CreateLeafNode(model));
+/// @endcode
+class TRANSFORMATIONTREE_API ZeCTransformationNodeManager
+{
+public:
+    using Node = CbSmartPointer<ZeCTransformationNode>;
+    using Inner = CbSmartPointer<ZeCTransformationNodeInner>;
+    using Leaf = CbSmartPointer<ZeCTransformationNodeLeaf>;
+    using ConstNode = CbSmartPointer<const ZeCTransformationNode>;
+    using ReadHandle = CyDataHandleLockOnly<0>;
+    using WriteHandle = CyDataHandleLockOnly<1>;
+    using CheckReturn = CbCheckReturn<bool, CbCheckReturnPolicyAssert>;
+
+    ZeCTransformationNodeManager(const ZeCTransformationNodeManager&) = delete;
+    ZeCTransformationNodeManager& operator=(const ZeCTransformationNodeManager&) = delete;
+
+    /// @name Link to the data manager
+    /// @{
+
+    /// Links the manager to a data manager and to the node of it below which the root will hang.
+    /// Refuses, with false, where it is linked already or @p node is null or in another one.
+    /// Lifetime: the data manager must stay until it is unset.
+    [[nodiscard]] bool SetDataManager(CyDataManager& dataManager, CbSmartPointer<CyNode> node);
+    /// Takes the link away. Refuses, with false, while a root is set.
+    [[nodiscard]] bool UnsetDataManager();
+    /// Throws: CbException where none is set.
+    [[nodiscard]] CyDataManager& GetDataManager() const;
+    /// Returns the node itself where it is in the data manager, else null.
+    [[nodiscard]] CbSmartPointer<CyNode> GetDataNode(const Node& node) const;
+    [[nodiscard]] CbSmartPointer<const CyNode> GetDataNode(const ConstNode& node) const;
+    /// True where the node is in the data manager; false for null.
+    [[nodiscard]] static bool IsNodeInDataManager(const ConstNode& node) noexcept;
+    /// The section that guards this object's own fields.
+    [[nodiscard]] CbCriticalSection& GetCriticalSection() const CB_RETURN_CAPABILITY(section_)
+    {
+        return section_;
+    }
+    /// @}
+
+    /// @name Creation
+    /// New nodes are registered, have no father and are outside the data manager.
+    /// @{
+
+    /// Creates a visible leaf for a model.
+    [[nodiscard]] Leaf CreateLeafNode(CbSmartPointer<const ZeCModelQMT> model);
+    /// Creates a leaf for a new model made of the surfels.
+    [[nodiscard]] Leaf
+    CreateLeafNodeFromSurfelCollection(CbSmartPointer<ZeCSurfelCollectionQMT> collection);
+    [[nodiscard]] Inner CreateInnerNode();
+    /// Creates an inner node described "Root" and sets it as root. Throws as SetRootNode(), and
+    /// leaves no node behind then.
+    Inner CreateRootNode();
+    /// Drops the node's id. The node itself lives on as long as somebody holds it.
+    void DeleteNode(const Node& node);
+    /// Returns the node registered under the id, or null.
+    [[nodiscard]] Node GetNodeByID(const CyUniqueID& id) const;
+    /// @}
+
+    /// @name Root
+    /// @{
+
+    /// Makes a fatherless node the root: it and its subtree come into the data manager and are
+    /// registered.
+    /// Throws: CbException for null, a node that has a father or is in a data manager, where a root
+    /// is set already, or without data manager.
+    void SetRootNode(const Inner& root);
+    /// Takes the tree out of the data manager, drops its ids and takes it apart. Does nothing where
+    /// no root is set, or where the calling thread holds no write lock on it.
+    void UnsetRootNode();
+    /// Returns the root, or null.
+    [[nodiscard]] Inner GetRootNode() const;
+    /// @}
+
+    /// @name Structure
+    /// Each edit renews both revisions of the fathers whose children it changes.
+    ///
+    /// They throw CbException, before anything has changed, for a null father or child (but see
+    /// RemoveChild), for a node that would come to stand below itself, and for the manager's root
+    /// as a child.
+    /// @{
+
+    /// Inserts a child without father at a position of the father's children, and brings its
+    /// subtree into the data manager where the father is in it. Does nothing where the child is
+    /// this father's already. Throws: CbException where it is another father's.
+    void InsertChild(const Inner& father, ZeCTransformationNodeInner::ConstChildIterator position,
+                     const Node& child);
+    /// Inserts in front of @p before; at the end where that is no child of the father.
+    void InsertChild(const Inner& father, const ConstNode& before, const Node& child);
+    /// Inserts at the end, or at the front where @p atEnd is false.
+    void AppendChild(const Inner& father, const Node& child, bool atEnd = true);
+    /// Takes a child from its father and its subtree out of the data manager; ids stay registered.
+    /// Does nothing for a null father or one that does not list the child. An entry whose node
+    /// belongs to another father by now is erased, and nothing more.
+    void RemoveChild(const Inner& father, const Node& child);
+    /// Puts a new child in the place of an old one, whose subtree is taken apart and loses its ids.
+    /// Does nothing where the father does not list the old child, or both are the same.
+    /// The new child leaves the data manager first where it is in it; its old father keeps listing
+    /// it, although it has a new father then.
+    /// Throws: CbException also where the new child is this father's or stands below the old one.
+    void ReplaceChild(const Inner& father, const Node& oldChild, const Node& newChild);
+    /// Puts a new child in the place of an old one, which survives with its subtree and its ids.
+    /// Otherwise as ReplaceChild; the new child may stand below the old one.
+    void ExchangeChild(const Inner& father, const Node& oldChild, const Node& newChild);
+    /// Moves a node, with its subtree, in front of @p before below a new father; to the end where
+    /// that is null or no child of the new father. Within the data manager its data nodes move;
+    /// from outside it the subtree comes in, and to the outside it goes out.
+    void MoveNode(const Inner& newFather, const Node& node, const ConstNode& before);
+    /// Brings a subtree into the data manager, below the father of its top, and registers it.
+    void AddSubtreeToDataManager(const Node& node);
+    /// @}
+
+    /// @name Locks
+    /// A handle records what the calling thread wants to lock and locks nothing yet; Lock() and its
+    /// kin lock all that was recorded. A handle is valid while its access is granted. Threads:
+    /// locks belong to the thread that asked.
+    /// @{
+
+    /// Records a read lock. Empty for null and for a node outside the data manager.
+    [[nodiscard]] ReadHandle GetReadHandle(const ConstNode& node) const;
+    /// Records a write lock. Empty for null and for a node outside the data manager.
+    [[nodiscard]] WriteHandle GetWriteHandle(const Node& node) const;
+    /// The same for a node of the data tree, into the caller's handle.
+    void GetHandle(const CbSmartPointer<const CyNode>& node, ReadHandle& handle) const;
+    void GetHandle(const CbSmartPointer<CyNode>& node, WriteHandle& handle) const;
+    /// Returns a granted read handle. Waits as long as others hold the node.
+    /// Throws: CbException for null, a node outside the data manager, one that leaves it meanwhile,
+    /// and where the thread holds other locks.
+    [[nodiscard]] ReadHandle GetSingleReadHandleLocked(const ConstNode& node) const;
+    /// Returns a granted write handle. Waits and throws as GetSingleReadHandleLocked().
+    [[nodiscard]] WriteHandle GetSingleWriteHandleLocked(const Node& node) const;
+
+    /// Locks all that the thread recorded where that is possible at once.
+    CheckReturn TryLock() const;
+    /// Locks all that the thread recorded, waiting up to @p milliseconds.
+    CheckReturn TryLockAndWait(unsigned int milliseconds) const;
+    /// The same, and says in @p status why it failed. Without data manager: 2.
+    CheckReturn TryLockAndWait(unsigned int milliseconds, CyDataManager::ELockStatus& status) const;
+    /// Locks all that the thread recorded, waiting up to 10 s. Throws: CbException on failure.
+    void Lock() const;
+
+    /// True where the calling thread may read the node, which is in the data manager.
+    [[nodiscard]] bool IsReadLocked(const ConstNode& node) const;
+    /// True where the calling thread may edit the node, which is in the data manager.
+    [[nodiscard]] bool IsWriteLocked(const Node& node) const;
+    /// True for null, a node outside the data manager, and one that the thread may read.
+    [[nodiscard]] bool IsNotManagedOrReadLocked(const ConstNode& node) const;
+    /// True for null, a node outside the data manager, and one that the thread may edit.
+    [[nodiscard]] bool IsNotManagedOrWriteLocked(const Node& node) const;
+    /// @}
+
+protected:
+    /// Logs all ids and descriptions as debug detail.
+    void logIDMap(const char* tag) const CB_REQUIRES(section_);
+
+private:
+    friend class CbSingleton<ZeCTransformationNodeManager>;
+    friend struct TestAccess;
+
+    using Nodes = std::vector<ZeCTransformationNode*>;
+
+    ZeCTransformationNodeManager();
+    virtual ~ZeCTransformationNodeManager();
+
+    void initCreatedTransformationNode(const Node& node);
+    [[nodiscard]] Node findNode(const CyUniqueID& id) const CB_REQUIRES(section_);
+
+    // Mirroring. Edits collect the nodes of a subtree before they change anything, so that nothing
+    // they do afterwards needs memory.
+    [[nodiscard]] Nodes collectToAdd(const Node& top, bool registerIds);
+    void addNodesToDataManager(const Nodes& nodes, bool registerIds);
+    void addNodeToDataManager(ZeCTransformationNode& node, bool registerId);
+    void addSubtreeToDataManager(const Node& node, bool registerIds);
+    void removeNodesFromDataManager(const Nodes& nodes, bool unregister);
+    void removeNodeFromDataManager(const Node& node);
+    void removeSubtreeFromDataManager(const Node& node, bool unregister);
+
+    // Editing.
+    void removeChild(const Inner& father, ZeCTransformationNodeInner::ConstChildIterator position);
+    enum class EPlacing
+    {
+        Replace,
+        Exchange
+    };
+    void putInPlace(const Inner& father, const Node& oldChild, const Node& newChild,
+                    EPlacing placing);
+    /// Inserts and links a child that has no father.
+    static void insertLinked(const Inner& father, std::size_t index, const Node& child);
+    /// Erases the entry of a child in a father that is not its own any more, and corrects an index.
+    static void eraseStaleEntry(ZeCTransformationNodeInner& father, const Node& child,
+                                std::size_t& index);
+    void deleteSubtree(const Node& node);
+    void destroySubtree(const Node& node);
+    void requireInsertable(const Inner& father, const Node& child, unsigned line,
+                           const char* function) const;
+
+    template<int kind, class NodePointer>
+    [[nodiscard]] CyDataHandleLockOnly<kind> getHandle(const NodePointer& node) const;
+    template<int kind, class NodePointer>
+    [[nodiscard]] CyDataHandleLockOnly<kind> getSingleHandleLocked(const NodePointer& node,
+                                                                   const CbWChar* kindText) const;
+
+    mutable CbCriticalSection section_;
+    CbMap<CyUniqueID, Node, CbHashKey<CyUniqueID>> idMap_ CB_GUARDED_BY(section_);
+    /// Written under the section, read without it by the lock operations.
+    std::atomic<CyDataManager*> dataManager_{nullptr};
+    CbSmartPointer<CyNode> dataManagerNode_ CB_GUARDED_BY(section_);
+    Inner root_ CB_GUARDED_BY(section_);
+};
+
+extern template class TRANSFORMATIONTREE_API CbSingleton<ZeCTransformationNodeManager>;

@@ -1,0 +1,236 @@
+// Edits of the tree's structure.
+
+#include "platform/base/cbexception.h"
+#include "transformationtree/internal/collectsubtree.h"
+#include "transformationtree/internal/nodemanagernames.h"
+#include "transformationtree/zectransformationnodemanager.h"
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr unsigned int c_allRevisions = 0xFFFFFFFF;
+
+// True where `node` is `top` or stands below it.
+bool isAtOrBelow(CbSmartPointer<const ZeCTransformationNode> node, const ZeCTransformationNode& top)
+{
+    while (node && node.Get() != &top) node = node->GetFather();
+    return node != nullptr;
+}
+
+// The index of an entry in a father's children; their number where there is none.
+std::size_t indexOf(const ZeCTransformationNodeInner& father,
+                    const CbSmartPointer<const ZeCTransformationNode>& child)
+{
+    return static_cast<std::size_t>(father.FindChild(child) - father.BeginChild());
+}
+
+// Makes room for one more child, so that the next insertion can't fail.
+void reserveOneMore(ZeCTransformationNodeInner::Children& children)
+{
+    if (children.size() == children.capacity()) {
+        children.reserve(std::max<std::size_t>(4, 2 * children.capacity()));
+    }
+}
+
+} // namespace
+
+void ZeCTransformationNodeManager::requireInsertable(const Inner& father, const Node& child,
+                                                     unsigned line, const char* function) const
+{
+    const auto require = [&](bool condition, const char* otherwise) {
+        if (!condition) throw CbException(c_nodeManagerFile, line, function, otherwise);
+    };
+    require(father != nullptr, "the father is null");
+    require(child != nullptr, "the child is null");
+    if (child->IsLeaf()) return;
+    require(child != father, "the node would be its own father");
+    const auto& inner = static_cast<const ZeCTransformationNodeInner&>(*child);
+    // Nothing can stand below a childless node, so deep chains are built without looking up.
+    require(inner.GetNrChildren() == 0 || !isAtOrBelow(father, *child),
+            "the node would stand below itself");
+    require(!IsNodeInDataManager(child) || child != GetRootNode(),
+            "the manager's root can't be a child");
+}
+
+void ZeCTransformationNodeManager::eraseStaleEntry(ZeCTransformationNodeInner& father,
+                                                   const Node& child, std::size_t& index)
+{
+    if (!child->mayBeStale_ || child->IsChildOf(father)) return;
+    const std::size_t stale = indexOf(father, child);
+    if (stale == father.children_.size()) return;
+    father.children_.erase(father.children_.begin() + static_cast<std::ptrdiff_t>(stale));
+    if (stale < index) --index;
+}
+
+void ZeCTransformationNodeManager::insertLinked(const Inner& father, std::size_t index,
+                                                const Node& child)
+{
+    eraseStaleEntry(*father, child, index);
+    father->children_.insert(father->children_.begin() + static_cast<std::ptrdiff_t>(index), child);
+    child->setFather(father);
+}
+
+void ZeCTransformationNodeManager::InsertChild(
+    const Inner& father, ZeCTransformationNodeInner::ConstChildIterator position, const Node& child)
+{
+    constexpr const char* function = "ZeCTransformationNodeManager::InsertChild";
+    requireInsertable(father, child, 279, function);
+    if (child->IsChildOf(*father)) return;
+    if (child->GetFather()) {
+        throw CbException(c_nodeManagerFile, 279, function,
+                          "node " + child->GetID().ToString().ToUtf8() + " has a father");
+    }
+    const bool managed = IsNodeInDataManager(father);
+    const Nodes added = managed ? collectToAdd(child, false) : Nodes{};
+    insertLinked(father, static_cast<std::size_t>(position - father->BeginChild()), child);
+    addNodesToDataManager(added, false);
+    father->NewNodeRevision(c_allRevisions);
+}
+
+void ZeCTransformationNodeManager::InsertChild(const Inner& father, const ConstNode& before,
+                                               const Node& child)
+{
+    ZeCTransformationNodeInner::ConstChildIterator position;
+    if (father) position = father->FindChild(before);
+    InsertChild(father, position, child);
+}
+
+void ZeCTransformationNodeManager::AppendChild(const Inner& father, const Node& child, bool atEnd)
+{
+    ZeCTransformationNodeInner::ConstChildIterator position;
+    if (father) position = atEnd ? father->EndChild() : father->BeginChild();
+    InsertChild(father, position, child);
+}
+
+void ZeCTransformationNodeManager::RemoveChild(const Inner& father, const Node& child)
+{
+    if (!father) return;
+    const auto position = std::as_const(*father).FindChild(child);
+    if (position != std::as_const(*father).EndChild()) removeChild(father, position);
+}
+
+void ZeCTransformationNodeManager::removeChild(
+    const Inner& father, ZeCTransformationNodeInner::ConstChildIterator position)
+{
+    const Node child = *position; // keeps it, and what is below it, until the edit is done
+    const bool own = child && child->IsChildOf(*father);
+    if (own && IsNodeInDataManager(child)) removeSubtreeFromDataManager(child, false);
+    father->children_.erase(position);
+    if (own) child->setFather(nullptr);
+    father->NewNodeRevision(c_allRevisions);
+}
+
+void ZeCTransformationNodeManager::ReplaceChild(const Inner& father, const Node& oldChild,
+                                                const Node& newChild)
+{
+    putInPlace(father, oldChild, newChild, EPlacing::Replace);
+}
+
+void ZeCTransformationNodeManager::ExchangeChild(const Inner& father, const Node& oldChild,
+                                                 const Node& newChild)
+{
+    putInPlace(father, oldChild, newChild, EPlacing::Exchange);
+}
+
+void ZeCTransformationNodeManager::putInPlace(const Inner& father, const Node& oldChild,
+                                              const Node& newChild, EPlacing placing)
+{
+    const bool replace = placing == EPlacing::Replace;
+    const char* const function = replace ? "ZeCTransformationNodeManager::ReplaceChild"
+                                         : "ZeCTransformationNodeManager::ExchangeChild";
+    const Node old = oldChild; // may be a reference into the children
+    const Node child = newChild;
+    if (!father) throw CbException(c_nodeManagerFile, __LINE__, function, "the father is null");
+    std::size_t index = indexOf(*father, old);
+    if (index == father->children_.size() || child == old) return;
+    requireInsertable(father, child, __LINE__, function);
+    const bool own = old && old->IsChildOf(*father);
+    if (child->IsChildOf(*father) || (replace && own && isAtOrBelow(child, *old))) {
+        throw CbException(c_nodeManagerFile, __LINE__, function,
+                          "the new child is the father's already, or below the old child");
+    }
+
+    const bool managed = IsNodeInDataManager(father);
+    const Nodes added = managed ? collectToAdd(child, replace) : Nodes{};
+    const Nodes leaving = CollectPostOrder(*child);
+    if (own) {
+        if (IsNodeInDataManager(old)) removeSubtreeFromDataManager(old, false);
+        old->setFather(nullptr);
+        if (replace) deleteSubtree(old);
+    }
+    if (IsNodeInDataManager(child)) removeNodesFromDataManager(leaving, false);
+    // The old father of the new child goes on listing it.
+    child->mayBeStale_ = child->mayBeStale_ || child->GetFather();
+    eraseStaleEntry(*father, child, index);
+    father->children_[index] = child;
+    child->setFather(father);
+    addNodesToDataManager(added, replace);
+    father->NewNodeRevision(c_allRevisions);
+}
+
+void ZeCTransformationNodeManager::MoveNode(const Inner& newFather, const Node& movedNode,
+                                            const ConstNode& beforeNode)
+{
+    const Node node = movedNode; // may be a reference into the children
+    const ConstNode before = beforeNode;
+    requireInsertable(newFather, node, __LINE__, "ZeCTransformationNodeManager::MoveNode");
+    const Inner oldFather = node->GetFather();
+    const bool stays = oldFather == newFather;
+    const bool managed = IsNodeInDataManager(newFather) && dataManager_.load() != nullptr;
+    const bool comesIn = managed && !IsNodeInDataManager(node);
+    const Nodes added = comesIn ? collectToAdd(node, false) : Nodes{};
+    const std::size_t oldIndex = oldFather ? indexOf(*oldFather, node) : 0;
+    if (!stays) reserveOneMore(newFather->children_);
+
+    if (oldFather && managed) {
+        oldFather->children_.erase(oldFather->children_.begin() +
+                                   static_cast<std::ptrdiff_t>(oldIndex));
+        oldFather->NewNodeRevision(c_allRevisions);
+    } else if (oldFather) {
+        RemoveChild(oldFather, node);
+    }
+    // Looked up now that the node has left its old place. In front of itself is where it was.
+    insertLinked(newFather, stays && before == node ? oldIndex : indexOf(*newFather, before), node);
+    newFather->NewNodeRevision(c_allRevisions);
+    if (comesIn) {
+        addNodesToDataManager(added, false);
+    } else if (managed) {
+        WriteHandle handle = GetWriteHandle(node);
+        dataManager_.load()->MoveNode(handle, newFather).Acknowledge();
+    }
+}
+
+// Takes a subtree apart for good: no links, no ids, not in the data manager.
+void ZeCTransformationNodeManager::deleteSubtree(const Node& top)
+{
+    std::vector<Node> nodes; // keep all alive until the edit is done
+    for (ZeCTransformationNode* const node : CollectPostOrder(*top)) nodes.emplace_back(node);
+    for (const Node& node : nodes) {
+        if (!node->IsLeaf()) {
+            auto& inner = static_cast<ZeCTransformationNodeInner&>(*node);
+            inner.children_.clear();
+            inner.NewNodeRevision(c_allRevisions);
+        }
+        if (node != top) {
+            node->setFather(nullptr);
+        } else if (const auto father = node->GetFather()) {
+            RemoveChild(father, node);
+        }
+        removeNodeFromDataManager(node);
+        DeleteNode(node);
+    }
+}
+
+// Cuts the links of a tree whose root goes. Revisions and ids are left alone.
+void ZeCTransformationNodeManager::destroySubtree(const Node& top)
+{
+    if (IsNodeInDataManager(top)) removeSubtreeFromDataManager(top, false);
+    std::vector<Node> nodes;
+    for (ZeCTransformationNode* const node : CollectPostOrder(*top)) nodes.emplace_back(node);
+    for (const Node& node : nodes) {
+        node->setFather(nullptr);
+        if (!node->IsLeaf()) static_cast<ZeCTransformationNodeInner&>(*node).children_.clear();
+    }
+}

@@ -1,0 +1,37 @@
+#include "transformationtree/zencachedleafnodeiterator.h"
+
+using Iterator = ZeCTransformationNode::ZeNCachedLeafNodeIterator;
+
+void Iterator::descendToFirstCached()
+{
+    while ((path_.IsEmpty() || !topIsCachedLeaf()) && pushFirstChild()) {
+    }
+}
+
+void Iterator::descendToLastCached()
+{
+    while ((path_.IsEmpty() || !topIsCachedLeaf()) && pushLastChild()) {
+    }
+}
+
+Iterator& Iterator::operator++()
+{
+    if (leafRoot_) atRoot_ = false;
+    while (!path_.IsEmpty()) {
+        if (!moveToNextSibling()) continue;
+        descendToFirstCached();
+        if (topIsCachedLeaf()) break;
+    }
+    return *this;
+}
+
+Iterator& Iterator::operator--()
+{
+    if (leafRoot_) atRoot_ = false;
+    while (!path_.IsEmpty()) {
+        if (!moveToPreviousSibling()) continue;
+        descendToLastCached();
+        if (topIsCachedLeaf()) break;
+    }
+    return *this;
+}

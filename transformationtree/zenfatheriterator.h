@@ -1,0 +1,22 @@
+#pragma once
+
+#include "transformationtree/zennodeiterator.h"
+
+/// Climbs from the position of another iterator to its traversal root, which is the last stop.
+///
+/// It starts on the node of that position itself; each transformation is that of the node stood on
+/// into the traversal root's frame.
+class TRANSFORMATIONTREE_API ZeCTransformationNode::ZeNFatherIterator : public ZeNNodeIterator
+{
+public:
+    explicit ZeNFatherIterator(const ZeNNodeIterator& position) : ZeNNodeIterator(position) {}
+
+    /// Goes on to the father; past the traversal root is the end.
+    ZeNFatherIterator& operator++();
+    void operator++(int) { ++*this; }
+
+    friend bool operator==(const ZeNFatherIterator& it, std::default_sentinel_t) noexcept
+    {
+        return !it;
+    }
+};

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "transformationtree/zennodeiterator.h"
+
+/// Walks a subtree in pre-order and stops at its inner nodes, the traversal root included.
+/// See ZeNNodeIterator.
+class TRANSFORMATIONTREE_API ZeCTransformationNode::ZeNInnerNodeIterator : public ZeNNodeIterator
+{
+public:
+    using Borrowed = ZeTBorrowedNode<ZeCTransformationNodeInner>;
+
+    /// Belongs to no walk; converts to true, but is not to be dereferenced or moved.
+    ZeNInnerNodeIterator() noexcept = default;
+
+    /// True where the iterator stands on an inner node.
+    explicit operator bool() const noexcept
+    {
+        return atRoot_ || (!path_.IsEmpty() && !topIsLeaf());
+    }
+
+    [[nodiscard]] Borrowed Borrow() const noexcept;
+    /// Goes on to the next inner node, or to the end.
+    ZeNInnerNodeIterator& operator++();
+    void operator++(int) { ++*this; }
+    /// Goes back to the previous inner node, or to the end.
+    ZeNInnerNodeIterator& operator--();
+
+    friend bool operator==(const ZeNInnerNodeIterator& it, std::default_sentinel_t) noexcept
+    {
+        return !it;
+    }
+
+private:
+    friend class ZeCTransformationNodeInner;
+    friend class ZeCTransformationNodeLeaf;
+
+    using ZeNNodeIterator::ZeNNodeIterator;
+};

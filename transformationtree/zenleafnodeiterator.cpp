@@ -1,0 +1,31 @@
+#include "transformationtree/zenleafnodeiterator.h"
+
+using Iterator = ZeCTransformationNode::ZeNLeafNodeIterator;
+
+Iterator::Borrowed Iterator::Borrow() const noexcept
+{
+    if (leafRoot_) return {*rootLeaf_, c_matIdentityD};
+    return {static_cast<ZeCTransformationNodeLeaf&>(topNode()), path_.Top().trafo};
+}
+
+Iterator& Iterator::operator++()
+{
+    do {
+        ZeNNodeIterator::operator++();
+    } while (!*this && ZeNNodeIterator::operator bool());
+    return *this;
+}
+
+Iterator& Iterator::operator--()
+{
+    do {
+        ZeNNodeIterator::operator--();
+    } while (!*this && ZeNNodeIterator::operator bool());
+    return *this;
+}
+
+CbSmartPointer<ZeCTransformationNodeInner> Iterator::GetFather() const
+{
+    if (path_.IsEmpty()) return nullptr;
+    return CbSmartPointer<ZeCTransformationNodeInner>(&topFather());
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "transformationtree/zennodeiterator.h"
+
+/// Walks a subtree in pre-order and stops at its leaves. See ZeNNodeIterator.
+class TRANSFORMATIONTREE_API ZeCTransformationNode::ZeNLeafNodeIterator : public ZeNNodeIterator
+{
+public:
+    using Borrowed = ZeTBorrowedNode<ZeCTransformationNodeLeaf>;
+
+    /// An end iterator of no walk.
+    ZeNLeafNodeIterator() noexcept { atRoot_ = false; }
+
+    /// True where the iterator stands on a leaf.
+    explicit operator bool() const noexcept
+    {
+        return leafRoot_ ? atRoot_ : !path_.IsEmpty() && topIsLeaf();
+    }
+
+    [[nodiscard]] Borrowed Borrow() const noexcept;
+    /// Goes on to the next leaf, or to the end.
+    ZeNLeafNodeIterator& operator++();
+    void operator++(int) { ++*this; }
+    /// Goes back to the previous leaf, or to the end.
+    ZeNLeafNodeIterator& operator--();
+
+    /// Returns the father within the walk: null for a leaf as traversal root and at the end.
+    [[nodiscard]] CbSmartPointer<ZeCTransformationNodeInner> GetFather() const;
+
+    friend bool operator==(const ZeNLeafNodeIterator& it, std::default_sentinel_t) noexcept
+    {
+        return !it;
+    }
+
+protected:
+    using ZeNNodeIterator::ZeNNodeIterator;
+
+private:
+    friend class ZeCTransformationNodeInner;
+    friend class ZeCTransformationNodeLeaf;
+};

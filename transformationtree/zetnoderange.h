@@ -1,0 +1,81 @@
+#pragma once
+
+#include "transformationtree/zencachedleafnodeiterator.h"
+#include "transformationtree/zeninnernodeiterator.h"
+#include "transformationtree/zenleafnodeiterator.h"
+#include "transformationtree/zennodeiterator.h"
+
+#include <ranges>
+
+/// A walk as a range: delivers ZeTBorrowedNode, counts no references and works with singular
+/// transformations. Holds the node at which the walk begins.
+template<class Iterator>
+class ZeCTransformationNode::ZeTNodeRange : public std::ranges::view_base
+{
+public:
+    class Cursor
+    {
+    public:
+        using iterator_concept = std::input_iterator_tag;
+        using value_type = typename Iterator::Borrowed;
+        using difference_type = std::ptrdiff_t;
+
+        explicit Cursor(Iterator position) : position_(std::move(position)) {}
+
+        value_type operator*() const noexcept { return position_.Borrow(); }
+        Cursor& operator++()
+        {
+            ++position_;
+            return *this;
+        }
+        void operator++(int) { ++*this; }
+        friend bool operator==(const Cursor& cursor, std::default_sentinel_t) noexcept
+        {
+            return !cursor.position_;
+        }
+
+    private:
+        Iterator position_;
+    };
+
+    explicit ZeTNodeRange(CbSmartPointer<const ZeCTransformationNode> root) : root_(std::move(root))
+    {}
+
+    [[nodiscard]] Cursor begin() const
+    {
+        if constexpr (std::is_same_v<Iterator, ZeNNodeIterator>) {
+            return Cursor(root_->BeginNode());
+        } else if constexpr (std::is_same_v<Iterator, ZeNLeafNodeIterator>) {
+            return Cursor(root_->BeginLeaf());
+        } else if constexpr (std::is_same_v<Iterator, ZeNCachedLeafNodeIterator>) {
+            return Cursor(root_->BeginCachedLeaf());
+        } else {
+            return Cursor(root_->BeginInner());
+        }
+    }
+    [[nodiscard]] std::default_sentinel_t end() const noexcept { return {}; }
+
+private:
+    CbSmartPointer<const ZeCTransformationNode> root_;
+};
+
+inline auto ZeCTransformationNode::Nodes() const -> ZeTNodeRange<ZeNNodeIterator>
+{
+    return ZeTNodeRange<ZeNNodeIterator>(CbSmartPointer<const ZeCTransformationNode>(this));
+}
+
+inline auto ZeCTransformationNode::Leaves() const -> ZeTNodeRange<ZeNLeafNodeIterator>
+{
+    return ZeTNodeRange<ZeNLeafNodeIterator>(CbSmartPointer<const ZeCTransformationNode>(this));
+}
+
+inline auto ZeCTransformationNode::CachedLeaves() const -> ZeTNodeRange<ZeNCachedLeafNodeIterator>
+{
+    return ZeTNodeRange<ZeNCachedLeafNodeIterator>(
+        CbSmartPointer<const ZeCTransformationNode>(this));
+}
+
+inline auto ZeCTransformationNode::InnerNodes() const -> ZeTNodeRange<ZeNInnerNodeIterator>
+{
+    return ZeTNodeRange<ZeNInnerNodeIterator>(CbSmartPointer<const ZeCTransformationNode>(this));
+}

@@ -2,18 +2,25 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
 #if defined(_WIN32)
 #define NOMINMAX
 #include <windows.h>
+// Behind windows.h.
+#include <intrin.h>
+#define CALLER_OF_THIS_FUNCTION _ReturnAddress()
 #elif __has_include(<execinfo.h>)
 #include <cstdlib>
 #include <cxxabi.h>
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <memory>
+#define CALLER_OF_THIS_FUNCTION __builtin_return_address(0)
+#else
+#define CALLER_OF_THIS_FUNCTION nullptr
 #endif
 
 namespace
@@ -38,7 +45,7 @@ void appendOffset(std::string& line, std::uintptr_t offset)
 
 std::size_t collect(Frames& frames)
 {
-    return CaptureStackBackTrace(1, c_deepest, frames.data(), nullptr);
+    return CaptureStackBackTrace(0, c_deepest, frames.data(), nullptr);
 }
 
 std::string describe(void* address)
@@ -59,13 +66,10 @@ std::string describe(void* address)
 
 #elif __has_include(<execinfo.h>)
 
-// Never inlined: it is the frame that is left out.
-[[gnu::noinline]] std::size_t collect(Frames& frames)
+std::size_t collect(Frames& frames)
 {
     const int count = backtrace(frames.data(), static_cast<int>(frames.size()));
-    if (count < 1) return 0;
-    std::copy(frames.begin() + 1, frames.begin() + count, frames.begin());
-    return static_cast<std::size_t>(count - 1);
+    return count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 
 std::string describe(void* address)
@@ -100,13 +104,15 @@ CString CyStackWalker::GetCallStack(std::size_t maxFrames, std::size_t skip) noe
 {
     try {
         Frames frames;
-        const std::size_t count = collect(frames);
-        if (skip >= count) return {};
-        ++skip; // this function itself
+        const auto end = frames.begin() + static_cast<std::ptrdiff_t>(collect(frames));
+        // How many frames the walk itself has depends on inlining and on tools that wrap it.
+        auto frame = std::find(frames.begin(), end, CALLER_OF_THIS_FUNCTION);
+        frame += static_cast<std::ptrdiff_t>(std::min(skip, static_cast<std::size_t>(end - frame)));
+
         std::string lines;
-        for (std::size_t i = skip; i < count && i - skip < maxFrames; ++i) {
+        for (; frame != end && maxFrames > 0; ++frame, --maxFrames) {
             if (!lines.empty()) lines.push_back('\n');
-            lines.append(describe(frames[i]));
+            lines.append(describe(*frame));
         }
         return CString::FromUtf8(lines);
     } catch (...) {

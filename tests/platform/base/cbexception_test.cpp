@@ -1,0 +1,42 @@
+#include "platform/base/cbexception.h"
+#include "platform/base/cbexceptionstream.h"
+#include "platform/base/cbexceptionunknownextension.h"
+#include "platform/base/cbexceptionwrongfileversion.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+TEST(AnException, TellsClassDetailAndPlace)
+{
+    const CbException plain("zecfile", 12);
+    EXPECT_STREQ(plain.what(), "CbException (zecfile:12)");
+
+    const CbException full("/some/folder/zecfile.cpp", 403, "ZeCClass::Function", "index 7 of 3");
+    EXPECT_STREQ(full.what(), "CbException: index 7 of 3 (zecfile:403, ZeCClass::Function)");
+    EXPECT_EQ(full.GetFile(), "zecfile");
+    EXPECT_EQ(full.GetLine(), 403U);
+    EXPECT_EQ(full.GetFunction(), "ZeCClass::Function");
+    EXPECT_EQ(CbException("C:\\folder.old\\zecfile.cpp", 1).GetFile(), "zecfile");
+}
+
+template<class Exception>
+void expectCaughtAsBase(const char* what)
+{
+    SCOPED_TRACE(what);
+    try {
+        throw Exception("file", 1);
+    } catch (const CbException& exception) {
+        EXPECT_STREQ(static_cast<const std::exception&>(exception).what(), what);
+    }
+}
+
+TEST(AnException, OfAnyKindIsCaughtAsItsBase)
+{
+    expectCaughtAsBase<CbExceptionStream>("CbExceptionStream (file:1)");
+    expectCaughtAsBase<CbExceptionWrongFileVersion>("CbExceptionWrongFileVersion (file:1)");
+    expectCaughtAsBase<CbExceptionUnknownExtension>("CbExceptionUnknownExtension (file:1)");
+}
+
+} // namespace

@@ -1,0 +1,104 @@
+#include "platform/math3d/cbmatrix4.h"
+#include "tests/platform/math3d/randommatrices.h"
+#include "tests/support/rounds.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace
+{
+
+CbMatrix4Rf Shift(float x, float y, float z)
+{
+    CbMatrix4Rf shift;
+    shift[3][0] = x;
+    shift[3][1] = y;
+    shift[3][2] = z;
+    return shift;
+}
+
+// x becomes y, y becomes -x.
+CbMatrix4Rf QuarterTurn()
+{
+    CbMatrix4Rf turn;
+    turn[0][0] = 0;
+    turn[0][1] = 1;
+    turn[1][0] = -1;
+    turn[1][1] = 0;
+    return turn;
+}
+
+// The product as a loop over single values would do it in place.
+template<class T>
+CbMatrix4<T> ComposeByHand(const CbMatrix4<T>& first, const CbMatrix4<T>& second)
+{
+    CbMatrix4<T> result;
+    for (int i = 0; i < 4; ++i) {
+        for (int j = 0; j < 4; ++j) {
+            T sum = first[i][0] * second[0][j];
+            for (int k = 1; k < 4; ++k) sum += first[i][k] * second[k][j];
+            result[i][j] = sum;
+        }
+    }
+    return result;
+}
+
+template<class T>
+void ExpectSameBitsAsByHand(unsigned seed, T range)
+{
+    std::mt19937 random(seed);
+    for (int round = 0; round < Rounds(20000); ++round) {
+        const auto first = RandomMatrix<T>(random, range);
+        const auto second = RandomMatrix<T>(random, range);
+        const auto composed = Compose(first, second);
+        const auto expected = ComposeByHand(first, second);
+        ASSERT_EQ(0, std::memcmp(composed.data(), expected.data(), sizeof composed))
+            << "seed " << seed << ", round " << round;
+    }
+}
+
+} // namespace
+
+TEST(MatrixProduct, GivesTheBitsOfASumOverAscendingK)
+{
+    ExpectSameBitsAsByHand<double>(1, 1.0);
+    ExpectSameBitsAsByHand<double>(2, 1e154); // sums overflow, and differences of them are NaN
+    ExpectSameBitsAsByHand<float>(3, 1.0F);
+    ExpectSameBitsAsByHand<float>(4, 1e19F);
+}
+
+TEST(MatrixProduct, AppliesTheFirstTransformationFirst)
+{
+    const CbVector3f point{1, 2, 3};
+    EXPECT_EQ((CbVector3f{-2, 11, 3}),
+              TransformPoint(point, Compose(Shift(10, 0, 0), QuarterTurn())));
+    EXPECT_EQ((CbVector3f{8, 1, 3}),
+              TransformPoint(point, Compose(QuarterTurn(), Shift(10, 0, 0))));
+}
+
+TEST(MatrixStorage, KeepsTheTranslationInValues12To14)
+{
+    const CbMatrix4Rf shift = Shift(4, 5, 6);
+    EXPECT_EQ(4, shift.data()[12]);
+    EXPECT_EQ(5, shift.data()[13]);
+    EXPECT_EQ(6, shift.data()[14]);
+    EXPECT_EQ((CbVector3f{5, 7, 9}), TransformPoint({1, 2, 3}, shift));
+}
+
+TEST(MatrixComparison, TakesZerosOfBothSignsAsEqualAndNaNAsUnequal)
+{
+    CbMatrix4Rd matrix;
+    matrix[0][1] = -0.0;
+    EXPECT_EQ(c_matIdentityD, matrix);
+    matrix[3][2] = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_NE(matrix, CbMatrix4Rd(matrix));
+}
+
+TEST(MatrixConversion, RoundsEachValue)
+{
+    CbMatrix4Rd matrix;
+    for (int i = 0; i < 16; ++i) matrix.data()[i] = 0.1 * (i + 1);
+    const CbMatrix4Rf single = ToFloat(matrix);
+    for (int i = 0; i < 16; ++i) EXPECT_EQ(static_cast<float>(0.1 * (i + 1)), single.data()[i]);
+}

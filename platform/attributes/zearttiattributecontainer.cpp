@@ -1,0 +1,158 @@
+#include "platform/attributes/zearttiattributecontainer.h"
+
+#include "platform/base/cbexceptionstream.h"
+#include "platform/base/cbexceptionwrongfileversion.h"
+#include "platform/base/cystreamreadbinarybuffer.h"
+#include "platform/base/cystreamwritebinarybuffer.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace
+{
+
+constexpr std::uint32_t c_version = 1;
+constexpr std::string_view c_file = "zearttiattributecontainer";
+
+using Attributes = ZeARTTIAttributeContainer::Attributes;
+
+auto find(const Attributes& attributes, const CbRTTI& type)
+{
+    return std::find_if(attributes.begin(), attributes.end(),
+                        [&](const auto& attribute) { return attribute->Is(type); });
+}
+
+void put(Attributes& attributes, CbSmartPointer<ZeARTTIAttribute> attribute)
+{
+    const auto place = find(attributes, attribute->GetRTTI());
+    if (place == attributes.end()) {
+        attributes.push_back(std::move(attribute));
+    } else {
+        attributes[static_cast<std::size_t>(place - attributes.begin())] = std::move(attribute);
+    }
+}
+
+CbSmartPointer<ZeARTTIAttribute> copyOf(const CbSmartPointer<ZeARTTIAttribute>& attribute)
+{
+    const auto clone = attribute->GetRTTI().getClone();
+    if (clone == nullptr) return attribute;
+    return CbSmartPointer<ZeARTTIAttribute>(static_cast<ZeARTTIAttribute*>(clone(*attribute)));
+}
+
+// Null where the class is unknown, abstract or no attribute.
+CbSmartPointer<ZeARTTIAttribute> create(const CString& className)
+{
+    const CbRTTI* const type = CbRTTI::Find(className);
+    if (type == nullptr || !type->IsKindOf(ZeARTTIAttribute::RTTI)) return nullptr;
+    const auto make = type->getCreate();
+    if (make == nullptr) return nullptr;
+    return CbSmartPointer<ZeARTTIAttribute>(static_cast<ZeARTTIAttribute*>(make()));
+}
+
+} // namespace
+
+CbSmartPointer<ZeARTTIAttribute> ZeARTTIAttributeContainer::GetAttribute(const CbRTTI& type) const
+{
+    const auto place = find(attributes_, type);
+    return place != attributes_.end() ? *place : nullptr;
+}
+
+ZeARTTIAttributeContainer::TypeList ZeARTTIAttributeContainer::GetTypes() const
+{
+    TypeList types;
+    types.reserve(attributes_.size());
+    for (const auto& attribute : attributes_) types.push_back(&attribute->GetRTTI());
+    return types;
+}
+
+void ZeARTTIAttributeContainer::SetAttribute(CbSmartPointer<ZeARTTIAttribute> attribute)
+{
+    if (attribute) put(attributes_, std::move(attribute));
+}
+
+void ZeARTTIAttributeContainer::SetAttributes(const ZeARTTIAttributeContainer& other)
+{
+    if (this == &other) return;
+    Attributes joined = attributes_;
+    for (const auto& attribute : other.attributes_) put(joined, attribute);
+    attributes_.swap(joined);
+}
+
+void ZeARTTIAttributeContainer::CopyFrom(const ZeARTTIAttributeContainer& other)
+{
+    if (this == &other) return;
+    Attributes copies;
+    copies.reserve(other.attributes_.size());
+    for (const auto& attribute : other.attributes_) copies.push_back(copyOf(attribute));
+    attributes_.swap(copies);
+}
+
+void ZeARTTIAttributeContainer::DeleteAttribute(const CbRTTI& type)
+{
+    const auto place = find(attributes_, type);
+    if (place == attributes_.end()) return;
+    const CbSmartPointer<ZeARTTIAttribute> removed =
+        *place; // goes when the container is whole again
+    attributes_.erase(place);
+}
+
+void ZeARTTIAttributeContainer::DeleteAttributes(const TypeList& types)
+{
+    for (const CbRTTI* type : types) {
+        if (type != nullptr) DeleteAttribute(*type);
+    }
+}
+
+void ZeARTTIAttributeContainer::Clear() noexcept
+{
+    Attributes removed;
+    attributes_.swap(removed);
+}
+
+void ZeARTTIAttributeContainer::ResetAttributes()
+{
+    for (const auto& attribute : attributes_) attribute->ResetAttribute();
+}
+
+void ZeARTTIAttributeContainer::Serialize(CbStreamWriteBinary& stream) const
+{
+    stream.WriteVersion(c_version);
+    stream << static_cast<std::uint32_t>(attributes_.size());
+    CyStreamWriteBinaryBuffer record;
+    for (const auto& attribute : attributes_) {
+        record.Empty();
+        std::as_const(*attribute).Serialize(record);
+        if (record.GetCount() > std::numeric_limits<std::uint32_t>::max()) {
+            throw CbExceptionStream(CB_HERE, "an attribute of " +
+                                                 std::to_string(record.GetCount()) + " bytes");
+        }
+        stream << attribute->GetClassNameW() << static_cast<std::uint32_t>(record.GetCount());
+        stream.WriteBuffer(record.GetData(), record.GetCount());
+    }
+}
+
+void ZeARTTIAttributeContainer::Serialize(CbStreamReadBinary& stream)
+{
+    const auto version = stream.ReadAndCompareVersion(c_version, c_file, __LINE__);
+    if (version != c_version) {
+        throw CbExceptionWrongFileVersion(c_file, __LINE__, "ZeARTTIAttributeContainer::Serialize",
+                                          "stored version " + std::to_string(version));
+    }
+    std::uint32_t count = 0;
+    stream >> count;
+    Attributes read;
+    for (; count > 0; --count) {
+        CString className;
+        std::uint32_t bytes = 0;
+        stream >> className >> bytes;
+        CyStreamReadBinaryBuffer record(stream.ReadView(bytes));
+        const auto attribute = create(className);
+        if (!attribute) continue;
+        attribute->Serialize(record);
+        put(read, attribute);
+    }
+    attributes_.swap(read);
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/base/cbsingleton.h"
+#include "transformationtree/zectransformationnodeinner.h"
+
+/// What tests of the tree need of the nodes' private parts.
+struct TestAccess
+{
+    /// The children themselves, to build trees that no edit would make.
+    static ZeCTransformationNodeInner::Children& Children(ZeCTransformationNodeInner& inner)
+    {
+        return inner.children_;
+    }
+    static void SetFather(ZeCTransformationNode& node,
+                          const CbSmartPointer<ZeCTransformationNodeInner>& father)
+    {
+        node.setFather(father);
+    }
+    static long long NextGlobalNodeRevision()
+    {
+        return ZeCTransformationNode::getNextGlobalNodeRevision();
+    }
+    static void AssertGlobalNodeHeadRevisionValid(long long revision)
+    {
+        ZeCTransformationNode::assertGlobalNodeHeadRevisionValid(revision);
+    }
+    /// Destroys a singleton, so that the next test finds a new one.
+    template<class T>
+    static void DestroySingleton()
+    {
+        CbSingleton<T>::destroy();
+    }
+};

@@ -1,0 +1,309 @@
+#include "platform/base/cbexception.h"
+#include "platform/datacontainer/zecsurfelcontainer.h"
+#include "tests/platform/datacontainer/surfels.h"
+#include "tests/support/rounds.h"
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+namespace
+{
+
+constexpr float c_infinity = std::numeric_limits<float>::infinity();
+constexpr float c_nan = std::numeric_limits<float>::quiet_NaN();
+
+CbMatrix4Rf Linear(const float (&m)[9])
+{
+    CbMatrix4Rf matrix;
+    for (int i = 0; i < 9; ++i) matrix[i / 3][i % 3] = m[i];
+    return matrix;
+}
+
+CbMatrix4Rf Turn(float angle)
+{
+    const float c = std::cos(angle);
+    const float s = std::sin(angle);
+    return Compose(Linear({c, s, 0, -s, c, 0, 0, 0, 1}), Linear({1, 0, 0, 0, c, s, 0, -s, c}));
+}
+
+CbMatrix4Rf Shift(float x, float y, float z)
+{
+    CbMatrix4Rf shift;
+    shift[3][0] = x;
+    shift[3][1] = y;
+    shift[3][2] = z;
+    return shift;
+}
+
+using Direction = std::array<double, 3>;
+
+Direction ToDirection(const CbVector3f& v) { return {v.x, v.y, v.z}; }
+Direction Cross(const Direction& a, const Direction& b)
+{
+    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+double Dot(const Direction& a, const Direction& b)
+{
+    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+Direction Map(const Direction& p, const CbMatrix4Rf& m)
+{
+    Direction mapped{};
+    for (std::size_t j = 0; j < 3; ++j) {
+        mapped[j] = p[0] * m[0][j] + p[1] * m[1][j] + p[2] * m[2][j];
+    }
+    return mapped;
+}
+
+// The normal of a surface whose points were mapped: across two mapped tangents, on the side that
+// the old normal is mapped to.
+Direction NormalOfMappedPlane(const Direction& normal, const CbMatrix4Rf& m)
+{
+    const Direction u =
+        Cross(normal, std::fabs(normal[0]) < 0.5 ? Direction{1, 0, 0} : Direction{0, 1, 0});
+    Direction mapped = Cross(Map(u, m), Map(Cross(normal, u), m));
+    if (Dot(mapped, Map(normal, m)) < 0) mapped = {-mapped[0], -mapped[1], -mapped[2]};
+    return mapped;
+}
+
+double Cosine(const Direction& a, const Direction& b)
+{
+    return Dot(a, b) / std::sqrt(Dot(a, a)) / std::sqrt(Dot(b, b));
+}
+
+struct NamedMatrix
+{
+    const char* name;
+    CbMatrix4Rf matrix;
+};
+
+std::vector<NamedMatrix> Matrices()
+{
+    return {{"identity", {}},
+            {"shift", Shift(1, -2, 3)},
+            {"turn", Turn(0.7F)},
+            {"turn and shift", Compose(Turn(-2.1F), Shift(4, 5, 6))},
+            {"mirror", Linear({-1, 0, 0, 0, 1, 0, 0, 0, 1})},
+            {"uniform scale", Linear({3, 0, 0, 0, 3, 0, 0, 0, 3})},
+            {"stretch and turn", Compose(Linear({5, 0, 0, 0, 1, 0, 0, 0, 0.3F}), Turn(1.1F))},
+            {"shear", Linear({1, 0.4F, 0, 0, 1, -0.8F, 0.2F, 0, 1})},
+            {"stretched mirror", Linear({1, 0, 0, 0, -2, 0.5F, 0, 0, 4})},
+            {"flat", Linear({1, 0, 0, 0, 1, 0, 0, 0, 0})},
+            {"huge", Linear({3e38F, 0, 0, 0, 2e38F, 1e38F, 0, 0, 3e38F})},
+            {"tiny", Linear({1e-40F, 0, 0, 0, 2e-40F, 0, 0, 0, 1e-40F})},
+            {"not a number", Linear({1, 0, 0, 0, c_nan, 0, 0, 0, 1})}};
+}
+
+CbSmartPointer<ZeCSurfelCollectionQMT> Neutral(std::uint32_t count)
+{
+    return CbMake<ZeCSurfelCollectionQMT>(
+        count, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
+}
+
+} // namespace
+
+TEST(FilledSurfels, HaveNeutralValues)
+{
+    const auto surfels = Neutral(65);
+    for (const std::uint32_t i : {0U, 64U}) {
+        EXPECT_EQ(CbVector3f{}, surfels->GetPositionAccessor()[i]);
+        EXPECT_EQ(ZeCQuantizedNormal(CbVector3f{0, 0, 1}), surfels->GetNormalAccessor()[i]);
+        EXPECT_EQ((ZeCCompressedColor{128, 128, 128, 0}), surfels->GetColorAccessor()[i]);
+        EXPECT_EQ(1.0F, float(surfels->GetQualityAccessor()[i]));
+        EXPECT_EQ(0, surfels->GetTissueTypeAccessor()[i]);
+        EXPECT_FALSE(surfels->GetBoundaryFlagAccessor()[i]);
+        EXPECT_EQ(128, surfels->GetCurvatureAccessor()[i]);
+    }
+}
+
+TEST(SurfelArrays, AreAlignedAndDoNotOverlap)
+{
+    for (const std::uint32_t count : {1U, 63U, 64U, 65U, 1000U}) {
+        const ZeCSurfelArrays arrays(count);
+        EXPECT_EQ(0U, arrays.GetCapacity() % ZeCSurfelArrays::c_group);
+        const std::pair<const void*, std::size_t> starts[] = {
+            {arrays.GetPositions(), 12},  {arrays.GetNormals(), 2},
+            {arrays.GetColors(), 4},      {arrays.GetQualities(), 1},
+            {arrays.GetTissueTypes(), 1}, {arrays.GetBoundaryFlags(), 1},
+            {arrays.GetCurvatures(), 1}};
+        const std::byte* end = nullptr;
+        for (const auto& [start, bytes] : starts) {
+            EXPECT_EQ(0U, reinterpret_cast<std::uintptr_t>(start) % 64);
+            EXPECT_GE(static_cast<const std::byte*>(start), end);
+            end = static_cast<const std::byte*>(start) + bytes * count;
+        }
+    }
+}
+
+TEST(SurfelQuality, IsStoredInSteps)
+{
+    const auto surfels = Neutral(2);
+    const auto quality = surfels->GetQualityAccessor();
+    for (int byte = 0; byte < 256; ++byte) {
+        quality[0] = static_cast<float>(byte) / 255.0F;
+        ASSERT_EQ(byte, quality.data()[0]);
+        ASSERT_EQ(static_cast<float>(byte) / 255.0F, float(quality[0]));
+    }
+    const std::pair<float, int> cases[] = {{-1.0F, 0},        {2.0F, 255}, {c_nan, 0},
+                                           {c_infinity, 255}, {0.5F, 128}, {0.001F, 0},
+                                           {-c_infinity, 0}};
+    for (const auto& [value, byte] : cases) {
+        quality[0] = value;
+        EXPECT_EQ(byte, quality.data()[0]) << value;
+    }
+    quality[0] = 0.2F;
+    quality[1] = quality[0];
+    EXPECT_EQ(51, quality.data()[1]);
+}
+
+TEST(CopyingSurfels, OneByOneAndTogetherGivesTheSameBits)
+{
+    std::mt19937 random(9);
+    for (const NamedMatrix& m : Matrices()) {
+        for (const std::uint32_t count : {1U, 3U, 63U, 64U, 65U, 1000U}) {
+            for (const bool transformNormals : {false, true}) {
+                SCOPED_TRACE(std::string(m.name) + ", " + std::to_string(count));
+                const auto source = RandomSurfels(random, count + 5);
+                const auto single = Neutral(count + 9);
+                const auto together = Neutral(count + 9);
+                for (std::uint32_t i = 0; i < count; ++i) {
+                    single->CopySurfel(i + 7, *source, i + 2, transformNormals, m.matrix);
+                }
+                together->CopySurfels(7, *source, 2, count, transformNormals, m.matrix);
+                ExpectSameSurfels(*single, *together);
+            }
+        }
+    }
+}
+
+TEST(CopyingSurfels, MapsPositionsAndKeepsWhatHasNoFrame)
+{
+    std::mt19937 random(10);
+    const CbMatrix4Rf m = Compose(Turn(0.3F), Shift(1, 2, 3));
+    const auto source = RandomSurfels(random, 100);
+    const auto copy = Neutral(100);
+    copy->CopySurfels(0, *source, 0, 100, false, m);
+    for (std::uint32_t i = 0; i < 100; ++i) {
+        EXPECT_EQ(TransformPoint(source->GetPositionAccessor()[i], m),
+                  copy->GetPositionAccessor()[i]);
+        EXPECT_EQ(SurfelBytes(*source, i).substr(12), SurfelBytes(*copy, i).substr(12));
+    }
+}
+
+TEST(CopyingSurfels, TurnsNormalsWithTheSurface)
+{
+    std::mt19937 random(11);
+    const auto source = RandomSurfels(random, 2000);
+    for (const NamedMatrix& m : Matrices()) {
+        SCOPED_TRACE(m.name);
+        const auto copy = Neutral(2000);
+        copy->CopySurfels(0, *source, 0, 2000, true, m.matrix);
+        const std::string name = m.name;
+        const bool kept =
+            name == "flat" || name == "not a number" || name == "identity" || name == "shift";
+        for (std::uint32_t i = 0; i < 2000; ++i) {
+            const auto before = source->GetNormalAccessor()[i];
+            const auto after = copy->GetNormalAccessor()[i];
+            if (kept) {
+                ASSERT_EQ(before, after);
+                continue;
+            }
+            const Direction expected =
+                NormalOfMappedPlane(ToDirection(before.GetNormal()), m.matrix);
+            ASSERT_GT(Cosine(expected, ToDirection(after.GetNormal())), std::cos(0.95 / 57.29));
+        }
+    }
+}
+
+TEST(CopyingSurfels, ByAnIdentityKeepsEveryBit)
+{
+    const auto source = Neutral(3);
+    source->GetPositionAccessor()[0] = {-0.0F, 0.0F, -0.0F};
+    source->GetPositionAccessor()[1] = {c_infinity, 1, 2};
+    source->GetPositionAccessor()[2] = {c_nan, 1, 2};
+    const auto copy = Neutral(0);
+    copy->Append(*source, c_matIdentityF);
+    ExpectSameSurfels(*source, *copy);
+}
+
+TEST(CopyingSurfels, OutsideTheContainersThrowsAndWritesNothing)
+{
+    std::mt19937 random(12);
+    const auto source = RandomSurfels(random, 10);
+    const auto target = RandomSurfels(random, 20);
+    auto before = Neutral(0);
+    before->Append(*target, c_matIdentityF);
+    const CbMatrix4Rf turn = Turn(1);
+    constexpr std::uint32_t c_most = std::numeric_limits<std::uint32_t>::max();
+
+    EXPECT_THROW(target->CopySurfel(20, *source, 0, true, turn), CbException);
+    EXPECT_THROW(target->CopySurfel(0, *source, 10, true, turn), CbException);
+    EXPECT_THROW(target->CopySurfel(c_most, *source, c_most, true, turn), CbException);
+    EXPECT_THROW(target->CopySurfels(0, *source, 1, 10, true, turn), CbException);
+    EXPECT_THROW(target->CopySurfels(11, *source, 0, 10, true, turn), CbException);
+    EXPECT_THROW(target->CopySurfels(1, *source, 1, c_most, true, turn), CbException);
+    EXPECT_THROW(target->CopySurfels(5, *target, 0, 6, true, turn), CbException);
+    EXPECT_THROW(target->CopySurfels(0, *target, 5, 6, true, turn), CbException);
+    target->CopySurfels(99, *source, 99, 0, true, turn);
+    ExpectSameSurfels(*before, *target);
+    target->CopySurfels(6, *target, 0, 6, true, turn);
+}
+
+TEST(CopyingSurfels, OntoThemselvesTransformsThem)
+{
+    std::mt19937 random(13);
+    const CbMatrix4Rf m = Compose(Turn(1), Shift(1, 2, 3));
+    const auto surfels = RandomSurfels(random, 70);
+    const auto expected = Neutral(0);
+    expected->Append(*surfels, m);
+    for (std::uint32_t i = 0; i < 70; ++i) surfels->CopySurfel(i, *surfels, i, true, m);
+    ExpectSameSurfels(*expected, *surfels);
+}
+
+TEST(AppendingSurfels, KeepsWhatIsThereAndAddsTheOthersTransformed)
+{
+    std::mt19937 random(14);
+    const CbMatrix4Rf m = Compose(Turn(2), Shift(1, 2, 3));
+    const auto merged = Neutral(0);
+    std::vector<std::string> expected;
+    for (const std::uint32_t count : {5U, 0U, 64U, 700U, 1U}) {
+        const auto part = RandomSurfels(random, count);
+        const auto moved = Neutral(count);
+        moved->CopySurfels(0, *part, 0, count, true, m);
+        for (std::uint32_t i = 0; i < count; ++i) expected.push_back(SurfelBytes(*moved, i));
+        merged->Append(*part, m);
+    }
+    merged->Append(*merged, c_matIdentityF);
+    ASSERT_EQ(2 * expected.size(), merged->GetNrSurfels());
+    for (std::uint32_t i = 0; i < merged->GetNrSurfels(); ++i) {
+        ASSERT_EQ(expected[i % expected.size()], SurfelBytes(*merged, i)) << i;
+    }
+}
+
+TEST(BoxOfSurfels, HoldsThePositionsThatAreFinite)
+{
+    EXPECT_EQ(CyBoundingBox3D(), Neutral(0)->GetBoundingBox());
+    std::mt19937 random(15);
+    for (int round = 0; round < Rounds(300); ++round) {
+        const auto surfels = RandomSurfels(random, 1 + random() % 40);
+        CyBoundingBox3D expected;
+        for (auto& position : surfels->GetPositionAccessor()) {
+            switch (random() % 8) {
+            case 0:
+                position.x = c_nan;
+                break;
+            case 1:
+                position.y = -c_infinity;
+                break;
+            case 2:
+                position.z = c_infinity;
+                break;
+            default:
+                expected.Extend(position);
+            }
+        }
+        ASSERT_EQ(expected, surfels->GetBoundingBox()) << "round " << round;
+    }
+}

@@ -1,0 +1,108 @@
+#include "platform/datacontainer/zecquantizednormal.h"
+#include "platform/datacontainer/zetquantizednormalmultilevel.h"
+#include "tests/support/rounds.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <random>
+
+namespace
+{
+
+constexpr double c_degree = 57.29577951308232;
+
+template<unsigned Level>
+using NormalOfLevel =
+    ZeTQuantizedNormalMultiLevel<CbVector3f, Level, ZeTQuantizedNormalMultiLevelTraitsFast>;
+
+double AngleInDegrees(const CbVector3f& a, const CbVector3f& b)
+{
+    const double x = double(a.y) * b.z - double(a.z) * b.y;
+    const double y = double(a.z) * b.x - double(a.x) * b.z;
+    const double z = double(a.x) * b.y - double(a.y) * b.x;
+    const double dot = double(a.x) * b.x + double(a.y) * b.y + double(a.z) * b.z;
+    return std::atan2(std::sqrt(x * x + y * y + z * z), dot) * c_degree;
+}
+
+CbVector3f RandomDirection(std::mt19937& random)
+{
+    std::normal_distribution<float> value;
+    const float x = value(random);
+    const float y = value(random);
+    return {x, y, value(random)};
+}
+
+} // namespace
+
+TEST(QuantizedNormal, OfADecodedCodeIsThatCode)
+{
+    for (unsigned code = 0; code < 65536; ++code) {
+        const auto normal = ZeCQuantizedNormal::FromCode(static_cast<std::uint16_t>(code));
+        const CbVector3f n = normal.GetNormal();
+        ASSERT_NEAR(1.0, double(n.x) * n.x + double(n.y) * n.y + double(n.z) * n.z, 1e-6) << code;
+        ASSERT_EQ(code, ZeCQuantizedNormal(n).GetCode());
+    }
+    for (unsigned code = 0; code < 256; ++code) {
+        const auto normal = NormalOfLevel<3>::FromCode(static_cast<std::uint16_t>(code));
+        ASSERT_EQ(code, NormalOfLevel<3>(normal.GetNormal()).GetCode());
+    }
+}
+
+TEST(QuantizedNormal, IsOffByLessThanADegree)
+{
+    std::mt19937 random(7);
+    double worst = 0;
+    for (int round = 0; round < Rounds(1000000); ++round) {
+        const CbVector3f direction = RandomDirection(random);
+        const double error = AngleInDegrees(direction, ZeCQuantizedNormal(direction).GetNormal());
+        ASSERT_LE(error, 0.95) << direction.x << " " << direction.y << " " << direction.z;
+        worst = std::max(worst, error);
+    }
+    EXPECT_GT(worst, 0.3) << "the directions are no test of the limit";
+}
+
+TEST(QuantizedNormal, AtACoarserLevelIsTheTopOfItsCode)
+{
+    std::mt19937 random(8);
+    for (int round = 0; round < Rounds(20000); ++round) {
+        const CbVector3f direction = RandomDirection(random);
+        const ZeCQuantizedNormal normal(direction);
+        ASSERT_EQ(NormalOfLevel<6>(direction).GetCode(), normal.GetCode(6));
+        ASSERT_EQ(NormalOfLevel<3>(direction).GetCode(), normal.GetCode(3));
+        ASSERT_EQ(NormalOfLevel<0>(direction).GetCode(), normal.GetCode(0));
+    }
+}
+
+TEST(QuantizedNormal, OfNoDirectionIsUp)
+{
+    const auto up = ZeCQuantizedNormal(CbVector3f{0, 0, 1}).GetCode();
+    EXPECT_EQ(up, ZeCQuantizedNormal().GetCode());
+    EXPECT_LT(AngleInDegrees({0, 0, 1}, ZeCQuantizedNormal().GetNormal()), 0.95);
+    EXPECT_EQ(NormalOfLevel<3>(CbVector3f{0, 0, 1}), NormalOfLevel<3>());
+
+    constexpr float c_infinity = std::numeric_limits<float>::infinity();
+    constexpr float c_nan = std::numeric_limits<float>::quiet_NaN();
+    for (const CbVector3f& direction :
+         {CbVector3f{0, 0, 0}, CbVector3f{-0.0F, 0, -0.0F}, CbVector3f{c_infinity, 0, 0},
+          CbVector3f{0, -c_infinity, 1}, CbVector3f{0, 0, -c_infinity}, CbVector3f{c_nan, 0, -1},
+          CbVector3f{-1, c_nan, 0}, CbVector3f{1, 1, c_nan}}) {
+        EXPECT_EQ(up, ZeCQuantizedNormal(direction).GetCode());
+    }
+}
+
+TEST(QuantizedNormal, DependsOnTheDirectionNotOnItsLength)
+{
+    constexpr float c_huge = std::numeric_limits<float>::max();
+    constexpr float c_tiny = std::numeric_limits<float>::denorm_min();
+    for (const CbVector3f& direction : {CbVector3f{1, -1, -1}, CbVector3f{-1, 0, 1},
+                                        CbVector3f{0, 0, -1}, CbVector3f{-1, -1, 1}}) {
+        const ZeCQuantizedNormal expected(direction);
+        for (const float length : {c_huge, c_tiny, 1e-30F, 1e30F}) {
+            EXPECT_EQ(expected,
+                      ZeCQuantizedNormal(CbVector3f{direction.x * length, direction.y * length,
+                                                    direction.z * length}))
+                << length;
+        }
+    }
+}

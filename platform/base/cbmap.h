@@ -3,6 +3,7 @@
 #include "platform/base/cbhashkey.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -86,7 +87,6 @@ public:
             std::swap(*old, value);
             return;
         }
-        if (count_ == buckets_.size()) rehash(std::max<std::size_t>(c_fewest, 2 * count_));
         const std::uint32_t at = placeFor(key, std::move(value));
         link(at);
         ++count_;
@@ -116,13 +116,12 @@ public:
     /// Removes all entries and gives the memory back.
     void Empty() noexcept { CbMap().Swap(*this); }
 
-    /// Makes room for a number of entries, so that they can be set without growing.
+    /// Makes room for a number of entries, so that they can be set without a failure.
+    /// Cost: amortised like that of Set(), so it may be called before each one.
     void Reserve(std::size_t count)
     {
-        entries_.reserve(count);
-        std::size_t buckets = std::max(c_fewest, buckets_.size());
-        while (buckets < count) buckets *= 2;
-        if (buckets > buckets_.size()) rehash(buckets);
+        if (count > entries_.capacity()) entries_.reserve(std::max(count, 2 * entries_.capacity()));
+        if (count > buckets_.size()) grow(count);
     }
 
     void Swap(CbMap& other) noexcept
@@ -139,8 +138,6 @@ public:
     [[nodiscard]] const_iterator end() const { return const_iterator(); }
 
 private:
-    static constexpr std::size_t c_fewest = 16;
-
     [[nodiscard]] std::size_t bucketOf(const K& key) const
     {
         return Hash{}(key) & (buckets_.size() - 1);
@@ -150,6 +147,7 @@ private:
     {
         if (firstFree_ == c_none) {
             if (entries_.size() == c_none) throw std::length_error("CbMap: too many entries");
+            if (entries_.size() == buckets_.size()) grow(entries_.size() + 1);
             entries_.push_back({key, std::move(value), c_none});
             return static_cast<std::uint32_t>(entries_.size() - 1);
         }
@@ -168,20 +166,22 @@ private:
         first = at;
     }
 
-    void rehash(std::size_t buckets)
+    void grow(std::size_t count)
     {
-        std::vector<std::uint32_t> old(buckets, c_none);
+        constexpr std::size_t c_fewest = 16;
+        std::vector<std::uint32_t> old(std::max(c_fewest, std::bit_ceil(count)), c_none);
         buckets_.swap(old);
-        for (std::uint32_t first : old) {
-            for (std::uint32_t at = first; at != c_none;) {
-                const std::uint32_t next = entries_[at].next;
-                link(at);
-                at = next;
-            }
+        if (firstFree_ == c_none) { // all are linked: quicker in the order in which they lie
+            for (std::uint32_t at = 0; at < entries_.size(); ++at) link(at);
+            return;
+        }
+        for (const std::uint32_t first : old) {
+            for (std::uint32_t at = first; at != c_none;)
+                link(std::exchange(at, entries_[at].next));
         }
     }
 
-    std::vector<Entry> entries_;
+    std::vector<Entry> entries_;         ///< at most as many as there are buckets
     std::vector<std::uint32_t> buckets_; ///< first entry of each chain; none or a power of two
     std::size_t count_ = 0;
     std::uint32_t firstFree_ = c_none;

@@ -38,6 +38,7 @@ TEST(AMap, AgreesWithAnOrderedMapThroughRandomEdits)
         std::map<int, std::shared_ptr<int>> model;
         for (int round = 0; round < Rounds(20000); ++round) {
             const int key = static_cast<int>(random() % 700);
+            if (random() % 1000 == 0) map.Reserve(random() % 2000);
             switch (random() % 4) {
             case 0:
             case 1:

@@ -1,0 +1,59 @@
+#include "examples/scansession/options.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <string>
+
+namespace scansession
+{
+
+std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostream& help)
+{
+    CLI::App app(
+        "Builds the transformation tree of a scan session, simulated or from range scans, and "
+        "writes the surfels of all its leaves in the frame of the root to OUT/merged.ply.",
+        "scansession");
+    Options options;
+    std::string scans;
+    std::string poses;
+    std::string out = options.out.string();
+    auto* const scansOption =
+        app.add_option("--scans", scans,
+                       "Folder with range scans (PLY); without it the scans are "
+                       "simulated")
+            ->type_name("DIR");
+    auto* const posesOption =
+        app.add_option("--poses", poses,
+                       "File with their poses, lines 'bmesh NAME tx ty tz qx qy qz qw'; without it "
+                       "each NAME.ply has a 4x4 matrix by rows in NAME.xf or NAME.txt")
+            ->type_name("FILE")
+            ->needs(scansOption);
+    app.add_option("--out", out, "Folder for the result")->type_name("DIR")->capture_default_str();
+    app.add_option("--seed", options.seed, "Seed of the simulation")
+        ->type_name("N")
+        ->capture_default_str()
+        ->excludes(scansOption);
+    app.add_option("--frames", options.frames, "Depth images to simulate")
+        ->type_name("N")
+        ->check(CLI::Range(1, 100000))
+        ->capture_default_str()
+        ->excludes(scansOption);
+    app.add_flag("--quiet", options.quiet, "Print neither tree, summary nor progress");
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp&) {
+        help << app.help();
+        return std::nullopt;
+    } catch (const CLI::ParseError& error) {
+        std::string text = error.what();
+        std::replace(text.begin(), text.end(), '\n', ' ');
+        throw UsageError(text + " (--help lists the options)");
+    }
+    if (*scansOption) options.scans = scans;
+    if (*posesOption) options.poses = poses;
+    options.out = out;
+    return options;
+}
+
+} // namespace scansession

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <ostream>
+#include <stdexcept>
+
+namespace scansession
+{
+
+/// What the command line asks for.
+struct Options
+{
+    std::optional<std::filesystem::path> scans; ///< none: the simulator
+    std::optional<std::filesystem::path> poses;
+    std::filesystem::path out = "out";
+    std::uint64_t seed = 1;
+    std::size_t frames = 120;
+    bool quiet = false;
+};
+
+/// The command line cannot be understood.
+class UsageError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Reads the command line. Where it asks for help, writes that to @p help and returns none.
+/// Throws: UsageError with one line of text.
+[[nodiscard]] std::optional<Options> ParseOptions(int argc, const char* const* argv,
+                                                  std::ostream& help);
+
+} // namespace scansession

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "examples/scansession/poses.h"
+#include "examples/scansession/scansource.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace scansession
+{
+
+/// Range scans in a folder.
+///
+/// With a pose file (see ReadPoseFile) the scans are those it names, in its order. Without one they
+/// are all PLY files of the folder, sorted by name, each with its own matrix in NAME.xf or NAME.txt
+/// (see ReadMatrixFile; .xf goes first).
+class ScanFolder : public ScanSource
+{
+public:
+    /// Reads the poses and looks for all scans, so that a missing one shows before any work.
+    /// Throws: InputError naming the folder or file: missing, a pose for an unknown scan, a scan
+    /// without its matrix.
+    ScanFolder(const std::filesystem::path& folder,
+               const std::optional<std::filesystem::path>& poseFile);
+
+    [[nodiscard]] std::string Stage() const override { return "reading scans"; }
+    [[nodiscard]] std::size_t Count() const override { return poses_.size(); }
+    [[nodiscard]] Scan Take(std::size_t index) const override;
+
+    /// PLY files of the folder that the pose file does not name.
+    [[nodiscard]] const std::vector<std::string>& LeftOut() const { return leftOut_; }
+
+private:
+    std::filesystem::path folder_;
+    std::vector<NamedPose> poses_;
+    std::vector<std::string> leftOut_;
+};
+
+} // namespace scansession

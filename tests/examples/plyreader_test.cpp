@@ -1,0 +1,223 @@
+#include "examples/scansession/ply.h"
+#include "tests/examples/inputerrors.h"
+#include "tests/examples/tempfolder.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <gmock/gmock.h>
+#include <limits>
+
+using namespace scansession;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace
+{
+
+/// Puts bytes together as a binary body in one of the two byte orders.
+class Body
+{
+public:
+    explicit Body(bool isBigEndian) : isBigEndian_(isBigEndian) {}
+
+    template<class T>
+    Body& operator<<(T value)
+    {
+        auto bytes = std::bit_cast<std::array<char, sizeof(T)>>(value);
+        const bool isNative = (std::endian::native == std::endian::big) == isBigEndian_;
+        if (!isNative) std::reverse(bytes.begin(), bytes.end());
+        text_.append(bytes.data(), bytes.size());
+        return *this;
+    }
+    [[nodiscard]] const std::string& Text() const { return text_; }
+
+private:
+    bool isBigEndian_;
+    std::string text_;
+};
+
+/// One file with every type, an unknown element and lists, empty ones among them.
+std::string HeaderAs(const std::string& format)
+{
+    return "ply\nformat " + format +
+           " 1.0\ncomment a comment\nobj_info num_cols 2\nobj_info a b  c\n"
+           "element gadget 1\nproperty uchar a\nproperty list ushort double b\n"
+           "element vertex 2\n"
+           "property float x\nproperty float64 d\nproperty char c8\nproperty uint8 u8\n"
+           "property short i16\nproperty uint16 u16\nproperty int32 i32\nproperty uint u32\n"
+           "element cell 3\nproperty list uchar int index\nend_header\n";
+}
+
+const std::string c_asciiBody = "7 2 0.5 -1e3\n"
+                                "1.5 -2.25 -128 255 -32768 65535 -2147483648 4294967295\n"
+                                "0 +1e-3 5 6 7 8 9 10\n"
+                                "1 42\n0\n2 -1 3\n";
+
+std::string BinaryBody(bool isBigEndian)
+{
+    Body body(isBigEndian);
+    body << std::uint8_t{7} << std::uint16_t{2} << 0.5 << -1e3;
+    body << 1.5F << -2.25 << std::int8_t{-128} << std::uint8_t{255} << std::int16_t{-32768}
+         << std::uint16_t{65535} << std::numeric_limits<std::int32_t>::min()
+         << std::numeric_limits<std::uint32_t>::max();
+    body << 0.0F << 1e-3 << std::int8_t{5} << std::uint8_t{6} << std::int16_t{7} << std::uint16_t{8}
+         << std::int32_t{9} << std::uint32_t{10};
+    body << std::uint8_t{1} << std::int32_t{42} << std::uint8_t{0} << std::uint8_t{2}
+         << std::int32_t{-1} << std::int32_t{3};
+    return body.Text();
+}
+
+std::string WithCrLf(const std::string& text)
+{
+    std::string result;
+    for (const char c : text) result += c == '\n' ? std::string("\r\n") : std::string(1, c);
+    return result;
+}
+
+struct Encoding
+{
+    std::string name;
+    std::string content;
+};
+
+std::vector<Encoding> AllEncodings()
+{
+    return {{"ascii", HeaderAs("ascii") + c_asciiBody},
+            {"ascii with CR LF", WithCrLf(HeaderAs("ascii") + c_asciiBody)},
+            {"ascii in one line", HeaderAs("ascii") +
+                                      [] {
+                                          auto body = c_asciiBody;
+                                          std::replace(body.begin(), body.end(), '\n', '\t');
+                                          return body;
+                                      }()},
+            {"little endian", HeaderAs("binary_little_endian") + BinaryBody(false)},
+            {"big endian", HeaderAs("binary_big_endian") + BinaryBody(true)},
+            {"little endian behind CR LF",
+             WithCrLf(HeaderAs("binary_little_endian")) + BinaryBody(false)}};
+}
+
+class PlyFiles : public TempFolder
+{};
+
+} // namespace
+
+TEST_F(PlyFiles, ReadTheSameInEveryEncoding)
+{
+    for (const auto& encoding : AllEncodings()) {
+        SCOPED_TRACE(encoding.name);
+        const PlyFile file = ReadPly(Write("a.ply", encoding.content));
+        ASSERT_EQ(file.elements.size(), 3U);
+        EXPECT_EQ(*file.FindInfo("num_cols"), "2");
+        EXPECT_EQ(*file.FindInfo("a"), "b c");
+        EXPECT_EQ(file.FindInfo("b"), nullptr);
+
+        const PlyElement* const gadget = file.Find("gadget");
+        ASSERT_NE(gadget, nullptr);
+        EXPECT_THAT(gadget->Find("a")->values, ElementsAre(7.0));
+        EXPECT_EQ(gadget->Find("b"), nullptr) << "a list is no scalar";
+        EXPECT_THAT(gadget->Find("b", true)->values, ElementsAre(0.5, -1000.0));
+
+        const PlyElement* const vertex = file.Find("vertex");
+        ASSERT_NE(vertex, nullptr);
+        EXPECT_THAT(vertex->Find("x")->values, ElementsAre(1.5, 0.0));
+        EXPECT_THAT(vertex->Find("d")->values, ElementsAre(-2.25, 1e-3));
+        EXPECT_THAT(vertex->Find("c8")->values, ElementsAre(-128.0, 5.0));
+        EXPECT_THAT(vertex->Find("u8")->values, ElementsAre(255.0, 6.0));
+        EXPECT_THAT(vertex->Find("i16")->values, ElementsAre(-32768.0, 7.0));
+        EXPECT_THAT(vertex->Find("u16")->values, ElementsAre(65535.0, 8.0));
+        EXPECT_THAT(vertex->Find("i32")->values, ElementsAre(-2147483648.0, 9.0));
+        EXPECT_THAT(vertex->Find("u32")->values, ElementsAre(4294967295.0, 10.0));
+
+        const PlyProperty* const index = file.Find("cell")->Find("index", true);
+        EXPECT_THAT(index->values, ElementsAre(42.0, -1.0, 3.0));
+        EXPECT_THAT(index->listEnds, ElementsAre(1U, 1U, 3U));
+    }
+}
+
+TEST_F(PlyFiles, CutShortAnywhereAreRefusedByName)
+{
+    for (const auto& encoding : AllEncodings()) {
+        if (encoding.name.find(" CR LF") != std::string::npos)
+            continue; // whole without the last LF
+        SCOPED_TRACE(encoding.name);
+        for (std::size_t length = 0; length < encoding.content.size(); ++length) {
+            const auto path = Write("cut.ply", encoding.content.substr(0, length));
+            const auto text = InputErrorOf([&] { (void)ReadPly(path); });
+            ASSERT_THAT(text, HasSubstr("cut.ply: ")) << length;
+            ASSERT_EQ(text.find('\n'), std::string::npos) << length;
+        }
+    }
+}
+
+TEST_F(PlyFiles, WithDamageAreRefusedWithPlaceAndReason)
+{
+    const std::string start = "ply\nformat ascii 1.0\n";
+    const std::string binary = "ply\nformat binary_little_endian 1.0\n";
+    const std::string vertex = "element vertex 2\nproperty uchar x\nend_header\n";
+    const std::string list = "element face 1\nproperty list int uchar i\nend_header\n";
+    const struct
+    {
+        const char* name;
+        std::string content;
+        const char* reason;
+    } cases[] = {
+        {"empty", "", "line 1: is no PLY file"},
+        {"another format", "solid model\n", "line 1: is no PLY file"},
+        {"no format", "ply\n" + vertex + "1 2\n", "the header has no format line"},
+        {"unknown format", "ply\nformat morse 1.0\n", "line 2: unknown format 'morse'"},
+        {"unknown version", "ply\nformat ascii 2.0\n", "line 2: is not of PLY version 1.0"},
+        {"second format", start + "format ascii 1.0\n", "line 3: second format line"},
+        {"unknown keyword", start + "elephant\n", "line 3: unknown header line 'elephant'"},
+        {"negative count", start + "element vertex -1\n", "line 3: '-1' is no count"},
+        {"count beyond 64 bits", start + "element v 18446744073709551616\n", "is no count"},
+        {"count with tail", start + "element v 3x\n", "'3x' is no count"},
+        {"property first", start + "property float x\n", "before the first element"},
+        {"unknown type", start + "element v 1\nproperty real x\n", "unknown type 'real'"},
+        {"property twice", start + "element v 1\nproperty int x\nproperty int x\n",
+         "second property"},
+        {"fractional list length", start + "element v 1\nproperty list float int x\n",
+         "must be an integer"},
+        {"no number", start + vertex + "1 two\n", "line 6: 'two' is no number"},
+        {"number with tail", start + vertex + "1\n\n2,5\n", "line 8: '2,5' is no number"},
+        {"too large for its type", start + vertex + "1\n256\n", "line 7: '256' does not fit"},
+        {"fraction as integer", start + vertex + "1\n2.5\n", "line 7: '2.5' does not fit"},
+        {"NaN as integer", start + vertex + "1\nnan\n", "does not fit"},
+        {"more rows than said", start + vertex + "1\n2\n3\n", "line 8: data after the last row"},
+        {"more bytes than said", binary + vertex + "abc", "data after the last row"},
+        {"hostile count", start + "element v 18446744073709551615\nproperty int x\nend_header\n1\n",
+         "the 18446744073709551615 rows of element 'v' do not fit"},
+        {"hostile binary count",
+         binary + "element v 4611686018427387904\nproperty int x\nend_header\nabcd",
+         "the 4611686018427387904 rows of element 'v' do not fit"},
+        {"hostile list", start + list + "2147483647 1\n", "a list of 2147483647 values"},
+        {"hostile binary list", binary + list + "\xFF\xFF\xFF\x7F\x01",
+         "a list of 2147483647 values"},
+        {"negative list", start + list + "-1 1\n", "a list of -1 values"},
+        {"negative binary list", binary + list + "\xFF\xFF\xFF\xFF\x01", "a list of -1 values"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const auto path = Write("bad.ply", c.content);
+        const auto text = InputErrorOf([&] { (void)ReadPly(path); });
+        EXPECT_THAT(text, testing::StartsWith(path.string() + ": "));
+        EXPECT_THAT(text, HasSubstr(c.reason));
+    }
+}
+
+TEST_F(PlyFiles, OfNothingAreRead)
+{
+    EXPECT_THAT(ReadPly(Write("a.ply", "ply\nformat ascii 1.0\nend_header\n")).elements, IsEmpty());
+    const auto file = ReadPly(Write("b.ply", "ply\nformat binary_big_endian 1.0\n"
+                                             "element ghost 18446744073709551615\n"
+                                             "element v 0\nproperty int x\nend_header\n"));
+    EXPECT_THAT(file.Find("v")->Find("x")->values, IsEmpty());
+}
+
+TEST_F(PlyFiles, ThatAreMissingOrNoFilesAreNamed)
+{
+    const auto missing = Folder() / "missing.ply";
+    EXPECT_EQ(InputErrorOf([&] { (void)ReadPly(missing); }), missing.string() + ": no such file");
+    EXPECT_EQ(InputErrorOf([&] { (void)ReadPly(Folder()); }), Folder().string() + ": is no file");
+}

@@ -1,0 +1,133 @@
+#include "examples/scansession/poses.h"
+#include "examples/scansession/scanner.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <gtest/gtest.h>
+
+using namespace scansession;
+
+TEST(SimulatedScans, LieOnTheArchInTheFrameOfTheRoot)
+{
+    constexpr std::size_t c_frames = 9;
+    const Scanner scanner(7, c_frames);
+    ASSERT_EQ(scanner.Count(), c_frames);
+    for (std::size_t i = 0; i < c_frames; ++i) {
+        SCOPED_TRACE(i);
+        const Scan scan = scanner.Take(i);
+        EXPECT_GT(scan.surfels.size(), 3000U) << "the scanner looks past the arch";
+        double worst = 0.0;
+        for (const auto& surfel : scan.surfels) {
+            const Vec3 p = MapPoint(surfel.position, scan.sensorToRoot);
+            // Depth noise never exceeds 3.5 deviations.
+            worst = std::max(worst, std::abs(scanner.Arch().Distance(p)));
+        }
+        EXPECT_LT(worst, 3.5 * Scanner::c_depthNoise + 0.001);
+        EXPECT_GT(worst, Scanner::c_depthNoise) << "without noise";
+    }
+}
+
+TEST(SimulatedScans, ShowTeethAndGumFromOutside)
+{
+    const Scanner scanner(1, 6);
+    std::size_t teeth = 0;
+    std::size_t gum = 0;
+    std::size_t boundary = 0;
+    std::size_t convex = 0;
+    std::size_t concave = 0;
+    for (std::size_t i = 0; i < scanner.Count(); ++i) {
+        const Scan scan = scanner.Take(i);
+        for (const auto& surfel : scan.surfels) {
+            ASSERT_LT(surfel.position.z, 0.0) << "the sensor looks along -z";
+            ASSERT_LT(Dot(surfel.normal, surfel.position), 0.0) << "normal away from the sensor";
+            ASSERT_NEAR(Length(surfel.normal), 1.0, 1e-12);
+            ASSERT_TRUE(surfel.quality >= 0.0 && surfel.quality <= 1.0);
+            const bool isTooth = surfel.tissue == Tissue::Tooth;
+            (isTooth ? teeth : gum) += 1;
+            boundary += surfel.boundary ? 1 : 0;
+            convex += surfel.curvature > 138 ? 1 : 0;
+            concave += surfel.curvature < 118 ? 1 : 0;
+            // Gum is much redder than tooth.
+            ASSERT_EQ(isTooth, surfel.colour[1] * 4 > surfel.colour[0] * 3);
+        }
+    }
+    for (const std::size_t count : {teeth, gum, boundary, convex, concave}) EXPECT_GT(count, 500U);
+    EXPECT_LT(boundary, (teeth + gum) / 5);
+}
+
+TEST(SimulatedScans, FollowFromTheSeedAlone)
+{
+    const Scanner scanner(5, 9);
+    const Scan scan = scanner.Take(4);
+    const Scan again = Scanner(5, 9).Take(4);
+    EXPECT_EQ(scan.sensorToRoot, again.sensorToRoot);
+    EXPECT_EQ(scan.surfels, again.surfels);
+    EXPECT_NE(scan.surfels, Scanner(6, 9).Take(4).surfels);
+    EXPECT_NE(scan.sensorToRoot, scanner.Take(5).sensorToRoot);
+}
+
+TEST(SimulatedScans, HaveTheSameBitsWithEveryCompiler)
+{
+    const Scan scan = Scanner(1, 3).Take(1);
+    std::uint64_t digest = 0xCBF29CE484222325U;
+    const auto add = [&](std::uint64_t value) { digest = (digest ^ value) * 0x100000001B3U; };
+    for (std::size_t i = 0; i < 16; ++i) {
+        add(std::bit_cast<std::uint64_t>(scan.sensorToRoot.data()[i]));
+    }
+    for (const auto& surfel : scan.surfels) {
+        for (const double v : {surfel.position.x, surfel.position.y, surfel.position.z,
+                               surfel.normal.x, surfel.normal.y, surfel.normal.z, surfel.quality}) {
+            add(std::bit_cast<std::uint64_t>(v));
+        }
+        for (const auto channel : surfel.colour) add(channel);
+        add(surfel.curvature);
+    }
+    EXPECT_EQ(digest, 6785094481167897009U);
+}
+
+TEST(SimulatedScans, AreMadeForAnyNumberOfFrames)
+{
+    for (const std::size_t frames : {1U, 2U, 4U}) {
+        SCOPED_TRACE(frames);
+        const Scanner scanner(1, frames);
+        for (std::size_t i = 0; i < frames; ++i) {
+            const auto matrix = scanner.Take(i).sensorToRoot;
+            for (std::size_t value = 0; value < 16; ++value) {
+                ASSERT_TRUE(std::isfinite(matrix.data()[value]));
+            }
+        }
+    }
+}
+
+TEST(TheDentalArch, HasTheNormalsAndCurvaturesOfItsField)
+{
+    const DentalArch arch(3);
+    for (double x = -24.0; x <= 24.0; x += 1.7) {
+        SCOPED_TRACE(x);
+        Vec3 p = DentalArch::MiddleLine(x) + Vec3{0.0, 0.0, 20.0};
+        for (int i = 0; i < 200; ++i) p = p - Vec3{0.0, 0.0, 0.7 * arch.Distance(p)};
+        ASSERT_NEAR(arch.Distance(p), 0.0, 1e-6);
+        const auto feature = arch.FeatureAt(p);
+        const Vec3& normal = feature.normal;
+        EXPECT_GT(normal.z, 0.0) << "the surface is seen from above";
+
+        // The field changes along the normal only; across, it bends away by the curvature.
+        constexpr double c_step = 0.05;
+        const Vec3 across = Normalized(Cross(normal, {0.3, 1.0, 0.2}));
+        const Vec3 other = Cross(normal, across);
+        const double growth =
+            (arch.Distance(p + normal * c_step) - arch.Distance(p - normal * c_step)) /
+            (2.0 * c_step);
+        EXPECT_GT(growth, 0.1);
+        double sum = 0.0;
+        for (const Vec3& direction : {across, other}) {
+            const double ahead = arch.Distance(p + direction * c_step);
+            const double behind = arch.Distance(p - direction * c_step);
+            EXPECT_NEAR(ahead - behind, 0.0, 0.01 * 2.0 * c_step * growth);
+            sum += ahead + behind;
+        }
+        const double curvature = 0.5 * sum / (c_step * c_step * growth);
+        EXPECT_NEAR(feature.meanCurvature, curvature, 0.05 + 0.1 * std::abs(curvature));
+    }
+}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/base/platformapi.h"
 #include "platform/datatree/cylockrecord.h"
 
 #include <chrono>
@@ -15,7 +16,7 @@ class CyLockEngine;
 /// ended and its last record was given back, wherever the handle was then.
 ///
 /// Threads: guarded by the mutex of the engine, but for @c engine.
-struct CyLockThread
+struct PLATFORM_API CyLockThread
 {
     using Clock = std::chrono::steady_clock;
 

@@ -1,0 +1,353 @@
+#include "tests/platform/datatree/datatreeaccess.h"
+#include "tests/support/rounds.h"
+
+#include <algorithm>
+#include <gmock/gmock.h>
+#include <map>
+#include <memory>
+#include <random>
+
+namespace
+{
+
+using EOutcome = TestAccess::EOutcome;
+using EState = CyLockRecord::EState;
+using Time = TestAccess::Clock::time_point;
+
+constexpr int c_threads = 4;
+
+// What the engine is to do, told by comparing all records with each other.
+struct Model
+{
+    struct Record
+    {
+        int thread;
+        CyNode* node; // null when dead or void
+        bool write;
+        EState state;
+    };
+    struct Place
+    {
+        int thread;
+        bool waiting;
+        Time keepUntil;
+    };
+
+    std::map<CyNode*, CyNode*> parent; // of all nodes in the tree; null for the top
+    std::map<int, Record> records;
+    std::vector<Place> queue; // oldest first
+
+    bool isAbove(CyNode* above, CyNode* node) const // or the same
+    {
+        while (node != nullptr && node != above) node = parent.at(node);
+        return node != nullptr;
+    }
+    bool isRelated(CyNode* a, CyNode* b) const { return isAbove(a, b) || isAbove(b, a); }
+    bool covers(int thread, CyNode* node, bool write) const
+    {
+        return std::any_of(records.begin(), records.end(), [&](const auto& entry) {
+            const Record& r = entry.second;
+            return r.thread == thread && r.state == EState::Granted && (r.write || !write) &&
+                   isAbove(r.node, node);
+        });
+    }
+    bool isValid(const Record& r) const
+    {
+        return r.state == EState::Granted ||
+               (r.state == EState::Pending && covers(r.thread, r.node, r.write));
+    }
+    // Does a record of the thread that fits conflict with one of the others that fits?
+    template<class Mine, class Theirs>
+    bool conflicts(Mine mine, Theirs theirs) const
+    {
+        for (const auto& [i, m] : records) {
+            for (const auto& [j, t] : records) {
+                if (mine(m) && theirs(t) && m.thread != t.thread && (m.write || t.write) &&
+                    isRelated(m.node, t.node)) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    }
+    void expire(Time now)
+    {
+        std::erase_if(queue, [&](const Place& p) { return !p.waiting && p.keepUntil < now; });
+    }
+    EOutcome attempt(int thread, Time now)
+    {
+        expire(now);
+        const auto outcome = judge(thread);
+        if (outcome == EOutcome::BlockedByLock || outcome == EOutcome::BlockedByOlder) {
+            return outcome;
+        }
+        if (outcome == EOutcome::Locked) {
+            for (auto& [id, r] : records) {
+                if (r.thread == thread && r.state == EState::Pending) r.state = EState::Granted;
+            }
+        }
+        std::erase_if(queue, [&](const Place& p) { return p.thread == thread; });
+        return outcome;
+    }
+    EOutcome judge(int thread) const
+    {
+        int pending = 0, granted = 0, uncovered = 0;
+        for (const auto& [id, r] : records) {
+            if (r.thread != thread) continue;
+            if (r.state == EState::Dead) return EOutcome::InvalidNode;
+            granted += r.state == EState::Granted;
+            pending += r.state == EState::Pending;
+            uncovered += r.state == EState::Pending && !isValid(r);
+        }
+        if (pending + granted == 0) return EOutcome::NoQueries;
+        if (uncovered == 0) return EOutcome::Locked;
+        if (granted != 0) return EOutcome::NotReleased;
+        const auto mine = [&](const Record& r) {
+            return r.thread == thread && r.state == EState::Pending;
+        };
+        if (conflicts(mine, [](const Record& r) { return r.state == EState::Granted; })) {
+            return EOutcome::BlockedByLock;
+        }
+        for (const Place& older : queue) {
+            if (older.thread == thread) break;
+            if (conflicts(mine, [&](const Record& r) {
+                    return r.thread == older.thread && r.state == EState::Pending;
+                })) {
+                return EOutcome::BlockedByOlder;
+            }
+        }
+        return EOutcome::Locked;
+    }
+    bool hasAccess(const Record& r) const
+    {
+        if (r.state != EState::Pending && r.state != EState::Granted) return false;
+        return isValid(r) || std::none_of(records.begin(), records.end(), [&](const auto& entry) {
+                   const Record& other = entry.second;
+                   return other.state == EState::Granted && other.thread != r.thread &&
+                          isRelated(other.node, r.node);
+               });
+    }
+    bool remove(int id)
+    {
+        const Record own = records.at(id);
+        if (!hasAccess(own) || parent.at(own.node) == nullptr) return false;
+        for (const auto& [node, father] : parent) {
+            if (father == own.node) return false;
+        }
+        for (auto& [other, r] : records) {
+            if (r.node != own.node) continue;
+            r.node = nullptr;
+            r.state = r.state == EState::Granted || other == id ? EState::Void : EState::Dead;
+        }
+        parent.erase(own.node);
+        return true;
+    }
+    bool move(int id, CyNode* father)
+    {
+        const Record own = records.at(id);
+        if (!hasAccess(own) || isAbove(own.node, father)) return false;
+        for (const auto& [i, inside] : records) {
+            for (const auto& [j, outside] : records) {
+                if (inside.state == EState::Granted && outside.state == EState::Granted &&
+                    inside.thread != outside.thread && (inside.write || outside.write) &&
+                    isAbove(own.node, inside.node) && isAbove(outside.node, father)) {
+                    return false;
+                }
+            }
+        }
+        parent[own.node] = father;
+        return true;
+    }
+};
+
+struct Handle
+{
+    CyDataHandleLockOnly<0> read;
+    CyDataHandleLockOnly<1> write;
+};
+
+class Simulation
+{
+public:
+    explicit Simulation(unsigned seed) : random_(seed)
+    {
+        for (auto& thread : threads_) {
+            thread = std::make_unique<CyLockThread>(TestAccess::Engine(manager_));
+        }
+        model_.parent[manager_.GetTopNode().Get()] = nullptr;
+        nodes_.push_back(manager_.GetTopNode());
+        while (nodes_.size() < 8) insert();
+    }
+    ~Simulation()
+    {
+        handles_.clear();
+        for (auto& thread : threads_) TestAccess::End(*thread);
+    }
+
+    void Step()
+    {
+        now_ += std::chrono::milliseconds(below(40));
+        switch (below(10)) {
+        case 0:
+            insert();
+            break;
+        case 1:
+        case 2:
+        case 3:
+            ask();
+            break;
+        case 4:
+            release();
+            break;
+        case 5:
+        case 6:
+        case 7:
+            attempt();
+            break;
+        case 8:
+            remove();
+            break;
+        case 9:
+            move();
+            break;
+        }
+        check();
+    }
+
+    int GetNrOf(EOutcome outcome) const { return outcomes_[static_cast<std::size_t>(outcome)]; }
+    int GetNrMoved() const { return moved_; }
+    int GetNrRemoved() const { return removed_; }
+
+private:
+    int below(int n) { return std::uniform_int_distribution(0, n - 1)(random_); }
+    const CbSmartPointer<CyNode>& anyNode()
+    {
+        return nodes_[static_cast<std::size_t>(below(static_cast<int>(nodes_.size())))];
+    }
+    int anyRecord()
+    {
+        return std::next(handles_.begin(), below(static_cast<int>(handles_.size())))->first;
+    }
+
+    void insert()
+    {
+        if (nodes_.size() >= 14) return;
+        const auto father = anyNode();
+        nodes_.push_back(CbMake<CyNode>());
+        EXPECT_TRUE(manager_.InsertNode(father, nodes_.back()));
+        model_.parent[nodes_.back().Get()] = father.Get();
+    }
+    void ask()
+    {
+        if (handles_.size() >= 12) return;
+        const int thread = below(c_threads);
+        const auto& node = anyNode();
+        const bool write = below(2) == 0;
+        Handle& handle = handles_[next_];
+        auto& owner = *threads_[static_cast<std::size_t>(thread)];
+        write ? TestAccess::Ask(handle.write, owner, *node)
+              : TestAccess::Ask(handle.read, owner, *node);
+        model_.records[next_++] = {thread, node.Get(), write, EState::Pending};
+    }
+    void release()
+    {
+        if (handles_.empty()) return;
+        const int id = anyRecord();
+        handles_.erase(id);
+        model_.records.erase(id);
+    }
+    void attempt()
+    {
+        const int thread = below(c_threads);
+        auto& owner = *threads_[static_cast<std::size_t>(thread)];
+        const auto outcome = TestAccess::Attempt(owner, now_);
+        ASSERT_EQ(outcome, model_.attempt(thread, now_));
+        ++outcomes_[static_cast<std::size_t>(outcome)];
+        if (outcome != EOutcome::BlockedByLock && outcome != EOutcome::BlockedByOlder) return;
+        const auto place = std::find_if(model_.queue.begin(), model_.queue.end(),
+                                        [&](const auto& p) { return p.thread == thread; });
+        if (place != model_.queue.end() && place->waiting && below(2) == 0) {
+            TestAccess::StopWaiting(owner, now_);
+            place->waiting = false;
+            place->keepUntil = now_ + std::chrono::milliseconds(100);
+        } else if (below(3) != 0) { // otherwise it was not going to wait
+            TestAccess::StartWaiting(owner);
+            if (place == model_.queue.end()) {
+                model_.queue.push_back({thread, true, {}});
+            } else {
+                place->waiting = true;
+            }
+        }
+    }
+    void remove()
+    {
+        if (handles_.empty()) return;
+        const int id = anyRecord();
+        CyNode* const node = model_.records.at(id).node;
+        if (!model_.records.at(id).write) return;
+        const bool removed = manager_.RemoveNode(handles_.at(id).write);
+        ASSERT_EQ(removed, model_.remove(id));
+        removed_ += removed;
+        if (removed) std::erase_if(nodes_, [&](const auto& entry) { return entry.Get() == node; });
+    }
+    void move()
+    {
+        if (handles_.empty()) return;
+        const int id = anyRecord();
+        if (!model_.records.at(id).write) return;
+        const auto& father = anyNode();
+        const bool moved = manager_.MoveNode(handles_.at(id).write, father);
+        ASSERT_EQ(moved, model_.move(id, father.Get()));
+        moved_ += moved;
+    }
+
+    void check()
+    {
+        TestAccess::CheckCounters(manager_);
+        for (const auto& node : nodes_) {
+            EXPECT_EQ(node->GetParent().Get(), model_.parent.at(node.Get()));
+        }
+        for (const auto& [id, record] : model_.records) {
+            const Handle& handle = handles_.at(id);
+            const auto state =
+                record.write ? TestAccess::State(handle.write) : TestAccess::State(handle.read);
+            EXPECT_EQ(state, record.state);
+            EXPECT_EQ(handle.write.IsValid() || handle.read.IsValid(), model_.isValid(record));
+        }
+    }
+
+    std::mt19937 random_;
+    CyDataManager manager_;
+    std::vector<CbSmartPointer<CyNode>> nodes_;
+    std::array<std::unique_ptr<CyLockThread>, c_threads> threads_;
+    std::map<int, Handle> handles_;
+    Model model_;
+    Time now_;
+    int next_ = 0;
+    int moved_ = 0;
+    int removed_ = 0;
+    std::array<int, 6> outcomes_{};
+};
+
+TEST(LocksAndEditsInRandomOrder, GrantWhatComparingAllRecordsGrants)
+{
+    std::array<int, 6> outcomes{};
+    int moved = 0;
+    int removed = 0;
+    for (int seed = 0; seed < Rounds(400); ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        Simulation simulation(static_cast<unsigned>(seed));
+        for (int step = 0; step < 300 && !testing::Test::HasFailure(); ++step) simulation.Step();
+        ASSERT_FALSE(testing::Test::HasFailure());
+        for (std::size_t i = 0; i < outcomes.size(); ++i) {
+            outcomes[i] += simulation.GetNrOf(static_cast<EOutcome>(i));
+        }
+        moved += simulation.GetNrMoved();
+        removed += simulation.GetNrRemoved();
+    }
+    EXPECT_THAT(outcomes, testing::Each(testing::Gt(10))) << "the steps reach every outcome";
+    EXPECT_GT(moved, 10);
+    EXPECT_GT(removed, 10);
+}
+
+} // namespace

@@ -88,6 +88,36 @@ CB_ALWAYS_INLINE inline std::uint16_t mapCode(std::uint16_t code, const CbMatrix
                           n.x * m[0][2] + n.y * m[1][2] + n.z * m[2][2], code));
 }
 
+using MapBlock = void (*)(std::uint16_t* codes, const CbMatrix4Rf& matrix) noexcept;
+
+CB_ALWAYS_INLINE inline void mapBlock(std::uint16_t* codes, const CbMatrix4Rf& matrix) noexcept
+{
+    const CbMatrix4Rf m = matrix; // nothing that is written can be part of it
+    for (std::size_t i = 0; i < c_block; ++i) codes[i] = mapCode(codes[i], m);
+}
+
+void mapBlockAnywhere(std::uint16_t* codes, const CbMatrix4Rf& matrix) noexcept
+{
+    mapBlock(codes, matrix);
+}
+
+// Twice as wide on processors that can. The same operations in the same order, never fused, so the
+// same bits.
+#if defined(__x86_64__) && defined(__GNUC__)
+__attribute__((target("avx2"))) void mapBlockWide(std::uint16_t* codes,
+                                                  const CbMatrix4Rf& matrix) noexcept
+{
+    mapBlock(codes, matrix);
+}
+
+MapBlock fastestMapBlock() noexcept
+{
+    return __builtin_cpu_supports("avx2") ? &mapBlockWide : &mapBlockAnywhere;
+}
+#else
+MapBlock fastestMapBlock() noexcept { return &mapBlockAnywhere; }
+#endif
+
 } // namespace
 
 ZeCSurfelTransformation::ZeCSurfelTransformation(const CbMatrix4Rf& transformation) noexcept
@@ -123,14 +153,14 @@ void ZeCSurfelTransformation::MapNormals(const ZeCQuantizedNormal* from, ZeCQuan
         std::memcpy(static_cast<void*>(to), from, count * sizeof *to);
         return;
     }
-    const CbMatrix4Rf m = normals_;
+    static const MapBlock mapWhole = fastestMapBlock();
     std::uint16_t codes[c_block];
     for (; count >= c_block; count -= c_block, from += c_block, to += c_block) {
         std::memcpy(codes, from, sizeof codes);
-        for (std::uint16_t& code : codes) code = mapCode(code, m);
+        mapWhole(codes, normals_);
         std::memcpy(static_cast<void*>(to), codes, sizeof codes);
     }
     for (std::size_t i = 0; i < count; ++i) {
-        to[i] = ZeCQuantizedNormal::FromCode(mapCode(from[i].GetCode(), m));
+        to[i] = ZeCQuantizedNormal::FromCode(mapCode(from[i].GetCode(), normals_));
     }
 }

@@ -13,9 +13,42 @@
 namespace
 {
 
-bool isFinite(const CbVector3f& p)
+void extendByFinite(std::span<const CbVector3f> positions, CyBoundingBox3D& box)
 {
-    return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
+    for (const CbVector3f& p : positions) {
+        if (std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z)) box.Extend(p);
+    }
+}
+
+constexpr std::size_t c_block = 512;
+
+// Extends a box by so many positions, or returns false where one of them is not finite. Sixteen
+// positions are 48 numbers side by side, whose extremes are taken without a branch.
+bool extendByBlock(const CbVector3f* positions, CyBoundingBox3D& box)
+{
+    constexpr std::size_t c_lanes = 48;
+    float minimum[c_lanes];
+    float maximum[c_lanes];
+    float zeros[c_lanes] = {}; // NaN from the first number on that is not finite
+    std::memcpy(minimum, positions, sizeof minimum);
+    std::memcpy(maximum, positions, sizeof maximum);
+    for (std::size_t i = 0; i < c_block; i += c_lanes / 3) {
+        float values[c_lanes];
+        std::memcpy(values, positions + i, sizeof values);
+        for (std::size_t lane = 0; lane < c_lanes; ++lane) {
+            minimum[lane] = values[lane] < minimum[lane] ? values[lane] : minimum[lane];
+            maximum[lane] = maximum[lane] < values[lane] ? values[lane] : maximum[lane];
+            zeros[lane] += values[lane] * 0.0F;
+        }
+    }
+    for (const float zero : zeros) {
+        if (zero != 0.0F) return false;
+    }
+    for (std::size_t lane = 0; lane < c_lanes; lane += 3) {
+        box.Extend({minimum[lane], minimum[lane + 1], minimum[lane + 2]});
+        box.Extend({maximum[lane], maximum[lane + 1], maximum[lane + 2]});
+    }
+    return true;
 }
 
 void checkRange(std::uint32_t first, std::uint32_t count, std::uint32_t size, const char* what)
@@ -44,21 +77,13 @@ ZeCSurfelContainer::~ZeCSurfelContainer() = default;
 
 CyBoundingBox3D ZeCSurfelContainer::GetBoundingBox() const noexcept
 {
-    // Eight boxes side by side: neighbouring surfels then do not wait for each other's results.
-    constexpr std::size_t c_lanes = 8;
-    CyBoundingBox3D boxes[c_lanes];
-    const auto positions = GetPositionAccessor();
-    std::size_t i = 0;
-    for (; i + c_lanes <= positions.size(); i += c_lanes) {
-        for (std::size_t lane = 0; lane < c_lanes; ++lane) {
-            if (isFinite(positions[i + lane])) boxes[lane].Extend(positions[i + lane]);
-        }
+    CyBoundingBox3D box;
+    auto rest = GetPositionAccessor();
+    for (; rest.size() >= c_block; rest = rest.subspan(c_block)) {
+        if (!extendByBlock(rest.data(), box)) extendByFinite(rest.first(c_block), box);
     }
-    for (; i < positions.size(); ++i) {
-        if (isFinite(positions[i])) boxes[0].Extend(positions[i]);
-    }
-    for (std::size_t lane = 1; lane < c_lanes; ++lane) boxes[0].Extend(boxes[lane]);
-    return boxes[0];
+    extendByFinite(rest, box);
+    return box;
 }
 
 void ZeCSurfelContainer::CopySurfel(std::uint32_t destination, const ZeCSurfelContainer& from,

@@ -224,6 +224,8 @@ private:
                                 std::size_t& index);
     void deleteSubtree(const Node& node);
     void destroySubtree(const Node& node);
+    /// True where the children's lists lead from @p top to @p node.
+    [[nodiscard]] static bool leadsTo(const ZeCTransformationNodeInner& top, const Inner& node);
     void requireInsertable(const Inner& father, const Node& child, unsigned line,
                            const char* function) const;
 

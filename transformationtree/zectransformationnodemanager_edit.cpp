@@ -3,6 +3,7 @@
 #include "platform/base/cbexception.h"
 #include "transformationtree/internal/collectsubtree.h"
 #include "transformationtree/internal/nodemanagernames.h"
+#include "transformationtree/internal/subtreewalk.h"
 #include "transformationtree/zectransformationnodemanager.h"
 
 #include <algorithm>
@@ -36,6 +37,20 @@ void reserveOneMore(ZeCTransformationNodeInner::Children& children)
 
 } // namespace
 
+// Also by entries whose node has another father by now, or walks down would not end. Only where a
+// node at or above `node` may be such an entry is it looked for.
+bool ZeCTransformationNodeManager::leadsTo(const ZeCTransformationNodeInner& top, const Inner& node)
+{
+    bool mayBeListed = false;
+    for (Inner above = node; above; above = above->GetFather()) {
+        if (above.Get() == &top) return true;
+        mayBeListed = mayBeListed || above->mayBeStale_;
+    }
+    return mayBeListed && WalkBelow(top, [&](const auto& below, const auto& /*father*/) {
+                              return &below == node.Get() ? EVisit::Stop : EVisit::Enter;
+                          }) != nullptr;
+}
+
 void ZeCTransformationNodeManager::requireInsertable(const Inner& father, const Node& child,
                                                      unsigned line, const char* function) const
 {
@@ -48,7 +63,7 @@ void ZeCTransformationNodeManager::requireInsertable(const Inner& father, const 
     require(child != father, "the node would be its own father");
     const auto& inner = static_cast<const ZeCTransformationNodeInner&>(*child);
     // Nothing can stand below a childless node, so deep chains are built without looking up.
-    require(inner.GetNrChildren() == 0 || !isAtOrBelow(father, *child),
+    require(inner.GetNrChildren() == 0 || !leadsTo(inner, father),
             "the node would stand below itself");
     require(!IsNodeInDataManager(child) || child != GetRootNode(),
             "the manager's root can't be a child");
@@ -185,14 +200,19 @@ void ZeCTransformationNodeManager::MoveNode(const Inner& newFather, const Node& 
     if (!stays) reserveOneMore(newFather->children_);
 
     if (oldFather && managed) {
-        oldFather->children_.erase(oldFather->children_.begin() +
-                                   static_cast<std::ptrdiff_t>(oldIndex));
+        auto& children = oldFather->children_;
+        // A father whose record could not be read to its end does not list all of its children.
+        if (oldIndex < children.size()) {
+            children.erase(children.begin() + static_cast<std::ptrdiff_t>(oldIndex));
+        }
         oldFather->NewNodeRevision(c_allRevisions);
     } else if (oldFather) {
         RemoveChild(oldFather, node);
     }
     // Looked up now that the node has left its old place. In front of itself is where it was.
-    insertLinked(newFather, stays && before == node ? oldIndex : indexOf(*newFather, before), node);
+    std::size_t index = indexOf(*newFather, before);
+    if (before == node) index = stays ? oldIndex : newFather->children_.size();
+    insertLinked(newFather, index, node);
     newFather->NewNodeRevision(c_allRevisions);
     if (comesIn) {
         addNodesToDataManager(added, false);

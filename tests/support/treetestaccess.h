@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/base/cbsingleton.h"
-#include "transformationtree/zectransformationnodeinner.h"
+#include "transformationtree/zectransformationnodemanager.h"
 
 /// What tests of the tree need of the nodes' private parts.
 struct TestAccess
@@ -23,6 +23,12 @@ struct TestAccess
     static void AssertGlobalNodeHeadRevisionValid(long long revision)
     {
         ZeCTransformationNode::assertGlobalNodeHeadRevisionValid(revision);
+    }
+    /// Number of nodes that are registered by their ids.
+    static std::size_t CountIds(ZeCTransformationNodeManager& manager)
+    {
+        const CbCriticalSectionLock lock(manager.section_);
+        return manager.idMap_.GetCount();
     }
     /// Destroys a singleton, so that the next test finds a new one.
     template<class T>

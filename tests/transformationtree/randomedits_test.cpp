@@ -1,0 +1,456 @@
+// Random edits of a tree, compared after every step with the naive tree.
+
+#include "platform/base/cbexception.h"
+#include "tests/support/managerfixture.h"
+#include "tests/support/rounds.h"
+#include "tests/transformationtree/naivetree.h"
+
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <map>
+#include <random>
+#include <sstream>
+
+namespace
+{
+
+using Node = CbSmartPointer<ZeCTransformationNode>;
+using Inner = CbSmartPointer<ZeCTransformationNodeInner>;
+
+// The library's node beside a naive one.
+struct Twin
+{
+    CbWeakPointer<ZeCTransformationNode> node;
+    Node held; // where the test holds it
+    const ZeCTransformationNode* address;
+    CyUniqueID id;
+    std::array<long long, 2> revisions;
+};
+
+class RandomEdits : public NodeManagerTest
+{
+protected:
+    ~RandomEdits() override { twins_.clear(); }
+
+    void run(unsigned seed, int steps)
+    {
+        random_.seed(seed);
+        ASSERT_TRUE(naive_.Link()); // as the fixture has done
+        for (int step = 0; step < steps; ++step) {
+            shape_ = step / 700 % 3;
+            log_.str("");
+            naive_.StartEdit();
+            edit();
+            const std::string difference = findDifference();
+            ASSERT_EQ(difference, "") << "seed " << seed << ", step " << step << ": " << log_.str();
+        }
+        for (const CyUniqueID& id : deadIds_) ASSERT_FALSE(manager().GetNodeByID(id));
+        // The walk met all that it is meant to meet.
+        for (const auto& [name, counts] : counts_) {
+            const bool isRefusable = name != "remove" && name != "add subtree";
+            EXPECT_GT(counts[0], 0) << name;
+            EXPECT_EQ(counts[1] > 0, isRefusable) << name << counts[0];
+        }
+        EXPECT_GT(rootsUnset_, 0);
+    }
+
+private:
+    [[nodiscard]] int number(int below)
+    {
+        return std::uniform_int_distribution<int>(0, below - 1)(random_);
+    }
+    [[nodiscard]] bool chance(int percent) { return number(100) < percent; }
+
+    // Any node that fulfils a condition, or null.
+    template<class Condition>
+    NaiveNode* pick(Condition&& condition)
+    {
+        std::vector<NaiveNode*> nodes;
+        for (const auto& node : naive_.GetNodes()) {
+            if (condition(*node)) nodes.push_back(node.get());
+        }
+        return nodes.empty() ? nullptr : nodes[static_cast<std::size_t>(number(int(nodes.size())))];
+    }
+    NaiveNode* pickAny()
+    {
+        return pick([](const NaiveNode&) { return true; });
+    }
+    static int depthOf(const NaiveNode& node)
+    {
+        return node.father == nullptr ? 0 : 1 + depthOf(*node.father);
+    }
+    // An inner node, now and then null: of any shape, or rather deep ones, or rather wide ones.
+    NaiveNode* pickFather()
+    {
+        if (chance(1)) return nullptr;
+        const auto isInner = [](const NaiveNode& node) { return !node.leaf; };
+        NaiveNode* best = pick(isInner);
+        for (int i = 0; best != nullptr && shape_ != 0 && i < 3; ++i) {
+            NaiveNode* const other = pick(isInner);
+            if (shape_ == 1 ? depthOf(*other) > depthOf(*best)
+                            : other->children.size() > best->children.size()) {
+                best = other;
+            }
+        }
+        return best;
+    }
+    // A node to insert: mostly one that may be inserted.
+    NaiveNode* pickNew()
+    {
+        if (chance(1)) return nullptr;
+        NaiveNode* const free = pick([&](const NaiveNode& node) {
+            return node.father == nullptr && &node != naive_.GetRoot();
+        });
+        return free != nullptr && chance(85) ? free : pickAny();
+    }
+    // An entry of a father: mostly one that it has, and rather one that is not its own any more.
+    NaiveNode* pickChild(const NaiveNode* father)
+    {
+        if (father == nullptr || father->children.empty() || chance(5)) return pickAny();
+        for (NaiveNode* const child : father->children) {
+            if (child->father != father && chance(50)) return child;
+        }
+        return father->children[static_cast<std::size_t>(number(int(father->children.size())))];
+    }
+    // What to insert before: an entry in the middle, null, the node itself or an unknown one.
+    NaiveNode* pickBefore(const NaiveNode* father, NaiveNode* node)
+    {
+        const int kind = number(10);
+        if (kind == 0) return nullptr;
+        if (kind == 1) return node;
+        return kind == 2 ? pickAny() : pickChild(father);
+    }
+
+    [[nodiscard]] Node real(const NaiveNode* node)
+    {
+        return node != nullptr ? twins_.at(node).node.Lock() : Node();
+    }
+    [[nodiscard]] Inner realInner(const NaiveNode* node)
+    {
+        return CbDynamicPointerCast<ZeCTransformationNodeInner>(real(node));
+    }
+    void addTwin(const NaiveNode* node, const Node& created)
+    {
+        twins_[node] = Twin{CbWeakPointer<ZeCTransformationNode>(created),
+                            created,
+                            created.Get(),
+                            created->GetID(),
+                            {0, 0}};
+    }
+    static std::string nameOf(const NaiveNode* node)
+    {
+        return node != nullptr ? std::to_string(node->number) : "null";
+    }
+
+    // Does the same edit on both sides, and compares how they end.
+    void both(const std::string& name, const std::vector<const NaiveNode*>& arguments,
+              const std::function<NaiveTree::Refusal()>& naiveEdit,
+              const std::function<void()>& realEdit)
+    {
+        log_ << name;
+        for (const NaiveNode* node : arguments) log_ << ' ' << nameOf(node);
+        const NaiveTree::Refusal refusal = naiveEdit();
+        ++counts_[name][refusal ? 1 : 0];
+        try {
+            realEdit();
+            EXPECT_FALSE(refusal) << log_.str();
+        } catch (const CbException& exception) {
+            ASSERT_TRUE(refusal) << log_.str() << ' ' << exception.what();
+            EXPECT_EQ(exception.GetFunction(), refusal->function) << log_.str();
+            EXPECT_EQ(exception.GetFile(), "zectransformationnodemanager");
+            EXPECT_TRUE(refusal->line == 0 || exception.GetLine() == refusal->line) << log_.str();
+        }
+    }
+
+    void edit()
+    {
+        const auto size = naive_.GetNodes().size();
+        if (size < 90 || (size < 110 && chance(10))) return create();
+        if (size > 115 || chance(3)) return discard();
+        if (naive_.GetRoot() == nullptr && chance(20)) return setRoot();
+        switch (number(20)) {
+        case 0:
+        case 1:
+        case 2:
+        case 3:
+            return insert();
+        case 4:
+            return insertBefore();
+        case 5:
+        case 6:
+            return append();
+        case 7:
+        case 8: {
+            NaiveNode* const father = pickFather();
+            NaiveNode* const child = pickChild(father);
+            return both(
+                "remove", {father, child},
+                [&] {
+                    naive_.Remove(father, child);
+                    return NaiveTree::Refusal();
+                },
+                [&] { manager().RemoveChild(realInner(father), real(child)); });
+        }
+        case 9:
+            return place("replace", &NaiveTree::Replace, &Manager::ReplaceChild);
+        case 10:
+        case 11:
+        case 12:
+            return place("exchange", &NaiveTree::Exchange, &Manager::ExchangeChild);
+        case 19:
+            return seldom();
+        default:
+            return move();
+        }
+    }
+
+    void create()
+    {
+        const bool leaf = chance(50);
+        log_ << "create";
+        addTwin(naive_.Create(leaf),
+                leaf ? Node(manager().CreateLeafNode(nullptr)) : Node(manager().CreateInnerNode()));
+    }
+
+    // Drops ids and the test's references of a subtree that is no part of the root's, or of a node
+    // anywhere.
+    void discard()
+    {
+        NaiveNode* const top = pick([&](const NaiveNode& node) { return !node.managed; });
+        if (top == nullptr) return;
+        log_ << "discard " << nameOf(top);
+        auto nodes = NaiveTree::Subtree(*top);
+        if (chance(30)) nodes = {top};
+        for (NaiveNode* const node : nodes) {
+            naive_.Delete(*node);
+            manager().DeleteNode(real(node));
+            node->held = false;
+        }
+        for (NaiveNode* const node : nodes) twins_.at(node).held = nullptr;
+    }
+
+    void insert()
+    {
+        NaiveNode* const father = pickFather();
+        NaiveNode* const child = pickNew();
+        const int index = father != nullptr ? number(int(father->children.size()) + 1) : 0;
+        both(
+            "insert", {father, child},
+            [&] { return naive_.Insert(father, static_cast<std::size_t>(index), child); },
+            [&] {
+                const Inner inner = realInner(father);
+                auto position = ZeCTransformationNodeInner::ConstChildIterator();
+                if (inner) position = inner->BeginChild() + index;
+                manager().InsertChild(inner, position, real(child));
+            });
+    }
+
+    void insertBefore()
+    {
+        NaiveNode* const father = pickFather();
+        NaiveNode* const child = pickNew();
+        NaiveNode* const before = pickBefore(father, child);
+        both(
+            "insert before", {father, before, child},
+            [&] { return naive_.InsertBefore(father, before, child); },
+            [&] { manager().InsertChild(realInner(father), real(before), real(child)); });
+    }
+
+    void append()
+    {
+        NaiveNode* const father = pickFather();
+        NaiveNode* const child = pickNew();
+        const bool atEnd = chance(50);
+        const auto index = atEnd && father != nullptr ? father->children.size() : 0;
+        both(
+            "append", {father, child}, [&] { return naive_.Insert(father, index, child); },
+            [&] { manager().AppendChild(realInner(father), real(child), atEnd); });
+    }
+
+    template<class NaiveEdit, class RealEdit>
+    void place(const std::string& name, NaiveEdit naiveEdit, RealEdit realEdit)
+    {
+        NaiveNode* const father = pickFather();
+        NaiveNode* const oldChild = pickChild(father);
+        NaiveNode* const newChild = chance(50) ? pickNew() : pickAny();
+        both(
+            name, {father, oldChild, newChild},
+            [&] { return (naive_.*naiveEdit)(father, oldChild, newChild); },
+            [&] { (manager().*realEdit)(realInner(father), real(oldChild), real(newChild)); });
+    }
+
+    void move()
+    {
+        NaiveNode* const node = chance(1) ? nullptr : pickAny();
+        NaiveNode* const father = node != nullptr && chance(30) ? node->father : pickFather();
+        NaiveNode* const before = pickBefore(father, node);
+        both(
+            "move", {father, node, before}, [&] { return naive_.Move(father, node, before); },
+            [&] { manager().MoveNode(realInner(father), real(node), real(before)); });
+    }
+
+    void setRoot()
+    {
+        NaiveNode* const root = pickFather();
+        both(
+            "set root", {root}, [&] { return naive_.SetRoot(root); },
+            [&] { manager().SetRootNode(realInner(root)); });
+    }
+
+    void seldom()
+    {
+        NaiveNode* const any = pickAny();
+        switch (number(8)) {
+        case 0:
+            return both(
+                "add subtree", {any},
+                [&] {
+                    naive_.AddSubtree(*any);
+                    return NaiveTree::Refusal();
+                },
+                [&] { manager().AddSubtreeToDataManager(real(any)); });
+        case 1:
+            log_ << "delete " << nameOf(any);
+            naive_.Delete(*any);
+            return manager().DeleteNode(real(any));
+        case 2:
+            return createRoot();
+        case 3:
+        case 4:
+            return setRoot();
+        case 5:
+            log_ << "link";
+            EXPECT_FALSE(manager().SetDataManager(dataManager, nullptr));
+            EXPECT_EQ(manager().SetDataManager(dataManager, dataNode), naive_.Link());
+            return;
+        case 6:
+            log_ << "unlink";
+            EXPECT_EQ(manager().UnsetDataManager(), naive_.Unlink());
+            return;
+        default:
+            return unsetRoot();
+        }
+    }
+
+    void createRoot()
+    {
+        Inner created;
+        NaiveNode* root = nullptr;
+        both(
+            "create root", {},
+            [&] {
+                root = naive_.Create(false);
+                const auto refusal = naive_.SetRoot(root);
+                if (refusal) root->registered = root->held = false;
+                return refusal;
+            },
+            [&] { created = manager().CreateRootNode(); });
+        if (created) addTwin(root, created);
+    }
+
+    void unsetRoot()
+    {
+        log_ << "unset root";
+        if (chance(50)) return manager().UnsetRootNode(); // without the lock: nothing happens
+        if (naive_.GetRoot() == nullptr) return;
+        ++rootsUnset_;
+        naive_.UnsetRoot();
+        NodeManagerTest::unsetRoot();
+    }
+
+    // The first difference between the two sides; empty where there is none.
+    [[nodiscard]] std::string findDifference()
+    {
+        const auto dead = naive_.TakeDead();
+        for (const auto& node : dead) {
+            const auto twin = twins_.find(node.get());
+            if (twin == twins_.end()) continue; // a root that could not be set
+            if (twin->second.node.Lock()) return "a node lives on: " + nameOf(node.get());
+            deadIds_.push_back(twin->second.id);
+            twins_.erase(twin);
+        }
+        const long long newestBefore = newest_;
+        std::size_t registered = 0;
+        for (const auto& node : naive_.GetNodes()) {
+            registered += node->registered ? 1 : 0;
+            const std::string difference = findDifference(*node, newestBefore);
+            if (!difference.empty()) return difference + " of node " + nameOf(node.get());
+        }
+        // With this no other id can be in the map; some of those that were are asked for.
+        if (TestAccess::CountIds(manager()) != registered) return "number of ids";
+        for (std::size_t i = 0; i < std::min<std::size_t>(8, deadIds_.size()); ++i) {
+            if (manager().GetNodeByID(deadIds_[deadIds_.size() - 1 - i])) return "a dropped id";
+        }
+        if (manager().GetRootNode() != real(naive_.GetRoot())) return "root";
+        return {};
+    }
+
+    std::string findDifference(const NaiveNode& naive, long long newestBefore)
+    {
+        Twin& twin = twins_.at(&naive);
+        const Node node = twin.node.Lock();
+        if (!node) return "life";
+        const Node father = node->GetFather();
+        if (father.Get() != addressOf(naive.father)) return "father";
+        if (manager().GetNodeByID(twin.id).Get() != (naive.registered ? node.Get() : nullptr)) {
+            return "id";
+        }
+        const std::array revisions{node->GetNodeRevision(1), node->GetNodeRevision(2)};
+        const bool renewed = revisions[0] > newestBefore && revisions[1] == revisions[0] + 1;
+        if (naive.renewed ? !renewed : revisions != twin.revisions) return "revisions";
+        twin.revisions = revisions;
+        newest_ = std::max(newest_, revisions[1]);
+
+        if (!naive.leaf) {
+            const auto& inner = static_cast<const ZeCTransformationNodeInner&>(*node);
+            if (!std::equal(inner.BeginChild(), inner.EndChild(), naive.children.begin(),
+                            naive.children.end(), [&](const Node& child, const NaiveNode* other) {
+                                return child.Get() == addressOf(other);
+                            })) {
+                return "children";
+            }
+        }
+        return findMirrorDifference(naive, *node);
+    }
+
+    std::string findMirrorDifference(const NaiveNode& naive, const CyNode& node)
+    {
+        if (node.GetDataManager() != (naive.managed ? &dataManager : nullptr)) return "management";
+        const CyNode* expectedParent = nullptr;
+        if (naive.managed) {
+            expectedParent = naive.father != nullptr ? addressOf(naive.father) : dataNode.Get();
+        }
+        if (node.GetParent().Get() != expectedParent) return "parent in the data manager";
+        std::vector<const CyNode*> expected;
+        for (const NaiveNode* child : naive.children) {
+            if (naive.managed && child->father == &naive) expected.push_back(addressOf(child));
+        }
+        std::vector<const CyNode*> children;
+        for (const auto& child : node.GetChildren()) children.push_back(child.Get());
+        std::sort(expected.begin(), expected.end()); // the data manager has an order of its own
+        std::sort(children.begin(), children.end());
+        return children == expected ? "" : "children in the data manager";
+    }
+
+    const ZeCTransformationNode* addressOf(const NaiveNode* node)
+    {
+        return node != nullptr ? twins_.at(node).address : nullptr;
+    }
+
+    std::mt19937 random_;
+    int shape_ = 0;
+    NaiveTree naive_;
+    std::map<const NaiveNode*, Twin> twins_;
+    std::vector<CyUniqueID> deadIds_;
+    long long newest_ = 0;
+    std::ostringstream log_;
+    std::map<std::string, std::array<int, 2>> counts_; // edits carried out, and refused
+    int rootsUnset_ = 0;
+};
+
+TEST_F(RandomEdits, GiveWhatANaiveTreeGives) { run(20240607, Rounds(100000)); }
+
+TEST_F(RandomEdits, GiveTheSameFromAnotherSeed) { run(std::random_device{}(), Rounds(20000)); }
+
+} // namespace

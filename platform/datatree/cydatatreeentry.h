@@ -5,6 +5,47 @@
 class CyNode;
 struct CyLockRecord;
 
+/// Number of read locks and of write locks, in one word: every lock adds to each node above it.
+class CyLockCounts
+{
+public:
+    constexpr CyLockCounts() = default;
+    constexpr CyLockCounts(std::uint32_t reads, std::uint32_t writes) noexcept
+        : word_(std::uint64_t{writes} << 32 | reads)
+    {}
+
+    [[nodiscard]] std::uint32_t GetReads() const noexcept
+    {
+        return static_cast<std::uint32_t>(word_);
+    }
+    [[nodiscard]] std::uint32_t GetWrites() const noexcept
+    {
+        return static_cast<std::uint32_t>(word_ >> 32);
+    }
+    [[nodiscard]] bool IsZero() const noexcept { return word_ == 0; }
+    /// True where a query of another thread can't stand beside these locks.
+    [[nodiscard]] bool Excludes(bool write) const noexcept
+    {
+        return write ? word_ != 0 : GetWrites() != 0;
+    }
+
+    CyLockCounts& operator+=(CyLockCounts other) noexcept
+    {
+        word_ += other.word_;
+        return *this;
+    }
+    /// @param other no part of it is greater than this
+    CyLockCounts& operator-=(CyLockCounts other) noexcept
+    {
+        word_ -= other.word_;
+        return *this;
+    }
+    friend CyLockCounts operator+(CyLockCounts a, CyLockCounts b) noexcept { return a += b; }
+
+private:
+    std::uint64_t word_ = 0;
+};
+
 /// What a data manager keeps inside a node: its place in the data tree and the locks around it.
 ///
 /// Only the manager that holds the node reads or writes an entry, under its mutex. A node outside
@@ -16,24 +57,20 @@ struct CyDataTreeEntry
     CyDataTreeEntry& operator=(const CyDataTreeEntry&) = delete;
     ~CyDataTreeEntry() = default;
 
-    CyNode* const owner;
-
+    // What a climb to the top looks at, side by side.
     CyDataTreeEntry* parent = nullptr;
-    CyDataTreeEntry* firstChild = nullptr;
-    CyDataTreeEntry* lastChild = nullptr;
-    CyDataTreeEntry* previous = nullptr;
-    CyDataTreeEntry* next = nullptr;
-
+    CyLockCounts countHere;          ///< granted locks on this node
+    CyLockCounts countBelow;         ///< granted locks strictly below
     CyLockRecord* granted = nullptr; ///< granted locks on this node
     CyLockRecord* pending = nullptr; ///< queries on this node that are not granted yet
-
-    std::uint32_t readsHere = 0;   ///< granted read locks on this node
-    std::uint32_t writesHere = 0;  ///< granted write locks on this node
-    std::uint32_t readsBelow = 0;  ///< granted read locks strictly below
-    std::uint32_t writesBelow = 0; ///< granted write locks strictly below
-
     /// Which thread's locks cover the node, as of which of its epochs; see CyLockEngine.
     std::uint64_t coverStamp = 0;
     /// Which requests are in the way here, as of the last search; see CyLockQueue.
     std::uint64_t queueMark = 0;
+
+    CyNode* const owner;
+    CyDataTreeEntry* firstChild = nullptr;
+    CyDataTreeEntry* lastChild = nullptr;
+    CyDataTreeEntry* previous = nullptr;
+    CyDataTreeEntry* next = nullptr;
 };

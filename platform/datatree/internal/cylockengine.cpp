@@ -40,31 +40,28 @@ bool isLinked(const CyLockRecord& record) noexcept
            record.state == CyLockRecord::EState::Granted;
 }
 
-// Adds a number of locks to the counters strictly above an entry; subtracts with negative numbers.
-void countAbove(const CyDataTreeEntry& entry, std::uint32_t reads, std::uint32_t writes) noexcept
+CyLockCounts one(const CyLockRecord& record) noexcept
+{
+    return record.write ? CyLockCounts(0, 1) : CyLockCounts(1, 0);
+}
+
+void addAbove(const CyDataTreeEntry& entry, CyLockCounts counts) noexcept
 {
     for (auto* above = entry.parent; above != nullptr; above = above->parent) {
-        above->readsBelow += reads;
-        above->writesBelow += writes;
+        above->countBelow += counts;
     }
 }
 
-// Adds one granted lock to all counters concerned, or with -1 takes it out.
-void count(const CyLockRecord& record, std::uint32_t one) noexcept
+void subtractAbove(const CyDataTreeEntry& entry, CyLockCounts counts) noexcept
 {
-    CyDataTreeEntry& entry = *record.entry;
-    const std::uint32_t reads = record.write ? 0 : one;
-    const std::uint32_t writes = record.write ? one : 0;
-    entry.readsHere += reads;
-    entry.writesHere += writes;
-    countAbove(entry, reads, writes);
+    for (auto* above = entry.parent; above != nullptr; above = above->parent) {
+        above->countBelow -= counts;
+    }
 }
-
-constexpr std::uint32_t c_minusOne = ~std::uint32_t{0}; // counters wrap
 
 bool holdsHere(const CyLockThread& thread, const CyDataTreeEntry& entry, bool write) noexcept
 {
-    if (entry.writesHere == 0 && (write || entry.readsHere == 0)) return false;
+    if (write ? entry.countHere.GetWrites() == 0 : entry.countHere.IsZero()) return false;
     for (auto* record = entry.granted; record != nullptr; record = record->nextOfNode) {
         if (record->thread == &thread && (record->write || !write)) return true;
     }
@@ -82,10 +79,9 @@ bool isBelow(const CyDataTreeEntry& entry, const CyDataTreeEntry& top) noexcept
 bool conflicts(const CyLockRecord& query) noexcept
 {
     const CyDataTreeEntry& entry = *query.entry;
-    if ((entry.writesHere | entry.writesBelow) != 0) return true;
-    if (query.write && (entry.readsHere | entry.readsBelow) != 0) return true;
+    if ((entry.countHere + entry.countBelow).Excludes(query.write)) return true;
     for (auto* above = entry.parent; above != nullptr; above = above->parent) {
-        if (above->writesHere != 0 || (query.write && above->readsHere != 0)) return true;
+        if (above->countHere.Excludes(query.write)) return true;
     }
     return false;
 }
@@ -170,7 +166,7 @@ CyLockEngine::EOutcome CyLockEngine::Attempt(CyLockThread& thread, Clock::time_p
             outcome = EOutcome::NotReleased;
         } else if (isBlockedByLock(thread)) {
             return EOutcome::BlockedByLock;
-        } else if (queue_.IsOlderInTheWay(thread)) {
+        } else if (!queue_.IsEmpty() && queue_.IsOlderInTheWay(thread)) {
             return EOutcome::BlockedByOlder;
         }
     }
@@ -230,12 +226,11 @@ void CyLockEngine::NodeLeaves(CyDataTreeEntry& entry, const CyLockRecord* own) n
 bool CyLockEngine::FitsBelow(const CyDataTreeEntry& subtree, const CyDataTreeEntry& father,
                              const CyLockThread& thread) const noexcept
 {
-    const bool reads = (subtree.readsHere | subtree.readsBelow) != 0;
-    const bool writes = (subtree.writesHere | subtree.writesBelow) != 0;
-    if (!reads && !writes) return true;
+    const auto inside = subtree.countHere + subtree.countBelow;
+    if (inside.IsZero()) return true;
     for (auto* entry = &father; entry != nullptr; entry = entry->parent) {
         for (auto* record = entry->granted; record != nullptr; record = record->nextOfNode) {
-            if (record->thread != &thread && (record->write || writes)) return false;
+            if (record->thread != &thread && inside.Excludes(record->write)) return false;
         }
     }
     return true;
@@ -243,17 +238,15 @@ bool CyLockEngine::FitsBelow(const CyDataTreeEntry& subtree, const CyDataTreeEnt
 
 void CyLockEngine::SubtreeUnlinks(const CyDataTreeEntry& subtree) noexcept
 {
-    const auto reads = subtree.readsHere + subtree.readsBelow;
-    const auto writes = subtree.writesHere + subtree.writesBelow;
-    if ((reads | writes) != 0) countAbove(subtree, 0 - reads, 0 - writes);
+    const auto inside = subtree.countHere + subtree.countBelow;
+    if (!inside.IsZero()) subtractAbove(subtree, inside);
     lastMove_ = epochs_;
 }
 
 void CyLockEngine::SubtreeLinked(const CyDataTreeEntry& subtree) noexcept
 {
-    const auto reads = subtree.readsHere + subtree.readsBelow;
-    const auto writes = subtree.writesHere + subtree.writesBelow;
-    if ((reads | writes) != 0) countAbove(subtree, reads, writes);
+    const auto inside = subtree.countHere + subtree.countBelow;
+    if (!inside.IsZero()) addAbove(subtree, inside);
     wakeQueue();
 }
 
@@ -312,7 +305,7 @@ bool CyLockEngine::doOthersHold(const CyDataTreeEntry& entry,
             if (record->thread != &thread) return true;
         }
     }
-    auto below = entry.readsBelow + entry.writesBelow;
+    auto below = entry.countBelow.GetReads() + entry.countBelow.GetWrites();
     if (below == 0) return false;
     for (auto* record = thread.granted; record != nullptr; record = record->nextOfThread) {
         if (isBelow(*record->entry, entry)) --below;
@@ -328,7 +321,8 @@ void CyLockEngine::grantAll(CyLockThread& thread) noexcept
         record.state = CyLockRecord::EState::Granted;
         linkToThread(thread.granted, record);
         linkToNode(record.entry->granted, record);
-        count(record, 1);
+        record.entry->countHere += one(record);
+        addAbove(*record.entry, one(record));
         ++granted_;
         if (record.write) ++thread.grantedWrites;
     }
@@ -337,7 +331,8 @@ void CyLockEngine::grantAll(CyLockThread& thread) noexcept
 void CyLockEngine::ungrant(CyLockRecord& record) noexcept
 {
     unlink(record);
-    count(record, c_minusOne);
+    record.entry->countHere -= one(record);
+    subtractAbove(*record.entry, one(record));
     --granted_;
     if (record.write) --record.thread->grantedWrites;
     record.thread->epoch = 0;

@@ -71,7 +71,7 @@ void CyLockQueue::WakeAll() noexcept
 
 bool CyLockQueue::IsOlderInTheWay(const CyLockThread& thread) noexcept
 {
-    if (oldest_ == nullptr || oldest_ == &thread) return false;
+    if (oldest_ == &thread) return false;
     ++search_;
     for (const CyLockThread* older = oldest_; older != nullptr && older != &thread;
          older = older->newerInQueue) {

@@ -15,6 +15,7 @@ using Threads = std::vector<CyLockThread*>;
 // A plain pointer, so that handles of static objects still work after the thread's other objects
 // are gone. What is made that late stays until the process ends.
 constinit thread_local Threads* t_threads = nullptr;
+constinit thread_local CyLockThread* t_last = nullptr; // the one found last, among t_threads
 
 // Marks the thread as ended for one engine; true where nothing holds the object any more.
 bool end(CyLockThread& thread) noexcept
@@ -32,6 +33,7 @@ struct AtThreadEnd
     ~AtThreadEnd()
     {
         const std::unique_ptr<Threads> threads(std::exchange(t_threads, nullptr));
+        t_last = nullptr;
         for (CyLockThread* thread : *threads) {
             if (end(*thread)) delete thread;
         }
@@ -63,11 +65,10 @@ CyLockThread::~CyLockThread() { engine.Release(); }
 
 CyLockThread* CyLockThread::Find(const CyLockEngine& engine) noexcept
 {
+    if (t_last != nullptr && &t_last->engine == &engine) return t_last;
     if (t_threads == nullptr) return nullptr;
-    for (CyLockThread*& thread : *t_threads) {
-        if (&thread->engine != &engine) continue;
-        std::swap(thread, t_threads->front());
-        return t_threads->front();
+    for (CyLockThread* thread : *t_threads) {
+        if (&thread->engine == &engine) return t_last = thread;
     }
     return nullptr;
 }
@@ -80,6 +81,7 @@ CyLockThread& CyLockThread::Get(CyLockEngine& engine)
         thread_local AtThreadEnd atThreadEnd;
         t_threads = threads.release();
     }
+    t_last = nullptr;
     deleteLeftOvers(*t_threads);
     auto thread = std::make_unique<CyLockThread>(engine);
     t_threads->push_back(thread.get());

@@ -91,10 +91,10 @@ private:
         for (auto* record = entry.pending; record != nullptr; record = record->nextOfNode) {
             EXPECT_EQ(record->state, CyLockRecord::EState::Pending);
         }
-        EXPECT_EQ(entry.readsHere, here.reads);
-        EXPECT_EQ(entry.writesHere, here.writes);
-        EXPECT_EQ(entry.readsBelow, below.reads);
-        EXPECT_EQ(entry.writesBelow, below.writes);
+        EXPECT_EQ(entry.countHere.GetReads(), here.reads);
+        EXPECT_EQ(entry.countHere.GetWrites(), here.writes);
+        EXPECT_EQ(entry.countBelow.GetReads(), below.reads);
+        EXPECT_EQ(entry.countBelow.GetWrites(), below.writes);
         return {here.reads + below.reads, here.writes + below.writes};
     }
 };

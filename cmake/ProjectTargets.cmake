@@ -44,8 +44,10 @@ function(tree_add_folder shared folder)
   target_compile_definitions(${target} PRIVATE ${shared}_EXPORTS)
   target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
   if(NOT MSVC)
-    # ZeCTransformationNode::GetID may be called through a null pointer.
-    target_compile_options(${target} PRIVATE -fno-delete-null-pointer-checks)
+    # ZeCTransformationNode::GetID may be called through a null pointer. Nobody replaces functions of
+    # the library at load time, so calls within it may be inlined.
+    target_compile_options(${target} PRIVATE -fno-delete-null-pointer-checks
+                                             -fno-semantic-interposition)
   endif()
   foreach(below IN LISTS arg_DEPENDS)
     target_include_directories(${target} PUBLIC

@@ -45,11 +45,11 @@ ZeCTransformationNode::ZeCTransformationNode(EKind kind, CbSmartPointer<const Ze
 
 ZeCTransformationNode::ZeCTransformationNode(const ZeCTransformationNode& other)
     : CyNode(other),
-      relativeTrafo_(other.relativeTrafo_),
       description_(other.description_),
       revisions_(other.getRevisions()),
       visible_(other.visible_),
-      leaf_(other.leaf_)
+      leaf_(other.leaf_),
+      relativeTrafo_(other.relativeTrafo_)
 {
     CyUniqueID id;
     id.Renew();

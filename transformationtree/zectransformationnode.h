@@ -259,13 +259,14 @@ private:
     ZeARTTIAttributeContainer attributes_;
     CbWeakPointer<ZeCTransformationNodeInner> father_;
     CbSmartPointer<const ZeCModelQMT> model_;
-    CbMatrix4Rd relativeTrafo_;
     CString description_;
     CyUniqueID id_;
     mutable CbCriticalSection nodeLock_;
     std::array<long long, 2> revisions_ CB_GUARDED_BY(nodeLock_); ///< model, transformation
     bool visible_ = false;
-    const bool leaf_; ///< what IsLeaf() answers, for walks that make no virtual calls
-    /// An old father may still list this node after an exchange.
-    bool mayBeStale_ = false;
+    bool mayBeStale_ = false; ///< an old father may still list this node after an exchange
+    // What walks read stands last, in front of an inner node's children: few cache lines hold it
+    // all.
+    const bool leaf_; ///< what IsLeaf() answers, without a virtual call
+    CbMatrix4Rd relativeTrafo_;
 };

@@ -2,12 +2,6 @@
 
 using Iterator = ZeCTransformationNode::ZeNInnerNodeIterator;
 
-Iterator::Borrowed Iterator::Borrow() const noexcept
-{
-    if (path_.IsEmpty()) return {*root_, c_matIdentityD};
-    return {static_cast<ZeCTransformationNodeInner&>(topNode()), path_.Top().trafo};
-}
-
 Iterator& Iterator::operator++()
 {
     do {

@@ -18,7 +18,11 @@ public:
         return atRoot_ || (!path_.IsEmpty() && !topIsLeaf());
     }
 
-    [[nodiscard]] Borrowed Borrow() const noexcept;
+    [[nodiscard]] Borrowed Borrow() const noexcept
+    {
+        if (path_.IsEmpty()) return {*root_, c_matIdentityD};
+        return {static_cast<ZeCTransformationNodeInner&>(topNode()), path_.Top().trafo};
+    }
     /// Goes on to the next inner node, or to the end.
     ZeNInnerNodeIterator& operator++();
     void operator++(int) { ++*this; }

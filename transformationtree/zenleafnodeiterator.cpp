@@ -2,12 +2,6 @@
 
 using Iterator = ZeCTransformationNode::ZeNLeafNodeIterator;
 
-Iterator::Borrowed Iterator::Borrow() const noexcept
-{
-    if (leafRoot_) return {*rootLeaf_, c_matIdentityD};
-    return {static_cast<ZeCTransformationNodeLeaf&>(topNode()), path_.Top().trafo};
-}
-
 Iterator& Iterator::operator++()
 {
     do {

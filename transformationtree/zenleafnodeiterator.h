@@ -17,7 +17,11 @@ public:
         return leafRoot_ ? atRoot_ : !path_.IsEmpty() && topIsLeaf();
     }
 
-    [[nodiscard]] Borrowed Borrow() const noexcept;
+    [[nodiscard]] Borrowed Borrow() const noexcept
+    {
+        if (leafRoot_) return {*rootLeaf_, c_matIdentityD};
+        return {static_cast<ZeCTransformationNodeLeaf&>(topNode()), path_.Top().trafo};
+    }
     /// Goes on to the next leaf, or to the end.
     ZeNLeafNodeIterator& operator++();
     void operator++(int) { ++*this; }

@@ -8,6 +8,21 @@
 
 using Iterator = ZeCTransformationNode::ZeNNodeIterator;
 
+namespace
+{
+
+using Child = ZeCTransformationPath::Child;
+
+constexpr std::ptrdiff_t c_nodesAhead = 6;
+constexpr std::ptrdiff_t c_childrenAhead = 2;
+
+const Child* firstNonNull(const Child* from, const Child* end) noexcept
+{
+    return std::find_if(from, end, [](const Child& child) { return static_cast<bool>(child); });
+}
+
+} // namespace
+
 ZeCTransformationNodeInner& Iterator::topFather() const noexcept
 {
     const std::size_t levels = path_.GetSize();
@@ -19,13 +34,6 @@ bool Iterator::topIsCachedLeaf() const noexcept
 {
     const ZeCTransformationNode& node = topNode();
     return node.leaf_ || node.model_;
-}
-
-Iterator::Borrowed Iterator::Borrow() const noexcept
-{
-    if (!path_.IsEmpty()) return {topNode(), path_.Top().trafo};
-    if (leafRoot_) return {*rootLeaf_, c_matIdentityD};
-    return {*root_, c_matIdentityD};
 }
 
 // Looks at the determinant once for each father on the path, not once for each child.
@@ -61,26 +69,29 @@ void Iterator::accumulate(std::size_t level) noexcept
     }
 }
 
-namespace
+// Nodes are large and often scattered, so what the next steps read is asked for early: the nodes of
+// the siblings that come next and, of the nearer ones, the list of their children.
+void Iterator::prefetchNode(const Path::Child& child) noexcept
 {
-
-using Child = ZeCTransformationPath::Child;
-
-// Nodes are large and often scattered: the lines that the next steps read are asked for early.
-void prefetchNode(const Child& child) noexcept
-{
-    const auto* node = reinterpret_cast<const std::byte*>(child.Get());
-    for (std::size_t offset = 0; offset < 512; offset += 64) PrefetchForRead(node + offset);
+    if (!child) return;
+    const auto* const hot = reinterpret_cast<const std::byte*>(&child->relativeTrafo_);
+    PrefetchForRead(hot - sizeof(double));
+    PrefetchForRead(hot + 64);
+    PrefetchForRead(hot + sizeof(CbMatrix4Rd));
 }
 
-constexpr std::ptrdiff_t c_siblingsAhead = 4;
-
-const Child* firstNonNull(const Child* from, const Child* end) noexcept
+void Iterator::prefetchChildren(const Path::Child& child) noexcept
 {
-    return std::find_if(from, end, [](const Child& child) { return static_cast<bool>(child); });
+    if (!child || child->leaf_) return;
+    PrefetchForRead(static_cast<const ZeCTransformationNodeInner&>(*child).children_.data());
 }
 
-} // namespace
+void Iterator::prefetchSiblings(const Path::Child* position, const Path::Child* end) noexcept
+{
+    const std::ptrdiff_t left = end - position;
+    if (left > c_nodesAhead) prefetchNode(position[c_nodesAhead]);
+    if (left > c_childrenAhead) prefetchChildren(position[c_childrenAhead]);
+}
 
 void Iterator::push(const Path::Child* position, const Path::Child* end)
 {
@@ -98,6 +109,8 @@ bool Iterator::pushFirstChild()
     const Child* const end = children.data() + children.size();
     const Child* const first = firstNonNull(children.data(), end);
     if (first == end) return false;
+    const Child* const near = end - first > c_nodesAhead ? first + c_nodesAhead : end;
+    for (const Child* child = first; child != near; ++child) prefetchNode(*child);
     push(first, end);
     return true;
 }
@@ -125,7 +138,7 @@ bool Iterator::moveToNextSibling()
         path_.Pop();
         return false;
     }
-    if (top.end - next > c_siblingsAhead) prefetchNode(next[c_siblingsAhead]);
+    prefetchSiblings(next, top.end);
     top.position = next;
     accumulate(path_.GetSize() - 1);
     return true;

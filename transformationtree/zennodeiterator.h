@@ -45,7 +45,12 @@ public:
     /// Throws: CyExceptionNotInvertible where the father's accumulated transformation is singular.
     [[nodiscard]] ZeCTransformationNodeWithTrafo operator*() const;
     /// Lends out the node and its transformation until the next step.
-    [[nodiscard]] Borrowed Borrow() const noexcept;
+    [[nodiscard]] Borrowed Borrow() const noexcept
+    {
+        if (!path_.IsEmpty()) return {topNode(), path_.Top().trafo};
+        if (leafRoot_) return {*rootLeaf_, c_matIdentityD};
+        return {*root_, c_matIdentityD};
+    }
 
     /// Goes on to the next node; past the last one is the end, which stays the end.
     ZeNNodeIterator& operator++();
@@ -118,5 +123,8 @@ private:
 
     [[nodiscard]] bool equals(const ZeNNodeIterator& other) const noexcept;
     void accumulate(std::size_t level) noexcept;
+    static void prefetchNode(const Path::Child& child) noexcept;
+    static void prefetchChildren(const Path::Child& child) noexcept;
+    static void prefetchSiblings(const Path::Child* position, const Path::Child* end) noexcept;
     [[nodiscard]] const CbMatrix4Rd& regularFatherTrafo() const;
 };

@@ -3,27 +3,21 @@
 namespace
 {
 
-// One group of the product. Its four sums are complete before anything is written, so that
-// compilers work on pairs and quads of values although the result might alias the operands for all
-// they know.
-template<class T>
-inline void composeGroup(const T* group, const T* second, T* result) noexcept
-{
-    const auto sum = [&](int j) {
-        return group[0] * second[j] + group[1] * second[4 + j] + group[2] * second[8 + j] +
-               group[3] * second[12 + j];
-    };
-    const T sums[4] = {sum(0), sum(1), sum(2), sum(3)};
-    for (int j = 0; j < 4; ++j) result[j] = sums[j];
-}
-
+// All operands are read before anything is written, so that compilers keep the second matrix in
+// registers and work on pairs and quads of values, although the result might alias it for all they
+// know.
 template<class T>
 inline void compose(const T* first, const T* second, T* result) noexcept
 {
-    composeGroup(first, second, result);
-    composeGroup(first + 4, second, result + 4);
-    composeGroup(first + 8, second, result + 8);
-    composeGroup(first + 12, second, result + 12);
+    T columns[16];
+    for (int k = 0; k < 16; ++k) columns[k] = second[k];
+    for (int i = 0; i < 4; ++i, first += 4, result += 4) {
+        const T group[4] = {first[0], first[1], first[2], first[3]};
+        for (int j = 0; j < 4; ++j) {
+            result[j] = group[0] * columns[j] + group[1] * columns[4 + j] +
+                        group[2] * columns[8 + j] + group[3] * columns[12 + j];
+        }
+    }
 }
 
 } // namespace

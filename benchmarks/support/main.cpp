@@ -1,0 +1,89 @@
+// Measures the library against hand-written references and prints the ratios.
+
+#include "benchmarks/support/ratiobenchmark.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <fstream>
+#include <regex>
+#include <thread>
+
+namespace
+{
+
+void printTable(const RatioResult& result)
+{
+    std::printf("%-28s %9zu %10.1f ns  %6.2f x  +-%4.1f %%  %-9s  %s\n", result.work.c_str(),
+                result.size, result.ns, result.ratio, 100 * result.spread,
+                result.goal == 0 ? ""
+                : result.ratio < result.goal
+                    ? ("<= " + std::to_string(result.goal)).substr(0, 7).c_str()
+                    : "MISSED",
+                result.reference.c_str());
+    std::fflush(stdout);
+}
+
+void writeJson(std::ostream& out, const std::vector<RatioResult>& results)
+{
+    out << "[";
+    const char* separator = "\n";
+    for (const RatioResult& r : results) {
+        out << separator << R"(  {"work": ")" << r.work << R"(", "size": )" << r.size
+            << R"(, "ns": )" << r.ns << R"(, "reference": ")" << r.reference << R"(", "ratio": )"
+            << r.ratio << R"(, "spread": )" << r.spread << R"(, "goal": )" << r.goal << "}";
+        separator = ",\n";
+    }
+    out << "\n]\n";
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    CLI::App app{"Measures the library against hand-written references"};
+    std::string filter;
+    std::string json;
+    bool quick = false;
+    app.add_option("--filter", filter, "Measure only works whose name/size matches this regex");
+    app.add_flag("--quick", quick, "Fewer runs, sizes up to 100000 only");
+    app.add_option("--json", json, "Write the results to this file as well");
+    CLI11_PARSE(app, argc, argv);
+
+    std::regex pattern;
+    try {
+        pattern = filter;
+    } catch (const std::regex_error&) {
+        std::fprintf(stderr, "--filter: '%s' is not a regular expression\n", filter.c_str());
+        return 2;
+    }
+    std::ofstream file;
+    if (!json.empty()) {
+        file.open(json);
+        if (!file) {
+            std::fprintf(stderr, "--json: can't write %s\n", json.c_str());
+            return 2;
+        }
+    }
+
+    // A process that never had a second thread gets cheaper counting from the C library.
+    std::thread([] {}).join();
+
+    std::printf("%-28s %9s %13s  %8s  %8s  %-9s  %s\n", "work", "size", "per item", "ratio",
+                "spread", "goal", "reference");
+    std::vector<RatioResult> results;
+    for (const auto& suite : {WalkBenchmarks(), HandleBenchmarks()}) {
+        for (const RatioBenchmark& benchmark : suite) {
+            const std::string name = benchmark.work + "/" + std::to_string(benchmark.size);
+            if (!std::regex_search(name, pattern)) continue;
+            if (quick && benchmark.size > 100000) continue;
+            results.push_back(Measure(benchmark, quick ? 5 : 15));
+            printTable(results.back());
+        }
+    }
+    if (results.empty()) {
+        std::fprintf(stderr, "--filter: nothing matches '%s'\n", filter.c_str());
+        return 2;
+    }
+    if (file.is_open()) writeJson(file, results);
+    return file ? 0 : 2;
+}

@@ -43,30 +43,31 @@ constexpr std::array<ToothKind, 7> c_kinds{{
 /// The smaller of two distances, rounded where they are closer than @p blend.
 double SmoothMin(double a, double b, double blend)
 {
-    const double h = std::max(blend - std::abs(a - b), 0.0) / blend;
-    return std::min(a, b) - h * h * blend * 0.25;
+    const double h = std::max(blend - std::abs(a - b), 0.0);
+    return std::min(a, b) - h * h * (0.25 / blend);
 }
 
-/// Distance to an ellipsoid in its own axes, exact to first order near the surface.
-double EllipsoidDistance(double x, double y, double z, const std::array<double, 3>& radii)
+/// Distance to an ellipsoid in its own axes, exact to first order near the surface. @p inverse
+/// holds one over each radius.
+double EllipsoidDistance(double x, double y, double z, const std::array<double, 3>& inverse)
 {
-    const double a = x / radii[0];
-    const double b = y / radii[1];
-    const double c = z / radii[2];
-    const double level = std::sqrt(a * a + b * b + c * c);
-    const double u = a / radii[0];
-    const double v = b / radii[1];
-    const double w = c / radii[2];
-    const double slope = std::sqrt(u * u + v * v + w * w);
-    if (slope < 1e-9) return -std::min({radii[0], radii[1], radii[2]});
-    return level * (level - 1.0) / slope;
+    const double a = x * inverse[0];
+    const double b = y * inverse[1];
+    const double c = z * inverse[2];
+    const double square = a * a + b * b + c * c;
+    const double u = a * inverse[0];
+    const double v = b * inverse[1];
+    const double w = c * inverse[2];
+    // Never 0 / 0: in the very middle the distance only has to be negative.
+    const double slopeSquare = u * u + v * v + w * w + 1e-18;
+    return (square - std::sqrt(square)) / std::sqrt(slopeSquare);
 }
 
 double GumDistance(const Vec3& p)
 {
     const double slope = -2.0 * c_bend * p.x;
     const double aside = (p.y - c_front + c_bend * p.x * p.x) / std::sqrt(1.0 + slope * slope);
-    return EllipsoidDistance(aside, p.z + 6.0, 0.0, {5.8, 7.0, 1.0});
+    return EllipsoidDistance(aside, p.z + 6.0, 0.0, {1.0 / 5.8, 1.0 / 7.0, 0.0});
 }
 
 } // namespace
@@ -103,7 +104,8 @@ void DentalArch::addTooth(double x, std::size_t kind, Random& random)
     Tooth tooth;
     const double size = 1.0 + 0.04 * random.Signed();
     const double crown = shape.crown * size;
-    tooth.radii = {0.515 * shape.width * size, 0.5 * shape.depth * size, 0.5 * crown + 1.5};
+    const std::array radii{0.515 * shape.width * size, 0.5 * shape.depth * size, 0.5 * crown + 1.5};
+    for (std::size_t i = 0; i < 3; ++i) tooth.inverseRadii[i] = 1.0 / radii[i];
     const double shift = 0.3 * random.Signed();
     const Vec3 up{0.0, 0.0, 1.0};
     const Vec3 outwards = Outwards(x);
@@ -118,7 +120,7 @@ void DentalArch::addTooth(double x, std::size_t kind, Random& random)
     tooth.axes = {along, out, Cross(along, out)};
 
     const auto cuspAt = [&](double a, double b) {
-        const Vec3 local{a * shape.width, b * shape.depth, tooth.radii[2] - 1.5};
+        const Vec3 local{a * shape.width, b * shape.depth, radii[2] - 1.5};
         tooth.cusps.push_back({tooth.centre + tooth.axes[0] * local.x + tooth.axes[1] * local.y +
                                    tooth.axes[2] * local.z,
                                1.7 * size});
@@ -132,7 +134,7 @@ void DentalArch::addTooth(double x, std::size_t kind, Random& random)
             for (const double a : {-0.2, 0.2}) cuspAt(a, b);
         }
     }
-    tooth.reach = std::max({tooth.radii[0], tooth.radii[1], tooth.radii[2]}) + 1.0;
+    tooth.reach = std::max({radii[0], radii[1], radii[2]}) + 1.0;
     const double shade = 8.0 * random.Signed();
     tooth.colour = {232.0 + shade, 222.0 + shade, 198.0 + 1.3 * shade};
     teeth_.push_back(std::move(tooth));
@@ -141,7 +143,8 @@ void DentalArch::addTooth(double x, std::size_t kind, Random& random)
 double DentalArch::Tooth::Distance(const Vec3& p) const
 {
     const Vec3 d = p - centre;
-    double distance = EllipsoidDistance(Dot(d, axes[0]), Dot(d, axes[1]), Dot(d, axes[2]), radii);
+    double distance =
+        EllipsoidDistance(Dot(d, axes[0]), Dot(d, axes[1]), Dot(d, axes[2]), inverseRadii);
     for (const auto& cusp : cusps) {
         distance = SmoothMin(distance, Length(p - cusp.centre) - cusp.radius, c_cuspBlend);
     }

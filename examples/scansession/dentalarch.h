@@ -58,7 +58,7 @@ private:
     {
         Vec3 centre;
         std::array<Vec3, 3> axes; // along the arch, outwards, up
-        std::array<double, 3> radii;
+        std::array<double, 3> inverseRadii;
         std::vector<Sphere> cusps;
         double reach; // radius of a sphere around the centre that holds the tooth with some room
         std::array<double, 3> colour;

@@ -31,6 +31,7 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostr
     app.add_option("--out", out, "Folder for the result")->type_name("DIR")->capture_default_str();
     app.add_option("--seed", options.seed, "Seed of the simulation")
         ->type_name("N")
+        ->check(CLI::NonNegativeNumber)
         ->capture_default_str()
         ->excludes(scansOption);
     app.add_option("--frames", options.frames, "Depth images to simulate")

@@ -1,0 +1,111 @@
+#include "examples/scansession/run.h"
+
+#include "examples/scansession/inputerror.h"
+#include "examples/scansession/progress.h"
+#include "examples/scansession/scanfolder.h"
+#include "examples/scansession/scanner.h"
+#include "examples/scansession/session.h"
+
+#include <chrono>
+#include <memory>
+#include <ostream>
+
+namespace scansession
+{
+
+namespace
+{
+
+/// Adds up the time between Start() and Stop().
+class Stopwatch
+{
+public:
+    void Start() { started_ = Clock::now(); }
+    void Stop() { total_ += Clock::now() - started_; }
+    [[nodiscard]] double Seconds() const { return std::chrono::duration<double>(total_).count(); }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    Clock::time_point started_;
+    Clock::duration total_{};
+};
+
+struct Timing
+{
+    Stopwatch taking;
+    Stopwatch building;
+    Stopwatch writing;
+};
+
+void TakeScans(const ScanSource& source, Session& session, Progress& progress, Timing& timing)
+{
+    for (std::size_t i = 0; i < source.Count(); ++i) {
+        timing.taking.Start();
+        const Scan scan = source.Take(i);
+        timing.taking.Stop();
+        timing.building.Start();
+        session.Append(scan);
+        timing.building.Stop();
+        progress.Advance();
+    }
+}
+
+void PrintSummary(const ScanSource& source, const Session& session, const Bounds& bounds,
+                  const std::filesystem::path& merged, const Timing& timing, std::ostream& out)
+{
+    const auto point = [&](const Vec3& p) -> std::ostream& {
+        return out << '(' << p.x << ", " << p.y << ", " << p.z << ')';
+    };
+    const std::uint64_t surfels = session.GetNrSurfels();
+    out << "\nscans:        " << source.Count() << "\nsurfels:      " << surfels << '\n';
+    if (surfels > 0) {
+        out << "bounding box: ";
+        point(bounds.least) << " to ";
+        point(bounds.largest) << '\n';
+    }
+    out << "time:         " << timing.taking.Seconds() << " s " << source.Stage() << ", "
+        << timing.building.Seconds() << " s building the tree, " << timing.writing.Seconds()
+        << " s writing\n"
+        << "written:      " << merged.string() << '\n';
+}
+
+} // namespace
+
+void RunSession(const Options& options, std::ostream& out, std::ostream& err)
+{
+    if (std::filesystem::exists(options.out) && !std::filesystem::is_directory(options.out)) {
+        throw InputError(options.out.string() + ": is no folder");
+    }
+    std::unique_ptr<const ScanSource> source;
+    if (options.scans) {
+        auto folder = std::make_unique<ScanFolder>(*options.scans, options.poses);
+        for (const auto& name : folder->LeftOut()) {
+            if (!options.quiet) out << "left out, no pose: " << name << '\n';
+        }
+        source = std::move(folder);
+    } else {
+        source = std::make_unique<Scanner>(options.seed, options.frames);
+    }
+
+    const ProgressStyle style = options.quiet ? ProgressStyle::None : StyleForStandardError();
+    Session session;
+    Timing timing;
+    {
+        Progress progress(err, style, source->Stage(), source->Count());
+        TakeScans(*source, session, progress, timing);
+    }
+    if (!options.quiet) session.PrintTree(out);
+
+    const std::filesystem::path merged = options.out / "merged.ply";
+    timing.writing.Start();
+    Bounds bounds;
+    {
+        Progress progress(err, style, "writing", source->Count());
+        bounds = session.WriteMerged(merged, [&] { progress.Advance(); });
+    }
+    timing.writing.Stop();
+    if (!options.quiet) PrintSummary(*source, session, bounds, merged, timing, out);
+}
+
+} // namespace scansession

@@ -1,0 +1,229 @@
+#include "examples/scansession/ply.h"
+#include "examples/scansession/poses.h"
+#include "examples/scansession/scanner.h"
+#include "tests/examples/program.h"
+#include "tests/examples/scandata.h"
+#include "tests/examples/tempfolder.h"
+
+#include <algorithm>
+#include <cmath>
+#include <gmock/gmock.h>
+
+using namespace scansession;
+using testing::HasSubstr;
+
+namespace
+{
+
+const std::string c_header = "ply\nformat ascii 1.0\n";
+const std::string c_onePoint = c_header + "element vertex 1\nproperty float x\nproperty float y\n"
+                                          "property float z\nend_header\n1 2 3\n";
+
+/// Runs the program with an output folder that does not exist yet.
+class Scansession : public TempFolder
+{
+protected:
+    [[nodiscard]] std::filesystem::path Out() const { return Folder() / "out"; }
+    [[nodiscard]] std::filesystem::path Merged() const { return Out() / "merged.ply"; }
+
+    [[nodiscard]] ProgramResult Run(std::vector<std::string> arguments) const
+    {
+        arguments.insert(arguments.begin(), {"--out", Out().string()});
+        return RunScansession(arguments, Folder());
+    }
+
+    void ExpectRefused(const std::vector<std::string>& arguments, const std::string& reason) const
+    {
+        const auto result = Run(arguments);
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_THAT(result.err, testing::StartsWith("scansession: "));
+        EXPECT_THAT(result.err, HasSubstr(reason));
+        EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+        EXPECT_FALSE(std::filesystem::exists(Out())) << "left behind";
+    }
+
+    /// The columns of the vertices written, as points.
+    static std::vector<Vec3> PointsOf(const PlyFile& file, const char* x, const char* y,
+                                      const char* z)
+    {
+        const PlyElement& vertex = *file.Find("vertex");
+        std::vector<Vec3> points;
+        for (std::size_t i = 0; i < vertex.count; ++i) {
+            points.push_back(
+                {vertex.Find(x)->values[i], vertex.Find(y)->values[i], vertex.Find(z)->values[i]});
+        }
+        return points;
+    }
+};
+
+} // namespace
+
+TEST_F(Scansession, WritesTheSimulatedSurfelsInTheFrameOfTheRoot)
+{
+    const auto result = Run({"--frames", "3", "--seed", "4"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const PlyFile file = ReadPly(Merged());
+    const auto positions = PointsOf(file, "x", "y", "z");
+    const auto normals = PointsOf(file, "nx", "ny", "nz");
+    const auto colours = PointsOf(file, "red", "green", "blue");
+
+    const Scanner scanner(4, 3);
+    std::size_t index = 0;
+    for (std::size_t i = 0; i < scanner.Count(); ++i) {
+        const Scan scan = scanner.Take(i);
+        EXPECT_THAT(result.out, HasSubstr("\n      frame " + std::to_string(i) + ": " +
+                                          std::to_string(scan.surfels.size()) + " surfels"));
+        ASSERT_LE(index + scan.surfels.size(), positions.size());
+        for (const auto& surfel : scan.surfels) {
+            const Vec3 position = MapPoint(surfel.position, scan.sensorToRoot);
+            ASSERT_LT(Length(positions[index] - position), 1e-5);
+            const Vec3 normal = MapDirection(surfel.normal, scan.sensorToRoot);
+            ASSERT_GT(Dot(normals[index], normal), std::cos(0.017)) << "normals have 16 bits";
+            ASSERT_EQ(colours[index], (Vec3{double(surfel.colour[0]), double(surfel.colour[1]),
+                                            double(surfel.colour[2])}));
+            ++index;
+        }
+    }
+    EXPECT_EQ(index, positions.size());
+    EXPECT_THAT(result.out, testing::StartsWith("Root\n  Model\n    Cluster 0\n"));
+    EXPECT_THAT(result.out, HasSubstr("scans:        3\nsurfels:      " + std::to_string(index)));
+    EXPECT_FALSE(std::filesystem::exists(Merged().string() + ".part"));
+}
+
+TEST_F(Scansession, GivesTheSameBytesForTheSameSeed)
+{
+    ASSERT_EQ(Run({"--frames", "1", "--quiet"}).exitCode, 0);
+    const std::string first = Read(Merged());
+    const auto again = Run({"--frames", "1", "--quiet", "--seed", "1"});
+    EXPECT_EQ(again.out + again.err, "") << "quiet";
+    EXPECT_EQ(Read(Merged()), first);
+    ASSERT_EQ(Run({"--frames", "1", "--quiet", "--seed", "2"}).exitCode, 0);
+    EXPECT_NE(Read(Merged()), first);
+}
+
+TEST_F(Scansession, KeepsTheOrderAndTheUnitOfRangeScans)
+{
+    const std::string properties =
+        "property double x\nproperty double y\nproperty double z\nproperty uchar red\n"
+        "property uchar green\nproperty uchar blue\nproperty float nx\nproperty float ny\n"
+        "property float nz\nend_header\n";
+    Write("scans/a.ply", c_header + "element vertex 2\n" + properties +
+                             "0.001 0 0 1 2 3 0 1 0\n0 0.002 0 4 5 6 0 1 0\n");
+    Write("scans/b.ply", c_header + "element vertex 1\n" + properties + "0 0 3 7 8 9 1 0 0\n");
+    Write("scans/c.ply", c_header + "element vertex 0\n" + properties);
+    Write("scans/d.ply", c_onePoint);
+    const auto poses = Write("poses.conf", "camera 0 0 0 0 0 0 1\n"
+                                           "bmesh b.ply 0 0 1 0 0 0 1\n"
+                                           "bmesh c.ply 0 0 0 0 0 0 1\n"
+                                           "bmesh a.ply 0.5 0 0 0 0 1 1\n");
+    const auto result = Run({"--scans", (Folder() / "scans").string(), "--poses", poses.string()});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_THAT(result.out, HasSubstr("left out, no pose: d.ply"));
+    const PlyFile file = ReadPly(Merged());
+    const auto positions = PointsOf(file, "x", "y", "z");
+    ASSERT_EQ(positions.size(), 3U);
+    EXPECT_LT(Length(positions[0] - Vec3{0, 0, 4}), 1e-6);
+    EXPECT_LT(Length(positions[1] - Vec3{0.5, -0.001, 0}), 1e-7);
+    EXPECT_LT(Length(positions[2] - Vec3{0.502, 0, 0}), 1e-7);
+    const auto normals = PointsOf(file, "nx", "ny", "nz");
+    EXPECT_GT(normals[0].x, std::cos(0.017));
+    EXPECT_GT(normals[2].x, std::cos(0.017)) << "y turns to x";
+    const auto colours = PointsOf(file, "red", "green", "blue");
+    EXPECT_EQ(colours[2], (Vec3{4, 5, 6}));
+}
+
+TEST_F(Scansession, KeepsNormalsUprightWhereAMatrixStretches)
+{
+    Write("scans/a.ply", c_header + "element vertex 1\nproperty float x\nproperty float y\n"
+                                    "property float z\nproperty float nx\nproperty float ny\n"
+                                    "property float nz\nend_header\n1 1 0 1 1 0\n");
+    Write("scans/a.txt", "2 0 0 0\n0 1 0 0\n0 0 -1 5\n0 0 0 1\n"); // and a reflection
+    const auto result = Run({"--scans", (Folder() / "scans").string()});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const PlyFile file = ReadPly(Merged());
+    EXPECT_LT(Length(PointsOf(file, "x", "y", "z")[0] - Vec3{2, 1, 5}), 1e-6);
+    EXPECT_GT(Dot(PointsOf(file, "nx", "ny", "nz")[0], Normalized({1, 2, 0})), std::cos(0.017));
+}
+
+TEST_F(Scansession, RefusesBadInputWithOneLineAndNoOutput)
+{
+    const auto scans = (Folder() / "scans").string();
+    ExpectRefused({"--scans", scans}, "scans: no such folder");
+
+    Write("scans/a.ply", c_onePoint);
+    Write("scans/b.ply", c_onePoint);
+    const auto poses = Write("poses.conf", "bmesh a.ply 0 0 0 0 0 0 1\nbmesh b.ply 0 0 0 0 0 0 1");
+    const std::vector<std::string> arguments{"--scans", scans, "--poses", poses.string()};
+
+    Write("scans/b.ply", c_onePoint.substr(0, c_onePoint.size() - 3));
+    ExpectRefused(arguments, "b.ply: line 8: the 1 rows of element");
+    Write("scans/b.ply", "no PLY file");
+    ExpectRefused(arguments, "b.ply: line 1: is no PLY file");
+    Write("scans/b.ply", c_header + "element vertex 99999999999\nproperty float x\nend_header\n");
+    ExpectRefused(arguments, "b.ply: line 6: the 99999999999 rows");
+    std::filesystem::remove(Folder() / "scans" / "b.ply");
+    ExpectRefused(arguments, "poses.conf: pose for an unknown scan");
+    std::filesystem::create_directory(Folder() / "scans" / "b.ply");
+    ExpectRefused(arguments, "b.ply: is no file");
+
+    Write("poses.conf", "bmesh a.ply 0 0 0 0 0 0 0");
+    ExpectRefused(arguments, "poses.conf: line 1: singular pose");
+    std::filesystem::remove(poses);
+    ExpectRefused(arguments, "poses.conf: no such file");
+    ExpectRefused({"--scans", scans}, "a.ply: no pose");
+}
+
+TEST_F(Scansession, RefusesAnOutputPlaceThatIsNoFolder)
+{
+    Write("out", "something else");
+    const auto result = Run({"--frames", "1"});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.err, HasSubstr("out: is no folder\n"));
+    EXPECT_EQ(Read(Out()), "something else");
+}
+
+TEST_F(Scansession, KeepsAnOlderResultWhereTheInputIsBad)
+{
+    Write("out/merged.ply", "older");
+    EXPECT_EQ(Run({"--scans", (Folder() / "scans").string()}).exitCode, 2);
+    EXPECT_EQ(Read(Merged()), "older");
+}
+
+TEST_F(Scansession, RefusesCommandLinesThatItDoesNotUnderstand)
+{
+    const std::vector<std::vector<std::string>> lines{
+        {"--elephants"},
+        {"--frames", "0"},
+        {"--frames", "many"},
+        {"--seed"},
+        {"stray"},
+        {"--poses", "p.conf"},
+        {"--seed", "-1"},
+        {"--scans", ".", "--frames", "3"},
+    };
+    for (const auto& line : lines) {
+        SCOPED_TRACE(line[0]);
+        ExpectRefused(line, "--help");
+    }
+    const auto help = Run({"--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    for (const auto* option : {"--scans", "--poses", "--out", "--seed", "--frames", "--quiet"}) {
+        EXPECT_THAT(help.out, HasSubstr(option));
+    }
+}
+
+TEST_F(Scansession, MergesRealScans)
+{
+    const auto data = ScanDataFolder() / "bunny";
+    if (!std::filesystem::exists(data)) GTEST_SKIP() << "no scan data in " << data;
+    const auto result = Run({"--scans", data.string(), "--poses", (data / "bun.conf").string()});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const PlyFile file = ReadPly(Merged());
+    EXPECT_EQ(file.Find("vertex")->count, 362272U);
+    // The whole object is about 0.18 x 0.16 x 0.13 of the file's unit; scans show some of its
+    // stand.
+    const auto& x = file.Find("vertex")->Find("x")->values;
+    const auto [least, largest] = std::minmax_element(x.begin(), x.end());
+    EXPECT_GT(*largest - *least, 0.15);
+    EXPECT_LT(*largest - *least, 0.25);
+}

@@ -1,0 +1,238 @@
+#include "platform/math3d/cyexceptionnotinvertible.h"
+#include "tests/support/scenario.h"
+#include "tests/transformationtree/treematrices.h"
+#include "transformationtree/zectransformationnodeiterators.h"
+
+#include <barrier>
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace
+{
+
+using NodeIterator = ZeCTransformationNode::ZeNNodeIterator;
+using LeafIterator = ZeCTransformationNode::ZeNLeafNodeIterator;
+using CachedLeafIterator = ZeCTransformationNode::ZeNCachedLeafNodeIterator;
+using InnerIterator = ZeCTransformationNode::ZeNInnerNodeIterator;
+using FatherIterator = ZeCTransformationNode::ZeNFatherIterator;
+
+std::string nameOf(const NodeIterator& it) { return it.Borrow().node.GetDescription().ToUtf8(); }
+
+template<class Range>
+std::string namesIn(const Range& range)
+{
+    std::string names;
+    for (const auto& [node, trafo] : range) names += node.GetDescription().ToUtf8() + " ";
+    if (!names.empty()) names.pop_back();
+    return names;
+}
+
+TEST(AWalk, StopsAtTheNodesOfItsKindInOrder)
+{
+    struct Case
+    {
+        const char* tree;
+        const char* nodes;
+        const char* leaves;
+        const char* cachedLeaves;
+        const char* inners;
+    };
+    const Case cases[] = {
+        {"root()", "root", "", "", "root"},
+        {"leaf", "leaf", "leaf", "leaf", ""},
+        {"root(x())", "root x", "", "", "root x"},
+        {"root*(a, b)", "root a b", "a b", "a b", "root"},
+        {"root(x*(a, b), c)", "root x a b c", "a b c", "x c", "root x"},
+        {"root(x*())", "root x", "", "x", "root x"},
+        {"root(x(y*(a), z(), b), w())", "root x y a z b w", "a b", "y b", "root x y z w"},
+        {"root(x*(y*(a)), z(u(v())), b*)", "root x y a z u v b", "a b", "x b", "root x y z u v"},
+        {"root(null, a, null, x(null), null)", "root a x", "a", "a", "root x"},
+        {"root(x(y(z(a), b), c), d)", "root x y z a b c d", "a b c d", "a b c d", "root x y z"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.tree);
+        const Scenario tree(c.tree);
+        const ZeCTransformationNode& root = *tree.GetRoot();
+        EXPECT_EQ(namesIn(root.Nodes()), c.nodes);
+        EXPECT_EQ(namesIn(root.Leaves()), c.leaves);
+        EXPECT_EQ(namesIn(root.CachedLeaves()), c.cachedLeaves);
+        EXPECT_EQ(namesIn(root.InnerNodes()), c.inners);
+    }
+}
+
+TEST(AWalkOfALeafAlone, EndsAfterOneStepInEitherDirection)
+{
+    const Scenario tree("root(leaf)");
+    const Node leaf = tree["leaf"];
+    leaf->SetRelativeTrafo(Shift(1, 2, 3));
+    const auto check = [&](auto first, const auto& end, auto(*step)(decltype(first)&)->void) {
+        EXPECT_TRUE(first);
+        EXPECT_THAT((*first).GetTrafo(), HasBitsOf(c_matIdentityD));
+        first.IncrementToNextSibling();
+        EXPECT_TRUE(first);
+        EXPECT_FALSE(first == end);
+        step(first);
+        EXPECT_FALSE(first);
+        EXPECT_TRUE(first == end);
+        step(first);
+        EXPECT_TRUE(first == end);
+    };
+    const auto checkBoth = [&](const auto& first, const auto& end) {
+        using Iterator = std::decay_t<decltype(first)>;
+        check(first, end, [](Iterator& it) { ++it; });
+        check(first, end, [](Iterator& it) { --it; });
+    };
+    checkBoth(leaf->BeginNode(), leaf->EndNode());
+    checkBoth(leaf->LastNode(), leaf->EndNode());
+    checkBoth(leaf->BeginLeaf(), leaf->EndLeaf());
+    checkBoth(leaf->BeginCachedLeaf(), leaf->EndCachedLeaf());
+    EXPECT_FALSE(leaf->BeginInner());
+    EXPECT_FALSE(leaf->LastInner());
+    EXPECT_FALSE(++FatherIterator(leaf->BeginNode()));
+}
+
+TEST(ADefaultIterator, IsTrueWhereItsKindCanStandOnARoot)
+{
+    EXPECT_TRUE(NodeIterator());
+    EXPECT_TRUE(InnerIterator());
+    EXPECT_FALSE(LeafIterator());
+    EXPECT_FALSE(CachedLeafIterator());
+}
+
+TEST(Iterators, AreEqualOnlyAtThePositionOfOneWalkWithEqualTransformations)
+{
+    const Scenario tree("root(x(a), y(b), c)");
+    const Inner root = tree.GetRootInner();
+    const Inner x = tree.GetInner("x");
+    const Inner y = tree.GetInner("y");
+
+    EXPECT_FALSE(x->BeginNode() == y->BeginNode()) << "two roots";
+    EXPECT_FALSE(x->EndNode() == y->EndNode()) << "two roots";
+    EXPECT_FALSE(x->EndNode().HasSameTraversalRoot(y->EndNode()));
+    EXPECT_TRUE(x->EndNode().HasSameTraversalRoot(x->BeginLeaf()));
+    EXPECT_FALSE(tree["a"]->BeginNode() == tree["b"]->BeginNode());
+    EXPECT_FALSE(tree["a"]->BeginNode().HasSameTraversalRoot(tree["b"]->BeginNode()));
+    // The side that began at a leaf decides, whichever it is.
+    EXPECT_FALSE(tree["a"]->EndNode() == x->EndNode());
+    EXPECT_FALSE(x->EndNode() == tree["a"]->EndNode());
+    EXPECT_FALSE(x->Find(tree["a"]) == root->Find(tree["a"])) << "one node, two walks";
+
+    const NodeIterator before = root->Find(tree["a"]);
+    x->SetRelativeTrafo(Shift(0, 0, 1e-300));
+    EXPECT_FALSE(before == root->Find(tree["a"])) << "another transformation of the father";
+    EXPECT_TRUE(before != root->Find(tree["a"]));
+    x->SetRelativeTrafo(Shift(-0.0, 0, 0));
+    EXPECT_TRUE(before == root->Find(tree["a"])) << "zeros compare equal";
+    x->SetRelativeTrafo(Shift(std::numeric_limits<double>::quiet_NaN(), 0, 0));
+    const NodeIterator withNaN = root->Find(tree["a"]);
+    EXPECT_FALSE(withNaN == NodeIterator(withNaN));
+}
+
+TEST(Find, IsTheEndForNodesThatTheWalkDoesNotReach)
+{
+    const Scenario tree("root(x(a), y(b))");
+    const Inner x = tree.GetInner("x");
+    const Inner stranger = CbMake<ZeCTransformationNodeInner>();
+    EXPECT_TRUE(x->Find(Node()) == x->EndNode());
+    EXPECT_TRUE(x->Find(Leaf()) == x->EndLeaf());
+    EXPECT_TRUE(x->Find(tree["root"]) == x->EndNode()) << "above";
+    EXPECT_TRUE(x->Find(tree["b"]) == x->EndNode()) << "beside";
+    EXPECT_TRUE(x->Find(tree.GetLeaf("b")) == x->EndLeaf()) << "beside";
+    EXPECT_TRUE(x->Find(Node(stranger)) == x->EndNode());
+    EXPECT_TRUE(x->Find(Node(x)) == x->BeginNode());
+
+    // A father that is named as such but does not hold the node.
+    TestAccess::Children(*x).clear();
+    EXPECT_TRUE(x->Find(tree["a"]) == x->EndNode());
+    EXPECT_TRUE(tree.GetRootInner()->Find(tree["a"]) == tree.GetRoot()->EndNode());
+}
+
+TEST(Find, ComposesThroughALevelThatIsListedElsewhere)
+{
+    // As after an exchange: "old" still lists a node whose father is "new" by now.
+    const Scenario tree("root(old(), new(x(a)))");
+    TestAccess::Children(*tree.GetInner("old")).push_back(tree["x"]);
+    tree["old"]->SetRelativeTrafo(Shift(1, 0, 0));
+    tree["new"]->SetRelativeTrafo(Shift(0, 1, 0));
+    const NodeIterator found = tree.GetRootInner()->Find(tree["a"]);
+    EXPECT_EQ(found.Borrow().trafo, Shift(0, 1, 0));
+    EXPECT_EQ(nameOf(++FatherIterator(++FatherIterator(found))), "new");
+}
+
+TEST(AWalk, KeepsTheTransformationsThatItHasAlreadyAccumulated)
+{
+    const Scenario tree("root(x(a, b), c)");
+    tree["x"]->SetRelativeTrafo(Shift(1, 0, 0));
+    NodeIterator it = tree.GetRootInner()->Find(tree["a"]);
+    tree["x"]->SetRelativeTrafo(Shift(5, 0, 0));
+    tree["a"]->SetRelativeTrafo(Shift(0, 5, 0));
+    EXPECT_EQ((*it).GetTrafo(), Shift(1, 0, 0));
+    ++it; // composed from the father as it was pushed
+    EXPECT_EQ((*it).GetTrafo(), Shift(1, 0, 0));
+    --it; // pushed anew, below the same father
+    EXPECT_EQ((*it).GetTrafo(), Shift(1, 5, 0));
+    EXPECT_EQ((*tree.GetRootInner()->Find(tree["a"])).GetTrafo(), Shift(5, 5, 0));
+}
+
+TEST(AWalkBelowASingularTransformation, LendsNodesButDeliversNoValues)
+{
+    const Scenario tree("root(x(a, y(b)), c)");
+    CbMatrix4Rd flat;
+    flat[2][2] = 0.0;
+    tree["x"]->SetRelativeTrafo(flat);
+    tree["b"]->SetRelativeTrafo(Shift(1, 2, 3));
+    std::string delivered;
+    for (NodeIterator it = tree.GetRoot()->BeginNode(); it; ++it) {
+        try {
+            delivered += (*it).GetNode()->GetDescription().ToUtf8() + " ";
+        } catch (const CyExceptionNotInvertible& e) {
+            EXPECT_EQ(e.GetFile(), "cbmatrixbasematrixgeomdef");
+            EXPECT_EQ(e.GetLine(), 996U);
+            EXPECT_THROW((void)*it, CyExceptionNotInvertible) << "the second look";
+        }
+    }
+    EXPECT_EQ(delivered, "root x c ");
+    EXPECT_EQ(tree.GetRootInner()->Find(tree["b"]).Borrow().trafo, Compose(Shift(1, 2, 3), flat));
+    EXPECT_EQ((*tree.GetInner("x")->Find(tree["b"])).GetTrafo(), Shift(1, 2, 3))
+        << "the traversal root's own transformation plays no part";
+}
+
+TEST(AnIterator, KeepsItsTraversalRootAlive)
+{
+    Scenario tree("root(x(a), b)");
+    NodeIterator it = tree.GetRoot()->BeginNode();
+    auto leaves = tree.GetRoot()->Leaves();
+    Node alone = tree["b"];
+    LeafIterator leaf = alone->BeginLeaf();
+    tree.Forget();
+    EXPECT_EQ(nameOf(++it), "x");
+    EXPECT_EQ(namesIn(leaves), "a b");
+    alone = nullptr;
+    leaves = Scenario("other(c)").GetRoot()->Leaves();
+    it = NodeIterator(); // the last one of the first tree but for the leaf
+    EXPECT_EQ(nameOf(leaf), "b");
+    EXPECT_EQ(namesIn(leaves), "c");
+    EXPECT_FALSE((*leaf).GetNode()->GetFather());
+}
+
+TEST(OneIteratorThreads, MayBeReadByMany)
+{
+    const Scenario tree("root(x(y(a, b), c), d)");
+    for (int round = 0; round < 200; ++round) {
+        const NodeIterator shared = tree.GetRootInner()->Find(tree["a"]);
+        std::barrier start(4);
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 4; ++i) {
+            threads.emplace_back([&] {
+                start.arrive_and_wait();
+                EXPECT_EQ((*shared).GetNode(), tree["a"]);
+                const NodeIterator own(shared);
+                EXPECT_TRUE(own == shared);
+                EXPECT_EQ((*own).GetNode(), tree["a"]);
+                EXPECT_EQ(tree.GetRoot()->GetNrLeafNodes(), 4U);
+            });
+        }
+    }
+}
+
+} // namespace

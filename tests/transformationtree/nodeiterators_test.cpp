@@ -1,0 +1,376 @@
+// All walks of random trees against a recursive description of what they are to deliver.
+
+#include "platform/math3d/cbmatrixinternal.h"
+#include "platform/math3d/cyexceptionnotinvertible.h"
+#include "tests/support/rounds.h"
+#include "tests/support/scenario.h"
+#include "tests/transformationtree/treematrices.h"
+#include "transformationtree/zectransformationnodeiterators.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <numeric>
+
+namespace
+{
+
+using NodeIterator = ZeCTransformationNode::ZeNNodeIterator;
+using LeafIterator = ZeCTransformationNode::ZeNLeafNodeIterator;
+using CachedLeafIterator = ZeCTransformationNode::ZeNCachedLeafNodeIterator;
+using InnerIterator = ZeCTransformationNode::ZeNInnerNodeIterator;
+using FatherIterator = ZeCTransformationNode::ZeNFatherIterator;
+
+// Where a walk stops.
+struct Stop
+{
+    ZeCTransformationNode* node;
+    CbMatrix4Rd trafo;
+    int father; // index among all stops, -1 for the traversal root
+    int level;
+    bool inCachedWalk;
+    bool comparable; // no NaN on the path
+};
+
+// The recursion that all walks are compared with: every node in order.
+void collect(const Node& node, int father, bool closed, std::vector<Stop>& stops)
+{
+    if (!node) return;
+    Stop stop{node.Get(), c_matIdentityD, father, 0, false, true};
+    if (father >= 0) {
+        const Stop& above = stops[father];
+        stop.trafo = above.level == 0 ? node->GetRelativeTrafo()
+                                      : ProductByHand(node->GetRelativeTrafo(), above.trafo);
+        stop.level = above.level + 1;
+        stop.comparable = above.comparable && !HasNaN(stop.trafo);
+    }
+    const bool stopsCachedWalk = node->IsLeaf() || node->GetModel();
+    stop.inCachedWalk = !closed && stopsCachedWalk && (father >= 0 || node->IsLeaf());
+    const int index = static_cast<int>(stops.size());
+    stops.push_back(stop);
+    if (node->IsLeaf()) return;
+    const bool closedBelow = closed || (stopsCachedWalk && father >= 0);
+    for (const Node& child :
+         TestAccess::Children(static_cast<ZeCTransformationNodeInner&>(*node))) {
+        collect(child, index, closedBelow, stops);
+    }
+}
+
+CbMatrix4Rd randomMatrix(std::mt19937& random, int kind)
+{
+    if (kind == 1) return RandomSparse(random);
+    if (kind == 2 && random() % 8 == 0) return RandomWithNaN(random);
+    return random() % 6 == 0 ? c_matIdentityD : RandomPose(random);
+}
+
+Inner randomTree(std::mt19937& random)
+{
+    const Model model = CbMake<ZeCModelQMT>();
+    const int matrixKind = static_cast<int>(random() % 3);
+    const bool deep = random() % 3 == 0;
+    std::vector<Inner> inners{CbMake<ZeCTransformationNodeInner>()};
+    if (random() % 4 == 0) inners[0]->SetModel(model, -1);
+    inners[0]->SetRelativeTrafo(randomMatrix(random, matrixKind));
+    for (auto size = random() % 60; size > 0; --size) {
+        const Inner father = deep && random() % 8 != 0 ? inners.back() // by value: inners may grow
+                                                       : inners[random() % inners.size()];
+        const auto draw = random() % 100;
+        Node child; // null in some cases
+        if (draw < (deep ? 60U : 40U)) {
+            inners.push_back(CbMake<ZeCTransformationNodeInner>());
+            if (random() % 6 == 0) inners.back()->SetModel(model, -1);
+            child = inners.back();
+        } else if (draw < 90) {
+            child = CbMake<ZeCTransformationNodeLeaf>(random() % 2 ? model : nullptr);
+        }
+        if (child) child->SetRelativeTrafo(randomMatrix(random, matrixKind));
+        LinkByHand(father, child);
+        auto& children = TestAccess::Children(*father);
+        std::swap(children[random() % children.size()], children.back());
+    }
+    return inners[0];
+}
+
+// One walk kind over one tree, with the stops that it is to make.
+template<class Iterator>
+class WalkCheck
+{
+public:
+    WalkCheck(const Node& root, const std::vector<Stop>& all, std::mt19937& random)
+        : root_(root), all_(all), random_(random)
+    {
+        for (int i = 0; i < static_cast<int>(all.size()); ++i) {
+            if (stopsAt(all[i])) stops_.push_back(i);
+        }
+    }
+
+    void Run()
+    {
+        walk(begin(), stops_, [](Iterator& it) { ++it; });
+        std::vector<int> backward(stops_.rbegin(), stops_.rend());
+        walk(last(), backward, [](Iterator& it) { --it; });
+        Iterator end = begin();
+        for (std::size_t i = 0; i < stops_.size(); ++i) ++end;
+        EXPECT_TRUE(++end == this->end());
+        checkRange();
+    }
+
+private:
+    static constexpr bool c_leaves = std::is_same_v<Iterator, LeafIterator>;
+    static constexpr bool c_cachedLeaves = std::is_same_v<Iterator, CachedLeafIterator>;
+    static constexpr bool c_inners = std::is_same_v<Iterator, InnerIterator>;
+
+    static bool stopsAt(const Stop& stop)
+    {
+        if (c_cachedLeaves) return stop.inCachedWalk;
+        return c_leaves ? stop.node->IsLeaf() : !c_inners || !stop.node->IsLeaf();
+    }
+
+    Iterator begin() const
+    {
+        if constexpr (c_leaves)
+            return root_->BeginLeaf();
+        else if constexpr (c_cachedLeaves)
+            return root_->BeginCachedLeaf();
+        else if constexpr (c_inners)
+            return root_->BeginInner();
+        else
+            return root_->BeginNode();
+    }
+    Iterator last() const
+    {
+        if constexpr (c_leaves)
+            return root_->LastLeaf();
+        else if constexpr (c_cachedLeaves)
+            return root_->LastCachedLeaf();
+        else if constexpr (c_inners)
+            return root_->LastInner();
+        else
+            return root_->LastNode();
+    }
+    Iterator end() const
+    {
+        if constexpr (c_leaves)
+            return root_->EndLeaf();
+        else if constexpr (c_cachedLeaves)
+            return root_->EndCachedLeaf();
+        else if constexpr (c_inners)
+            return root_->EndInner();
+        else
+            return root_->EndNode();
+    }
+    auto range() const
+    {
+        if constexpr (c_leaves)
+            return root_->Leaves();
+        else if constexpr (c_cachedLeaves)
+            return root_->CachedLeaves();
+        else if constexpr (c_inners)
+            return root_->InnerNodes();
+        else
+            return root_->Nodes();
+    }
+
+    template<class Step>
+    void walk(Iterator it, const std::vector<int>& expected, Step step)
+    {
+        Iterator reused = end(); // keeps the storage of other positions
+        for (const int i : expected) {
+            ASSERT_TRUE(it) << "the walk ended at stop " << i;
+            ASSERT_FALSE(it == std::default_sentinel);
+            checkPosition(it, all_[i]);
+            if (testing::Test::HasFailure()) return;
+            continueFromCopy(it, reused, all_[i]);
+            const Model model = hideModel(*all_[i].node);
+            step(it);
+            if (model) static_cast<ZeCTransformationNodeInner&>(*all_[i].node).SetModel(model, -1);
+        }
+        EXPECT_FALSE(it);
+        EXPECT_TRUE(it == end());
+        EXPECT_TRUE(it == std::default_sentinel);
+        EXPECT_FALSE(it.GetFather());
+    }
+
+    void checkPosition(const Iterator& it, const Stop& stop)
+    {
+        const auto borrowed = it.Borrow();
+        ASSERT_EQ(&borrowed.node, stop.node);
+        ASSERT_THAT(borrowed.trafo, HasBitsOf(stop.trafo));
+        const ZeCTransformationNode* father = stop.father < 0 ? nullptr : all_[stop.father].node;
+        ASSERT_EQ(it.GetFather().Get(), father);
+        checkValue(it, stop);
+
+        ASSERT_TRUE(it.HasSameTraversalRoot(root_->EndNode()));
+        ASSERT_EQ(it == end(), false);
+        if (const auto inner = CbDynamicPointerCast<ZeCTransformationNodeInner>(root_)) {
+            const NodeIterator found = inner->Find(Node(stop.node));
+            ASSERT_EQ(found == it, stop.comparable);
+            ASSERT_EQ(it != found, !stop.comparable);
+            ASSERT_EQ(&found.Borrow().node, stop.node);
+            ASSERT_THAT(found.Borrow().trafo, HasBitsOf(stop.trafo));
+            if constexpr (c_leaves) {
+                const LeafIterator leaf = inner->Find(Leaf(&borrowed.node));
+                ASSERT_TRUE(leaf);
+                ASSERT_EQ(leaf == it, stop.comparable);
+            }
+        }
+        checkFathers(it, stop);
+    }
+
+    template<class AnyIterator>
+    void checkValue(const AnyIterator& it, const Stop& stop)
+    {
+        const CbMatrix4Rd fatherTrafo = stop.father < 0 ? c_matIdentityD : all_[stop.father].trafo;
+        if (CbMatrixInternal::Determinant(fatherTrafo) == 0.0) {
+            ASSERT_THROW((void)*it, CyExceptionNotInvertible);
+            return;
+        }
+        const ZeCTransformationNodeWithTrafo value = *it;
+        ASSERT_EQ(value.GetNode().Get(), stop.node);
+        ASSERT_THAT(value.GetTrafo(), HasBitsOf(stop.trafo));
+    }
+
+    // The chain of fathers from here, the node itself first.
+    void checkFathers(const NodeIterator& it, const Stop& stop)
+    {
+        FatherIterator father(it);
+        for (const Stop* at = &stop;; at = &all_[at->father]) {
+            ASSERT_TRUE(father);
+            ASSERT_EQ(&father.Borrow().node, at->node);
+            ASSERT_THAT(father.Borrow().trafo, HasBitsOf(at->trafo));
+            checkValue(father, *at);
+            ++father;
+            if (at->father < 0) break;
+        }
+        ASSERT_FALSE(father);
+        ASSERT_FALSE(++father);
+        ASSERT_TRUE(father == root_->EndNode());
+    }
+    // The walk goes on with an equal iterator that was made in one of the possible ways.
+    void continueFromCopy(Iterator& it, Iterator& reused, const Stop& stop)
+    {
+        Iterator copy(it);
+        ASSERT_EQ(copy == it, stop.comparable);
+        switch (random_() % 5) {
+        case 0:
+            it = copy;
+            break;
+        case 1:
+            it = std::move(copy);
+            break;
+        case 2:
+            reused = it;
+            std::swap(it, reused);
+            break;
+        case 3:
+            it = Iterator(std::move(it));
+            break;
+        default:
+            ++copy; // leaves the original alone
+            break;
+        }
+        ASSERT_TRUE(it);
+        ASSERT_EQ(&it.Borrow().node, stop.node);
+    }
+
+    // A model may vanish, and come back, while a cached walk stands on it.
+    Model hideModel(ZeCTransformationNode& node)
+    {
+        if (!c_cachedLeaves || node.IsLeaf() || random_() % 2 == 0) return nullptr;
+        const Model model = node.GetModel();
+        static_cast<ZeCTransformationNodeInner&>(node).DeleteModel();
+        return model;
+    }
+
+    void checkRange()
+    {
+        static_assert(std::ranges::view<decltype(range())>);
+        static_assert(std::ranges::input_range<decltype(range())>);
+        std::size_t i = 0;
+        for (const auto& [node, trafo] : range()) {
+            ASSERT_LT(i, stops_.size());
+            const Stop& stop = all_[stops_[i++]];
+            ASSERT_EQ(&node, stop.node);
+            ASSERT_THAT(trafo, HasBitsOf(stop.trafo));
+        }
+        ASSERT_EQ(i, stops_.size());
+    }
+
+    Node root_;
+    const std::vector<Stop>& all_;
+    std::vector<int> stops_;
+    std::mt19937& random_;
+};
+
+void checkSkipping(const Node& root, const std::vector<Stop>& all)
+{
+    NodeIterator it = root->BeginNode();
+    EXPECT_TRUE(it.IncrementToNextSibling() == root->BeginNode());
+    for (std::size_t i = 1; i < all.size(); ++i) {
+        NodeIterator skipping = ++it;
+        skipping.IncrementToNextSibling();
+        auto next = i + 1;
+        while (next < all.size() && all[next].level > all[i].level) ++next;
+        if (next == all.size()) {
+            ASSERT_TRUE(skipping == root->EndNode());
+            ASSERT_FALSE(skipping.IncrementToNextSibling());
+            continue;
+        }
+        ASSERT_EQ(&skipping.Borrow().node, all[next].node);
+        ASSERT_THAT(skipping.Borrow().trafo, HasBitsOf(all[next].trafo));
+    }
+}
+
+void checkCountsAndEnds(const ZeCTransformationNode& root, const std::vector<Stop>& all)
+{
+    std::vector<ZeCTransformationNode*> leaves;
+    std::vector<ZeCTransformationNode*> cached;
+    for (const Stop& stop : all) {
+        if (stop.node->IsLeaf()) leaves.push_back(stop.node);
+        if (stop.inCachedWalk) cached.push_back(stop.node);
+    }
+    EXPECT_EQ(root.GetNrLeafNodes(), leaves.size());
+    EXPECT_EQ(root.GetNrCachedLeafNodes(), cached.size());
+    EXPECT_EQ(root.EmptyLeafs(), leaves.empty());
+    EXPECT_EQ(root.BackNode().Get(), all.back().node);
+    EXPECT_EQ(root.FrontLeaf().Get(), leaves.empty() ? nullptr : leaves.front());
+    EXPECT_EQ(root.BackLeaf().Get(), leaves.empty() ? nullptr : leaves.back());
+    EXPECT_EQ(root.FrontCachedLeaf().Get(), cached.empty() ? nullptr : cached.front());
+    EXPECT_EQ(root.BackCachedLeaf().Get(), cached.empty() ? nullptr : cached.back());
+}
+
+std::vector<std::int32_t> referenceCounts(const std::vector<Stop>& all)
+{
+    std::vector<std::int32_t> counts;
+    for (const Stop& stop : all) counts.push_back(stop.node->getReferenceCounter().GetCount());
+    return counts;
+}
+
+void checkAllWalks(const Node& root, std::mt19937& random)
+{
+    std::vector<Stop> all;
+    collect(root, -1, false, all);
+    const auto countsBefore = referenceCounts(all);
+    WalkCheck<NodeIterator>(root, all, random).Run();
+    WalkCheck<LeafIterator>(root, all, random).Run();
+    WalkCheck<CachedLeafIterator>(root, all, random).Run();
+    WalkCheck<InnerIterator>(root, all, random).Run();
+    checkSkipping(root, all);
+    checkCountsAndEnds(*root, all);
+    EXPECT_EQ(referenceCounts(all), countsBefore);
+}
+
+TEST(WalksOfRandomTrees, DeliverWhatARecursionDelivers)
+{
+    for (int round = 0; round < Rounds(400); ++round) {
+        SCOPED_TRACE(testing::Message() << "seed " << round);
+        std::mt19937 random(round);
+        const Inner root = randomTree(random);
+        checkAllWalks(root, random);
+        std::vector<Stop> all;
+        collect(root, -1, false, all);
+        for (int i = 0; i < 4; ++i) checkAllWalks(Node(all[random() % all.size()].node), random);
+        if (HasFailure()) return;
+    }
+}
+
+} // namespace

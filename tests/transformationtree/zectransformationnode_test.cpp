@@ -1,0 +1,371 @@
+#include "platform/base/cystreamreadbinarybuffer.h"
+#include "platform/base/cystreamwritebinarybuffer.h"
+#include "platform/math3d/cyexceptionnotinvertible.h"
+#include "tests/support/logrecorder.h"
+#include "tests/support/rounds.h"
+#include "tests/support/scenario.h"
+#include "tests/transformationtree/labelattribute.h"
+#include "tests/transformationtree/treematrices.h"
+#include "transformationtree/zectransformationnode.h"
+
+#include <barrier>
+#include <gtest/gtest.h>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+using ConstInner = CbSmartPointer<const ZeCTransformationNodeInner>;
+
+struct Revisions
+{
+    explicit Revisions(const Node& node)
+        : model(node->GetNodeRevision(1)), trafo(node->GetNodeRevision(2))
+    {}
+    friend bool operator==(const Revisions&, const Revisions&) = default;
+
+    long long model;
+    long long trafo;
+};
+
+TEST(ANewNode, IsLabelledByItsIdAndHasTwoConsecutiveRevisions)
+{
+    for (const Node& node :
+         {Node(CbMake<ZeCTransformationNodeInner>()), Node(CbMake<ZeCTransformationNodeLeaf>())}) {
+        SCOPED_TRACE(node->IsLeaf() ? "leaf" : "inner");
+        EXPECT_NE(node->GetID(), ZeCTransformationNode::GetInvalidID());
+        EXPECT_EQ(node->GetName(), node->GetID().ToString());
+        EXPECT_EQ(node->GetNodeRevision(2), node->GetNodeRevision(1) + 1);
+        EXPECT_FALSE(node->IsVisible());
+        EXPECT_FALSE(node->GetModel());
+        EXPECT_FALSE(node->GetFather());
+        EXPECT_TRUE(node->GetDescription().IsEmpty());
+        EXPECT_THAT(node->GetRelativeTrafo(), HasBitsOf(c_matIdentityD));
+        EXPECT_TRUE(node->IsKindOf(ZeCTransformationNode::RTTI));
+        EXPECT_TRUE(node->IsKindOf(CyNode::RTTI));
+        EXPECT_FALSE(node->Is(ZeCTransformationNode::RTTI));
+        EXPECT_EQ(node->Is(ZeCTransformationNodeLeaf::RTTI), node->IsLeaf());
+    }
+    EXPECT_EQ(CbRTTI::getCreate(CB_TEXT("ZeCTransformationNode")), nullptr);
+}
+
+TEST(ACopiedNode, IsADetachedTwinWithTheSameRevisions)
+{
+    std::mt19937 random(1);
+    const Scenario tree("root(x*(a*, b), c*)");
+    tree.GetInner("x")->SetModel(tree["x"]->GetModel(), 77);
+    tree.GetLeaf("c")->SetIsNewEntryScan(true);
+    for (const char* name : {"x", "c"}) {
+        SCOPED_TRACE(name);
+        const Node node = tree[name];
+        node->SetRelativeTrafo(RandomPose(random));
+        node->SetVisible(true);
+        node->SetAttribute(CbMake<LabelAttribute>("label"));
+        const auto head = TestAccess::NextGlobalNodeRevision();
+
+        const Node copy(dynamic_cast<ZeCTransformationNode*>(node->GetRTTI().getClone()(*node)));
+        EXPECT_EQ(TestAccess::NextGlobalNodeRevision(), head + 1) << "copies take no revisions";
+        EXPECT_EQ(copy->GetRTTI().GetName(), node->GetRTTI().GetName());
+        EXPECT_NE(copy->GetID(), node->GetID());
+        EXPECT_EQ(copy->GetName(), copy->GetID().ToString());
+        EXPECT_FALSE(copy->GetFather());
+        EXPECT_FALSE(copy->GetModel());
+        EXPECT_TRUE(copy->GetAllAttributes().IsEmpty());
+        EXPECT_THAT(copy->GetRelativeTrafo(), HasBitsOf(node->GetRelativeTrafo()));
+        EXPECT_EQ(copy->GetDescription(), node->GetDescription());
+        EXPECT_TRUE(copy->IsVisible());
+        EXPECT_EQ(Revisions(copy), Revisions(node));
+        if (const auto inner = CbDynamicPointerCast<ZeCTransformationNodeInner>(copy)) {
+            ASSERT_EQ(inner->GetNrChildren(), 2U);
+            EXPECT_EQ(inner->FrontChild(), tree["a"]);
+            EXPECT_EQ(tree["a"]->GetFather(), node) << "the shared child stays where it is";
+            EXPECT_EQ(inner->GetModelRevision(), 77);
+        } else {
+            EXPECT_TRUE(static_cast<ZeCTransformationNodeLeaf&>(*copy).IsNewEntryScan());
+        }
+    }
+    EXPECT_EQ(tree["a"]->GetFather(), tree["x"]);
+}
+
+TEST(ADescription, ReachesTheModelOfAnInnerNodeOnly)
+{
+    const Scenario tree("root*(a*, b, x())");
+    for (const char* name : {"root", "a", "b", "x"}) {
+        const auto before = Revisions(tree[name]);
+        tree[name]->SetDescription(CB_TEXT("new"));
+        tree[name]->SetVisible(!tree[name]->IsVisible());
+        EXPECT_EQ(tree[name]->GetDescription(), CB_TEXT("new"));
+        EXPECT_EQ(Revisions(tree[name]), before);
+    }
+    EXPECT_EQ(tree["root"]->GetModel()->GetDescription(), CB_TEXT("new"));
+    EXPECT_TRUE(tree["a"]->GetModel()->GetDescription().IsEmpty());
+}
+
+TEST(Revisions, AreSelectedByTheTwoLowestBits)
+{
+    const Node node = CbMake<ZeCTransformationNodeLeaf>();
+    struct Case
+    {
+        unsigned mask;
+        bool model;
+        bool trafo;
+    };
+    for (const auto& [mask, model, trafo] :
+         {Case{0, false, false}, Case{1, true, false}, Case{2, false, true}, Case{3, true, true},
+          Case{4, false, false}, Case{0xFFFFFFFC, false, false}, Case{0xFFFFFFFD, true, false},
+          Case{0xFFFFFFFF, true, true}}) {
+        SCOPED_TRACE(mask);
+        const auto head = TestAccess::NextGlobalNodeRevision();
+        node->SetNodeRevision(5, 1);
+        node->SetNodeRevision(7, 2);
+        EXPECT_EQ(node->GetNodeRevision(mask), trafo ? 7 : model ? 5 : -1);
+        node->NewNodeRevision(mask);
+        EXPECT_EQ(node->GetNodeRevision(1), model ? head + 1 : 5);
+        EXPECT_EQ(node->GetNodeRevision(2), trafo ? head + 1 + model : 7);
+        node->SetNodeRevision(-40, 3);
+        EXPECT_EQ(node->GetNodeRevision(mask), model || trafo ? -40 : -1);
+        node->SetNodeRevision(9, mask);
+        EXPECT_EQ(node->GetNodeRevision(1), model ? 9 : -40);
+        EXPECT_EQ(node->GetNodeRevision(2), trafo ? 9 : -40);
+        EXPECT_EQ(TestAccess::NextGlobalNodeRevision(), head + 1 + model + trafo)
+            << "setting takes no numbers";
+    }
+}
+
+TEST(TheHeadRevision, IsRaisedAboveARestoredOneAndNeverLowered)
+{
+    const Node node = CbMake<ZeCTransformationNodeLeaf>();
+    const auto head = TestAccess::NextGlobalNodeRevision();
+    TestAccess::AssertGlobalNodeHeadRevisionValid(head - 1);
+    EXPECT_EQ(TestAccess::NextGlobalNodeRevision(), head + 1);
+    TestAccess::AssertGlobalNodeHeadRevisionValid(head + 1); // equal: raised as well
+    EXPECT_EQ(TestAccess::NextGlobalNodeRevision(), head + 3);
+    node->SetNodeRevision(head + 1000, 3);
+    TestAccess::AssertGlobalNodeHeadRevisionValid(head + 1000);
+    node->NewNodeRevision(1);
+    EXPECT_EQ(node->GetNodeRevision(1), head + 1002);
+}
+
+TEST(RevisionThreads, GetUniqueNumbersInPairs)
+{
+    constexpr int c_threads = 4;
+    const int renewals = Rounds(5000);
+    const Node shared = CbMake<ZeCTransformationNodeLeaf>();
+    std::vector<std::vector<long long>> first(c_threads);
+    std::barrier start(c_threads);
+    {
+        std::vector<std::jthread> threads;
+        for (int t = 0; t < c_threads; ++t) {
+            threads.emplace_back([&, t] {
+                const Node own = CbMake<ZeCTransformationNodeLeaf>();
+                start.arrive_and_wait();
+                for (int i = 0; i < renewals; ++i) {
+                    own->NewNodeRevision(3);
+                    shared->NewNodeRevision(3);
+                    first[t].push_back(own->GetNodeRevision(1));
+                    EXPECT_EQ(own->GetNodeRevision(2), first[t].back() + 1);
+                    EXPECT_GT(shared->GetNodeRevision(3), first[t].back());
+                }
+            });
+        }
+    }
+    EXPECT_EQ(shared->GetNodeRevision(2), shared->GetNodeRevision(1) + 1);
+    std::vector<long long> all;
+    for (const auto& numbers : first) {
+        EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
+        for (const auto number : numbers) all.insert(all.end(), {number, number + 1});
+    }
+    std::sort(all.begin(), all.end());
+    EXPECT_EQ(std::adjacent_find(all.begin(), all.end()), all.end());
+}
+
+TEST(ANodeWhoseFatherDies, HasNoFather)
+{
+    Node child;
+    {
+        const Scenario tree("root(x(a))");
+        child = tree["a"];
+        EXPECT_EQ(child->GetFather(), tree["x"]);
+        EXPECT_TRUE(child->IsChildOf(*tree.GetInner("x")));
+        EXPECT_FALSE(child->IsChildOf(*tree.GetInner("root")));
+    }
+    EXPECT_FALSE(child->GetFather());
+
+    // The other way round: a link that dies first leaves the father's list.
+    const Inner father = CbMake<ZeCTransformationNodeInner>();
+    TestAccess::SetFather(*child, father);
+    TestAccess::SetFather(*CbMake<ZeCTransformationNodeLeaf>(), father);
+    EXPECT_EQ(child->GetFather(), father);
+}
+
+TEST(AFatherThatDiesOnAnotherThreadThreads, IsSeenWholeOrNotAtAll)
+{
+    std::vector<Node> children;
+    for (int i = 0; i < 3; ++i) children.push_back(CbMake<ZeCTransformationNodeLeaf>());
+    for (int round = 0; round < Rounds(2000); ++round) {
+        Inner father = CbMake<ZeCTransformationNodeInner>();
+        father->SetDescription(CB_TEXT("father"));
+        for (const Node& child : children) TestAccess::SetFather(*child, father);
+        {
+            std::barrier start(static_cast<std::ptrdiff_t>(children.size()) + 1);
+            std::vector<std::jthread> threads;
+            for (const Node& child : children) {
+                threads.emplace_back([&start, &child] {
+                    start.arrive_and_wait();
+                    for (int looks = 0; looks < 20; ++looks) {
+                        const Inner seen = child->GetFather();
+                        if (!seen) break;
+                        EXPECT_EQ(seen->GetDescription(), CB_TEXT("father"));
+                    }
+                });
+            }
+            start.arrive_and_wait();
+            father = nullptr;
+        }
+        for (const Node& child : children) ASSERT_FALSE(child->GetFather());
+    }
+}
+
+TEST(ARelativeTrafo, ComposesFromTheNodeUpToTheAncestor)
+{
+    std::mt19937 random(2);
+    const Scenario tree("top(root(x(y(a))), other(b))");
+    for (const char* name : {"top", "root", "x", "y", "a"}) {
+        tree[name]->SetRelativeTrafo(RandomPose(random));
+    }
+    const Node a = tree["a"];
+    const CbMatrix4Rd toX = ProductByHand(a->GetRelativeTrafo(), tree["y"]->GetRelativeTrafo());
+    const CbMatrix4Rd toRoot = ProductByHand(toX, tree["x"]->GetRelativeTrafo());
+    const CbMatrix4Rd toTop = ProductByHand(toRoot, tree["root"]->GetRelativeTrafo());
+    EXPECT_THAT(a->GetRelativeTrafo(tree.GetInner("y")), HasBitsOf(a->GetRelativeTrafo()));
+    EXPECT_THAT(a->GetRelativeTrafo(tree.GetInner("x")), HasBitsOf(toX));
+    EXPECT_THAT(a->GetRelativeTrafo(tree.GetInner("root")), HasBitsOf(toRoot));
+    EXPECT_THAT(a->GetRelativeTrafo(tree.GetInner("top")), HasBitsOf(toTop));
+    for (const auto& noAncestor : {ConstInner(), ConstInner(tree.GetInner("other"))}) {
+        EXPECT_EQ(a->GetRelativeTrafo(noAncestor),
+                  ProductByHand(toTop, tree["top"]->GetRelativeTrafo()));
+    }
+    const Inner x = tree.GetInner("x");
+    EXPECT_THAT(x->GetRelativeTrafo(x), HasBitsOf(c_matIdentityD));
+
+    CbMatrix4Rd negativeZero = Shift(-0.0, 1, 2);
+    a->SetRelativeTrafo(negativeZero);
+    EXPECT_THAT(a->GetRelativeTrafo(tree.GetInner("y")), HasBitsOf(negativeZero));
+}
+
+TEST(PlacingANodeRelativeToAnAncestor, RenewsItsTransformationRevisionOnly)
+{
+    std::mt19937 random(3);
+    const Scenario tree("root(x(y(a)), other())");
+    for (const char* name : {"root", "x", "y", "a"}) {
+        tree[name]->SetRelativeTrafo(RandomPose(random));
+    }
+    const Node a = tree["a"];
+    for (const auto& ancestor :
+         {ConstInner(tree.GetInner("y")), ConstInner(tree.GetInner("x")),
+          ConstInner(tree.GetInner("root")), ConstInner(tree.GetInner("other")), ConstInner()}) {
+        const auto before = Revisions(a);
+        const CbMatrix4Rd wanted = RandomPose(random);
+        a->SetRelativeTrafo(wanted, ancestor);
+        EXPECT_THAT(a->GetRelativeTrafo(ancestor), IsNear(wanted, 1e-12));
+        EXPECT_EQ(Revisions(a).model, before.model);
+        EXPECT_GT(Revisions(a).trafo, before.trafo);
+    }
+    const CbMatrix4Rd relative = RandomPose(random);
+    a->SetRelativeTrafo(relative, tree.GetInner("y"));
+    EXPECT_THAT(a->GetRelativeTrafo(), IsNear(relative, 0.0)) << "the father is the ancestor";
+}
+
+template<class Exception, class Call>
+void expectThrowAt(Call call, const char* file, unsigned line, const char* function)
+{
+    try {
+        call();
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const Exception& e) {
+        EXPECT_EQ(e.GetFile(), file);
+        EXPECT_EQ(e.GetLine(), line);
+        EXPECT_EQ(e.GetFunction(), function);
+    }
+}
+
+TEST(PlacingANode, LeavesItAsItWasWhereItCanNotBePlaced)
+{
+    std::mt19937 random(4);
+    const Scenario tree("root(x(y(a)))");
+    CbMatrix4Rd flat;
+    flat[1][1] = 0.0;
+    tree["x"]->SetRelativeTrafo(flat);
+    const Node a = tree["a"];
+    a->SetRelativeTrafo(RandomPose(random));
+    const CbMatrix4Rd before = a->GetRelativeTrafo();
+    const auto revisions = Revisions(a);
+    for (const auto& ancestor : {ConstInner(tree.GetInner("root")), ConstInner()}) {
+        expectThrowAt<CyExceptionNotInvertible>(
+            [&] { a->SetRelativeTrafo(RandomPose(random), ancestor); }, "cbmatrixbasematrixgeomdef",
+            996, "");
+    }
+    EXPECT_THAT(a->GetRelativeTrafo(), HasBitsOf(before));
+    EXPECT_EQ(Revisions(a), revisions);
+    a->SetRelativeTrafo(before, tree.GetInner("x")); // below the singular one
+
+    const Node root = tree["root"];
+    const auto rootRevisions = Revisions(root);
+    for (const bool enabled : {true, false}) {
+        LogRecorder log;
+        log.SetEnabled(3, enabled);
+        expectThrowAt<CbException>(
+            [&] { root->SetRelativeTrafo(RandomPose(random), tree.GetInner("x")); },
+            "zectransformationnode", 405, "ZeCTransformationNode::SetRelativeTrafo");
+        const auto records = log.TakeRecords();
+        ASSERT_EQ(records.size(), enabled ? 1U : 0U);
+        if (!enabled) continue;
+        EXPECT_EQ(records[0].level, 3U);
+        EXPECT_EQ(records[0].logger, CB_TEXT("Diagnostics.Registration.TransformationNode"));
+        EXPECT_EQ(records[0].file, "zectransformationnode");
+        EXPECT_EQ(records[0].line, 403U);
+        EXPECT_EQ(records[0].function, "ZeCTransformationNode::SetRelativeTrafo");
+        EXPECT_THAT(records[0].text.ToUtf8(),
+                    testing::StartsWith("Setting relative Trafo on Node without Father!\n"));
+    }
+    EXPECT_THAT(root->GetRelativeTrafo(), HasBitsOf(c_matIdentityD));
+    EXPECT_EQ(Revisions(root), rootRevisions);
+}
+
+TEST(AttributesOfANode, AreKeptByTypeWithoutTouchingRevisions)
+{
+    const Node node = CbMake<ZeCTransformationNodeLeaf>();
+    const Node other = CbMake<ZeCTransformationNodeInner>();
+    const auto before = Revisions(node);
+    const auto labelOf = [](const Node& at) {
+        const auto label = at->GetAllAttributes().GetAttribute<LabelAttribute>();
+        return label ? label->GetText() : "none";
+    };
+    node->SetAttribute(CbMake<LabelAttribute>("one"));
+    EXPECT_EQ(labelOf(node), "one");
+    other->CopyAttributesFrom(*node);
+    node->SetAttribute(CbMake<LabelAttribute>("two"));
+    EXPECT_EQ(labelOf(other), "one");
+    other->CopyAttributesFrom(node->GetAllAttributes());
+    EXPECT_EQ(labelOf(other), "two");
+
+    CyStreamWriteBinaryBuffer written;
+    node->SerializeAttributes(written);
+    node->ResetAttributes();
+    EXPECT_EQ(labelOf(node), "");
+    node->SetAttributes(other->GetAllAttributes());
+    EXPECT_EQ(labelOf(node), "two");
+    node->DeleteAttributes({&LabelAttribute::RTTI});
+    EXPECT_EQ(labelOf(node), "none");
+    CyStreamReadBinaryBuffer stream(written);
+    node->SerializeAttributes(stream);
+    EXPECT_EQ(labelOf(node), "two");
+    node->DeleteAttribute(LabelAttribute::RTTI);
+    EXPECT_EQ(labelOf(node), "none");
+    other->ClearAttributeContainer();
+    EXPECT_EQ(labelOf(other), "none");
+    EXPECT_EQ(Revisions(node), before);
+}
+
+} // namespace

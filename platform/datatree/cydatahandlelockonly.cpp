@@ -54,7 +54,7 @@ void CyDataHandleLockOnly<kind>::Release() noexcept
         const CyDataTreeMutexLock lock(engine.mutex);
         isLast = engine.TakeBack(record_);
     }
-    if (isLast) delete thread;
+    if (isLast) CyLockThread::Delete(thread);
 }
 
 template class CyDataHandleLockOnly<0>;

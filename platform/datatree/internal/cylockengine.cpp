@@ -125,8 +125,10 @@ bool CyLockEngine::TakeBack(CyLockRecord& record) noexcept
     }
     record = CyLockRecord();
     --thread.records;
+    const bool isLast = thread.ended && thread.records == 0;
+    if (isLast) queue_.Leave(thread);
     if (matters) wakeQueue();
-    return thread.ended && thread.records == 0;
+    return isLast;
 }
 
 void CyLockEngine::Relocate(CyLockRecord& from, CyLockRecord& to) noexcept

@@ -12,10 +12,11 @@ namespace
 
 using Threads = std::vector<CyLockThread*>;
 
-// A plain pointer, so that handles of static objects still work after the thread's other objects
-// are gone. What is made that late stays until the process ends.
+// Plain values, so that handles of static objects still work after the other objects of the thread
+// are gone.
 constinit thread_local Threads* t_threads = nullptr;
 constinit thread_local CyLockThread* t_last = nullptr; // the one found last, among t_threads
+constinit thread_local bool t_ended = false;
 
 // Marks the thread as ended for one engine; true where nothing holds the object any more.
 bool end(CyLockThread& thread) noexcept
@@ -34,6 +35,7 @@ struct AtThreadEnd
     {
         const std::unique_ptr<Threads> threads(std::exchange(t_threads, nullptr));
         t_last = nullptr;
+        t_ended = true;
         for (CyLockThread* thread : *threads) {
             if (end(*thread)) delete thread;
         }
@@ -76,6 +78,11 @@ CyLockThread* CyLockThread::Find(const CyLockEngine& engine) noexcept
 CyLockThread& CyLockThread::Get(CyLockEngine& engine)
 {
     if (CyLockThread* const thread = Find(engine)) return *thread;
+    if (t_ended) { // nobody is told when the thread ends: the last record deletes it
+        t_last = new CyLockThread(engine);
+        t_last->ended = true;
+        return *t_last;
+    }
     if (t_threads == nullptr) {
         auto threads = std::make_unique<Threads>();
         thread_local AtThreadEnd atThreadEnd;
@@ -86,4 +93,10 @@ CyLockThread& CyLockThread::Get(CyLockEngine& engine)
     auto thread = std::make_unique<CyLockThread>(engine);
     t_threads->push_back(thread.get());
     return *thread.release();
+}
+
+void CyLockThread::Delete(CyLockThread* thread) noexcept
+{
+    if (t_last == thread) t_last = nullptr;
+    delete thread;
 }

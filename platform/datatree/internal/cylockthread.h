@@ -30,6 +30,9 @@ struct PLATFORM_API CyLockThread
     /// The same, made where there is none.
     [[nodiscard]] static CyLockThread& Get(CyLockEngine& engine);
 
+    /// Deletes the object of a thread that has ended, after its last record.
+    static void Delete(CyLockThread* thread) noexcept;
+
     CyLockEngine& engine; ///< kept alive
 
     CyLockRecord* pending = nullptr;

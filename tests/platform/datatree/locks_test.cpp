@@ -198,6 +198,31 @@ TEST_F(LockingNodes, HandlesMoveBetweenVariablesAndThreads)
     TestAccess::CheckCounters(manager);
 }
 
+// Locks a node when its thread is about to be gone.
+struct LateUser
+{
+    CyDataManager& manager;
+    CbSmartPointer<CyNode> node;
+
+    ~LateUser()
+    {
+        const Write handle(manager, node);
+        EXPECT_TRUE(manager.TryLock());
+        EXPECT_TRUE(handle.IsValid());
+    }
+};
+
+TEST_F(LockingNodes, StillWorksWhileAThreadEnds)
+{
+    std::thread([this] {
+        thread_local LateUser late{manager, b};
+        const Write handle(late.manager, a);
+        EXPECT_TRUE(manager.TryLock());
+    }).join();
+    const Write handle(manager, a);
+    EXPECT_EQ(tryLock(), CyDataManager::eLocked);
+}
+
 TEST_F(LockingNodes, HandlesOutliveTheManager)
 {
     Read granted;

@@ -177,13 +177,14 @@ ZeCTransformationNodeInner::Find(const CbSmartPointer<ZeCTransformationNode>& no
     }
     ZeNNodeIterator found = BeginNode();
     found.atRoot_ = path.empty();
-    const ZeCTransformationNodeInner* father = this;
+    const ZeCTransformationNode* above = this;
     for (auto step = path.rbegin(); step != path.rend(); ++step) {
-        const auto& children = father->children_;
-        const auto position = father->FindChild(*step);
+        const auto& father = static_cast<const ZeCTransformationNodeInner&>(*above);
+        const auto& children = father.children_;
+        const auto position = father.FindChild(*step);
         if (position == children.end()) return EndNode();
         found.push(&*position, children.data() + children.size());
-        father = static_cast<const ZeCTransformationNodeInner*>(step->Get());
+        above = step->Get();
     }
     return found;
 }

@@ -173,6 +173,18 @@ TEST_F(LockingNodes, ACoverEndsWithTheLockAndWithAMove)
     EXPECT_EQ(tryLock(), CyDataManager::eLocked);
 }
 
+TEST_F(LockingNodes, ANodeThatLeftAndCameBackElsewhereIsNotCovered)
+{
+    const Write lock(manager, a);
+    EXPECT_TRUE(manager.TryLock());
+    Write below(manager, c);
+    EXPECT_TRUE(below.IsValid());
+    EXPECT_TRUE(manager.RemoveNode(below));
+    EXPECT_TRUE(manager.InsertNode(e, c));
+    const Write again(manager, c);
+    EXPECT_FALSE(again.IsValid());
+}
+
 TEST_F(LockingNodes, HandlesMoveBetweenVariablesAndThreads)
 {
     Write first(manager, b);

@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <unordered_set>
 
 namespace scansession
@@ -22,7 +23,7 @@ std::string PlaceOf(const std::filesystem::path& path, std::size_t line)
 double FiniteNumber(std::string_view word, const std::string& place)
 {
     const auto value = ParseNumber(word);
-    if (!value || !std::isfinite(*value)) {
+    if (!value || !(std::abs(*value) <= std::numeric_limits<float>::max())) {
         throw InputError(place + Quoted(word) + " is no finite number");
     }
     return *value;

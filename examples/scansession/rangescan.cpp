@@ -54,7 +54,9 @@ std::vector<Surfel> ReadPositions(const PlyElement& vertices, const std::string&
     if (surfels.size() >= RangeGrid::c_noSample) throw InputError(name + ": too many vertices");
     for (std::size_t i = 0; i < surfels.size(); ++i) {
         const Vec3 p = positions->At(i);
-        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) {
+        for (const double coordinate : {p.x, p.y, p.z}) {
+            // Surfels are kept in single precision.
+            if (std::abs(coordinate) <= std::numeric_limits<float>::max()) continue;
             throw InputError(name + ": vertex " + std::to_string(i) + " has no finite position");
         }
         surfels[i].position = p;

@@ -7,6 +7,7 @@
 #include "examples/scansession/session.h"
 
 #include <chrono>
+#include <iomanip>
 #include <memory>
 #include <ostream>
 
@@ -64,10 +65,10 @@ void PrintSummary(const ScanSource& source, const Session& session, const Bounds
         point(bounds.least) << " to ";
         point(bounds.largest) << '\n';
     }
-    out << "time:         " << timing.taking.Seconds() << " s " << source.Stage() << ", "
-        << timing.building.Seconds() << " s building the tree, " << timing.writing.Seconds()
-        << " s writing\n"
-        << "written:      " << merged.string() << '\n';
+    out << std::fixed << std::setprecision(2) << "time:         " << timing.taking.Seconds()
+        << " s " << source.Stage() << ", " << timing.building.Seconds() << " s building the tree, "
+        << timing.writing.Seconds() << " s writing\n"
+        << std::defaultfloat << std::setprecision(6) << "written:      " << merged.string() << '\n';
 }
 
 } // namespace

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <gtest/gtest.h>
-#include <numeric>
 
 namespace
 {
@@ -90,90 +89,47 @@ Inner randomTree(std::mt19937& random)
     return inners[0];
 }
 
-// One walk kind over one tree, with the stops that it is to make.
+// A kind of walk: how it is asked for, and where it stops.
+template<class Iterator>
+struct Kind
+{
+    Iterator (ZeCTransformationNode::*begin)() const;
+    Iterator (ZeCTransformationNode::*last)() const;
+    Iterator (ZeCTransformationNode::*end)() const;
+    ZeCTransformationNode::ZeTNodeRange<Iterator> (ZeCTransformationNode::*range)() const;
+    bool (*stopsAt)(const Stop&);
+};
+
+// One kind of walk over one tree, with the stops that it is to make.
 template<class Iterator>
 class WalkCheck
 {
 public:
-    WalkCheck(const Node& root, const std::vector<Stop>& all, std::mt19937& random)
-        : root_(root), all_(all), random_(random)
+    WalkCheck(const Kind<Iterator>& kind, const Node& root, const std::vector<Stop>& all,
+              std::mt19937& random)
+        : root_(root), all_(all), random_(random), end_((*root.*kind.end)())
     {
+        std::vector<int> stops;
         for (int i = 0; i < static_cast<int>(all.size()); ++i) {
-            if (stopsAt(all[i])) stops_.push_back(i);
+            if (kind.stopsAt(all[i])) stops.push_back(i);
         }
-    }
-
-    void Run()
-    {
-        walk(begin(), stops_, [](Iterator& it) { ++it; });
-        std::vector<int> backward(stops_.rbegin(), stops_.rend());
-        walk(last(), backward, [](Iterator& it) { --it; });
-        Iterator end = begin();
-        for (std::size_t i = 0; i < stops_.size(); ++i) ++end;
-        EXPECT_TRUE(++end == this->end());
-        checkRange();
+        walk((*root.*kind.begin)(), stops, [](Iterator& it) { ++it; });
+        checkRange((*root.*kind.range)(), stops);
+        Iterator end = (*root.*kind.begin)();
+        for (std::size_t i = 0; i < stops.size(); ++i) ++end;
+        EXPECT_TRUE(++end == end_) << "the end stays the end";
+        std::reverse(stops.begin(), stops.end());
+        walk((*root.*kind.last)(), stops, [](Iterator& it) { --it; });
     }
 
 private:
     static constexpr bool c_leaves = std::is_same_v<Iterator, LeafIterator>;
     static constexpr bool c_cachedLeaves = std::is_same_v<Iterator, CachedLeafIterator>;
-    static constexpr bool c_inners = std::is_same_v<Iterator, InnerIterator>;
-
-    static bool stopsAt(const Stop& stop)
-    {
-        if (c_cachedLeaves) return stop.inCachedWalk;
-        return c_leaves ? stop.node->IsLeaf() : !c_inners || !stop.node->IsLeaf();
-    }
-
-    Iterator begin() const
-    {
-        if constexpr (c_leaves)
-            return root_->BeginLeaf();
-        else if constexpr (c_cachedLeaves)
-            return root_->BeginCachedLeaf();
-        else if constexpr (c_inners)
-            return root_->BeginInner();
-        else
-            return root_->BeginNode();
-    }
-    Iterator last() const
-    {
-        if constexpr (c_leaves)
-            return root_->LastLeaf();
-        else if constexpr (c_cachedLeaves)
-            return root_->LastCachedLeaf();
-        else if constexpr (c_inners)
-            return root_->LastInner();
-        else
-            return root_->LastNode();
-    }
-    Iterator end() const
-    {
-        if constexpr (c_leaves)
-            return root_->EndLeaf();
-        else if constexpr (c_cachedLeaves)
-            return root_->EndCachedLeaf();
-        else if constexpr (c_inners)
-            return root_->EndInner();
-        else
-            return root_->EndNode();
-    }
-    auto range() const
-    {
-        if constexpr (c_leaves)
-            return root_->Leaves();
-        else if constexpr (c_cachedLeaves)
-            return root_->CachedLeaves();
-        else if constexpr (c_inners)
-            return root_->InnerNodes();
-        else
-            return root_->Nodes();
-    }
 
     template<class Step>
     void walk(Iterator it, const std::vector<int>& expected, Step step)
     {
-        Iterator reused = end(); // keeps the storage of other positions
+        Iterator reused = end_; // keeps the storage of other positions
         for (const int i : expected) {
             ASSERT_TRUE(it) << "the walk ended at stop " << i;
             ASSERT_FALSE(it == std::default_sentinel);
@@ -185,7 +141,7 @@ private:
             if (model) static_cast<ZeCTransformationNodeInner&>(*all_[i].node).SetModel(model, -1);
         }
         EXPECT_FALSE(it);
-        EXPECT_TRUE(it == end());
+        EXPECT_TRUE(it == end_);
         EXPECT_TRUE(it == std::default_sentinel);
         EXPECT_FALSE(it.GetFather());
     }
@@ -200,7 +156,7 @@ private:
         checkValue(it, stop);
 
         ASSERT_TRUE(it.HasSameTraversalRoot(root_->EndNode()));
-        ASSERT_EQ(it == end(), false);
+        ASSERT_FALSE(it == end_);
         if (const auto inner = CbDynamicPointerCast<ZeCTransformationNodeInner>(root_)) {
             const NodeIterator found = inner->Find(Node(stop.node));
             ASSERT_EQ(found == it, stop.comparable);
@@ -245,6 +201,7 @@ private:
         ASSERT_FALSE(++father);
         ASSERT_TRUE(father == root_->EndNode());
     }
+
     // The walk goes on with an equal iterator that was made in one of the possible ways.
     void continueFromCopy(Iterator& it, Iterator& reused, const Stop& stop)
     {
@@ -281,24 +238,23 @@ private:
         return model;
     }
 
-    void checkRange()
+    template<class Range>
+    void checkRange(const Range& range, const std::vector<int>& stops)
     {
-        static_assert(std::ranges::view<decltype(range())>);
-        static_assert(std::ranges::input_range<decltype(range())>);
-        std::size_t i = 0;
-        for (const auto& [node, trafo] : range()) {
-            ASSERT_LT(i, stops_.size());
-            const Stop& stop = all_[stops_[i++]];
-            ASSERT_EQ(&node, stop.node);
-            ASSERT_THAT(trafo, HasBitsOf(stop.trafo));
+        static_assert(std::ranges::view<Range> && std::ranges::input_range<Range>);
+        auto stop = stops.begin();
+        for (const auto& [node, trafo] : range) {
+            ASSERT_NE(stop, stops.end());
+            ASSERT_EQ(&node, all_[*stop].node);
+            ASSERT_THAT(trafo, HasBitsOf(all_[*stop++].trafo));
         }
-        ASSERT_EQ(i, stops_.size());
+        ASSERT_EQ(stop, stops.end());
     }
 
     Node root_;
     const std::vector<Stop>& all_;
-    std::vector<int> stops_;
     std::mt19937& random_;
+    Iterator end_;
 };
 
 void checkSkipping(const Node& root, const std::vector<Stop>& all)
@@ -349,14 +305,24 @@ void checkAllWalks(const Node& root, std::mt19937& random)
 {
     std::vector<Stop> all;
     collect(root, -1, false, all);
-    const auto countsBefore = referenceCounts(all);
-    WalkCheck<NodeIterator>(root, all, random).Run();
-    WalkCheck<LeafIterator>(root, all, random).Run();
-    WalkCheck<CachedLeafIterator>(root, all, random).Run();
-    WalkCheck<InnerIterator>(root, all, random).Run();
+    const auto counts = referenceCounts(all);
+    using N = ZeCTransformationNode;
+    const Kind<NodeIterator> nodes{&N::BeginNode, &N::LastNode, &N::EndNode, &N::Nodes,
+                                   [](const Stop&) { return true; }};
+    const Kind<LeafIterator> leaves{&N::BeginLeaf, &N::LastLeaf, &N::EndLeaf, &N::Leaves,
+                                    [](const Stop& stop) { return stop.node->IsLeaf(); }};
+    const Kind<CachedLeafIterator> cachedLeaves{&N::BeginCachedLeaf, &N::LastCachedLeaf,
+                                                &N::EndCachedLeaf, &N::CachedLeaves,
+                                                [](const Stop& stop) { return stop.inCachedWalk; }};
+    const Kind<InnerIterator> inners{&N::BeginInner, &N::LastInner, &N::EndInner, &N::InnerNodes,
+                                     [](const Stop& stop) { return !stop.node->IsLeaf(); }};
+    (void)WalkCheck(nodes, root, all, random);
+    (void)WalkCheck(leaves, root, all, random);
+    (void)WalkCheck(cachedLeaves, root, all, random);
+    (void)WalkCheck(inners, root, all, random);
     checkSkipping(root, all);
     checkCountsAndEnds(*root, all);
-    EXPECT_EQ(referenceCounts(all), countsBefore);
+    EXPECT_EQ(referenceCounts(all), counts);
 }
 
 TEST(WalksOfRandomTrees, DeliverWhatARecursionDelivers)

@@ -72,8 +72,20 @@ void ZeCTransformationNode::setID(const CyUniqueID& id)
 
 void ZeCTransformationNode::SetDescription(const CString& description)
 {
-    description_ = description;
+    storeDescription(description);
     if (!leaf_ && model_) model_->SetDescription(description);
+}
+
+void ZeCTransformationNode::storeDescription(const CString& description)
+{
+    const CbCriticalSectionLock lock(nodeLock_);
+    description_ = description;
+}
+
+CString ZeCTransformationNode::getLoggedDescription() const
+{
+    const CbCriticalSectionLock lock(nodeLock_);
+    return description_;
 }
 
 CbSmartPointer<ZeCTransformationNodeInner> ZeCTransformationNode::GetFather() const

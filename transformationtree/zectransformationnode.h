@@ -254,12 +254,15 @@ private:
     std::array<long long, 2> raiseRevisions(const std::array<long long, 2>& revisions);
 
     void setID(const CyUniqueID& id);
+    void storeDescription(const CString& description);
+    /// The description, for log messages of threads that have no lock on the node.
+    [[nodiscard]] CString getLoggedDescription() const;
     void setFather(const CbSmartPointer<ZeCTransformationNodeInner>& father) noexcept;
 
     ZeARTTIAttributeContainer attributes_;
     CbWeakPointer<ZeCTransformationNodeInner> father_;
     CbSmartPointer<const ZeCModelQMT> model_;
-    CString description_;
+    CString description_; ///< written under the node lock too, so that anybody may log it
     CyUniqueID id_;
     mutable CbCriticalSection nodeLock_;
     std::array<long long, 2> revisions_ CB_GUARDED_BY(nodeLock_); ///< model, transformation

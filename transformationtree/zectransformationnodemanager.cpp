@@ -190,7 +190,7 @@ void ZeCTransformationNodeManager::logIDMap(const char* tag) const
     for (const auto& [id, node] : idMap_) {
         Logging::LogDebug(c_nodeManagerLogger, c_nodeManagerFile, 1920, function,
                           CB_TEXT("id %s -> description %s"), id.ToString().GetString(),
-                          node->GetDescription().GetString());
+                          node->getLoggedDescription().GetString());
     }
     Logging::LogDebug(c_nodeManagerLogger, c_nodeManagerFile, 1922, function,
                       CB_TEXT("End ID Map: %s"), wideTag.GetString());

@@ -113,11 +113,11 @@ ZeCTransformationNodeManager::getSingleHandleLocked(const NodePointer& node,
                                                     const CbWChar* kindText) const
 {
     constexpr const char* function = "ZeCTransformationNodeManager::getSingleHandleLocked";
-    const CString description = node ? node->GetDescription() : CString();
+    const auto description = [&] { return node ? node->getLoggedDescription() : CString(); };
     const auto logFailure = [&](unsigned line, const CbWChar* format) {
         if (!Logging::IsWarningEnabled(c_nodeManagerLogger)) return;
         Logging::LogWarning(c_nodeManagerLogger, c_nodeManagerFile, line, function, format,
-                            kindText, description.GetString(), LoggedCallStack().GetString());
+                            kindText, description().GetString(), LoggedCallStack().GetString());
     };
     auto status = CyDataManager::eGeneralError;
     for (int waited = 0;; waited += static_cast<int>(c_singleHandleWait)) {
@@ -131,7 +131,7 @@ ZeCTransformationNodeManager::getSingleHandleLocked(const NodePointer& node,
                 Logging::IsWarningEnabled(c_nodeManagerLogger)) {
                 Logging::LogWarning(c_nodeManagerLogger, c_nodeManagerFile, 1876, function,
                                     CB_TEXT("getSingleHandleLocked<%s>(%s) waited for %dms.\n%s"),
-                                    kindText, description.GetString(), waited,
+                                    kindText, description().GetString(), waited,
                                     LoggedCallStack().GetString());
             }
             return handle;
@@ -139,7 +139,7 @@ ZeCTransformationNodeManager::getSingleHandleLocked(const NodePointer& node,
         if (status != CyDataManager::eTimeout) break;
         Logging::LogDebug(c_nodeManagerLogger, c_nodeManagerFile, 1834, function,
                           CB_TEXT("getSingleHandleLocked<%s>(%s) 100ms Timeout, retrying."),
-                          kindText, description.GetString());
+                          kindText, description().GetString());
     }
     switch (status) {
     case CyDataManager::eNoQueries:

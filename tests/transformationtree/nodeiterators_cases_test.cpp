@@ -110,6 +110,7 @@ TEST(Iterators, AreEqualOnlyAtThePositionOfOneWalkWithEqualTransformations)
     EXPECT_FALSE(tree["a"]->EndNode() == x->EndNode());
     EXPECT_FALSE(x->EndNode() == tree["a"]->EndNode());
     EXPECT_FALSE(x->Find(tree["a"]) == root->Find(tree["a"])) << "one node, two walks";
+    EXPECT_FALSE(root->Find(tree["x"]) == root->Find(tree["y"])) << "two places";
 
     const NodeIterator before = root->Find(tree["a"]);
     x->SetRelativeTrafo(Shift(0, 0, 1e-300));

@@ -84,7 +84,11 @@ private:
     {
         size_ = 0; // nothing of the old path is kept when the storage grows
         if (other.size_ > capacity_) grow(other.size_);
-        std::memcpy(static_cast<void*>(entries_), other.entries_, other.size_ * sizeof(Entry));
+        for (std::size_t i = 0; i < other.size_; ++i) {
+            const Entry& from = other.entries_[i];
+            // Without the mark, which other readers of the original may be setting.
+            entries_[i] = {from.position, from.end, 0, 0, from.trafo};
+        }
         size_ = other.size_;
     }
 

@@ -13,6 +13,7 @@ struct Recorded
     CbCriticalSection section;
     bool recording CB_GUARDED_BY(section) = false;
     std::set<std::uint32_t> disabled CB_GUARDED_BY(section);
+    std::function<void(const LogRecord&)> observer CB_GUARDED_BY(section);
     std::vector<LogRecord> records CB_GUARDED_BY(section);
     std::vector<std::pair<std::uint32_t, CString>> queries CB_GUARDED_BY(section);
     std::vector<std::pair<CString, CString>> contexts CB_GUARDED_BY(section);
@@ -22,6 +23,7 @@ struct Recorded
     {
         recording = record;
         disabled.clear();
+        observer = nullptr;
         records.clear();
         queries.clear();
         contexts.clear();
@@ -63,6 +65,13 @@ void LogRecorder::SetEnabled(std::uint32_t level, bool enabled)
     }
 }
 
+void LogRecorder::SetObserver(std::function<void(const LogRecord&)> observer)
+{
+    Recorded& all = recorded();
+    const CbCriticalSectionLock lock(all.section);
+    all.observer = std::move(observer);
+}
+
 std::vector<LogRecord> LogRecorder::TakeRecords()
 {
     Recorded& all = recorded();
@@ -96,11 +105,17 @@ extern "C" {
 void NLog_CSLogVW(std::uint32_t level, const CbWChar* loggerName, const Logging::CallSite* callSite,
                   const CbWChar* format, std::va_list arguments)
 {
-    LogRecord record{level,          CString(loggerName), callSite->file,
-                     callSite->line, callSite->function,  CbFormatV(format, arguments)};
+    const LogRecord record{level,          CString(loggerName), callSite->file,
+                           callSite->line, callSite->function,  CbFormatV(format, arguments)};
+    std::function<void(const LogRecord&)> observer;
     Recorded& all = recorded();
-    const CbCriticalSectionLock lock(all.section);
-    if (all.recording) all.records.push_back(std::move(record));
+    {
+        const CbCriticalSectionLock lock(all.section);
+        if (!all.recording) return;
+        all.records.push_back(record);
+        observer = all.observer;
+    }
+    if (observer) observer(record);
 }
 
 bool NLog_IsLogEnabledW(std::uint32_t level, const CbWChar* loggerName)

@@ -3,6 +3,7 @@
 #include "platform/base/cstring.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,6 +35,9 @@ public:
 
     /// Switches a level off, or on again.
     void SetEnabled(std::uint32_t level, bool enabled);
+
+    /// Has each message shown to a function, on the thread that logs it, once it is recorded.
+    void SetObserver(std::function<void(const LogRecord&)> observer);
 
     /// Returns the messages so far, in order, and forgets them.
     [[nodiscard]] std::vector<LogRecord> TakeRecords();

@@ -47,9 +47,9 @@ ZeCTransformationNode::ZeCTransformationNode(const ZeCTransformationNode& other)
     : CyNode(other),
       description_(other.description_),
       revisions_(other.getRevisions()),
-      visible_(other.visible_),
+      relativeTrafo_(other.relativeTrafo_),
       leaf_(other.leaf_),
-      relativeTrafo_(other.relativeTrafo_)
+      visible_(other.visible_)
 {
     CyUniqueID id;
     id.Renew();
@@ -66,7 +66,7 @@ const CyUniqueID& ZeCTransformationNode::GetInvalidID()
 
 void ZeCTransformationNode::setID(const CyUniqueID& id)
 {
-    SetName(id.ToString());
+    SetName(id);
     id_ = id;
 }
 

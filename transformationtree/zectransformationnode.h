@@ -266,10 +266,9 @@ private:
     CyUniqueID id_;
     mutable CbCriticalSection nodeLock_;
     std::array<long long, 2> revisions_ CB_GUARDED_BY(nodeLock_); ///< model, transformation
+    // What walks read stands last, in front of an inner node's children: few cache lines hold it all.
+    CbMatrix4Rd relativeTrafo_;
+    const bool leaf_; ///< what IsLeaf() answers, without a virtual call
     bool visible_ = false;
     bool mayBeStale_ = false; ///< an old father may still list this node after an exchange
-    // What walks read stands last, in front of an inner node's children: few cache lines hold it
-    // all.
-    const bool leaf_; ///< what IsLeaf() answers, without a virtual call
-    CbMatrix4Rd relativeTrafo_;
 };

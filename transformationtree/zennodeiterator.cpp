@@ -75,7 +75,7 @@ void Iterator::prefetchNode(const Path::Child& child) noexcept
 {
     if (!child) return;
     const auto* const hot = reinterpret_cast<const std::byte*>(&child->relativeTrafo_);
-    PrefetchForRead(hot - sizeof(double));
+    PrefetchForRead(hot);
     PrefetchForRead(hot + 64);
     PrefetchForRead(hot + sizeof(CbMatrix4Rd));
 }

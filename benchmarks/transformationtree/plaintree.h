@@ -15,17 +15,19 @@
 /// A small rotation with a shift, different for each index.
 [[nodiscard]] CbMatrix4Rd SomeTrafo(std::size_t index);
 
-/// What a hand-written tree of poses would hold for each node, without locks and mirrors.
+/// What a hand-written tree would hold for each node: all that ours does but for locks, attributes,
+/// weak links and the mirror in the data manager.
 struct PlainNode
 {
     std::atomic<int> count{1};
     bool visible = true;
     PlainNode* father = nullptr;
+    std::shared_ptr<const void> model;
     std::vector<std::unique_ptr<PlainNode>> children;
     std::array<std::uint64_t, 2> id{};
     std::array<std::int64_t, 2> revisions{};
     CbMatrix4Rd trafo;
-    std::string name;
+    std::string description;
 };
 
 /// The plain tree of a shape, nodes allocated in pre-order.

@@ -54,49 +54,64 @@ CbSmartPointer<ZeARTTIAttribute> create(const CString& className)
 
 } // namespace
 
+const ZeARTTIAttributeContainer::Attributes& ZeARTTIAttributeContainer::list() const noexcept
+{
+    static const Attributes none;
+    return attributes_ ? *attributes_ : none;
+}
+
+// The old attributes go when the container is whole again.
+void ZeARTTIAttributeContainer::replace(Attributes&& attributes)
+{
+    auto replacement =
+        attributes.empty() ? nullptr : std::make_unique<Attributes>(std::move(attributes));
+    attributes_.swap(replacement);
+}
+
 CbSmartPointer<ZeARTTIAttribute> ZeARTTIAttributeContainer::GetAttribute(const CbRTTI& type) const
 {
-    const auto place = find(attributes_, type);
-    return place != attributes_.end() ? *place : nullptr;
+    const auto place = find(list(), type);
+    return place != list().end() ? *place : nullptr;
 }
 
 ZeARTTIAttributeContainer::TypeList ZeARTTIAttributeContainer::GetTypes() const
 {
     TypeList types;
-    types.reserve(attributes_.size());
-    for (const auto& attribute : attributes_) types.push_back(&attribute->GetRTTI());
+    types.reserve(list().size());
+    for (const auto& attribute : list()) types.push_back(&attribute->GetRTTI());
     return types;
 }
 
 void ZeARTTIAttributeContainer::SetAttribute(CbSmartPointer<ZeARTTIAttribute> attribute)
 {
-    if (attribute) put(attributes_, std::move(attribute));
+    if (!attribute) return;
+    if (!attributes_) attributes_ = std::make_unique<Attributes>();
+    put(*attributes_, std::move(attribute));
 }
 
 void ZeARTTIAttributeContainer::SetAttributes(const ZeARTTIAttributeContainer& other)
 {
     if (this == &other) return;
-    Attributes joined = attributes_;
-    for (const auto& attribute : other.attributes_) put(joined, attribute);
-    attributes_.swap(joined);
+    Attributes joined = list();
+    for (const auto& attribute : other) put(joined, attribute);
+    replace(std::move(joined));
 }
 
 void ZeARTTIAttributeContainer::CopyFrom(const ZeARTTIAttributeContainer& other)
 {
     if (this == &other) return;
     Attributes copies;
-    copies.reserve(other.attributes_.size());
-    for (const auto& attribute : other.attributes_) copies.push_back(copyOf(attribute));
-    attributes_.swap(copies);
+    copies.reserve(other.size());
+    for (const auto& attribute : other) copies.push_back(copyOf(attribute));
+    replace(std::move(copies));
 }
 
 void ZeARTTIAttributeContainer::DeleteAttribute(const CbRTTI& type)
 {
-    const auto place = find(attributes_, type);
-    if (place == attributes_.end()) return;
-    const CbSmartPointer<ZeARTTIAttribute> removed =
-        *place; // goes when the container is whole again
-    attributes_.erase(place);
+    const auto place = find(list(), type);
+    if (place == list().end()) return;
+    const CbSmartPointer<ZeARTTIAttribute> removed = *place; // goes when the container is whole
+    attributes_->erase(place);
 }
 
 void ZeARTTIAttributeContainer::DeleteAttributes(const TypeList& types)
@@ -108,21 +123,21 @@ void ZeARTTIAttributeContainer::DeleteAttributes(const TypeList& types)
 
 void ZeARTTIAttributeContainer::Clear() noexcept
 {
-    Attributes removed;
+    std::unique_ptr<Attributes> removed; // goes when the container is whole again
     attributes_.swap(removed);
 }
 
 void ZeARTTIAttributeContainer::ResetAttributes()
 {
-    for (const auto& attribute : attributes_) attribute->ResetAttribute();
+    for (const auto& attribute : list()) attribute->ResetAttribute();
 }
 
 void ZeARTTIAttributeContainer::Serialize(CbStreamWriteBinary& stream) const
 {
     stream.WriteVersion(c_version);
-    stream << static_cast<std::uint32_t>(attributes_.size());
+    stream << static_cast<std::uint32_t>(size());
     CyStreamWriteBinaryBuffer record;
-    for (const auto& attribute : attributes_) {
+    for (const auto& attribute : list()) {
         record.Empty();
         std::as_const(*attribute).Serialize(record);
         if (record.GetCount() > std::numeric_limits<std::uint32_t>::max()) {
@@ -154,5 +169,5 @@ void ZeARTTIAttributeContainer::Serialize(CbStreamReadBinary& stream)
         attribute->Serialize(record);
         put(read, attribute);
     }
-    attributes_.swap(read);
+    replace(std::move(read));
 }

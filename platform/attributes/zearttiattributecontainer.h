@@ -4,9 +4,12 @@
 #include "platform/base/cbsmartpointer.h"
 
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 /// Attributes of a node, at most one of each exact type, in the order of their first insertion.
+///
+/// One word large: most nodes have no attributes.
 ///
 /// Threads: not locked; attributes that are shared between threads lock themselves.
 /// Cost: look-ups are linear in the number of attributes, which is small.
@@ -31,11 +34,11 @@ public:
     /// Returns the types held, in order.
     [[nodiscard]] TypeList GetTypes() const;
 
-    [[nodiscard]] std::size_t size() const noexcept { return attributes_.size(); }
-    [[nodiscard]] bool IsEmpty() const noexcept { return attributes_.empty(); }
+    [[nodiscard]] std::size_t size() const noexcept { return list().size(); }
+    [[nodiscard]] bool IsEmpty() const noexcept { return list().empty(); }
     /// Iteration over the smart pointers. Lifetime: until the container is changed.
-    [[nodiscard]] Attributes::const_iterator begin() const noexcept { return attributes_.begin(); }
-    [[nodiscard]] Attributes::const_iterator end() const noexcept { return attributes_.end(); }
+    [[nodiscard]] Attributes::const_iterator begin() const noexcept { return list().begin(); }
+    [[nodiscard]] Attributes::const_iterator end() const noexcept { return list().end(); }
 
     /// Puts an attribute in. One of the same type is replaced and the new one has its place; null
     /// is ignored.
@@ -63,5 +66,8 @@ public:
     void Serialize(CbStreamReadBinary& stream);
 
 private:
-    Attributes attributes_;
+    [[nodiscard]] const Attributes& list() const noexcept;
+    void replace(Attributes&& attributes);
+
+    std::unique_ptr<Attributes> attributes_; ///< null for none
 };

@@ -1,11 +1,15 @@
 #pragma once
 
 #include "platform/base/cbthreadannotations.h"
+#include "platform/base/platformapi.h"
 
-#include <mutex>
+#include <atomic>
+#include <cstdint>
 
 /// A recursive lock: the thread that holds it may enter again and leaves as often as it entered.
-class CB_CAPABILITY("critical section") CbCriticalSection
+///
+/// Two words large, since every node has one. Threads that wait are not served in any order.
+class PLATFORM_API CB_CAPABILITY("critical section") CbCriticalSection
 {
 public:
     CbCriticalSection() = default;
@@ -14,14 +18,23 @@ public:
     ~CbCriticalSection() = default;
 
     /// Waits until no other thread is inside, then enters.
-    void Enter() CB_ACQUIRE() { mutex_.lock(); }
+    void Enter() noexcept CB_ACQUIRE();
     /// Enters and returns true where no other thread is inside; returns false at once otherwise.
-    [[nodiscard]] bool TryEnter() CB_TRY_ACQUIRE(true) { return mutex_.try_lock(); }
+    [[nodiscard]] bool TryEnter() noexcept CB_TRY_ACQUIRE(true);
     /// Leaves. Only the thread that entered may call it.
-    void Leave() CB_RELEASE() { mutex_.unlock(); }
+    void Leave() noexcept CB_RELEASE();
 
 private:
-    std::recursive_mutex mutex_;
+    enum EState : std::uint32_t
+    {
+        Free,
+        Held,
+        HeldAndWaitedFor
+    };
+
+    std::atomic<const void*> owner_{nullptr}; ///< stands for the thread inside
+    std::atomic<std::uint32_t> state_{Free};
+    std::uint32_t depth_ = 0; ///< how often the thread inside has entered; only that thread looks
 };
 
 /// Holds a critical section from construction to destruction.

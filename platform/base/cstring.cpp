@@ -74,36 +74,54 @@ char32_t takeUtf8(std::string_view& text)
 
 } // namespace
 
-CString::CString(const CbWChar* text)
+CString::CString(View text) : CString(Text(text)) {}
+
+CString::CString(const CbWChar* text) : CString(text != nullptr ? View(text) : View()) {}
+
+CString::CString(Text&& text)
 {
-    if (text != nullptr) text_ = text;
+    if (!text.empty()) text_ = std::make_unique<Text>(std::move(text));
+}
+
+const CString::Text& CString::text() const noexcept
+{
+    static const Text empty;
+    return text_ ? *text_ : empty;
+}
+
+CString& CString::operator+=(const CString& other)
+{
+    if (!text_) return *this = other;
+    *text_ += other.text();
+    return *this;
 }
 
 CString CString::FromUtf8(std::string_view text)
 {
-    CString result;
-    result.text_.reserve(text.size());
+    Text units;
+    units.reserve(text.size());
     while (!text.empty()) {
         const char32_t code = takeUtf8(text);
         if (code < 0x10000) {
-            result.text_.push_back(static_cast<CbWChar>(code));
+            units.push_back(static_cast<CbWChar>(code));
         } else {
-            result.text_.push_back(static_cast<CbWChar>(0xD800 + ((code - 0x10000) >> 10)));
-            result.text_.push_back(static_cast<CbWChar>(0xDC00 + (code & 0x3FF)));
+            units.push_back(static_cast<CbWChar>(0xD800 + ((code - 0x10000) >> 10)));
+            units.push_back(static_cast<CbWChar>(0xDC00 + (code & 0x3FF)));
         }
     }
-    return result;
+    return CString(std::move(units));
 }
 
 std::string CString::ToUtf8() const
 {
+    const Text& units = text();
     std::string result;
-    result.reserve(text_.size());
-    for (std::size_t i = 0; i < text_.size(); ++i) {
-        const char32_t unit = text_[i];
-        if (isHighSurrogate(unit) && i + 1 < text_.size() && isLowSurrogate(text_[i + 1])) {
+    result.reserve(units.size());
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        const char32_t unit = units[i];
+        if (isHighSurrogate(unit) && i + 1 < units.size() && isLowSurrogate(units[i + 1])) {
             ++i;
-            appendUtf8(result, 0x10000 + ((unit - 0xD800) << 10) + (text_[i] - char32_t{0xDC00}));
+            appendUtf8(result, 0x10000 + ((unit - 0xD800) << 10) + (units[i] - char32_t{0xDC00}));
         } else {
             const bool lone = isHighSurrogate(unit) || isLowSurrogate(unit);
             appendUtf8(result, lone ? c_replacement : unit);

@@ -5,6 +5,7 @@
 
 #include <compare>
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -17,10 +18,15 @@ class PLATFORM_API CString
 public:
     using View = std::basic_string_view<CbWChar>;
 
-    CString() = default;
+    CString() noexcept = default;
+    CString(const CString& other) : CString(other.GetView()) {}
+    CString(CString&&) noexcept = default;
+    CString& operator=(const CString& other) { return *this = CString(other); }
+    CString& operator=(CString&&) noexcept = default;
+    ~CString() = default;
     /// Copies a zero-terminated text; null gives the empty string.
     CString(const CbWChar* text); // NOLINT: literals are strings
-    explicit CString(View text) : text_(text) {}
+    explicit CString(View text);
 
     /// Converts from UTF-8. Malformed bytes become U+FFFD.
     [[nodiscard]] static CString FromUtf8(std::string_view text);
@@ -28,26 +34,30 @@ public:
     [[nodiscard]] std::string ToUtf8() const;
 
     /// Number of units.
-    [[nodiscard]] std::size_t GetLength() const noexcept { return text_.size(); }
-    [[nodiscard]] bool IsEmpty() const noexcept { return text_.empty(); }
+    [[nodiscard]] std::size_t GetLength() const noexcept { return text().size(); }
+    [[nodiscard]] bool IsEmpty() const noexcept { return text().empty(); }
     /// The units with a zero behind them. Lifetime: until the string is changed.
-    [[nodiscard]] const CbWChar* GetString() const noexcept { return text_.c_str(); }
-    [[nodiscard]] View GetView() const noexcept { return text_; }
+    [[nodiscard]] const CbWChar* GetString() const noexcept { return text().c_str(); }
+    [[nodiscard]] View GetView() const noexcept { return text(); }
 
-    void Empty() noexcept { text_.clear(); }
-    CString& operator+=(const CString& other)
-    {
-        text_ += other.text_;
-        return *this;
-    }
+    void Empty() noexcept { text_.reset(); }
+    CString& operator+=(const CString& other);
     friend CString operator+(CString a, const CString& b) { return a += b; }
 
-    friend bool operator==(const CString&, const CString&) = default;
+    friend bool operator==(const CString& a, const CString& b) noexcept
+    {
+        return a.text() == b.text();
+    }
     friend std::strong_ordering operator<=>(const CString& a, const CString& b) noexcept
     {
-        return a.text_.compare(b.text_) <=> 0;
+        return a.text().compare(b.text()) <=> 0;
     }
 
 private:
-    std::basic_string<CbWChar> text_;
+    using Text = std::basic_string<CbWChar>;
+
+    explicit CString(Text&& text);
+    [[nodiscard]] const Text& text() const noexcept;
+
+    std::unique_ptr<Text> text_; ///< null for the empty string
 };

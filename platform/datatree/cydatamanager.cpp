@@ -4,6 +4,7 @@
 
 #include <array>
 #include <chrono>
+#include <utility>
 
 namespace
 {
@@ -11,18 +12,28 @@ namespace
 void linkLast(CyDataTreeEntry& father, CyDataTreeEntry& entry) noexcept
 {
     entry.parent = &father;
-    entry.previous = father.lastChild;
     entry.next = nullptr;
-    (father.lastChild != nullptr ? father.lastChild->next : father.firstChild) = &entry;
-    father.lastChild = &entry;
+    CyDataTreeEntry* const first = father.firstChild;
+    if (first == nullptr) {
+        father.firstChild = &entry;
+        entry.previous = &entry;
+    } else {
+        entry.previous = std::exchange(first->previous, &entry);
+        entry.previous->next = &entry;
+    }
 }
 
 void unlink(CyDataTreeEntry& entry) noexcept
 {
     CyDataTreeEntry* const father = entry.parent;
     if (father == nullptr) return;
-    (entry.previous != nullptr ? entry.previous->next : father->firstChild) = entry.next;
-    (entry.next != nullptr ? entry.next->previous : father->lastChild) = entry.previous;
+    CyDataTreeEntry* const first = father->firstChild;
+    if (entry.next != nullptr) {
+        entry.next->previous = entry.previous;
+    } else {
+        first->previous = entry.previous; // the new last child; the only one goes with this
+    }
+    (&entry != first ? entry.previous->next : father->firstChild) = entry.next;
     entry.parent = nullptr;
     entry.previous = nullptr;
     entry.next = nullptr;

@@ -70,7 +70,6 @@ struct CyDataTreeEntry
 
     CyNode* const owner;
     CyDataTreeEntry* firstChild = nullptr;
-    CyDataTreeEntry* lastChild = nullptr;
-    CyDataTreeEntry* previous = nullptr;
+    CyDataTreeEntry* previous = nullptr; ///< of the first child: the last one
     CyDataTreeEntry* next = nullptr;
 };

@@ -17,6 +17,20 @@ CyNode::CyNode(const CyNode& /*other*/) : CyNode() {}
 
 CyNode::~CyNode() = default;
 
+CString CyNode::GetName() const { return nameId_.IsNil() ? name_ : nameId_.ToString(); }
+
+void CyNode::SetName(CString name) noexcept
+{
+    name_ = std::move(name);
+    nameId_ = CyUniqueID();
+}
+
+void CyNode::SetName(const CyUniqueID& id) noexcept
+{
+    name_ = CString();
+    nameId_ = id;
+}
+
 bool CyNode::IsSerializable() const { return false; }
 
 IObject* CyNode::CreateData(const CString& /*className*/) { return nullptr; }

@@ -4,6 +4,7 @@
 #include "platform/base/cbrtti.h"
 #include "platform/base/cbsmartpointer.h"
 #include "platform/base/cstring.h"
+#include "platform/base/cyuniqueid.h"
 #include "platform/base/iobject.h"
 #include "platform/datatree/cydatatreeentry.h"
 
@@ -44,8 +45,11 @@ public:
     [[nodiscard]] virtual const CbRTTI& GetRTTIData() const;
 
     /// The label; empty by default.
-    [[nodiscard]] const CString& GetName() const noexcept { return name_; }
-    void SetName(const CString& name) { name_ = name; }
+    [[nodiscard]] CString GetName() const;
+    void SetName(CString name) noexcept;
+    /// Labels the node with the text of an id, which is written out when it is asked for. The nil
+    /// id gives the empty label.
+    void SetName(const CyUniqueID& id) noexcept;
 
     /// Returns the manager that holds the node, or null.
     [[nodiscard]] CyDataManager* GetDataManager() const noexcept
@@ -73,8 +77,9 @@ private:
     friend class CyLockEngine;
     friend struct TestAccess;
 
-    CString name_;
     std::atomic<CyDataManager*> dataManager_{nullptr}; ///< written under the manager's mutex
     mutable CyDataTreeEntry entry_{*this};             ///< guarded by the manager's mutex
+    CString name_;                                     ///< a label that is not the text of an id
+    CyUniqueID nameId_; ///< the id whose text is the label, nil for none
     bool modified_ = false;
 };

@@ -72,16 +72,20 @@ private:
     {
         EXPECT_EQ(entry.owner->GetDataManager(), manager);
         Locks below;
-        const CyDataTreeEntry* previous = nullptr;
+        const CyDataTreeEntry* last = nullptr;
         for (auto* child = entry.firstChild; child != nullptr; child = child->next) {
             EXPECT_EQ(child->parent, &entry);
-            EXPECT_EQ(child->previous, previous);
-            previous = child;
+            if (last != nullptr) {
+                EXPECT_EQ(child->previous, last);
+            }
+            last = child;
             const auto locks = recount(*child, manager);
             below.reads += locks.reads;
             below.writes += locks.writes;
         }
-        EXPECT_EQ(entry.lastChild, previous);
+        if (last != nullptr) {
+            EXPECT_EQ(entry.firstChild->previous, last);
+        }
         Locks here;
         for (auto* record = entry.granted; record != nullptr; record = record->nextOfNode) {
             EXPECT_EQ(record->entry, &entry);

@@ -207,15 +207,15 @@ TEST(ABoundingBox, HoldsTheLeavesInTheFrameThatIsAskedFor)
     LinkByHand(cluster, a);
     root->SetRelativeTrafo(Shift(1000, 0, 0)); // leads out of the frame: plays no part
     cluster->SetRelativeTrafo(quarterTurn);
-    a->SetRelativeTrafo(Shift(0, 0, 5));
+    a->SetRelativeTrafo(Shift(3, 0, 5));
     // The cached model of an inner node plays no part.
     cluster->SetModel(modelWithPoints({{500, 500, 500}}), -1);
 
-    EXPECT_EQ(root->GetBoundingBox(c_matIdentityD), CyBoundingBox3D({0, 0, 5}, {0, 2, 7}));
-    EXPECT_EQ(root->GetBoundingBox(quarterTurn), CyBoundingBox3D({-2, 0, 5}, {0, 0, 7}));
+    EXPECT_EQ(root->GetBoundingBox(c_matIdentityD), CyBoundingBox3D({0, 0, 5}, {0, 5, 7}));
+    EXPECT_EQ(root->GetBoundingBox(quarterTurn), CyBoundingBox3D({-5, 0, 5}, {0, 0, 7}));
     // The leaf's transformation comes first, the frame asked for second.
-    EXPECT_EQ(cluster->GetBoundingBox(quarterTurn), CyBoundingBox3D({0, 1, 5}, {0, 2, 5}));
-    EXPECT_EQ(cluster->GetBoundingBox(Shift(0, 0, 1)), CyBoundingBox3D({1, 0, 6}, {2, 0, 6}));
+    EXPECT_EQ(cluster->GetBoundingBox(quarterTurn), CyBoundingBox3D({0, 4, 5}, {0, 5, 5}));
+    EXPECT_EQ(cluster->GetBoundingBox(Shift(0, 0, 1)), CyBoundingBox3D({4, 0, 6}, {5, 0, 6}));
 
     // Nothing is inverted on the way.
     CbMatrix4Rd flat;

@@ -64,13 +64,11 @@ TEST(ALeafThatAssumesAttributes, TakesPropertiesOfLeavesOnly)
 
     leaf->AssumeAttributes(tree["x"], EAttributes::PropertiesAndModel);
     leaf->AssumeAttributes(nullptr, EAttributes::Properties);
-    leaf->AssumeAttributesIncrementVersion(tree["x"]);
     EXPECT_THAT(leaf->GetRelativeTrafo(), HasBitsOf(c_matIdentityD));
     EXPECT_EQ(leaf->GetDescription(), CB_TEXT("b"));
 
     leaf->AssumeAttributesIncrementVersion(other);
     EXPECT_THAT(leaf->GetRelativeTrafo(), HasBitsOf(Shift(1, 2, -0.0)));
-    EXPECT_EQ(leaf->GetDescription(), CB_TEXT("a"));
     EXPECT_TRUE(leaf->IsVisible());
     EXPECT_FALSE(leaf->IsNewEntryScan());
     EXPECT_FALSE(leaf->GetModel());

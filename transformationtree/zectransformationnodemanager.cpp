@@ -151,17 +151,18 @@ void ZeCTransformationNodeManager::SetRootNode(const Inner& root)
                           !dataManagerNode_ ? "no data manager is set"
                                             : "the data manager's node has left it");
     }
-    const Nodes nodes = collectToAdd(root, true);
+    Nodes below = collectToAdd(root, true);
+    below.erase(below.begin()); // the root itself
     root_ = root;
     dataManager_.load()->InsertNode(dataManagerNode_, root).Acknowledge();
+    addNodesToDataManager(below, true);
     idMap_.Set(root->GetID(), root);
-    // The first node is the root itself.
-    addNodesToDataManager(Nodes(nodes.begin() + 1, nodes.end()), true);
     if (logged) logIDMap("SetRootNode exit");
 }
 
 void ZeCTransformationNodeManager::UnsetRootNode()
 {
+    std::vector<Node> nodes; // go after the section is left
     const CbCriticalSectionLock lock(section_);
     if (!root_) return;
     const bool logged = Logging::IsDebugEnabled(c_nodeManagerLogger);
@@ -171,12 +172,13 @@ void ZeCTransformationNodeManager::UnsetRootNode()
         handle = GetWriteHandle(root_);
         if (!handle.IsValid()) return;
     }
-    for (const Node& child : root_->children_) {
-        if (child && child->IsChildOf(*root_)) removeSubtreeFromDataManager(child, true);
-    }
+    Nodes below = collectToRemove(root_);
+    nodes = keepAlive(below);
+    below.pop_back(); // the root itself
+    removeNodesFromDataManager(below, true);
     idMap_.Remove(root_->GetID());
     if (handle.IsValid()) dataManager_.load()->RemoveNode(handle).Acknowledge();
-    destroySubtree(root_);
+    cutLinks(nodes);
     root_ = nullptr;
     if (logged) logIDMap("UnsetRootNode exit");
 }

@@ -201,6 +201,8 @@ private:
     // Mirroring. Edits collect the nodes of a subtree before they change anything, so that nothing
     // they do afterwards needs memory.
     [[nodiscard]] Nodes collectToAdd(const Node& top, bool registerIds);
+    [[nodiscard]] Nodes collectToRemove(const Node& top) const;
+    [[nodiscard]] static std::vector<Node> keepAlive(const Nodes& nodes);
     void addNodesToDataManager(const Nodes& nodes, bool registerIds);
     void addNodeToDataManager(ZeCTransformationNode& node, bool registerId);
     void addSubtreeToDataManager(const Node& node, bool registerIds);
@@ -222,8 +224,9 @@ private:
     /// Erases the entry of a child in a father that is not its own any more, and corrects an index.
     static void eraseStaleEntry(ZeCTransformationNodeInner& father, const Node& child,
                                 std::size_t& index);
-    void deleteSubtree(const Node& node);
-    void destroySubtree(const Node& node);
+    void deleteNodes(const std::vector<Node>& nodes);
+    /// Takes the nodes of a subtree apart. Revisions and ids are left alone.
+    static void cutLinks(const std::vector<Node>& nodes);
     /// True where the children's lists lead from @p top to @p node.
     [[nodiscard]] static bool leadsTo(const ZeCTransformationNodeInner& top, const Inner& node);
     void requireInsertable(const Inner& father, const Node& child, unsigned line,

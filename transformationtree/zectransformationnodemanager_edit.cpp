@@ -169,11 +169,13 @@ void ZeCTransformationNodeManager::putInPlace(const Inner& father, const Node& o
 
     const bool managed = IsNodeInDataManager(father);
     const Nodes added = managed ? collectToAdd(child, replace) : Nodes{};
-    const Nodes leaving = CollectPostOrder(*child);
+    const Nodes leaving = collectToRemove(child);
+    const Nodes oldNodes = own ? collectToRemove(old) : Nodes{};
+    const auto deleted = keepAlive(replace ? oldNodes : Nodes{});
     if (own) {
-        if (IsNodeInDataManager(old)) removeSubtreeFromDataManager(old, false);
+        if (IsNodeInDataManager(old)) removeNodesFromDataManager(oldNodes, false);
         old->setFather(nullptr);
-        if (replace) deleteSubtree(old);
+        deleteNodes(deleted);
     }
     if (IsNodeInDataManager(child)) removeNodesFromDataManager(leaving, false);
     // The old father of the new child goes on listing it.
@@ -196,6 +198,7 @@ void ZeCTransformationNodeManager::MoveNode(const Inner& newFather, const Node& 
     const bool managed = IsNodeInDataManager(newFather) && dataManager_.load() != nullptr;
     const bool comesIn = managed && !IsNodeInDataManager(node);
     const Nodes added = comesIn ? collectToAdd(node, false) : Nodes{};
+    WriteHandle handle = managed && !comesIn ? GetWriteHandle(node) : WriteHandle();
     const std::size_t oldIndex = oldFather ? indexOf(*oldFather, node) : 0;
     if (!stays) reserveOneMore(newFather->children_);
 
@@ -217,38 +220,23 @@ void ZeCTransformationNodeManager::MoveNode(const Inner& newFather, const Node& 
     if (comesIn) {
         addNodesToDataManager(added, false);
     } else if (managed) {
-        WriteHandle handle = GetWriteHandle(node);
         dataManager_.load()->MoveNode(handle, newFather).Acknowledge();
     }
 }
 
-// Takes a subtree apart for good: no links, no ids, not in the data manager.
-void ZeCTransformationNodeManager::deleteSubtree(const Node& top)
+// Takes the nodes of a subtree apart for good: no links, no ids, not in the data manager.
+void ZeCTransformationNodeManager::deleteNodes(const std::vector<Node>& nodes)
 {
-    std::vector<Node> nodes; // keep all alive until the edit is done
-    for (ZeCTransformationNode* const node : CollectPostOrder(*top)) nodes.emplace_back(node);
     for (const Node& node : nodes) {
-        if (!node->IsLeaf()) {
-            auto& inner = static_cast<ZeCTransformationNodeInner&>(*node);
-            inner.children_.clear();
-            inner.NewNodeRevision(c_allRevisions);
-        }
-        if (node != top) {
-            node->setFather(nullptr);
-        } else if (const auto father = node->GetFather()) {
-            RemoveChild(father, node);
-        }
+        if (!node->IsLeaf()) node->NewNodeRevision(c_allRevisions);
         removeNodeFromDataManager(node);
         DeleteNode(node);
     }
+    cutLinks(nodes);
 }
 
-// Cuts the links of a tree whose root goes. Revisions and ids are left alone.
-void ZeCTransformationNodeManager::destroySubtree(const Node& top)
+void ZeCTransformationNodeManager::cutLinks(const std::vector<Node>& nodes)
 {
-    if (IsNodeInDataManager(top)) removeSubtreeFromDataManager(top, false);
-    std::vector<Node> nodes;
-    for (ZeCTransformationNode* const node : CollectPostOrder(*top)) nodes.emplace_back(node);
     for (const Node& node : nodes) {
         node->setFather(nullptr);
         if (!node->IsLeaf()) static_cast<ZeCTransformationNodeInner&>(*node).children_.clear();

@@ -28,6 +28,19 @@ ZeCTransformationNodeManager::Nodes ZeCTransformationNodeManager::collectToAdd(c
     return nodes;
 }
 
+ZeCTransformationNodeManager::Nodes
+ZeCTransformationNodeManager::collectToRemove(const Node& top) const
+{
+    (void)GetWriteHandle(top); // a thread's first handle needs memory too
+    return CollectPostOrder(*top);
+}
+
+std::vector<ZeCTransformationNodeManager::Node>
+ZeCTransformationNodeManager::keepAlive(const Nodes& nodes)
+{
+    return {nodes.begin(), nodes.end()};
+}
+
 void ZeCTransformationNodeManager::addNodeToDataManager(ZeCTransformationNode& node,
                                                         bool registerId)
 {
@@ -79,5 +92,5 @@ void ZeCTransformationNodeManager::removeNodesFromDataManager(const Nodes& nodes
 
 void ZeCTransformationNodeManager::removeSubtreeFromDataManager(const Node& node, bool unregister)
 {
-    removeNodesFromDataManager(CollectPostOrder(*node), unregister);
+    removeNodesFromDataManager(collectToRemove(node), unregister);
 }

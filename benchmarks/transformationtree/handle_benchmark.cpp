@@ -4,10 +4,12 @@
 #include "benchmarks/transformationtree/managedtree.h"
 #include "benchmarks/transformationtree/plaintree.h"
 
+#include <array>
 #include <benchmark/benchmark.h>
 #include <random>
 #include <shared_mutex>
 #include <stdexcept>
+#include <utility>
 
 namespace
 {
@@ -33,54 +35,68 @@ std::vector<int> depthFour(std::size_t size)
     return fathers;
 }
 
-struct alignas(64) PaddedMutex
+// The reference: each node of a hand-written tree has its own mutex.
+struct LockableNode
 {
+    PlainNode node;
+    LockableNode* father = nullptr;
     std::shared_mutex mutex;
 };
 
-// Random nodes of depth 4, each with the four nodes of its path below the root.
-std::vector<std::vector<int>> randomPaths(const std::vector<int>& fathers)
+std::vector<std::unique_ptr<LockableNode>> lockableTree(const std::vector<int>& fathers)
 {
-    std::vector<std::vector<int>> paths;
-    std::mt19937 random(1);
-    while (paths.size() < c_handles) {
-        std::vector<int> path;
-        for (int node = static_cast<int>(random() % fathers.size()); node > 0;
-             node = fathers[static_cast<std::size_t>(node)]) {
-            path.push_back(node);
-        }
-        if (path.size() == c_depth) paths.push_back(std::move(path));
+    std::vector<std::unique_ptr<LockableNode>> nodes;
+    for (const int father : fathers) {
+        nodes.push_back(std::make_unique<LockableNode>());
+        if (father >= 0) nodes.back()->father = nodes[static_cast<std::size_t>(father)].get();
     }
-    return paths;
+    return nodes;
+}
+
+// Locks the path from just below the root down to a node, and unlocks it again.
+void lockPath(LockableNode& bottom)
+{
+    std::array<LockableNode*, c_depth> path{};
+    LockableNode* node = &bottom;
+    for (LockableNode*& step : path) step = std::exchange(node, node->father);
+    for (auto step = path.rbegin(); step != path.rend(); ++step) (*step)->mutex.lock_shared();
+    for (LockableNode* const step : path) step->mutex.unlock_shared();
+}
+
+std::vector<std::size_t> randomNodesOfDepthFour(const std::vector<int>& fathers)
+{
+    std::vector<std::size_t> nodes;
+    std::mt19937 random(1);
+    while (nodes.size() < c_handles) {
+        const std::size_t candidate = random() % fathers.size();
+        int depth = 0;
+        for (int node = static_cast<int>(candidate); node > 0; ++depth) {
+            node = fathers[static_cast<std::size_t>(node)];
+        }
+        if (depth == c_depth) nodes.push_back(candidate);
+    }
+    return nodes;
 }
 
 RatioBenchmark handleBenchmark(std::size_t size)
 {
     return {"handle/depth4", size, c_handles, "four std::shared_mutex on the path", 3.0, [=] {
                 const auto shape = depthFour(size);
+                const auto nodes =
+                    std::make_shared<std::vector<std::size_t>>(randomNodesOfDepthFour(shape));
                 const auto tree = std::make_shared<ManagedTree>(shape);
-                const auto mutexes = std::make_shared<std::vector<PaddedMutex>>(shape.size());
-                const auto paths =
-                    std::make_shared<std::vector<std::vector<int>>>(randomPaths(shape));
+                const auto plain = std::make_shared<std::vector<std::unique_ptr<LockableNode>>>(
+                    lockableTree(shape));
                 const auto& manager = CbSingleton<ZeCTransformationNodeManager>::GetInstance();
                 return RatioBenchmark::Pair{
                     [=, &manager] {
-                        for (const auto& path : *paths) {
-                            const auto& node = tree->GetNodes()[static_cast<std::size_t>(path[0])];
-                            const auto handle = manager.GetReadHandle(node);
+                        for (const std::size_t node : *nodes) {
+                            const auto handle = manager.GetReadHandle(tree->GetNodes()[node]);
                             if (!manager.TryLock()) throw std::logic_error("somebody else locks");
                         }
                     },
                     [=] {
-                        auto& locks = *mutexes;
-                        for (const auto& path : *paths) {
-                            for (auto it = path.rbegin(); it != path.rend(); ++it) {
-                                locks[static_cast<std::size_t>(*it)].mutex.lock_shared();
-                            }
-                            for (const int node : path) {
-                                locks[static_cast<std::size_t>(node)].mutex.unlock_shared();
-                            }
-                        }
+                        for (const std::size_t node : *nodes) lockPath(*(*plain)[node]);
                     }};
             }};
 }

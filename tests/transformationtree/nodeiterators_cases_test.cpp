@@ -14,7 +14,6 @@ using NodeIterator = ZeCTransformationNode::ZeNNodeIterator;
 using LeafIterator = ZeCTransformationNode::ZeNLeafNodeIterator;
 using CachedLeafIterator = ZeCTransformationNode::ZeNCachedLeafNodeIterator;
 using InnerIterator = ZeCTransformationNode::ZeNInnerNodeIterator;
-using FatherIterator = ZeCTransformationNode::ZeNFatherIterator;
 
 std::string nameOf(const NodeIterator& it) { return it.Borrow().node.GetDescription().ToUtf8(); }
 

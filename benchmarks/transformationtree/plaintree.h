@@ -15,14 +15,15 @@
 /// A small rotation with a shift, different for each index.
 [[nodiscard]] CbMatrix4Rd SomeTrafo(std::size_t index);
 
-/// What a hand-written tree would hold for each node: all that ours does but for locks, attributes,
-/// weak links and the mirror in the data manager.
+/// What a hand-written tree would hold for each node: all that ours does but for locks, weak links and
+/// the mirror in the data manager.
 struct PlainNode
 {
     std::atomic<int> count{1};
     bool visible = true;
     PlainNode* father = nullptr;
     std::shared_ptr<const void> model;
+    std::vector<std::shared_ptr<void>> attributes;
     std::vector<std::unique_ptr<PlainNode>> children;
     std::array<std::uint64_t, 2> id{};
     std::array<std::int64_t, 2> revisions{};

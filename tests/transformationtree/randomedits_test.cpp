@@ -182,24 +182,13 @@ private:
         case 1:
         case 2:
         case 3:
-            return insert();
         case 4:
-            return insertBefore();
         case 5:
         case 6:
-            return append();
+            return insert();
         case 7:
-        case 8: {
-            NaiveNode* const father = pickFather();
-            NaiveNode* const child = pickChild(father);
-            return both(
-                "remove", {father, child},
-                [&] {
-                    naive_.Remove(father, child);
-                    return NaiveTree::Refusal();
-                },
-                [&] { manager().RemoveChild(realInner(father), real(child)); });
-        }
+        case 8:
+            return remove();
         case 9:
             return place("replace", &NaiveTree::Replace, &Manager::ReplaceChild);
         case 10:
@@ -242,38 +231,48 @@ private:
     {
         NaiveNode* const father = pickFather();
         NaiveNode* const child = pickNew();
-        const int index = father != nullptr ? number(int(father->children.size()) + 1) : 0;
-        both(
-            "insert", {father, child},
-            [&] { return naive_.Insert(father, static_cast<std::size_t>(index), child); },
-            [&] {
-                const Inner inner = realInner(father);
-                auto position = ZeCTransformationNodeInner::ConstChildIterator();
-                if (inner) position = inner->BeginChild() + index;
-                manager().InsertChild(inner, position, real(child));
-            });
-    }
-
-    void insertBefore()
-    {
-        NaiveNode* const father = pickFather();
-        NaiveNode* const child = pickNew();
         NaiveNode* const before = pickBefore(father, child);
-        both(
-            "insert before", {father, before, child},
-            [&] { return naive_.InsertBefore(father, before, child); },
-            [&] { manager().InsertChild(realInner(father), real(before), real(child)); });
+        const std::size_t size = father != nullptr ? father->children.size() : 0;
+        const int index = number(int(size) + 1);
+        switch (number(7)) {
+        case 0:
+        case 1:
+            return both(
+                "append", {father, child}, [&] { return naive_.Insert(father, size, child); },
+                [&] { manager().AppendChild(realInner(father), real(child)); });
+        case 2:
+            return both(
+                "prepend", {father, child}, [&] { return naive_.Insert(father, 0, child); },
+                [&] { manager().AppendChild(realInner(father), real(child), false); });
+        case 3:
+            return both(
+                "insert before", {father, before, child},
+                [&] { return naive_.InsertBefore(father, before, child); },
+                [&] { manager().InsertChild(realInner(father), real(before), real(child)); });
+        default:
+            return both(
+                "insert", {father, child},
+                [&] { return naive_.Insert(father, static_cast<std::size_t>(index), child); },
+                [&] {
+                    const Inner inner = realInner(father);
+                    auto position = ZeCTransformationNodeInner::ConstChildIterator();
+                    if (inner) position = inner->BeginChild() + index;
+                    manager().InsertChild(inner, position, real(child));
+                });
+        }
     }
 
-    void append()
+    void remove()
     {
         NaiveNode* const father = pickFather();
-        NaiveNode* const child = pickNew();
-        const bool atEnd = chance(50);
-        const auto index = atEnd && father != nullptr ? father->children.size() : 0;
+        NaiveNode* const child = pickChild(father);
         both(
-            "append", {father, child}, [&] { return naive_.Insert(father, index, child); },
-            [&] { manager().AppendChild(realInner(father), real(child), atEnd); });
+            "remove", {father, child},
+            [&] {
+                naive_.Remove(father, child);
+                return NaiveTree::Refusal();
+            },
+            [&] { manager().RemoveChild(realInner(father), real(child)); });
     }
 
     template<class NaiveEdit, class RealEdit>

@@ -3,9 +3,8 @@
 #include "platform/base/cbexception.h"
 #include "tests/support/managerfixture.h"
 #include "tests/support/rounds.h"
-#include "tests/transformationtree/naivetree.h"
+#include "tests/transformationtree/naivetwins.h"
 
-#include <algorithm>
 #include <array>
 #include <functional>
 #include <map>
@@ -18,21 +17,9 @@ namespace
 using Node = CbSmartPointer<ZeCTransformationNode>;
 using Inner = CbSmartPointer<ZeCTransformationNodeInner>;
 
-// The library's node beside a naive one.
-struct Twin
-{
-    CbWeakPointer<ZeCTransformationNode> node;
-    Node held; // where the test holds it
-    const ZeCTransformationNode* address;
-    CyUniqueID id;
-    std::array<long long, 2> revisions;
-};
-
 class RandomEdits : public NodeManagerTest
 {
 protected:
-    ~RandomEdits() override { twins_.clear(); }
-
     void run(unsigned seed, int steps)
     {
         random_.seed(seed);
@@ -42,10 +29,10 @@ protected:
             log_.str("");
             naive_.StartEdit();
             edit();
-            const std::string difference = findDifference();
+            const std::string difference = twins_.FindDifference();
             ASSERT_EQ(difference, "") << "seed " << seed << ", step " << step << ": " << log_.str();
         }
-        for (const CyUniqueID& id : deadIds_) ASSERT_FALSE(manager().GetNodeByID(id));
+        EXPECT_FALSE(twins_.IsAnyDeadIdFound());
     }
 
     // That the run met all that it is meant to meet.
@@ -130,34 +117,18 @@ private:
         return kind == 2 ? pickAny() : pickChild(father);
     }
 
-    [[nodiscard]] Node real(const NaiveNode* node)
-    {
-        return node != nullptr ? twins_.at(node).node.Lock() : Node();
-    }
-    [[nodiscard]] Inner realInner(const NaiveNode* node)
+    [[nodiscard]] Node real(const NaiveNode* node) const { return twins_.Get(node); }
+    [[nodiscard]] Inner realInner(const NaiveNode* node) const
     {
         return CbDynamicPointerCast<ZeCTransformationNodeInner>(real(node));
     }
-    void addTwin(const NaiveNode* node, const Node& created)
-    {
-        twins_[node] = Twin{CbWeakPointer<ZeCTransformationNode>(created),
-                            created,
-                            created.Get(),
-                            created->GetID(),
-                            {0, 0}};
-    }
-    static std::string nameOf(const NaiveNode* node)
-    {
-        return node != nullptr ? std::to_string(node->number) : "null";
-    }
-
     // Does the same edit on both sides, and compares how they end.
     void both(const std::string& name, const std::vector<const NaiveNode*>& arguments,
               const std::function<NaiveTree::Refusal()>& naiveEdit,
               const std::function<void()>& realEdit)
     {
         log_ << name;
-        for (const NaiveNode* node : arguments) log_ << ' ' << nameOf(node);
+        for (const NaiveNode* node : arguments) log_ << ' ' << NaiveTwins::NameOf(node);
         const NaiveTree::Refusal refusal = naiveEdit();
         ++counts_[name][refusal ? 1 : 0];
         try {
@@ -206,8 +177,8 @@ private:
     {
         const bool leaf = chance(50);
         log_ << "create";
-        addTwin(naive_.Create(leaf),
-                leaf ? Node(manager().CreateLeafNode(nullptr)) : Node(manager().CreateInnerNode()));
+        twins_.Add(naive_.Create(leaf), leaf ? Node(manager().CreateLeafNode(nullptr))
+                                             : Node(manager().CreateInnerNode()));
     }
 
     // Drops ids and the test's references of a subtree that is no part of the root's, or of a node
@@ -216,7 +187,7 @@ private:
     {
         NaiveNode* const top = pick([&](const NaiveNode& node) { return !node.managed; });
         if (top == nullptr) return;
-        log_ << "discard " << nameOf(top);
+        log_ << "discard " << NaiveTwins::NameOf(top);
         auto nodes = NaiveTree::Subtree(*top);
         if (chance(30)) nodes = {top};
         for (NaiveNode* const node : nodes) {
@@ -224,7 +195,7 @@ private:
             manager().DeleteNode(real(node));
             node->held = false;
         }
-        for (NaiveNode* const node : nodes) twins_.at(node).held = nullptr;
+        for (NaiveNode* const node : nodes) twins_.Release(node);
     }
 
     void insert()
@@ -322,7 +293,7 @@ private:
                 },
                 [&] { manager().AddSubtreeToDataManager(real(any)); });
         case 1:
-            log_ << "delete " << nameOf(any);
+            log_ << "delete " << NaiveTwins::NameOf(any);
             naive_.Delete(*any);
             return manager().DeleteNode(real(any));
         case 2:
@@ -357,7 +328,7 @@ private:
                 return refusal;
             },
             [&] { created = manager().CreateRootNode(); });
-        if (created) addTwin(root, created);
+        if (created) twins_.Add(root, created);
     }
 
     void unsetRoot()
@@ -370,91 +341,10 @@ private:
         NodeManagerTest::unsetRoot();
     }
 
-    // The first difference between the two sides; empty where there is none.
-    [[nodiscard]] std::string findDifference()
-    {
-        const auto dead = naive_.TakeDead();
-        for (const auto& node : dead) {
-            const auto twin = twins_.find(node.get());
-            if (twin == twins_.end()) continue; // a root that could not be set
-            if (twin->second.node.Lock()) return "a node lives on: " + nameOf(node.get());
-            deadIds_.push_back(twin->second.id);
-            twins_.erase(twin);
-        }
-        const long long newestBefore = newest_;
-        std::size_t registered = 0;
-        for (const auto& node : naive_.GetNodes()) {
-            registered += node->registered ? 1 : 0;
-            const std::string difference = findDifference(*node, newestBefore);
-            if (!difference.empty()) return difference + " of node " + nameOf(node.get());
-        }
-        // With this no other id can be in the map; some of those that were are asked for.
-        if (TestAccess::CountIds(manager()) != registered) return "number of ids";
-        for (std::size_t i = 0; i < std::min<std::size_t>(8, deadIds_.size()); ++i) {
-            if (manager().GetNodeByID(deadIds_[deadIds_.size() - 1 - i])) return "a dropped id";
-        }
-        if (manager().GetRootNode() != real(naive_.GetRoot())) return "root";
-        return {};
-    }
-
-    std::string findDifference(const NaiveNode& naive, long long newestBefore)
-    {
-        Twin& twin = twins_.at(&naive);
-        const Node node = twin.node.Lock();
-        if (!node) return "life";
-        const Node father = node->GetFather();
-        if (father.Get() != addressOf(naive.father)) return "father";
-        if (manager().GetNodeByID(twin.id).Get() != (naive.registered ? node.Get() : nullptr)) {
-            return "id";
-        }
-        const std::array revisions{node->GetNodeRevision(1), node->GetNodeRevision(2)};
-        const bool renewed = revisions[0] > newestBefore && revisions[1] == revisions[0] + 1;
-        if (naive.renewed ? !renewed : revisions != twin.revisions) return "revisions";
-        twin.revisions = revisions;
-        newest_ = std::max(newest_, revisions[1]);
-
-        if (!naive.leaf) {
-            const auto& inner = static_cast<const ZeCTransformationNodeInner&>(*node);
-            if (!std::equal(inner.BeginChild(), inner.EndChild(), naive.children.begin(),
-                            naive.children.end(), [&](const Node& child, const NaiveNode* other) {
-                                return child.Get() == addressOf(other);
-                            })) {
-                return "children";
-            }
-        }
-        return findMirrorDifference(naive, *node);
-    }
-
-    std::string findMirrorDifference(const NaiveNode& naive, const CyNode& node)
-    {
-        if (node.GetDataManager() != (naive.managed ? &dataManager : nullptr)) return "management";
-        const CyNode* expectedParent = nullptr;
-        if (naive.managed) {
-            expectedParent = naive.father != nullptr ? addressOf(naive.father) : dataNode.Get();
-        }
-        if (node.GetParent().Get() != expectedParent) return "parent in the data manager";
-        std::vector<const CyNode*> expected;
-        for (const NaiveNode* child : naive.children) {
-            if (naive.managed && child->father == &naive) expected.push_back(addressOf(child));
-        }
-        std::vector<const CyNode*> children;
-        for (const auto& child : node.GetChildren()) children.push_back(child.Get());
-        std::sort(expected.begin(), expected.end()); // the data manager has an order of its own
-        std::sort(children.begin(), children.end());
-        return children == expected ? "" : "children in the data manager";
-    }
-
-    const ZeCTransformationNode* addressOf(const NaiveNode* node)
-    {
-        return node != nullptr ? twins_.at(node).address : nullptr;
-    }
-
     std::mt19937 random_;
     int shape_ = 0;
     NaiveTree naive_;
-    std::map<const NaiveNode*, Twin> twins_;
-    std::vector<CyUniqueID> deadIds_;
-    long long newest_ = 0;
+    NaiveTwins twins_{naive_, dataManager, *dataNode};
     std::ostringstream log_;
     std::map<std::string, std::array<int, 2>> counts_; // edits carried out, and refused
     int rootsUnset_ = 0;

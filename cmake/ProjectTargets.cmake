@@ -59,9 +59,9 @@ function(tree_add_folder shared folder)
 endfunction()
 
 # Adds a test program: one process per test case.
-#   tree_add_tests(name SOURCES ... LIBRARIES ... [LABELS ...])
-# Suites whose name ends in "Threads" carry the label "threads", suites ending in "Soak" the label
-# "soak" as well: the first run under the thread sanitizer, the second only where asked for.
+#   tree_add_tests(name SOURCES ... LIBRARIES ... [DEFINITIONS ...])
+# Suites whose name ends in "Threads" carry the label "threads" and run under the thread sanitizer,
+# suites ending in "Soak" the label "soak": they take long and run where they are asked for.
 function(tree_add_tests name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES;DEFINITIONS")
   add_executable(${name} ${arg_SOURCES})
@@ -73,5 +73,5 @@ function(tree_add_tests name)
   gtest_discover_tests(${name} TEST_FILTER "*Threads.*" DISCOVERY_TIMEOUT 60 TEST_LIST ${name}_threads
                        PROPERTIES TIMEOUT 300 LABELS threads)
   gtest_discover_tests(${name} TEST_FILTER "*Soak.*" DISCOVERY_TIMEOUT 60 TEST_LIST ${name}_soak
-                       PROPERTIES TIMEOUT 300 LABELS "threads;soak")
+                       PROPERTIES TIMEOUT 300 LABELS soak)
 endfunction()

@@ -266,7 +266,8 @@ private:
     CyUniqueID id_;
     mutable CbCriticalSection nodeLock_;
     std::array<long long, 2> revisions_ CB_GUARDED_BY(nodeLock_); ///< model, transformation
-    // What walks read stands last, in front of an inner node's children: few cache lines hold it all.
+    // What walks read stands last, in front of an inner node's children: few cache lines hold it
+    // all.
     CbMatrix4Rd relativeTrafo_;
     const bool leaf_; ///< what IsLeaf() answers, without a virtual call
     bool visible_ = false;

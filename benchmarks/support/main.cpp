@@ -16,7 +16,7 @@ void printTable(const RatioResult& result)
     std::printf("%-28s %9zu %10.1f ns  %6.2f x  +-%4.1f %%  %-9s  %s\n", result.work.c_str(),
                 result.size, result.ns, result.ratio, 100 * result.spread,
                 result.goal == 0 ? ""
-                : result.ratio < result.goal
+                : result.ratio <= result.goal
                     ? ("<= " + std::to_string(result.goal)).substr(0, 7).c_str()
                     : "MISSED",
                 result.reference.c_str());

@@ -15,8 +15,8 @@
 /// A small rotation with a shift, different for each index.
 [[nodiscard]] CbMatrix4Rd SomeTrafo(std::size_t index);
 
-/// What a hand-written tree would hold for each node: all that ours does but for locks, weak links and
-/// the mirror in the data manager.
+/// What a hand-written tree would hold for each node: all that ours does but for locks, weak links
+/// and the mirror in the data manager.
 struct PlainNode
 {
     std::atomic<int> count{1};

@@ -9,8 +9,8 @@
 namespace
 {
 
-// What is done at each node. The compiler has to have the whole matrix ready, as it has for a visitor
-// it knows nothing of.
+// What is done at each node. The compiler has to have the whole matrix ready, as it has for a
+// visitor it knows nothing of.
 double translationSum(const CbMatrix4Rd& trafo)
 {
     benchmark::DoNotOptimize(&trafo);

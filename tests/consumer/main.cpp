@@ -3,7 +3,8 @@
 #include <iostream>
 #include <transformationtree/transformationtree.h>
 
-namespace {
+namespace
+{
 
 // Classes register themselves while the library is loaded: nothing here mentions the leaf class.
 CbSmartPointer<IObject> createByName(const CString& name)
@@ -29,7 +30,8 @@ int main()
 
     CyDataManager dataManager;
     auto& manager = CbSingleton<ZeCTransformationNodeManager>::GetInstance();
-    if (!check(manager.SetDataManager(dataManager, dataManager.GetTopNode()), "not linked")) return 1;
+    if (!check(manager.SetDataManager(dataManager, dataManager.GetTopNode()), "not linked"))
+        return 1;
     const auto root = manager.CreateRootNode();
     const auto lock = manager.GetSingleWriteHandleLocked(root);
     manager.AppendChild(root, manager.CreateLeafNode(nullptr));

@@ -69,33 +69,26 @@ std::string BinaryBody(bool isBigEndian)
     return body.Text();
 }
 
-std::string WithCrLf(const std::string& text)
+std::string WithLineEnds(std::string text, const std::string& end)
 {
-    std::string result;
-    for (const char c : text) result += c == '\n' ? std::string("\r\n") : std::string(1, c);
-    return result;
+    for (auto at = text.find('\n'); at != std::string::npos;
+         at = text.find('\n', at + end.size())) {
+        text.replace(at, 1, end);
+    }
+    return text;
 }
 
-struct Encoding
+/// The file in each encoding, by name.
+std::vector<std::pair<std::string, std::string>> AllEncodings()
 {
-    std::string name;
-    std::string content;
-};
-
-std::vector<Encoding> AllEncodings()
-{
-    return {{"ascii", HeaderAs("ascii") + c_asciiBody},
-            {"ascii with CR LF", WithCrLf(HeaderAs("ascii") + c_asciiBody)},
-            {"ascii in one line", HeaderAs("ascii") +
-                                      [] {
-                                          auto body = c_asciiBody;
-                                          std::replace(body.begin(), body.end(), '\n', '\t');
-                                          return body;
-                                      }()},
-            {"little endian", HeaderAs("binary_little_endian") + BinaryBody(false)},
+    const std::string ascii = HeaderAs("ascii");
+    const std::string little = HeaderAs("binary_little_endian");
+    return {{"ascii", ascii + c_asciiBody},
+            {"ascii with CR LF", WithLineEnds(ascii + c_asciiBody, "\r\n")},
+            {"ascii in one line", ascii + WithLineEnds(c_asciiBody, "\t")},
+            {"little endian", little + BinaryBody(false)},
             {"big endian", HeaderAs("binary_big_endian") + BinaryBody(true)},
-            {"little endian behind CR LF",
-             WithCrLf(HeaderAs("binary_little_endian")) + BinaryBody(false)}};
+            {"little endian behind CR LF", WithLineEnds(little, "\r\n") + BinaryBody(false)}};
 }
 
 class PlyFiles : public TempFolder
@@ -105,9 +98,9 @@ class PlyFiles : public TempFolder
 
 TEST_F(PlyFiles, ReadTheSameInEveryEncoding)
 {
-    for (const auto& encoding : AllEncodings()) {
-        SCOPED_TRACE(encoding.name);
-        const PlyFile file = ReadPly(Write("a.ply", encoding.content));
+    for (const auto& [name, content] : AllEncodings()) {
+        SCOPED_TRACE(name);
+        const PlyFile file = ReadPly(Write("a.ply", content));
         ASSERT_EQ(file.elements.size(), 3U);
         EXPECT_EQ(*file.FindInfo("num_cols"), "2");
         EXPECT_EQ(*file.FindInfo("a"), "b c");
@@ -121,15 +114,18 @@ TEST_F(PlyFiles, ReadTheSameInEveryEncoding)
 
         const PlyElement* const vertex = file.Find("vertex");
         ASSERT_NE(vertex, nullptr);
-        EXPECT_THAT(vertex->Find("x")->values, ElementsAre(1.5, 0.0));
-        EXPECT_THAT(vertex->Find("d")->values, ElementsAre(-2.25, 1e-3));
-        EXPECT_THAT(vertex->Find("c8")->values, ElementsAre(-128.0, 5.0));
-        EXPECT_THAT(vertex->Find("u8")->values, ElementsAre(255.0, 6.0));
-        EXPECT_THAT(vertex->Find("i16")->values, ElementsAre(-32768.0, 7.0));
-        EXPECT_THAT(vertex->Find("u16")->values, ElementsAre(65535.0, 8.0));
-        EXPECT_THAT(vertex->Find("i32")->values, ElementsAre(-2147483648.0, 9.0));
-        EXPECT_THAT(vertex->Find("u32")->values, ElementsAre(4294967295.0, 10.0));
-
+        const struct
+        {
+            const char* name;
+            double first;
+            double second;
+        } columns[] = {{"x", 1.5, 0},           {"d", -2.25, 1e-3},     {"c8", -128, 5},
+                       {"u8", 255, 6},          {"i16", -32768, 7},     {"u16", 65535, 8},
+                       {"i32", -2147483648, 9}, {"u32", 4294967295, 10}};
+        for (const auto& column : columns) {
+            EXPECT_THAT(vertex->Find(column.name)->values,
+                        ElementsAre(column.first, column.second));
+        }
         const PlyProperty* const index = file.Find("cell")->Find("index", true);
         EXPECT_THAT(index->values, ElementsAre(42.0, -1.0, 3.0));
         EXPECT_THAT(index->listEnds, ElementsAre(1U, 1U, 3U));
@@ -138,12 +134,11 @@ TEST_F(PlyFiles, ReadTheSameInEveryEncoding)
 
 TEST_F(PlyFiles, CutShortAnywhereAreRefusedByName)
 {
-    for (const auto& encoding : AllEncodings()) {
-        if (encoding.name.find(" CR LF") != std::string::npos)
-            continue; // whole without the last LF
-        SCOPED_TRACE(encoding.name);
-        for (std::size_t length = 0; length < encoding.content.size(); ++length) {
-            const auto path = Write("cut.ply", encoding.content.substr(0, length));
+    for (const auto& [name, content] : AllEncodings()) {
+        if (name.find(" CR LF") != std::string::npos) continue; // whole without the last LF
+        SCOPED_TRACE(name);
+        for (std::size_t length = 0; length < content.size(); ++length) {
+            const auto path = Write("cut.ply", content.substr(0, length));
             const auto text = InputErrorOf([&] { (void)ReadPly(path); });
             ASSERT_THAT(text, HasSubstr("cut.ply: ")) << length;
             ASSERT_EQ(text.find('\n'), std::string::npos) << length;
@@ -157,52 +152,44 @@ TEST_F(PlyFiles, WithDamageAreRefusedWithPlaceAndReason)
     const std::string binary = "ply\nformat binary_little_endian 1.0\n";
     const std::string vertex = "element vertex 2\nproperty uchar x\nend_header\n";
     const std::string list = "element face 1\nproperty list int uchar i\nend_header\n";
-    const struct
-    {
-        const char* name;
-        std::string content;
-        const char* reason;
-    } cases[] = {
-        {"empty", "", "line 1: is no PLY file"},
-        {"another format", "solid model\n", "line 1: is no PLY file"},
-        {"no format", "ply\n" + vertex + "1 2\n", "the header has no format line"},
-        {"unknown format", "ply\nformat morse 1.0\n", "line 2: unknown format 'morse'"},
-        {"unknown version", "ply\nformat ascii 2.0\n", "line 2: is not of PLY version 1.0"},
-        {"second format", start + "format ascii 1.0\n", "line 3: second format line"},
-        {"unknown keyword", start + "elephant\n", "line 3: unknown header line 'elephant'"},
-        {"negative count", start + "element vertex -1\n", "line 3: '-1' is no count"},
-        {"count beyond 64 bits", start + "element v 18446744073709551616\n", "is no count"},
-        {"count with tail", start + "element v 3x\n", "'3x' is no count"},
-        {"property first", start + "property float x\n", "before the first element"},
-        {"unknown type", start + "element v 1\nproperty real x\n", "unknown type 'real'"},
-        {"property twice", start + "element v 1\nproperty int x\nproperty int x\n",
-         "second property"},
-        {"fractional list length", start + "element v 1\nproperty list float int x\n",
-         "must be an integer"},
-        {"no number", start + vertex + "1 two\n", "line 6: 'two' is no number"},
-        {"number with tail", start + vertex + "1\n\n2,5\n", "line 8: '2,5' is no number"},
-        {"too large for its type", start + vertex + "1\n256\n", "line 7: '256' does not fit"},
-        {"fraction as integer", start + vertex + "1\n2.5\n", "line 7: '2.5' does not fit"},
-        {"NaN as integer", start + vertex + "1\nnan\n", "does not fit"},
-        {"more rows than said", start + vertex + "1\n2\n3\n", "line 8: data after the last row"},
-        {"more bytes than said", binary + vertex + "abc", "data after the last row"},
-        {"hostile count", start + "element v 18446744073709551615\nproperty int x\nend_header\n1\n",
+    const std::pair<std::string, const char*> cases[] = {
+        {"", "line 1: is no PLY file"},
+        {"solid model\n", "line 1: is no PLY file"},
+        {"ply\n" + vertex + "1 2\n", "the header has no format line"},
+        {"ply\nformat morse 1.0\n", "line 2: unknown format 'morse'"},
+        {"ply\nformat ascii 2.0\n", "line 2: is not of PLY version 1.0"},
+        {start + "format ascii 1.0\n", "line 3: second format line"},
+        {start + "elephant\n", "line 3: unknown header line 'elephant'"},
+        {start + "element vertex -1\n", "line 3: '-1' is no count"},
+        {start + "element v 18446744073709551616\n", "is no count"},
+        {start + "element v 3x\n", "'3x' is no count"},
+        {start + "property float x\n", "before the first element"},
+        {start + "element v 1\nproperty real x\n", "unknown type 'real'"},
+        {start + "element v 1\nproperty int x\nproperty int x\n", "second property"},
+        {start + "element v 1\nproperty list float int x\n", "must be an integer"},
+        {start + vertex + "1 two\n", "line 6: 'two' is no number"},
+        {start + vertex + "1\n\n2,5\n", "line 8: '2,5' is no number"},
+        {start + vertex + "1\n256\n", "line 7: '256' does not fit"},
+        {start + vertex + "1\n2.5\n", "line 7: '2.5' does not fit"},
+        {start + vertex + "1\nnan\n", "does not fit"},
+        {start + vertex + "1\n2\n3\n", "line 8: data after the last row"},
+        {binary + vertex + "abc", "data after the last row"},
+        // Counts that memory must not be taken for.
+        {start + "element v 18446744073709551615\nproperty int x\nend_header\n1\n",
          "the 18446744073709551615 rows of element 'v' do not fit"},
-        {"hostile binary count",
-         binary + "element v 4611686018427387904\nproperty int x\nend_header\nabcd",
+        {binary + "element v 4611686018427387904\nproperty int x\nend_header\nabcd",
          "the 4611686018427387904 rows of element 'v' do not fit"},
-        {"hostile list", start + list + "2147483647 1\n", "a list of 2147483647 values"},
-        {"hostile binary list", binary + list + "\xFF\xFF\xFF\x7F\x01",
-         "a list of 2147483647 values"},
-        {"negative list", start + list + "-1 1\n", "a list of -1 values"},
-        {"negative binary list", binary + list + "\xFF\xFF\xFF\xFF\x01", "a list of -1 values"},
+        {start + list + "2147483647 1\n", "a list of 2147483647 values"},
+        {binary + list + "\xFF\xFF\xFF\x7F\x01", "a list of 2147483647 values"},
+        {start + list + "-1 1\n", "a list of -1 values"},
+        {binary + list + "\xFF\xFF\xFF\xFF\x01", "a list of -1 values"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        const auto path = Write("bad.ply", c.content);
+    for (const auto& [content, reason] : cases) {
+        SCOPED_TRACE(content);
+        const auto path = Write("bad.ply", content);
         const auto text = InputErrorOf([&] { (void)ReadPly(path); });
         EXPECT_THAT(text, testing::StartsWith(path.string() + ": "));
-        EXPECT_THAT(text, HasSubstr(c.reason));
+        EXPECT_THAT(text, HasSubstr(reason));
     }
 }
 
@@ -213,11 +200,4 @@ TEST_F(PlyFiles, OfNothingAreRead)
                                              "element ghost 18446744073709551615\n"
                                              "element v 0\nproperty int x\nend_header\n"));
     EXPECT_THAT(file.Find("v")->Find("x")->values, IsEmpty());
-}
-
-TEST_F(PlyFiles, ThatAreMissingOrNoFilesAreNamed)
-{
-    const auto missing = Folder() / "missing.ply";
-    EXPECT_EQ(InputErrorOf([&] { (void)ReadPly(missing); }), missing.string() + ": no such file");
-    EXPECT_EQ(InputErrorOf([&] { (void)ReadPly(Folder()); }), Folder().string() + ": is no file");
 }

@@ -5,66 +5,53 @@
 #include <bit>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <map>
+#include <string>
 
 using namespace scansession;
 
 TEST(SimulatedScans, LieOnTheArchInTheFrameOfTheRoot)
 {
-    constexpr std::size_t c_frames = 9;
-    const Scanner scanner(7, c_frames);
-    ASSERT_EQ(scanner.Count(), c_frames);
-    for (std::size_t i = 0; i < c_frames; ++i) {
-        SCOPED_TRACE(i);
-        const Scan scan = scanner.Take(i);
-        EXPECT_GT(scan.surfels.size(), 3000U) << "the scanner looks past the arch";
-        double worst = 0.0;
-        for (const auto& surfel : scan.surfels) {
-            const Vec3 p = MapPoint(surfel.position, scan.sensorToRoot);
-            // Depth noise never exceeds 3.5 deviations.
-            worst = std::max(worst, std::abs(scanner.Arch().Distance(p)));
+    for (const std::size_t frames : {1U, 2U, 9U}) {
+        SCOPED_TRACE(frames);
+        const Scanner scanner(7, frames);
+        for (std::size_t i = 0; i < frames; ++i) {
+            const Scan scan = scanner.Take(i);
+            EXPECT_GT(scan.surfels.size(), 3000U) << "the scanner looks past the arch";
+            double worst = 0.0;
+            for (const auto& surfel : scan.surfels) {
+                const Vec3 p = MapPoint(surfel.position, scan.sensorToRoot);
+                // Depth noise never exceeds 3.5 deviations.
+                worst = std::max(worst, std::abs(scanner.Arch().Distance(p)));
+            }
+            EXPECT_LT(worst, 3.5 * Scanner::c_depthNoise + 0.001);
+            EXPECT_GT(worst, Scanner::c_depthNoise) << "without noise";
         }
-        EXPECT_LT(worst, 3.5 * Scanner::c_depthNoise + 0.001);
-        EXPECT_GT(worst, Scanner::c_depthNoise) << "without noise";
     }
 }
 
 TEST(SimulatedScans, ShowTeethAndGumFromOutside)
 {
     const Scanner scanner(1, 6);
-    std::size_t teeth = 0;
-    std::size_t gum = 0;
-    std::size_t boundary = 0;
-    std::size_t convex = 0;
-    std::size_t concave = 0;
+    std::map<std::string, std::size_t> seen;
     for (std::size_t i = 0; i < scanner.Count(); ++i) {
-        const Scan scan = scanner.Take(i);
-        for (const auto& surfel : scan.surfels) {
+        for (const auto& surfel : scanner.Take(i).surfels) {
             ASSERT_LT(surfel.position.z, 0.0) << "the sensor looks along -z";
             ASSERT_LT(Dot(surfel.normal, surfel.position), 0.0) << "normal away from the sensor";
             ASSERT_NEAR(Length(surfel.normal), 1.0, 1e-12);
             ASSERT_TRUE(surfel.quality >= 0.0 && surfel.quality <= 1.0);
             const bool isTooth = surfel.tissue == Tissue::Tooth;
-            (isTooth ? teeth : gum) += 1;
-            boundary += surfel.boundary ? 1 : 0;
-            convex += surfel.curvature > 138 ? 1 : 0;
-            concave += surfel.curvature < 118 ? 1 : 0;
-            // Gum is much redder than tooth.
-            ASSERT_EQ(isTooth, surfel.colour[1] * 4 > surfel.colour[0] * 3);
+            ASSERT_EQ(isTooth, surfel.colour[1] * 4 > surfel.colour[0] * 3) << "gum is redder";
+            ++seen[isTooth ? "tooth" : "gum"];
+            ++seen[surfel.boundary ? "boundary" : "inside"];
+            if (std::abs(surfel.curvature - 128) > 10) {
+                ++seen[surfel.curvature > 128 ? "convex" : "concave"];
+            }
         }
     }
-    for (const std::size_t count : {teeth, gum, boundary, convex, concave}) EXPECT_GT(count, 500U);
-    EXPECT_LT(boundary, (teeth + gum) / 5);
-}
-
-TEST(SimulatedScans, FollowFromTheSeedAlone)
-{
-    const Scanner scanner(5, 9);
-    const Scan scan = scanner.Take(4);
-    const Scan again = Scanner(5, 9).Take(4);
-    EXPECT_EQ(scan.sensorToRoot, again.sensorToRoot);
-    EXPECT_EQ(scan.surfels, again.surfels);
-    EXPECT_NE(scan.surfels, Scanner(6, 9).Take(4).surfels);
-    EXPECT_NE(scan.sensorToRoot, scanner.Take(5).sensorToRoot);
+    EXPECT_EQ(seen.size(), 6U);
+    for (const auto& [kind, count] : seen) EXPECT_GT(count, 500U) << kind;
+    EXPECT_LT(seen["boundary"], seen["inside"] / 4);
 }
 
 TEST(SimulatedScans, HaveTheSameBitsWithEveryCompiler)
@@ -84,20 +71,6 @@ TEST(SimulatedScans, HaveTheSameBitsWithEveryCompiler)
         add(surfel.curvature);
     }
     EXPECT_EQ(digest, 8403738166500918011U);
-}
-
-TEST(SimulatedScans, AreMadeForAnyNumberOfFrames)
-{
-    for (const std::size_t frames : {1U, 2U, 4U}) {
-        SCOPED_TRACE(frames);
-        const Scanner scanner(1, frames);
-        for (std::size_t i = 0; i < frames; ++i) {
-            const auto matrix = scanner.Take(i).sensorToRoot;
-            for (std::size_t value = 0; value < 16; ++value) {
-                ASSERT_TRUE(std::isfinite(matrix.data()[value]));
-            }
-        }
-    }
 }
 
 TEST(TheDentalArch, HasTheNormalsAndCurvaturesOfItsField)

@@ -1,13 +1,17 @@
 #include "examples/scansession/ply.h"
 #include "examples/scansession/poses.h"
 #include "examples/scansession/scanner.h"
-#include "tests/examples/program.h"
 #include "tests/examples/scandata.h"
 #include "tests/examples/tempfolder.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <gmock/gmock.h>
+
+#ifndef _WIN32
+#include <sys/wait.h>
+#endif
 
 using namespace scansession;
 using testing::HasSubstr;
@@ -19,6 +23,14 @@ const std::string c_header = "ply\nformat ascii 1.0\n";
 const std::string c_onePoint = c_header + "element vertex 1\nproperty float x\nproperty float y\n"
                                           "property float z\nend_header\n1 2 3\n";
 
+/// What the program left behind.
+struct Result
+{
+    int exitCode; ///< -1 where it did not come to its end
+    std::string out;
+    std::string err;
+};
+
 /// Runs the program with an output folder that does not exist yet.
 class Scansession : public TempFolder
 {
@@ -26,10 +38,22 @@ protected:
     [[nodiscard]] std::filesystem::path Out() const { return Folder() / "out"; }
     [[nodiscard]] std::filesystem::path Merged() const { return Out() / "merged.ply"; }
 
-    [[nodiscard]] ProgramResult Run(std::vector<std::string> arguments) const
+    /// Waits for its end. The arguments must not hold quotation marks.
+    [[nodiscard]] Result Run(const std::vector<std::string>& arguments) const
     {
-        arguments.insert(arguments.begin(), {"--out", Out().string()});
-        return RunScansession(arguments, Folder());
+        const auto out = Folder() / "stdout.txt";
+        const auto err = Folder() / "stderr.txt";
+        std::string command = "\"" SCANSESSION_PROGRAM "\" --out \"" + Out().string() + '"';
+        for (const auto& argument : arguments) command += " \"" + argument + '"';
+        command += " >\"" + out.string() + "\" 2>\"" + err.string() + '"';
+#ifdef _WIN32
+        // The shell takes the outermost pair away.
+        const int exitCode = std::system(('"' + command + '"').c_str());
+#else
+        const int status = std::system(command.c_str());
+        const int exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+#endif
+        return {exitCode, Read(out), Read(err)};
     }
 
     void ExpectRefused(const std::vector<std::string>& arguments, const std::string& reason) const
@@ -137,12 +161,13 @@ TEST_F(Scansession, KeepsNormalsUprightWhereAMatrixStretches)
     Write("scans/a.ply", c_header + "element vertex 1\nproperty float x\nproperty float y\n"
                                     "property float z\nproperty float nx\nproperty float ny\n"
                                     "property float nz\nend_header\n1 1 0 1 1 0\n");
-    Write("scans/a.txt", "2 0 0 0\n0 1 0 0\n0 0 -1 5\n0 0 0 1\n"); // and a reflection
+    // For column vectors; also a reflection.
+    Write("scans/a.txt", "0 -2 0 0\n1 0 0 20\r\n0 0 -1 5\n0 0 0 1\n");
     const auto result = Run({"--scans", (Folder() / "scans").string()});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     const PlyFile file = ReadPly(Merged());
-    EXPECT_LT(Length(PointsOf(file, "x", "y", "z")[0] - Vec3{2, 1, 5}), 1e-6);
-    EXPECT_GT(Dot(PointsOf(file, "nx", "ny", "nz")[0], Normalized({1, 2, 0})), std::cos(0.017));
+    EXPECT_LT(Length(PointsOf(file, "x", "y", "z")[0] - Vec3{-2, 21, 5}), 1e-6);
+    EXPECT_GT(Dot(PointsOf(file, "nx", "ny", "nz")[0], Normalized({-1, 2, 0})), std::cos(0.017));
 }
 
 TEST_F(Scansession, RefusesBadInputWithOneLineAndNoOutput)
@@ -173,17 +198,12 @@ TEST_F(Scansession, RefusesBadInputWithOneLineAndNoOutput)
     ExpectRefused({"--scans", scans}, "a.ply: no pose");
 }
 
-TEST_F(Scansession, RefusesAnOutputPlaceThatIsNoFolder)
+TEST_F(Scansession, LeavesWhatStandsAtTheOutputPlace)
 {
     Write("out", "something else");
-    const auto result = Run({"--frames", "1"});
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_THAT(result.err, HasSubstr("out: is no folder\n"));
+    EXPECT_THAT(Run({"--frames", "1"}).err, HasSubstr("out: is no folder\n"));
     EXPECT_EQ(Read(Out()), "something else");
-}
-
-TEST_F(Scansession, KeepsAnOlderResultWhereTheInputIsBad)
-{
+    std::filesystem::remove(Out());
     Write("out/merged.ply", "older");
     EXPECT_EQ(Run({"--scans", (Folder() / "scans").string()}).exitCode, 2);
     EXPECT_EQ(Read(Merged()), "older");
@@ -191,17 +211,10 @@ TEST_F(Scansession, KeepsAnOlderResultWhereTheInputIsBad)
 
 TEST_F(Scansession, RefusesCommandLinesThatItDoesNotUnderstand)
 {
-    const std::vector<std::vector<std::string>> lines{
-        {"--elephants"},
-        {"--frames", "0"},
-        {"--frames", "many"},
-        {"--seed"},
-        {"stray"},
-        {"--poses", "p.conf"},
-        {"--seed", "-1"},
-        {"--scans", ".", "--frames", "3"},
-    };
-    for (const auto& line : lines) {
+    using Line = std::vector<std::string>;
+    for (const auto& line : {Line{"--elephants"}, Line{"--frames", "0"}, Line{"--frames", "many"},
+                             Line{"--seed"}, Line{"stray"}, Line{"--poses", "p.conf"},
+                             Line{"--seed", "-1"}, Line{"--scans", ".", "--frames", "3"}}) {
         SCOPED_TRACE(line[0]);
         ExpectRefused(line, "--help");
     }
@@ -218,12 +231,5 @@ TEST_F(Scansession, MergesRealScans)
     if (!std::filesystem::exists(data)) GTEST_SKIP() << "no scan data in " << data;
     const auto result = Run({"--scans", data.string(), "--poses", (data / "bun.conf").string()});
     ASSERT_EQ(result.exitCode, 0) << result.err;
-    const PlyFile file = ReadPly(Merged());
-    EXPECT_EQ(file.Find("vertex")->count, 362272U);
-    // The whole object is about 0.18 x 0.16 x 0.13 of the file's unit; scans show some of its
-    // stand.
-    const auto& x = file.Find("vertex")->Find("x")->values;
-    const auto [least, largest] = std::minmax_element(x.begin(), x.end());
-    EXPECT_GT(*largest - *least, 0.15);
-    EXPECT_LT(*largest - *least, 0.25);
+    EXPECT_EQ(ReadPly(Merged()).Find("vertex")->count, 362272U);
 }

@@ -9,51 +9,22 @@
 
 using namespace scansession;
 
-namespace
+TEST(ASession, NumbersItsScansAndLeavesTheNodeManagerToTheNextOne)
 {
-
-Scan ScanAt(const std::string& name, double x, std::size_t surfels)
-{
-    Scan scan;
-    scan.name = name;
-    scan.sensorToRoot[3][0] = x;
-    scan.surfels.resize(surfels);
-    for (std::size_t i = 0; i < surfels; ++i) scan.surfels[i].position.y = static_cast<double>(i);
-    return scan;
-}
-
-} // namespace
-
-TEST(ASession, HangsItsScansBelowTheClusterInOrder)
-{
-    Session session;
-    session.Append(ScanAt("b", 1.0, 3));
-    session.Append(ScanAt("a \xC3\xA4", 2.5, 0));
-    EXPECT_EQ(session.GetNrSurfels(), 3U);
-
-    std::ostringstream tree;
-    session.PrintTree(tree);
-    EXPECT_EQ(tree.str(), "Root\n  Model\n    Cluster 0\n"
-                          "      b: 3 surfels, from (1, 0, 0)\n"
-                          "      a \xC3\xA4: 0 surfels, from (2.5, 0, 0)\n");
-
-    auto& manager = CbSingleton<ZeCTransformationNodeManager>::GetInstance();
-    EXPECT_EQ(manager.GetRootNode(), session.GetRoot());
-    std::uint64_t number = 0;
-    for (const auto& [leaf, trafo] : session.GetRoot()->Leaves()) {
-        EXPECT_EQ(leaf.GetModel()->GetAcquireSequenceNumber(), number++);
-    }
-    EXPECT_EQ(number, 2U);
-}
-
-TEST(ASession, LeavesTheNodeManagerToTheNextOne)
-{
-    for (int i = 0; i < 2; ++i) {
+    const auto& manager = CbSingleton<ZeCTransformationNodeManager>::GetInstance();
+    for (int round = 0; round < 2; ++round) {
         Session session;
-        session.Append(ScanAt("scan", 0.0, 1));
+        session.Append(Scan());
+        session.Append(Scan());
+        EXPECT_EQ(manager.GetRootNode(), session.GetRoot());
+        std::uint64_t number = 0;
+        for (const auto& [leaf, trafo] : session.GetRoot()->Leaves()) {
+            EXPECT_EQ(leaf.GetModel()->GetAcquireSequenceNumber(), number++);
+        }
+        EXPECT_EQ(number, 2U);
         EXPECT_THROW(Session(), CbException) << "two at a time";
     }
-    EXPECT_FALSE(CbSingleton<ZeCTransformationNodeManager>::GetInstance().GetRootNode());
+    EXPECT_FALSE(manager.GetRootNode());
 }
 
 TEST(PackedSurfels, KeepAllSevenAttributes)

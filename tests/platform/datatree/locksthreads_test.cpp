@@ -20,9 +20,23 @@ constexpr std::uint32_t c_long = 60'000;
 class WaitingThreads : public testing::Test, protected SmallTree
 {
 protected:
-    void untilSomebodyWaits() const
+    // Has another thread wait for a lock, does something meanwhile and expects the outcome.
+    template<class Handle, class Action>
+    void whileWaitingFor(const CbSmartPointer<CyNode>& node, Action action,
+                         CyDataManager::ELockStatus expected = CyDataManager::eLocked,
+                         std::uint32_t milliseconds = c_long)
     {
+        std::thread other([&] {
+            const Handle asked(manager, node);
+            auto status = CyDataManager::eGeneralError;
+            const bool locked = manager.TryLockAndWait(milliseconds, status);
+            EXPECT_EQ(asked.IsValid(), locked);
+            EXPECT_EQ(status, expected);
+        });
         while (!TestAccess::IsAnybodyWaiting(manager)) std::this_thread::yield();
+        action();
+        other.join();
+        TestAccess::CheckCounters(manager);
     }
 };
 
@@ -30,66 +44,40 @@ TEST_F(WaitingThreads, AreLetInWhenTheLockIsGivenBack)
 {
     Write mine(manager, b);
     ASSERT_TRUE(manager.TryLock());
-    std::thread other([this] {
-        const Read above(manager, a);
-        EXPECT_TRUE(manager.TryLockAndWait(c_long));
-        EXPECT_TRUE(above.IsValid());
-    });
-    untilSomebodyWaits();
-    mine.Release();
-    other.join();
+    whileWaitingFor<Read>(a, [&] { mine.Release(); });
     EXPECT_FALSE(TestAccess::IsAnybodyWaiting(manager));
-    TestAccess::CheckCounters(manager);
 }
 
-TEST_F(WaitingThreads, LearnAtOnceThatTheirNodeLeft)
+TEST_F(WaitingThreads, LearnAtOnceThatANodeLeft)
 {
-    const Write mine(manager, b);
+    Write mine(manager, c);
     ASSERT_TRUE(manager.TryLock());
-    std::thread other([this] {
-        const Write asked(manager, c);
-        auto status = CyDataManager::eGeneralError;
-        EXPECT_FALSE(manager.TryLockAndWait(c_long, status));
-        EXPECT_EQ(status, CyDataManager::eInvalidNode);
-    });
-    untilSomebodyWaits();
-    Write covered(manager, c);
-    EXPECT_TRUE(manager.RemoveNode(covered));
-    other.join();
-    EXPECT_TRUE(mine.IsValid());
-}
-
-TEST_F(WaitingThreads, GetInWhenTheLockedNodeLeaves)
-{
-    const Write mine(manager, c);
-    ASSERT_TRUE(manager.TryLock());
-    std::thread other([this] {
-        const Read above(manager, a);
-        EXPECT_TRUE(manager.TryLockAndWait(c_long));
-    });
-    untilSomebodyWaits();
-    Write leaving(manager, c);
-    EXPECT_TRUE(manager.RemoveNode(leaving));
-    other.join();
+    const auto remove = [&] {
+        Write covered(manager, c);
+        EXPECT_TRUE(manager.RemoveNode(covered));
+    };
+    whileWaitingFor<Write>(c, remove, CyDataManager::eInvalidNode);
     EXPECT_FALSE(mine.IsValid());
+
+    ASSERT_TRUE(manager.InsertNode(b, c));
+    mine = Write(manager, c);
+    ASSERT_TRUE(manager.TryLock());
+    whileWaitingFor<Read>(a, remove);
 }
 
 TEST_F(WaitingThreads, BehindARequestThatIsGivenUpGetIn)
 {
     const Read mine(manager, b);
     ASSERT_TRUE(manager.TryLock());
-    std::thread writer([this] {
-        const Write asked(manager, b);
-        EXPECT_FALSE(manager.TryLockAndWait(30));
-    });
-    untilSomebodyWaits();
-    std::thread reader([this] {
-        const Read asked(manager, b);
-        EXPECT_TRUE(manager.TryLockAndWait(c_long));
-    });
-    writer.join();
+    std::thread reader;
+    const auto queueUp = [&] {
+        reader = std::thread([this] {
+            const Read asked(manager, b);
+            EXPECT_TRUE(manager.TryLockAndWait(c_long));
+        });
+    };
+    whileWaitingFor<Write>(b, queueUp, CyDataManager::eTimeout, 30);
     reader.join();
-    EXPECT_TRUE(mine.IsValid());
 }
 
 TEST_F(WaitingThreads, AWriterInShortSlicesIsNotStarvedByReaders)
@@ -132,10 +120,10 @@ protected:
 
 Guarded& guarded(const CbSmartPointer<CyNode>& node) { return static_cast<Guarded&>(*node); }
 
-class ManyThreads : public testing::Test
+class ManyThreadsLockingAndEditingThreads : public testing::Test
 {
 protected:
-    ManyThreads()
+    ManyThreadsLockingAndEditingThreads()
     {
         nodes.push_back(insert(manager.GetTopNode()));
         for (int i = 1; i < 24; ++i) nodes.push_back(insert(nodes[(nodes.size() - 1) / 2]));
@@ -168,22 +156,13 @@ protected:
 
     void lockAndUse(std::mt19937& random, long& sum)
     {
-        std::vector<Read> reads;
-        std::vector<Write> writes;
-        std::vector<CbSmartPointer<CyNode>> toRead, toWrite;
-        for (auto n = 1 + random() % 3; n > 0; --n) {
-            const auto& node = any(random);
-            if (random() % 2 == 0) {
-                reads.emplace_back(manager, node);
-                toRead.push_back(node);
-            } else {
-                writes.emplace_back(manager, node);
-                toWrite.push_back(node);
-            }
-        }
+        const auto toRead = any(random);
+        const auto toWrite = any(random);
+        const Read reader(manager, toRead);
+        const Write writer(manager, toWrite);
         ASSERT_TRUE(manager.TryLockAndWait(c_long));
-        for (const auto& node : toWrite) write(node, sum);
-        for (const auto& node : toRead) read(node);
+        write(toWrite, sum);
+        read(toRead);
     }
 
     // Puts a node in below another, moves it and takes it out.
@@ -208,9 +187,6 @@ protected:
     CyDataManager manager;
     std::vector<CbSmartPointer<CyNode>> nodes;
 };
-
-class ManyThreadsLockingAndEditingThreads : public ManyThreads
-{};
 
 TEST_F(ManyThreadsLockingAndEditingThreads, NeverMeetAndAllGetTheirLocks)
 {

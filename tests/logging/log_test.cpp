@@ -7,7 +7,6 @@ namespace
 {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::Pair;
 
 constexpr const CbWChar* c_logger = CB_TEXT("Diagnostics.Test");
@@ -36,23 +35,20 @@ TEST(WithABackEnd, MessagesArriveWithLevelLoggerPlaceAndArguments)
 TEST(WithABackEnd, ALevelThatIsOffIsAskedForButGetsNoMessage)
 {
     LogRecorder recorder;
-    recorder.SetEnabled(1, false);
-
-    EXPECT_FALSE(Logging::IsDebugEnabled(c_logger));
-    EXPECT_TRUE(Logging::IsWarningEnabled(c_logger));
-    EXPECT_THAT(recorder.TakeQueries(),
-                ElementsAre(Pair(1U, CString(c_logger)), Pair(3U, CString(c_logger))));
-
-    Logging::LogDebug(c_logger, "file", 1, "Function", CB_TEXT("%s"), CB_TEXT("text"));
-    EXPECT_THAT(recorder.TakeQueries(), ElementsAre(Pair(1U, CString(c_logger))));
-    EXPECT_THAT(recorder.TakeRecords(), IsEmpty());
-
-    recorder.SetEnabled(1, true);
-    recorder.SetEnabled(3, false);
-    Logging::LogWarning(c_logger, "file", 1, "Function", CB_TEXT("%s"), CB_TEXT("text"));
-    EXPECT_THAT(recorder.TakeRecords(), IsEmpty());
-    Logging::LogDebug(c_logger, "file", 1, "Function", CB_TEXT("%s"), CB_TEXT("text"));
-    EXPECT_EQ(recorder.TakeRecords().size(), 1U);
+    for (const std::uint32_t off : {1U, 3U}) {
+        recorder.SetEnabled(off, false);
+        EXPECT_EQ(Logging::IsDebugEnabled(c_logger), off != 1);
+        EXPECT_EQ(Logging::IsWarningEnabled(c_logger), off != 3);
+        EXPECT_THAT(recorder.TakeQueries(),
+                    ElementsAre(Pair(1U, CString(c_logger)), Pair(3U, CString(c_logger))));
+        Logging::LogDebug(c_logger, "file", 1, "Function", CB_TEXT("%s"), CB_TEXT("text"));
+        Logging::LogWarning(c_logger, "file", 1, "Function", CB_TEXT("%s"), CB_TEXT("text"));
+        const auto records = recorder.TakeRecords();
+        ASSERT_EQ(records.size(), 1U);
+        EXPECT_EQ(records[0].level, 4 - off);
+        (void)recorder.TakeQueries();
+        recorder.SetEnabled(off, true);
+    }
 }
 
 TEST(WithABackEnd, ContextAndFlushAreHandedThrough)
@@ -65,11 +61,6 @@ TEST(WithABackEnd, ContextAndFlushAreHandedThrough)
     EXPECT_THAT(recorder.TakeContexts(),
                 ElementsAre(Pair(CString(CB_TEXT("key")), CString(CB_TEXT("value")))));
     EXPECT_THAT(recorder.TakeFlushes(), ElementsAre(-7));
-    EXPECT_EQ(&Logging::GetLogDispatcher(), &dispatcher);
-}
-
-TEST(TheGlobalLogger, HasItsName)
-{
     EXPECT_EQ(Logging::GetGlobalLoggerName().ToUtf8(), "Global Static Logger");
 }
 

@@ -18,17 +18,6 @@ struct Recorded
     std::vector<std::pair<std::uint32_t, CString>> queries CB_GUARDED_BY(section);
     std::vector<std::pair<CString, CString>> contexts CB_GUARDED_BY(section);
     std::vector<std::int32_t> flushes CB_GUARDED_BY(section);
-
-    void Restart(bool record) CB_REQUIRES(section)
-    {
-        recording = record;
-        disabled.clear();
-        observer = nullptr;
-        records.clear();
-        queries.clear();
-        contexts.clear();
-        flushes.clear();
-    }
 };
 
 // Never destroyed: the library may log until it is unloaded.
@@ -38,21 +27,32 @@ Recorded& recorded()
     return instance;
 }
 
+void restart(bool record)
+{
+    Recorded& all = recorded();
+    const CbCriticalSectionLock lock(all.section);
+    all.recording = record;
+    all.disabled.clear();
+    all.observer = nullptr;
+    all.records.clear();
+    all.queries.clear();
+    all.contexts.clear();
+    all.flushes.clear();
+}
+
+template<class List>
+List take(List Recorded::*list)
+{
+    Recorded& all = recorded();
+    const CbCriticalSectionLock lock(all.section);
+    return std::exchange(all.*list, {});
+}
+
 } // namespace
 
-LogRecorder::LogRecorder()
-{
-    Recorded& all = recorded();
-    const CbCriticalSectionLock lock(all.section);
-    all.Restart(true);
-}
+LogRecorder::LogRecorder() { restart(true); }
 
-LogRecorder::~LogRecorder()
-{
-    Recorded& all = recorded();
-    const CbCriticalSectionLock lock(all.section);
-    all.Restart(false);
-}
+LogRecorder::~LogRecorder() { restart(false); }
 
 void LogRecorder::SetEnabled(std::uint32_t level, bool enabled)
 {
@@ -72,33 +72,19 @@ void LogRecorder::SetObserver(std::function<void(const LogRecord&)> observer)
     all.observer = std::move(observer);
 }
 
-std::vector<LogRecord> LogRecorder::TakeRecords()
-{
-    Recorded& all = recorded();
-    const CbCriticalSectionLock lock(all.section);
-    return std::exchange(all.records, {});
-}
+std::vector<LogRecord> LogRecorder::TakeRecords() { return take(&Recorded::records); }
 
 std::vector<std::pair<std::uint32_t, CString>> LogRecorder::TakeQueries()
 {
-    Recorded& all = recorded();
-    const CbCriticalSectionLock lock(all.section);
-    return std::exchange(all.queries, {});
+    return take(&Recorded::queries);
 }
 
 std::vector<std::pair<CString, CString>> LogRecorder::TakeContexts()
 {
-    Recorded& all = recorded();
-    const CbCriticalSectionLock lock(all.section);
-    return std::exchange(all.contexts, {});
+    return take(&Recorded::contexts);
 }
 
-std::vector<std::int32_t> LogRecorder::TakeFlushes()
-{
-    Recorded& all = recorded();
-    const CbCriticalSectionLock lock(all.section);
-    return std::exchange(all.flushes, {});
-}
+std::vector<std::int32_t> LogRecorder::TakeFlushes() { return take(&Recorded::flushes); }
 
 extern "C" {
 

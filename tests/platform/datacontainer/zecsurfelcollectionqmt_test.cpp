@@ -52,7 +52,11 @@ TEST(StoredCollection, ReadsBackTheSame)
         SCOPED_TRACE(count);
         const auto written = RandomSurfels(random, count);
         const auto read = CbMake<ZeCSurfelCollectionQMT>(7, true, AttributeSet::Complete, nullptr);
-        Read(*read, Stored(*written));
+        auto bytes = Stored(*written);
+        bytes.insert(bytes.end(), {1, 2, 3});
+        CyStreamReadBinaryBuffer stream(bytes);
+        read->Serialize(stream);
+        EXPECT_EQ(3U, stream.Remaining()) << "what follows is left";
         EXPECT_EQ(AttributeSet::Subsampled, read->GetAttributeSet());
         ExpectSameSurfels(*written, *read);
     }
@@ -84,30 +88,15 @@ TEST(StoredCollection, WithAHostileHeaderIsRefusedAndChangesNothing)
         std::memcpy(bytes.data() + place, &value, sizeof value);
         return bytes;
     };
-    EXPECT_THROW(Read(*target, with(0, 0)), CbExceptionWrongFileVersion);
-    EXPECT_THROW(Read(*target, with(0, 2)), CbExceptionWrongFileVersion);
-    EXPECT_THROW(Read(*target, with(0, 0xFFFFFFFFU)), CbExceptionWrongFileVersion);
-    EXPECT_THROW(Read(*target, with(4, 2)), CbExceptionStream);
-    EXPECT_THROW(Read(*target, with(4, 0xFFFFFFFFU)), CbExceptionStream);
+    for (const std::uint32_t version : {0U, 2U, 0xFFFFFFFFU}) {
+        EXPECT_THROW(Read(*target, with(0, version)), CbExceptionWrongFileVersion) << version;
+    }
+    EXPECT_THROW(Read(*target, with(4, 2)), CbExceptionStream) << "no such attribute set";
     // Each would ask for more memory than there is, were it believed.
     for (const std::uint32_t count : {4U, 0x10000000U, 0x80000000U, 0xBA2E8BA3U, 0xFFFFFFFFU}) {
         EXPECT_THROW(Read(*target, with(8, count)), CbExceptionStream) << count;
     }
     ExpectSameSurfels(*before, *target);
-}
-
-TEST(StoredCollection, LeavesWhatFollowsInTheStream)
-{
-    CyStreamWriteBinaryBuffer written;
-    std::mt19937 random(19);
-    RandomSurfels(random, 10)->Serialize(written);
-    written << std::int32_t{4711};
-    CyStreamReadBinaryBuffer stream(written.GetBytes());
-    const auto read = CbMake<ZeCSurfelCollectionQMT>();
-    read->Serialize(stream);
-    std::int32_t next = 0;
-    stream >> next;
-    EXPECT_EQ(4711, next);
 }
 
 TEST(StoredCollection, ReadsAnyFlagButZeroAsBoundary)
@@ -124,11 +113,6 @@ TEST(ClonedCollection, IsACopyOfItsOwn)
 {
     std::mt19937 random(20);
     const auto original = RandomSurfels(random, 100);
-    const auto create = CbRTTI::getCreate(CString(CB_TEXT("ZeCSurfelCollectionQMT")));
-    ASSERT_NE(nullptr, create);
-    const CbSmartPointer<IObject> created(create());
-    EXPECT_TRUE(created->IsKindOf(CySurfelCollectionBase::RTTI));
-
     const CbSmartPointer<IObject> object(original->GetRTTI().getClone()(*original));
     const auto clone = CbDynamicPointerCast<ZeCSurfelCollectionQMT>(object);
     ASSERT_TRUE(clone);

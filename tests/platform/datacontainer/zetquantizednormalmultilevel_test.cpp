@@ -2,6 +2,7 @@
 #include "platform/datacontainer/zetquantizednormalmultilevel.h"
 #include "tests/support/rounds.h"
 
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
@@ -10,19 +11,18 @@
 namespace
 {
 
-constexpr double c_degree = 57.29577951308232;
-
 template<unsigned Level>
 using NormalOfLevel =
     ZeTQuantizedNormalMultiLevel<CbVector3f, Level, ZeTQuantizedNormalMultiLevelTraitsFast>;
 
+double Dot(const CbVector3f& a, const CbVector3f& b)
+{
+    return double(a.x) * b.x + double(a.y) * b.y + double(a.z) * b.z;
+}
+
 double AngleInDegrees(const CbVector3f& a, const CbVector3f& b)
 {
-    const double x = double(a.y) * b.z - double(a.z) * b.y;
-    const double y = double(a.z) * b.x - double(a.x) * b.z;
-    const double z = double(a.x) * b.y - double(a.y) * b.x;
-    const double dot = double(a.x) * b.x + double(a.y) * b.y + double(a.z) * b.z;
-    return std::atan2(std::sqrt(x * x + y * y + z * z), dot) * c_degree;
+    return std::acos(std::min(1.0, Dot(a, b) / std::sqrt(Dot(a, a) * Dot(b, b)))) * 57.29577951;
 }
 
 CbVector3f RandomDirection(std::mt19937& random)
@@ -40,7 +40,7 @@ TEST(QuantizedNormal, OfADecodedCodeIsThatCode)
     for (unsigned code = 0; code < 65536; ++code) {
         const auto normal = ZeCQuantizedNormal::FromCode(static_cast<std::uint16_t>(code));
         const CbVector3f n = normal.GetNormal();
-        ASSERT_NEAR(1.0, double(n.x) * n.x + double(n.y) * n.y + double(n.z) * n.z, 1e-6) << code;
+        ASSERT_NEAR(1.0, Dot(n, n), 1e-6) << code;
         ASSERT_EQ(code, ZeCQuantizedNormal(n).GetCode());
     }
     for (unsigned code = 0; code < 256; ++code) {
@@ -99,10 +99,9 @@ TEST(QuantizedNormal, DependsOnTheDirectionNotOnItsLength)
                                         CbVector3f{0, 0, -1}, CbVector3f{-1, -1, 1}}) {
         const ZeCQuantizedNormal expected(direction);
         for (const float length : {c_huge, c_tiny, 1e-30F, 1e30F}) {
-            EXPECT_EQ(expected,
-                      ZeCQuantizedNormal(CbVector3f{direction.x * length, direction.y * length,
-                                                    direction.z * length}))
-                << length;
+            const CbVector3f longer{direction.x * length, direction.y * length,
+                                    direction.z * length};
+            EXPECT_EQ(expected, ZeCQuantizedNormal(longer)) << length;
         }
     }
 }

@@ -3,15 +3,12 @@
 #include "tests/platform/math3d/randommatrices.h"
 #include "tests/support/rounds.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
 #include <limits>
-#include <vector>
 
 namespace
 {
 
-constexpr float c_infinity = std::numeric_limits<float>::infinity();
 constexpr float c_nan = std::numeric_limits<float>::quiet_NaN();
 
 CbVector3f RandomPoint(std::mt19937& random)
@@ -24,37 +21,23 @@ CbVector3f RandomPoint(std::mt19937& random)
 
 } // namespace
 
-TEST(BoundingBox, IsEmptyFromTheStartAndStaysSoWhenTransformed)
+TEST(BoundingBox, GrowsByPointsAndBoxesThatAreNotEmpty)
 {
     CyBoundingBox3D box;
     EXPECT_TRUE(box.IsEmpty());
-    EXPECT_EQ((CbVector3f{c_infinity, c_infinity, c_infinity}), box.GetMin());
-    EXPECT_EQ((CbVector3f{-c_infinity, -c_infinity, -c_infinity}), box.GetMax());
     CbMatrix4Rf shift;
     shift[3][0] = 1;
     box.Transform(shift);
-    EXPECT_EQ(CyBoundingBox3D(), box);
-}
-
-TEST(BoundingBox, IsNotChangedByAnEmptyOne)
-{
-    CyBoundingBox3D box({1, 2, 3}, {4, 5, 6});
+    EXPECT_EQ(CyBoundingBox3D(), box) << "still as empty as before";
+    box.Extend({1, 2, 3});
+    EXPECT_FALSE(box.IsEmpty());
+    box.Extend({c_nan, 5, c_nan});
     box.Extend(CyBoundingBox3D());
     box.Extend(CyBoundingBox3D({0, 9, 0}, {9, 0, 9})); // upside down in one axis
-    EXPECT_EQ(CyBoundingBox3D({1, 2, 3}, {4, 5, 6}), box);
+    EXPECT_EQ(CyBoundingBox3D({1, 2, 3}, {1, 5, 3}), box);
     CyBoundingBox3D empty;
     empty.Extend(box);
     EXPECT_EQ(box, empty);
-}
-
-TEST(BoundingBox, OfOnePointIsNotEmpty)
-{
-    CyBoundingBox3D box;
-    box.Extend({1, 2, 3});
-    EXPECT_FALSE(box.IsEmpty());
-    EXPECT_EQ(CyBoundingBox3D({1, 2, 3}, {1, 2, 3}), box);
-    box.Extend({c_nan, 5, c_nan});
-    EXPECT_EQ(CyBoundingBox3D({1, 2, 3}, {1, 5, 3}), box);
 }
 
 TEST(BoundingBox, TransformedIsTheBoxOfItsCorners)
@@ -67,42 +50,33 @@ TEST(BoundingBox, TransformedIsTheBoxOfItsCorners)
         box.Extend(RandomPoint(random));
         const auto m = RandomMatrix<float>(random, 2.0F);
 
-        std::vector<float> x;
-        std::vector<float> y;
-        std::vector<float> z;
-        for (const float cx : {box.GetMin().x, box.GetMax().x}) {
-            for (const float cy : {box.GetMin().y, box.GetMax().y}) {
-                for (const float cz : {box.GetMin().z, box.GetMax().z}) {
-                    x.push_back(cx * m[0][0] + cy * m[1][0] + cz * m[2][0] + m[3][0]);
-                    y.push_back(cx * m[0][1] + cy * m[1][1] + cz * m[2][1] + m[3][1]);
-                    z.push_back(cx * m[0][2] + cy * m[1][2] + cz * m[2][2] + m[3][2]);
+        CyBoundingBox3D expected;
+        for (const float x : {box.GetMin().x, box.GetMax().x}) {
+            for (const float y : {box.GetMin().y, box.GetMax().y}) {
+                for (const float z : {box.GetMin().z, box.GetMax().z}) {
+                    expected.Extend({x * m[0][0] + y * m[1][0] + z * m[2][0] + m[3][0],
+                                     x * m[0][1] + y * m[1][1] + z * m[2][1] + m[3][1],
+                                     x * m[0][2] + y * m[1][2] + z * m[2][2] + m[3][2]});
                 }
             }
         }
         box.Transform(m);
-        const auto [minX, maxX] = std::minmax_element(x.begin(), x.end());
-        const auto [minY, maxY] = std::minmax_element(y.begin(), y.end());
-        const auto [minZ, maxZ] = std::minmax_element(z.begin(), z.end());
-        ASSERT_EQ(CyBoundingBox3D({*minX, *minY, *minZ}, {*maxX, *maxY, *maxZ}), box);
+        ASSERT_EQ(expected, box);
     }
 }
 
 TEST(BoundingSphere, HoldsPointsUpToItsRadius)
 {
     const CyBoundingSphere sphere({1, 2, 3}, 5);
-    EXPECT_TRUE(sphere.Contains({1, 2, 3}));
     EXPECT_TRUE(sphere.Contains({4, 6, 3}));
     EXPECT_FALSE(sphere.Contains({4, 6, 3.01F}));
     EXPECT_FALSE(sphere.Contains({c_nan, 2, 3}));
     // Squares would overflow in single precision.
     EXPECT_TRUE(CyBoundingSphere({0, 0, 0}, 1e30F).Contains({1e30F, 0, 0}));
     EXPECT_FALSE(CyBoundingSphere({0, 0, 0}, 1e30F).Contains({1e30F, 1e25F, 0}));
-}
 
-TEST(BoundingSphere, WithARadiusThatIsNegativeOrNaNHoldsNothing)
-{
+    EXPECT_TRUE(CyBoundingSphere({1, 2, 3}, 0).Contains({1, 2, 3}));
     EXPECT_FALSE(CyBoundingSphere({1, 2, 3}, -1).Contains({1, 2, 3}));
     EXPECT_FALSE(CyBoundingSphere({1, 2, 3}, c_nan).Contains({1, 2, 3}));
     EXPECT_FALSE(CyBoundingSphere().Contains({0, 0, 0}));
-    EXPECT_TRUE(CyBoundingSphere({1, 2, 3}, 0).Contains({1, 2, 3}));
 }

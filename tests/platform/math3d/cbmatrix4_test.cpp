@@ -9,26 +9,6 @@
 namespace
 {
 
-CbMatrix4Rf Shift(float x, float y, float z)
-{
-    CbMatrix4Rf shift;
-    shift[3][0] = x;
-    shift[3][1] = y;
-    shift[3][2] = z;
-    return shift;
-}
-
-// x becomes y, y becomes -x.
-CbMatrix4Rf QuarterTurn()
-{
-    CbMatrix4Rf turn;
-    turn[0][0] = 0;
-    turn[0][1] = 1;
-    turn[1][0] = -1;
-    turn[1][1] = 0;
-    return turn;
-}
-
 // The product as a loop over single values would do it in place.
 template<class T>
 CbMatrix4<T> ComposeByHand(const CbMatrix4<T>& first, const CbMatrix4<T>& second)
@@ -70,20 +50,16 @@ TEST(MatrixProduct, GivesTheBitsOfASumOverAscendingK)
 
 TEST(MatrixProduct, AppliesTheFirstTransformationFirst)
 {
-    const CbVector3f point{1, 2, 3};
-    EXPECT_EQ((CbVector3f{-2, 11, 3}),
-              TransformPoint(point, Compose(Shift(10, 0, 0), QuarterTurn())));
-    EXPECT_EQ((CbVector3f{8, 1, 3}),
-              TransformPoint(point, Compose(QuarterTurn(), Shift(10, 0, 0))));
-}
-
-TEST(MatrixStorage, KeepsTheTranslationInValues12To14)
-{
-    const CbMatrix4Rf shift = Shift(4, 5, 6);
-    EXPECT_EQ(4, shift.data()[12]);
-    EXPECT_EQ(5, shift.data()[13]);
-    EXPECT_EQ(6, shift.data()[14]);
-    EXPECT_EQ((CbVector3f{5, 7, 9}), TransformPoint({1, 2, 3}, shift));
+    CbMatrix4Rf shift; // in values 12 to 14
+    shift.data()[12] = 10;
+    shift.data()[13] = 20;
+    shift.data()[14] = 30;
+    CbMatrix4Rf turn; // x becomes y, y becomes -x
+    turn[0][0] = turn[1][1] = 0;
+    turn[0][1] = 1;
+    turn[1][0] = -1;
+    EXPECT_EQ((CbVector3f{-22, 11, 33}), TransformPoint({1, 2, 3}, Compose(shift, turn)));
+    EXPECT_EQ((CbVector3f{8, 21, 33}), TransformPoint({1, 2, 3}, Compose(turn, shift)));
 }
 
 TEST(MatrixComparison, TakesZerosOfBothSignsAsEqualAndNaNAsUnequal)

@@ -19,18 +19,9 @@ concept Writable = requires(CbStreamWriteBinary& stream, T value)
 {
     stream << value;
 };
-template<class T>
-concept Readable = requires(CbStreamReadBinary& stream, T& value)
-{
-    stream >> value;
-};
-
 // A pointer is no bool, and nothing is narrowed or widened on the way.
 static_assert(!Writable<const char*> && !Writable<const CbWChar*> && !Writable<std::nullptr_t>);
-static_assert(!Writable<char> && !Writable<std::int16_t> && !Writable<std::uint8_t>);
-static_assert(!Writable<CbWChar> && !Writable<long double>);
-static_assert(!Readable<char> && !Readable<std::int16_t> && !Readable<const char*>);
-static_assert(Writable<std::uint64_t> && Readable<std::uint64_t>);
+static_assert(!Writable<char> && !Writable<std::int16_t> && !Writable<long double>);
 
 std::vector<std::uint8_t> bytesOf(const CyStreamWriteBinaryBuffer& buffer)
 {
@@ -87,26 +78,19 @@ TEST(ABinaryStream, WritesLittleEndianWithoutGaps)
 
 TEST(ABinaryStream, ReadsWhatWasWritten)
 {
-    CyStreamWriteBinaryBuffer buffer;
-    Record().Write(buffer);
-    Record read{false, 0, 0, 0, 0, 0, 0, CString()};
-    CyStreamReadBinaryBuffer stream(buffer);
-    read.Read(stream);
-    EXPECT_EQ(read, Record());
-    EXPECT_EQ(stream.Remaining(), 0U);
-}
-
-TEST(ABinaryStream, KeepsBitPatternsOfFloatingPointNumbers)
-{
     for (const std::uint64_t bits : {0x7FF8000000000123U, 0x8000000000000000U, std::uint64_t{1}}) {
+        Record written;
+        written.precise = std::bit_cast<double>(bits);
+        written.single = std::numeric_limits<float>::denorm_min();
         CyStreamWriteBinaryBuffer buffer;
-        buffer << std::bit_cast<double>(bits) << std::numeric_limits<float>::denorm_min();
+        written.Write(buffer);
+        Record read{false, 0, 0, 0, 0, 0, 0, CString()};
         CyStreamReadBinaryBuffer stream(buffer);
-        double precise = 0;
-        float single = 0;
-        stream >> precise >> single;
-        EXPECT_EQ(std::bit_cast<std::uint64_t>(precise), bits);
-        EXPECT_EQ(single, std::numeric_limits<float>::denorm_min());
+        read.Read(stream);
+        EXPECT_EQ(stream.Remaining(), 0U);
+        EXPECT_EQ(std::bit_cast<std::uint64_t>(read.precise), bits);
+        read.precise = written.precise = 0; // NaN is equal to nothing
+        EXPECT_EQ(read, written);
     }
 }
 
@@ -155,13 +139,11 @@ TEST(ABinaryStream, ReadsAnyByteButZeroAsTrue)
 {
     const std::vector<std::uint8_t> bytes = {0, 1, 2, 0x80};
     CyStreamReadBinaryBuffer stream(bytes);
-    bool a = true;
-    bool b = false;
-    bool c = false;
-    bool d = false;
-    stream >> a >> b >> c >> d;
-    EXPECT_FALSE(a);
-    EXPECT_TRUE(b && c && d);
+    for (const auto byte : bytes) {
+        bool value = byte == 0;
+        stream >> value;
+        EXPECT_EQ(value, byte != 0);
+    }
 }
 
 TEST(ABinaryStream, RefusesNewerVersionsAtTheReadersOwnPlace)
@@ -182,53 +164,23 @@ TEST(ABinaryStream, RefusesNewerVersionsAtTheReadersOwnPlace)
     EXPECT_THROW(stream.ReadAndCompareVersion(2), CbExceptionStream);
 }
 
-TEST(ABinaryStream, ShowsARecordOfStatedLengthAsAStreamOfItsOwn)
-{
-    CyStreamWriteBinaryBuffer record;
-    record << std::int32_t{7} << std::int32_t{8};
-    CyStreamWriteBinaryBuffer buffer;
-    buffer << static_cast<std::uint32_t>(record.GetCount());
-    buffer.WriteBuffer(record.GetData(), record.GetCount());
-    buffer << std::int32_t{9};
-    buffer.WriteBuffer(nullptr, 0);
-
-    CyStreamReadBinaryBuffer stream(buffer);
-    std::uint32_t length = 0;
-    stream >> length;
-    CyStreamReadBinaryBuffer view(stream.ReadView(length));
-    std::int32_t value = 0;
-    stream >> value;
-    EXPECT_EQ(value, 9);
-    view >> value;
-    EXPECT_EQ(value, 7);
-    view.Skip(4);
-    EXPECT_THROW(view >> value, CbExceptionStream);
-    EXPECT_EQ(value, 7);
-    stream.ReadBuffer(nullptr, 0);
-    EXPECT_THROW((void)stream.ReadView(1), CbExceptionStream);
-}
-
 TEST(AWriteBuffer, KeepsItsBytesWhileItGrows)
 {
     CyStreamWriteBinaryBuffer buffer;
-    EXPECT_EQ(buffer.GetCount(), 0U);
     const std::vector<std::uint8_t> large(100000, 0x55);
-    buffer << std::uint32_t{42};
     buffer.WriteBuffer(large.data(), large.size());
     for (std::uint32_t i = 0; i < 100000; ++i) buffer << i;
-    ASSERT_EQ(buffer.GetCount(), 4 + large.size() + 400000);
 
     CyStreamReadBinaryBuffer stream(buffer);
-    std::uint32_t value = 0;
-    stream >> value;
-    EXPECT_EQ(value, 42U);
     std::vector<std::uint8_t> read(large.size());
     stream.ReadBuffer(read.data(), read.size());
     EXPECT_EQ(read, large);
     for (std::uint32_t i = 0; i < 100000; ++i) {
+        std::uint32_t value = 0;
         stream >> value;
         ASSERT_EQ(value, i);
     }
+    EXPECT_EQ(stream.Remaining(), 0U);
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "platform/base/cbexceptionwrongfileversion.h"
 
 #include <gtest/gtest.h>
+#include <string>
 
 namespace
 {
@@ -16,27 +17,24 @@ TEST(AnException, TellsClassDetailAndPlace)
     const CbException full("/some/folder/zecfile.cpp", 403, "ZeCClass::Function", "index 7 of 3");
     EXPECT_STREQ(full.what(), "CbException: index 7 of 3 (zecfile:403, ZeCClass::Function)");
     EXPECT_EQ(full.GetFile(), "zecfile");
-    EXPECT_EQ(full.GetLine(), 403U);
-    EXPECT_EQ(full.GetFunction(), "ZeCClass::Function");
     EXPECT_EQ(CbException("C:\\folder.old\\zecfile.cpp", 1).GetFile(), "zecfile");
 }
 
 template<class Exception>
-void expectCaughtAsBase(const char* what)
+std::string whatOfBase()
 {
-    SCOPED_TRACE(what);
     try {
         throw Exception("file", 1);
     } catch (const CbException& exception) {
-        EXPECT_STREQ(static_cast<const std::exception&>(exception).what(), what);
+        return exception.what();
     }
 }
 
 TEST(AnException, OfAnyKindIsCaughtAsItsBase)
 {
-    expectCaughtAsBase<CbExceptionStream>("CbExceptionStream (file:1)");
-    expectCaughtAsBase<CbExceptionWrongFileVersion>("CbExceptionWrongFileVersion (file:1)");
-    expectCaughtAsBase<CbExceptionUnknownExtension>("CbExceptionUnknownExtension (file:1)");
+    EXPECT_EQ(whatOfBase<CbExceptionStream>(), "CbExceptionStream (file:1)");
+    EXPECT_EQ(whatOfBase<CbExceptionWrongFileVersion>(), "CbExceptionWrongFileVersion (file:1)");
+    EXPECT_EQ(whatOfBase<CbExceptionUnknownExtension>(), "CbExceptionUnknownExtension (file:1)");
 }
 
 } // namespace

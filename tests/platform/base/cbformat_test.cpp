@@ -33,7 +33,6 @@ TEST(Formatting, PrintsEachArgumentAtItsOwnWidth)
     const CString text(CB_TEXT("wide \u00e4"));
     const CbWChar* const null = nullptr;
     const Case cases[] = {
-        {"no directive", CbFormat(CB_TEXT("plain")), "plain"},
         {"null format", CbFormat(nullptr), ""},
         {"percent", CbFormat(CB_TEXT("100%%, %d%%"), 5), "100%, 5%"},
         {"text", CbFormat(CB_TEXT("<%s|%s>"), text, CB_TEXT("x")), "<wide \u00e4|x>"},
@@ -51,7 +50,6 @@ TEST(Formatting, PrintsEachArgumentAtItsOwnWidth)
         {"upper case stays with its number", CbFormat(CB_TEXT("a%Xb"), 0xAB), "aABb"},
         {"address", CbFormat(CB_TEXT("%X"), reinterpret_cast<const int*>(0x7F00ABCD1234)),
          "7F00ABCD1234"},
-        {"null address", CbFormat(CB_TEXT("%X"), static_cast<const int*>(nullptr)), "0"},
         {"double", CbFormat(CB_TEXT("%f"), 1.0 / 3), "0.333333"},
         {"float", CbFormat(CB_TEXT("%f"), -0.5F), "-0.500000"},
         {"rounding", CbFormat(CB_TEXT("%f"), 2.9999999), "3.000000"},
@@ -68,7 +66,6 @@ TEST(Formatting, PrintsEachArgumentAtItsOwnWidth)
 
 TEST(Formatting, RefusesArgumentsThatDoNotFit)
 {
-    EXPECT_THROW((void)CbFormat(CB_TEXT("%d")), CbException);
     EXPECT_THROW((void)CbFormat(CB_TEXT("plain"), 1), CbException);
     EXPECT_THROW((void)CbFormat(CB_TEXT("%s"), 1), CbException);
     EXPECT_THROW((void)CbFormat(CB_TEXT("%d"), CB_TEXT("text")), CbException);
@@ -80,15 +77,10 @@ TEST(Formatting, RefusesArgumentsThatDoNotFit)
 
 TEST(Formatting, TakesAnArgumentListOfALogBackEnd)
 {
-    EXPECT_EQ(formatV(CB_TEXT("%d %u %x %X %s %f %%"), -1, 0xFFFFFFFFU, 0xABCDU, 0xABCDU,
-                      CB_TEXT("text"), 1.5)
-                  .ToUtf8(),
-              "-1 4294967295 abcd ABCD text 1.500000 %");
-    EXPECT_EQ(formatV(CB_TEXT("%s"), static_cast<const CbWChar*>(nullptr)).ToUtf8(), "(null)");
-    // More than fit into registers.
-    EXPECT_EQ(
-        formatV(CB_TEXT("%d%d%d%d%d%d%d%d%d%f%d"), 1, 2, 3, 4, 5, 6, 7, 8, 9, 0.25, 7).ToUtf8(),
-        "1234567890.2500007");
+    const CString text =
+        formatV(CB_TEXT("%d %u %x %X %s %f %% %d%d%d%f %s"), -1, 0xFFFFFFFFU, 0xABCDU, 0xABCDU,
+                CB_TEXT("text"), 1.5, 7, 8, 9, 0.25, static_cast<const CbWChar*>(nullptr));
+    EXPECT_EQ(text.ToUtf8(), "-1 4294967295 abcd ABCD text 1.500000 % 7890.250000 (null)");
 }
 
 // Writes 1234.5 as 1.234,5.

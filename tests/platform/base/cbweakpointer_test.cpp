@@ -12,24 +12,6 @@ namespace
 
 static_assert(sizeof(CbWeakPointer<Counted>) == 3 * sizeof(void*));
 
-TEST(AWeakPointer, IsNullOnceItsTargetIsGone)
-{
-    auto target = CbMake<Counted>(1);
-    CbWeakPointer<Counted> weak(target);
-    const CbWeakPointer<Counted> copy = weak;
-    const CbWeakPointer<const Counted> constant{CbSmartPointer<const Counted>(target)};
-    EXPECT_EQ(weak.Lock(), target);
-    EXPECT_EQ(weak.GetAddress(), target.Get());
-    EXPECT_EQ(target->GetReferences(), 1);
-
-    const auto kept = weak.Lock();
-    target = nullptr;
-    EXPECT_EQ(copy.Lock(), kept);
-    weak = CbSmartPointer<Counted>();
-    EXPECT_FALSE(weak.Lock());
-    EXPECT_TRUE(constant.Lock());
-}
-
 TEST(AWeakPointer, IsNullWhileItsTargetIsDestroyed)
 {
     auto target = CbMake<Counted>();
@@ -57,26 +39,15 @@ TEST(AWeakPointer, MovesFromTargetToTarget)
     *links[0] = *links[1]; // its tail
     links[2].reset();
     *links[3] = links[3]->Lock(); // stays
+    const CbWeakPointer<const Counted> constant{CbSmartPointer<const Counted>(second)};
+    EXPECT_EQ(constant.Lock(), second);
+    EXPECT_EQ(links[3]->GetAddress(), first.Get());
+    EXPECT_EQ(first->GetReferences(), 1);
     first = nullptr;
     EXPECT_FALSE(links[3]->Lock());
     for (const int i : {0, 1, 4}) EXPECT_EQ(links[static_cast<std::size_t>(i)]->Lock(), second);
     links.clear();
     second = nullptr;
-    EXPECT_EQ(Counted::alive, 0);
-}
-
-TEST(AWeakPointer, ClosesACircleThatStillGoes)
-{
-    {
-        auto father = CbMake<Counted>(1);
-        father->child = CbMake<Counted>(2);
-        father->child->father = father;
-        auto child = father->child;
-        child->farewell = [&] { EXPECT_FALSE(child->father.Lock()); };
-        father = nullptr;
-        EXPECT_FALSE(child->father.Lock());
-        child->farewell = nullptr;
-    }
     EXPECT_EQ(Counted::alive, 0);
 }
 

@@ -18,16 +18,13 @@ std::vector<std::string> linesOf(const CString& text)
 TEST(ACallStack, HasOneLinePerCallBetweenTheLimits)
 {
     std::vector<std::vector<std::string>> stacks;
-    for (const std::size_t skip : {0, 1, 2}) { // from one place, so the lines can be compared
+    for (const std::size_t skip : {0, 2}) { // from one place, so the lines can be compared
         stacks.push_back(linesOf(CyStackWalker::GetCallStack(100, skip)));
     }
     const auto& all = stacks[0];
     if (all.empty()) GTEST_SKIP() << "this system tells no call stacks";
     ASSERT_GT(all.size(), 3U);
-    for (std::size_t skip = 1; skip < stacks.size(); ++skip) {
-        EXPECT_EQ(stacks[skip],
-                  std::vector(all.begin() + static_cast<std::ptrdiff_t>(skip), all.end()));
-    }
+    EXPECT_EQ(stacks[1], std::vector(all.begin() + 2, all.end()));
     EXPECT_EQ(all.front().find("CyStackWalker"), std::string::npos) << all.front();
 
     EXPECT_EQ(linesOf(CyStackWalker::GetCallStack(2)).size(), 2U);

@@ -18,8 +18,6 @@ TEST(AnEventThreads, RemembersOneEarlySet)
     event.Wait();
     EXPECT_FALSE(event.Wait(1));
     event.Set();
-    EXPECT_TRUE(event.Wait(0));
-    event.Set();
     event.Reset();
     EXPECT_FALSE(event.Wait(0));
 }
@@ -41,8 +39,8 @@ TEST(AnEventThreads, LetsOneThreadThroughForEachSet)
     for (int i = 1; i <= c_threads; ++i) {
         go.Set();
         passed.Wait();
-        EXPECT_EQ(through, i);
         EXPECT_FALSE(passed.Wait(5)); // nobody else came through
+        EXPECT_EQ(through, i);
     }
 }
 
@@ -77,11 +75,6 @@ TEST(AThreadThreads, KeepsWhatEscapesItsFunction)
     thread.Join();
     ASSERT_NE(thread.GetFailure(), nullptr);
     EXPECT_THROW(std::rethrow_exception(thread.GetFailure()), std::runtime_error);
-
-    CbThread calm(CB_TEXT("calm"), [](CbThread&) {});
-    calm.Start();
-    calm.Join();
-    EXPECT_EQ(calm.GetFailure(), nullptr);
 }
 
 } // namespace

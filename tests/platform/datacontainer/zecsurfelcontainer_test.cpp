@@ -177,7 +177,8 @@ TEST(CopyingSurfels, MapsPositionsAndKeepsWhatHasNoFrame)
                   copy->GetPositionAccessor()[i]);
         EXPECT_EQ(SurfelBytes(*source, i).substr(12), SurfelBytes(*copy, i).substr(12));
     }
-    for (std::uint32_t i = 0; i < 100; ++i) source->CopySurfel(i, *source, i, false, m);
+    copy->CopySurfels(0, *source, 0, 100, true, m);
+    for (std::uint32_t i = 0; i < 100; ++i) source->CopySurfel(i, *source, i, true, m);
     ExpectSameSurfels(*copy, *source);
 }
 

@@ -174,28 +174,30 @@ TEST_F(Scansession, RefusesBadInputWithOneLineAndNoOutput)
 {
     const auto scans = (Folder() / "scans").string();
     ExpectRefused({"--scans", scans}, "scans: no such folder");
-
     Write("scans/a.ply", c_onePoint);
-    Write("scans/b.ply", c_onePoint);
-    const auto poses = Write("poses.conf", "bmesh a.ply 0 0 0 0 0 0 1\nbmesh b.ply 0 0 0 0 0 0 1");
-    const std::vector<std::string> arguments{"--scans", scans, "--poses", poses.string()};
+    ExpectRefused({"--scans", scans}, "a.ply: no pose");
 
-    Write("scans/b.ply", c_onePoint.substr(0, c_onePoint.size() - 3));
-    ExpectRefused(arguments, "b.ply: line 8: the 1 rows of element");
-    Write("scans/b.ply", "no PLY file");
-    ExpectRefused(arguments, "b.ply: line 1: is no PLY file");
-    Write("scans/b.ply", c_header + "element vertex 99999999999\nproperty float x\nend_header\n");
-    ExpectRefused(arguments, "b.ply: line 6: the 99999999999 rows");
-    std::filesystem::remove(Folder() / "scans" / "b.ply");
+    const auto poses = Folder() / "poses.conf";
+    const std::vector<std::string> arguments{"--scans", scans, "--poses", poses.string()};
+    ExpectRefused(arguments, "poses.conf: no such file");
+    const std::string zero = " 0 0 0 0 0 0 ";
+    Write("poses.conf", "bmesh a.ply" + zero + "0");
+    ExpectRefused(arguments, "poses.conf: line 1: singular pose");
+    Write("poses.conf", "bmesh a.ply" + zero + "1\nbmesh b.ply" + zero + "1\n");
     ExpectRefused(arguments, "poses.conf: pose for an unknown scan");
+    const std::pair<std::string, const char*> files[] = {
+        {c_onePoint.substr(0, c_onePoint.size() - 3), "b.ply: line 8: the 1 rows of element"},
+        {"no PLY file", "b.ply: line 1: is no PLY file"},
+        {c_header + "element vertex 99999999999\nproperty float x\nend_header\n",
+         "b.ply: line 6: the 99999999999 rows"},
+    };
+    for (const auto& [content, reason] : files) {
+        Write("scans/b.ply", content);
+        ExpectRefused(arguments, reason);
+    }
+    std::filesystem::remove(Folder() / "scans" / "b.ply");
     std::filesystem::create_directory(Folder() / "scans" / "b.ply");
     ExpectRefused(arguments, "b.ply: is no file");
-
-    Write("poses.conf", "bmesh a.ply 0 0 0 0 0 0 0");
-    ExpectRefused(arguments, "poses.conf: line 1: singular pose");
-    std::filesystem::remove(poses);
-    ExpectRefused(arguments, "poses.conf: no such file");
-    ExpectRefused({"--scans", scans}, "a.ply: no pose");
 }
 
 TEST_F(Scansession, LeavesWhatStandsAtTheOutputPlace)

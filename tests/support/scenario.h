@@ -60,6 +60,8 @@ public:
     {
         return CbDynamicPointerCast<ZeCTransformationNodeInner>(root_);
     }
+    /// All nodes, by their descriptions.
+    [[nodiscard]] const std::map<std::string, Node>& GetNodes() const { return nodes_; }
     /// Gives the nodes up: only the tree itself and the caller hold them from now on.
     void Forget()
     {
@@ -106,11 +108,7 @@ private:
         if (accept(')')) return inner;
         do {
             const Node child = parseNode();
-            if (byHand) {
-                LinkByHand(inner, child);
-            } else {
-                manager().AppendChild(inner, child);
-            }
+            byHand ? LinkByHand(inner, child) : manager().AppendChild(inner, child);
         } while (accept(','));
         if (!accept(')')) throw std::invalid_argument("no ) at: " + std::string(rest_));
         return inner;

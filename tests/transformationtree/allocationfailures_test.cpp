@@ -15,7 +15,7 @@ namespace
 class WithoutMemory : public NodeManagerTest
 {
 protected:
-    using Verb = std::function<void(WithoutMemory&)>;
+    using Verb = std::function<void()>;
 
     // A managed tree and a loose one, with places that exchanged nodes have left.
     void build()
@@ -32,17 +32,15 @@ protected:
         std::string text = Describe(*tree->GetRoot()) + Describe(*loose->GetRoot());
         text += " root " + std::to_string(manager().GetRootNode() == tree->GetRoot());
         text += " ids " + std::to_string(TestAccess::CountIds(manager()));
-        const auto add = [&](const char* name, const Node& node) {
-            const auto parent = node->GetParent();
-            text += std::string(" ") + name + (parent ? parent->GetName().ToUtf8() : "") + ' ' +
-                    std::to_string(node->GetNodeRevision(1)) + ',' +
-                    std::to_string(node->GetNodeRevision(2)) +
-                    (manager().GetNodeByID(node->GetID()) ? "+" : "-");
-        };
-        for (const char* name : {"root", "a", "b", "c", "d", "e", "f", "g"}) {
-            add(name, (*tree)[name]);
+        for (const Scenario* scenario : {&*tree, &*loose}) {
+            for (const auto& [name, at] : scenario->GetNodes()) {
+                const auto parent = at->GetParent();
+                text += ' ' + name + (parent ? parent->GetName().ToUtf8() : "") + ' ' +
+                        std::to_string(at->GetNodeRevision(1)) + ',' +
+                        std::to_string(at->GetNodeRevision(2)) +
+                        (manager().GetNodeByID(at->GetID()) ? "+" : "-");
+            }
         }
-        for (const char* name : {"top", "x", "y", "z"}) add(name, (*loose)[name]);
         return text;
     }
 
@@ -55,11 +53,11 @@ protected:
             bool done = true;
             // A thread of its own, which has had no handle yet.
             std::thread([&] {
-                prepare(*this);
+                prepare();
                 const std::string before = describe();
                 FailAllocationsAfter(allocations);
                 try {
-                    edit(*this);
+                    edit();
                 } catch (const std::bad_alloc&) {
                     done = false;
                 }
@@ -79,54 +77,48 @@ protected:
     [[nodiscard]] Inner inner(const std::string& name) const { return tree->GetInner(name); }
     [[nodiscard]] Inner top() const { return loose->GetRootInner(); }
     [[nodiscard]] Node node(const std::string& name) const { return (*tree)[name]; }
+    [[nodiscard]] Node looseNode(const std::string& name) const { return (*loose)[name]; }
 
     std::optional<Scenario> tree;
     std::optional<Scenario> loose;
     Manager::WriteHandle handle;
-
-    static const struct Row
-    {
-        const char* name;
-        Verb prepare;
-        Verb edit;
-    } c_rows[];
-};
-
-const WithoutMemory::Row WithoutMemory::c_rows[] = {
-    {"create leaf", [](auto&) {}, [](auto&) { (void)manager().CreateLeafNode(nullptr); }},
-    {"create root", [](auto&) { unsetRoot(); }, [](auto&) { manager().CreateRootNode(); }},
-    {"set root", [](auto&) { unsetRoot(); }, [](auto& t) { manager().SetRootNode(t.top()); }},
-    {"unset root",
-     [](auto& t) {
-         t.handle = manager().GetWriteHandle(t.node("root"));
-         EXPECT_TRUE(manager().TryLock());
-     },
-     [](auto&) { manager().UnsetRootNode(); }},
-    {"append", [](auto&) {}, [](auto& t) { manager().AppendChild(t.inner("d"), t.top()); }},
-    {"remove", [](auto&) {}, [](auto& t) { manager().RemoveChild(t.inner("root"), t.node("a")); }},
-    {"replace", [](auto&) {},
-     [](auto& t) { manager().ReplaceChild(t.inner("root"), t.node("a"), t.top()); }},
-    {"replace by a managed node", [](auto&) {},
-     [](auto& t) { manager().ReplaceChild(t.inner("f"), t.node("c"), t.node("b")); }},
-    {"replace outside", [](auto&) {},
-     [](auto& t) { manager().ReplaceChild(t.top(), (*t.loose)["x"], t.node("a")); }},
-    {"exchange", [](auto&) {},
-     [](auto& t) { manager().ExchangeChild(t.inner("root"), t.node("a"), t.top()); }},
-    {"exchange by what is below", [](auto&) {},
-     [](auto& t) { manager().ExchangeChild(t.inner("root"), t.node("a"), t.node("b")); }},
-    {"move within", [](auto&) {},
-     [](auto& t) { manager().MoveNode(t.inner("f"), t.node("b"), t.node("c")); }},
-    {"move in", [](auto&) {},
-     [](auto& t) { manager().MoveNode(t.inner("d"), (*t.loose)["x"], nullptr); }},
-    {"move out", [](auto&) {},
-     [](auto& t) { manager().MoveNode(t.top(), t.node("a"), t.top()->FrontChild()); }},
-    {"register", [](auto& t) { manager().DeleteNode(t.top()); },
-     [](auto& t) { manager().AddSubtreeToDataManager(t.top()); }},
 };
 
 TEST_F(WithoutMemory, EditsChangeNothing)
 {
-    for (const Row& row : c_rows) {
+    const Verb none = [] {};
+    const Verb unset = [] { unsetRoot(); };
+    const Verb lock = [&] {
+        handle = manager().GetWriteHandle(node("root"));
+        EXPECT_TRUE(manager().TryLock());
+    };
+    const Verb forget = [&] { manager().DeleteNode(top()); };
+    const struct
+    {
+        const char* name;
+        Verb prepare;
+        Verb edit;
+    } rows[] = {
+        {"create leaf", none, [&] { (void)manager().CreateLeafNode(nullptr); }},
+        {"create root", unset, [&] { manager().CreateRootNode(); }},
+        {"set root", unset, [&] { manager().SetRootNode(top()); }},
+        {"unset root", lock, [&] { manager().UnsetRootNode(); }},
+        {"append", none, [&] { manager().AppendChild(inner("d"), top()); }},
+        {"remove", none, [&] { manager().RemoveChild(inner("root"), node("a")); }},
+        {"replace", none, [&] { manager().ReplaceChild(inner("root"), node("a"), top()); }},
+        {"replace by a managed node", none,
+         [&] { manager().ReplaceChild(inner("f"), node("c"), node("b")); }},
+        {"replace outside", none,
+         [&] { manager().ReplaceChild(top(), looseNode("x"), node("a")); }},
+        {"exchange", none, [&] { manager().ExchangeChild(inner("root"), node("a"), top()); }},
+        {"exchange by what is below", none,
+         [&] { manager().ExchangeChild(inner("root"), node("a"), node("b")); }},
+        {"move within", none, [&] { manager().MoveNode(inner("f"), node("b"), node("c")); }},
+        {"move in", none, [&] { manager().MoveNode(inner("d"), looseNode("x"), nullptr); }},
+        {"move out", none, [&] { manager().MoveNode(top(), node("a"), looseNode("x")); }},
+        {"register", forget, [&] { manager().AddSubtreeToDataManager(top()); }},
+    };
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         expectAllOrNothing(row.prepare, row.edit);
     }

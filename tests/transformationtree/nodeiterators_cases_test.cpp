@@ -26,34 +26,18 @@ std::string namesIn(const Range& range)
     return names;
 }
 
-TEST(AWalk, StopsAtTheNodesOfItsKindInOrder)
+TEST(AWalkOfCachedLeaves, StopsAtModelsAndDoesNotGoBelow)
 {
-    struct Case
-    {
-        const char* tree;
-        const char* nodes;
-        const char* leaves;
-        const char* cachedLeaves;
-        const char* inners;
+    const std::pair<const char*, const char*> cases[] = {
+        {"root()", ""},
+        {"leaf", "leaf"},
+        {"root*(a, b)", "a b"}, // the traversal root's own model plays no part
+        {"root(x*(a, b), c)", "x c"},
+        {"root(x(y*(a), z(), b), null, w())", "y b"},
     };
-    const Case cases[] = {
-        {"root()", "root", "", "", "root"},
-        {"leaf", "leaf", "leaf", "leaf", ""},
-        {"root*(a, b)", "root a b", "a b", "a b", "root"},
-        {"root(x*(a, b), c)", "root x a b c", "a b c", "x c", "root x"},
-        {"root(x*())", "root x", "", "x", "root x"},
-        {"root(x(y*(a), z(), b), w())", "root x y a z b w", "a b", "y b", "root x y z w"},
-        {"root(null, a, null, x(null), null)", "root a x", "a", "a", "root x"},
-        {"root(x(y(z(a), b), c), d)", "root x y z a b c d", "a b c d", "a b c d", "root x y z"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.tree);
-        const Scenario tree(c.tree);
-        const ZeCTransformationNode& root = *tree.GetRoot();
-        EXPECT_EQ(namesIn(root.Nodes()), c.nodes);
-        EXPECT_EQ(namesIn(root.Leaves()), c.leaves);
-        EXPECT_EQ(namesIn(root.CachedLeaves()), c.cachedLeaves);
-        EXPECT_EQ(namesIn(root.InnerNodes()), c.inners);
+    for (const auto& [text, nodes] : cases) {
+        const Scenario tree(text);
+        EXPECT_EQ(namesIn(tree.GetRoot()->CachedLeaves()), nodes) << text;
     }
 }
 
@@ -76,7 +60,6 @@ TEST(Iterators, AreEqualOnlyAtThePositionOfOneWalkWithEqualTransformations)
     EXPECT_FALSE(x->EndNode() == y->EndNode()) << "two roots";
     EXPECT_FALSE(x->EndNode().HasSameTraversalRoot(y->EndNode()));
     EXPECT_TRUE(x->EndNode().HasSameTraversalRoot(x->BeginLeaf()));
-    EXPECT_FALSE(tree["a"]->BeginNode() == tree["b"]->BeginNode());
     EXPECT_FALSE(tree["a"]->BeginNode().HasSameTraversalRoot(tree["b"]->BeginNode()));
     // The side that began at a leaf decides, whichever it is.
     EXPECT_FALSE(tree["a"]->BeginNode() == NodeIterator());
@@ -87,26 +70,19 @@ TEST(Iterators, AreEqualOnlyAtThePositionOfOneWalkWithEqualTransformations)
     const NodeIterator before = root->Find(tree["a"]);
     x->SetRelativeTrafo(Shift(0, 0, 1e-300));
     EXPECT_FALSE(before == root->Find(tree["a"])) << "another transformation of the father";
-    EXPECT_TRUE(before != root->Find(tree["a"]));
     x->SetRelativeTrafo(Shift(-0.0, 0, 0));
     EXPECT_TRUE(before == root->Find(tree["a"])) << "zeros compare equal";
-    x->SetRelativeTrafo(Shift(std::numeric_limits<double>::quiet_NaN(), 0, 0));
-    const NodeIterator withNaN = root->Find(tree["a"]);
-    EXPECT_FALSE(withNaN == NodeIterator(withNaN));
 }
 
 TEST(Find, IsTheEndForNodesThatTheWalkDoesNotReach)
 {
     const Scenario tree("root(x(a), y(b))");
     const Inner x = tree.GetInner("x");
-    const Inner stranger = CbMake<ZeCTransformationNodeInner>();
     EXPECT_TRUE(x->Find(Node()) == x->EndNode());
     EXPECT_TRUE(x->Find(Leaf()) == x->EndLeaf());
     EXPECT_TRUE(x->Find(tree["root"]) == x->EndNode()) << "above";
     EXPECT_TRUE(x->Find(tree["b"]) == x->EndNode()) << "beside";
     EXPECT_TRUE(x->Find(tree.GetLeaf("b")) == x->EndLeaf()) << "beside";
-    EXPECT_TRUE(x->Find(Node(stranger)) == x->EndNode());
-    EXPECT_TRUE(x->Find(Node(x)) == x->BeginNode());
 
     // A father that is named as such but does not hold the node.
     TestAccess::Children(*x).clear();
@@ -135,18 +111,17 @@ TEST(AWalkBelowASingularTransformation, LendsNodesButDeliversNoValues)
     flat[2][2] = 0.0;
     tree["x"]->SetRelativeTrafo(flat);
     tree["b"]->SetRelativeTrafo(Shift(1, 2, 3));
-    std::string delivered;
-    for (NodeIterator it = tree.GetRoot()->BeginNode(); it; ++it) {
+    const auto below = tree.GetRootInner()->Find(tree["b"]);
+    for (int look = 0; look < 2; ++look) {
         try {
-            delivered += (*it).GetNode()->GetDescription().ToUtf8() + " ";
+            (void)*below;
+            ADD_FAILURE() << "nothing was thrown";
         } catch (const CyExceptionNotInvertible& e) {
             EXPECT_EQ(e.GetFile(), "cbmatrixbasematrixgeomdef");
             EXPECT_EQ(e.GetLine(), 996U);
-            EXPECT_THROW((void)*it, CyExceptionNotInvertible) << "the second look";
         }
     }
-    EXPECT_EQ(delivered, "root x c ");
-    EXPECT_EQ(tree.GetRootInner()->Find(tree["b"]).Borrow().trafo, Compose(Shift(1, 2, 3), flat));
+    EXPECT_EQ(below.Borrow().trafo, Compose(Shift(1, 2, 3), flat));
     EXPECT_EQ((*tree.GetInner("x")->Find(tree["b"])).GetTrafo(), Shift(1, 2, 3))
         << "the traversal root's own transformation plays no part";
 }

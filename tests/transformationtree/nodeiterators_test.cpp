@@ -1,4 +1,5 @@
-// All walks of random trees against a recursive description of what they are to deliver.
+// Random trees: all walks against a recursive description of what they are to deliver, and what a
+// tree tells of all its nodes.
 
 #include "platform/math3d/cbmatrixinternal.h"
 #include "platform/math3d/cyexceptionnotinvertible.h"
@@ -8,6 +9,7 @@
 #include "transformationtree/zectransformationnodeiterators.h"
 
 #include <algorithm>
+#include <array>
 #include <gtest/gtest.h>
 
 namespace
@@ -93,9 +95,10 @@ Inner randomTree(std::mt19937& random)
 template<class Iterator>
 struct Kind
 {
-    Iterator (ZeCTransformationNode::*begin)() const;
-    Iterator (ZeCTransformationNode::*last)() const;
-    Iterator (ZeCTransformationNode::*end)() const;
+    using Ask = Iterator (ZeCTransformationNode::*)() const;
+    Ask begin;
+    Ask last;
+    Ask end;
     ZeCTransformationNode::ZeTNodeRange<Iterator> (ZeCTransformationNode::*range)() const;
     bool (*stopsAt)(const Stop&);
 };
@@ -207,23 +210,18 @@ private:
     {
         Iterator copy(it);
         ASSERT_EQ(copy == it, stop.comparable);
-        switch (random_() % 5) {
-        case 0:
+        const auto way = random_() % 5;
+        if (way == 0) {
             it = copy;
-            break;
-        case 1:
+        } else if (way == 1) {
             it = std::move(copy);
-            break;
-        case 2:
+        } else if (way == 2) {
             reused = it;
             std::swap(it, reused);
-            break;
-        case 3:
+        } else if (way == 3) {
             it = Iterator(std::move(it));
-            break;
-        default:
+        } else {
             ++copy; // leaves the original alone
-            break;
         }
         ASSERT_TRUE(it);
         ASSERT_EQ(&it.Borrow().node, stop.node);
@@ -284,14 +282,45 @@ void checkCountsAndEnds(const ZeCTransformationNode& root, const std::vector<Sto
         if (stop.node->IsLeaf()) leaves.push_back(stop.node);
         if (stop.inCachedWalk) cached.push_back(stop.node);
     }
+    const auto frontOf = [](const auto& stops) { return stops.empty() ? nullptr : stops.front(); };
+    const auto backOf = [](const auto& stops) { return stops.empty() ? nullptr : stops.back(); };
     EXPECT_EQ(root.GetNrLeafNodes(), leaves.size());
     EXPECT_EQ(root.GetNrCachedLeafNodes(), cached.size());
     EXPECT_EQ(root.EmptyLeafs(), leaves.empty());
     EXPECT_EQ(root.BackNode().Get(), all.back().node);
-    EXPECT_EQ(root.FrontLeaf().Get(), leaves.empty() ? nullptr : leaves.front());
-    EXPECT_EQ(root.BackLeaf().Get(), leaves.empty() ? nullptr : leaves.back());
-    EXPECT_EQ(root.FrontCachedLeaf().Get(), cached.empty() ? nullptr : cached.front());
-    EXPECT_EQ(root.BackCachedLeaf().Get(), cached.empty() ? nullptr : cached.back());
+    EXPECT_EQ(root.FrontLeaf().Get(), frontOf(leaves));
+    EXPECT_EQ(root.BackLeaf().Get(), backOf(leaves));
+    EXPECT_EQ(root.FrontCachedLeaf().Get(), frontOf(cached));
+    EXPECT_EQ(root.BackCachedLeaf().Get(), backOf(cached));
+}
+
+// The newest revisions of a subtree, asked for, and rolled up to all inner nodes.
+void checkRevisions(ZeCTransformationNode& root, const std::vector<Stop>& all, std::mt19937& random)
+{
+    std::vector<std::array<long long, 2>> newest(all.size());
+    for (std::size_t i = all.size(); i-- > 0;) {
+        for (const unsigned mask : {1U, 2U}) {
+            const auto revision = static_cast<int>(random() % 200) - 50;
+            all[i].node->SetNodeRevision(revision, mask);
+            auto& highest = newest[i][mask - 1];
+            highest = revision;
+            for (auto below = i + 1; below < all.size() && all[below].level > all[i].level; ++below)
+                highest = std::max(highest, newest[below][mask - 1]);
+        }
+    }
+    const auto own = root.GetNodeRevision(3);
+    EXPECT_EQ(root.GetNodeRevisionSubtree(0), -1);
+    EXPECT_EQ(root.GetNodeRevisionSubtree(1), newest[0][0]);
+    EXPECT_EQ(root.GetNodeRevisionSubtree(2), newest[0][1]);
+    EXPECT_EQ(root.GetNodeRevisionSubtree(3), std::max(newest[0][0], newest[0][1]));
+    EXPECT_EQ(root.GetNodeRevision(3), own) << "asking changes nothing";
+    std::array<long long, 2> told{};
+    root.UpdateNodeRevisionSubtree(told.data());
+    EXPECT_EQ(told, newest[0]);
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        ASSERT_EQ(all[i].node->GetNodeRevision(1), newest[i][0]);
+        ASSERT_EQ(all[i].node->GetNodeRevision(2), newest[i][1]);
+    }
 }
 
 std::vector<std::int32_t> referenceCounts(const std::vector<Stop>& all)
@@ -322,6 +351,7 @@ void checkAllWalks(const Node& root, std::mt19937& random)
     (void)WalkCheck(inners, root, all, random);
     checkSkipping(root, all);
     checkCountsAndEnds(*root, all);
+    checkRevisions(*root, all, random);
     EXPECT_EQ(referenceCounts(all), counts);
 }
 

@@ -148,29 +148,12 @@ private:
         if (size < 90 || (size < 110 && chance(10))) return create();
         if (size > 115 || chance(3)) return discard();
         if (naive_.GetRoot() == nullptr && chance(20)) return chance(20) ? createRoot() : setRoot();
-        switch (number(20)) {
-        case 0:
-        case 1:
-        case 2:
-        case 3:
-        case 4:
-        case 5:
-        case 6:
-            return insert();
-        case 7:
-        case 8:
-            return remove();
-        case 9:
-            return place("replace", &NaiveTree::Replace, &Manager::ReplaceChild);
-        case 10:
-        case 11:
-        case 12:
-            return place("exchange", &NaiveTree::Exchange, &Manager::ExchangeChild);
-        case 19:
-            return seldom();
-        default:
-            return move();
-        }
+        const int kind = number(20);
+        if (kind < 7) return insert();
+        if (kind < 9) return remove();
+        if (kind < 10) return place("replace", &NaiveTree::Replace, &Manager::ReplaceChild);
+        if (kind < 13) return place("exchange", &NaiveTree::Exchange, &Manager::ExchangeChild);
+        return kind < 14 ? seldom() : move();
     }
 
     void create()
@@ -283,35 +266,32 @@ private:
     void seldom()
     {
         NaiveNode* const any = pickAny();
-        switch (number(8)) {
-        case 0:
-            return both(
+        const int kind = number(8);
+        if (kind == 0) {
+            both(
                 "add subtree", {any},
                 [&] {
                     naive_.AddSubtree(*any);
                     return NaiveTree::Refusal();
                 },
                 [&] { manager().AddSubtreeToDataManager(real(any)); });
-        case 1:
+        } else if (kind == 1) {
             log_ << "delete " << NaiveTwins::NameOf(any);
             naive_.Delete(*any);
-            return manager().DeleteNode(real(any));
-        case 2:
-            return createRoot();
-        case 3:
-        case 4:
-            return setRoot();
-        case 5:
+            manager().DeleteNode(real(any));
+        } else if (kind == 2) {
+            createRoot();
+        } else if (kind < 5) {
+            setRoot();
+        } else if (kind == 5) {
             log_ << "link";
             EXPECT_FALSE(manager().SetDataManager(dataManager, nullptr));
             EXPECT_EQ(manager().SetDataManager(dataManager, dataNode), naive_.Link());
-            return;
-        case 6:
+        } else if (kind == 6) {
             log_ << "unlink";
             EXPECT_EQ(manager().UnsetDataManager(), naive_.Unlink());
-            return;
-        default:
-            return unsetRoot();
+        } else {
+            unsetRoot();
         }
     }
 

@@ -2,9 +2,10 @@
 
 #include "platform/base/cbexception.h"
 #include "tests/support/managerfixture.h"
+#include "tests/support/scenario.h"
 #include "transformationtree/zectransformationnodeiterators.h"
 
-#include <array>
+#include <atomic>
 #include <barrier>
 #include <chrono>
 #include <gmock/gmock.h>
@@ -14,9 +15,6 @@
 
 namespace
 {
-
-using Node = CbSmartPointer<ZeCTransformationNode>;
-using Inner = CbSmartPointer<ZeCTransformationNodeInner>;
 
 // A node and what only its lock guards.
 struct Site
@@ -55,22 +53,20 @@ protected:
     {
         std::barrier start(c_threads);
         const auto end = std::chrono::steady_clock::now() + time;
-        std::array<long long, c_threads> writes{};
+        std::atomic<long long> expected = 0;
         std::vector<std::thread> threads;
         for (int i = 0; i < c_threads; ++i) {
             threads.emplace_back([&, i] {
                 start.arrive_and_wait();
-                Worker worker{*this, std::mt19937(static_cast<unsigned>(i))};
+                Worker worker{*this, std::mt19937(static_cast<unsigned>(i)), 0, {}};
                 while (std::chrono::steady_clock::now() < end) worker.step();
-                worker.expectProgress();
-                writes[static_cast<std::size_t>(i)] = worker.writes;
+                EXPECT_EQ(worker.done.size(), 4U);
+                expected += worker.writes;
             });
         }
         for (auto& thread : threads) thread.join();
 
         const auto handle = manager().GetSingleWriteHandleLocked(manager().GetRootNode());
-        long long expected = 0;
-        for (const long long count : writes) expected += count;
         long long written = 0;
         for (const Site& site : sites_) {
             expectWhole(site);
@@ -78,7 +74,7 @@ protected:
             EXPECT_TRUE(site.node->GetParent());
             EXPECT_EQ(manager().GetNodeByID(site.node->GetID()), site.node);
         }
-        EXPECT_EQ(written, expected);
+        EXPECT_EQ(written, expected.load());
         EXPECT_EQ(TestAccess::CountIds(manager()), sites_.size());
         std::size_t found = 0;
         for ([[maybe_unused]] const auto& [node, trafo] : manager().GetRootNode()->Nodes()) ++found;
@@ -109,38 +105,17 @@ private:
     {
         TreeLocks& tree;
         std::mt19937 random;
-        long long reads = 0;
         long long writes = 0;
-        long long moves = 0;
-        long long detours = 0;
+        std::map<std::string, int> done; // how often, by what
 
         void step()
         {
-            switch (random() % 10) {
-            case 0:
-            case 1:
-            case 2:
-                return read(tree.pick(random));
-            case 3:
-            case 4:
-            case 5:
-                return write(tree.pick(random));
-            case 6:
-            case 7:
-                return move(tree.pick(random).node, asInner(tree.pickInner(random).node));
-            case 8:
-                return takeOutAndBringBack(tree.pick(random));
-            default:
-                return addAndDelete(asInner(tree.pickInner(random).node));
-            }
-        }
-
-        void expectProgress() const
-        {
-            EXPECT_GT(reads, 0);
-            EXPECT_GT(writes, 0);
-            EXPECT_GT(moves, 0);
-            EXPECT_GT(detours, 0);
+            const auto kind = random() % 10;
+            if (kind < 3) return read(tree.pick(random));
+            if (kind < 6) return write(tree.pick(random));
+            if (kind < 8) return move(tree.pick(random).node, asInner(tree.pickInner(random).node));
+            if (kind < 9) return takeOutAndBringBack(tree.pick(random));
+            addAndDelete(asInner(tree.pickInner(random).node));
         }
 
         // Whoever is refused a single handle asked for a node that was not in the tree, or left it.
@@ -166,7 +141,7 @@ private:
                     const auto found = tree.siteOf_.find(&node);
                     if (found != tree.siteOf_.end()) expectWhole(*found->second);
                 }
-                ++reads;
+                ++done["read"];
             });
         }
 
@@ -214,7 +189,7 @@ private:
             try {
                 manager().MoveNode(newFather, node, newFather->FrontChild());
                 EXPECT_EQ(node->GetParent(), newFather);
-                ++moves;
+                ++done["move"];
             } catch (const CbException& exception) {
                 EXPECT_EQ(exception.GetFunction(), "ZeCTransformationNodeManager::MoveNode");
             }
@@ -241,10 +216,10 @@ private:
                 manager().AppendChild(newFather, site.node, false);
             })) {
             }
-            ++detours;
+            ++done["detour"];
         }
 
-        void addAndDelete(const Inner& father) const
+        void addAndDelete(const Inner& father)
         {
             withHandle([&] {
                 const auto handle = manager().GetSingleWriteHandleLocked(father);
@@ -253,6 +228,7 @@ private:
                 EXPECT_EQ(manager().GetNodeByID(leaf->GetID()), leaf);
                 manager().RemoveChild(father, leaf);
                 manager().DeleteNode(leaf);
+                ++done["addition"];
             });
         }
     };

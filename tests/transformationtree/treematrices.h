@@ -82,7 +82,7 @@ inline CbMatrix4Rd RandomSparse(std::mt19937& random)
     return matrix;
 }
 
-/// A pose in which one value is NaN.
+/// A pose with a NaN in it.
 inline CbMatrix4Rd RandomWithNaN(std::mt19937& random)
 {
     CbMatrix4Rd matrix = RandomPose(random);

@@ -1,0 +1,187 @@
+#include "tests/support/scenario.h"
+#include "tests/transformationtree/labelattribute.h"
+#include "tests/transformationtree/treematrices.h"
+#include "transformationtree/zectransformationnodeinner.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using EAttributes = ZeCTransformationNode::EAttributesToCopy;
+
+TEST(Children, AreFoundByIdentity)
+{
+    const Scenario tree("root(a, b, c)");
+    const Inner root = tree.GetRootInner();
+    const auto& asConst = *root;
+    EXPECT_EQ(root->FrontChild(), tree["a"]);
+    EXPECT_EQ(asConst.BackChild(), tree["c"]);
+    EXPECT_EQ(*root->LastChild(), tree["c"]);
+    TestAccess::Children(*root).push_back(tree["b"]);
+    EXPECT_EQ(root->FindChild(tree["b"]), root->BeginChild() + 1) << "the first position";
+    EXPECT_EQ(asConst.FindChild(tree["root"]), asConst.EndChild());
+    root->ReserveChildren(1000);
+    EXPECT_GE(TestAccess::Children(*root).capacity(), 1000U);
+    EXPECT_THROW(root->ReserveChildren(~0ULL), std::length_error);
+
+    const Inner childless = CbMake<ZeCTransformationNodeInner>();
+    EXPECT_EQ(childless->LastChild(), childless->EndChild());
+    EXPECT_FALSE(childless->FrontChild());
+    EXPECT_FALSE(childless->BackChild());
+    EXPECT_TRUE(childless->GetBoundingBox(c_matIdentityD).IsEmpty());
+}
+
+TEST(AssumingAttributes, TakesTheModelOnlyFromANodeWithAsManyChildren)
+{
+    struct Case
+    {
+        const char* other;
+        EAttributes what;
+        bool takesProperties;
+        bool takesModel;
+    };
+    constexpr auto c_properties = EAttributes::Properties;
+    constexpr auto c_model = EAttributes::PropertiesAndModel;
+    const Case cases[] = {
+        {"other*(x, y)", c_model, true, true},
+        {"other*(x, y)", c_properties, true, false},
+        {"other*(x, y)", static_cast<EAttributes>(3), true, false}, // compared as a whole
+        {"other*(x)", c_model, true, false},
+        {"other*", c_model, false, false}, // a leaf
+        {"null", c_model, false, false},
+    };
+    for (const auto& [text, what, takesProperties, takesModel] : cases) {
+        SCOPED_TRACE(testing::Message() << text << ", " << static_cast<unsigned>(what));
+        const Scenario tree("root*(a, b)");
+        const Scenario source(text);
+        const Inner root = tree.GetRootInner();
+        const Node other = source.GetRoot();
+        const Model oldModel = root->GetModel();
+        root->SetModel(oldModel, 5);
+        if (other) {
+            other->SetRelativeTrafo(Shift(1, 2, -0.0));
+            other->SetVisible(true);
+            other->SetAttribute(CbMake<LabelAttribute>("label"));
+        }
+        if (const auto inner = source.GetRootInner()) inner->SetModel(inner->GetModel(), 9);
+        const auto revision = root->GetNodeRevision(3);
+
+        root->AssumeAttributes(other, what);
+        EXPECT_THAT(root->GetRelativeTrafo(),
+                    HasBitsOf(takesProperties ? Shift(1, 2, -0.0) : c_matIdentityD));
+        EXPECT_EQ(root->IsVisible(), takesProperties);
+        const CString description = takesProperties ? CB_TEXT("other") : CB_TEXT("root");
+        EXPECT_EQ(root->GetDescription(), description);
+        EXPECT_EQ(oldModel->GetDescription(), description) << "the model it had is relabelled";
+        EXPECT_EQ(root->GetModel(), takesModel ? other->GetModel() : oldModel);
+        EXPECT_EQ(root->GetModelRevision(), takesModel ? 9 : 5);
+        EXPECT_EQ(root->GetNodeRevision(3), revision);
+        EXPECT_TRUE(root->GetAllAttributes().IsEmpty());
+        root->DeleteModel();
+        EXPECT_EQ(root->GetModelRevision(), -1);
+    }
+}
+
+TEST(ALeaf, IsVisibleFromTheStartWhereItIsMadeForAModel)
+{
+    const Model model = CbMake<ZeCModelQMT>();
+    const Leaf leaf = CbMake<ZeCTransformationNodeLeaf>(model);
+    EXPECT_TRUE(leaf->IsVisible());
+    EXPECT_EQ(leaf->GetModel(), model);
+    EXPECT_FALSE(leaf->IsNewEntryScan());
+    EXPECT_FALSE(CbMake<ZeCTransformationNodeLeaf>()->IsVisible());
+
+    leaf->SetNodeRevision(11, 1);
+    leaf->SetNodeRevision(22, 2);
+    EXPECT_EQ(leaf->GetModelRevision(), 11);
+}
+
+Model modelWithPoints(std::initializer_list<CbVector3f> points)
+{
+    const auto surfels =
+        CbMake<ZeCSurfelCollectionQMT>(static_cast<std::uint32_t>(points.size()), true,
+                                       ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
+    std::copy(points.begin(), points.end(), surfels->GetPositionAccessor().begin());
+    return CbMake<ZeCModelQMT>(surfels, false);
+}
+
+TEST(ABoundingBox, HoldsTheLeavesInTheFrameThatIsAskedFor)
+{
+    CbMatrix4Rd quarterTurn; // x to y, y to -x
+    quarterTurn[0][0] = quarterTurn[1][1] = 0.0;
+    quarterTurn[0][1] = 1.0;
+    quarterTurn[1][0] = -1.0;
+    const Inner root = CbMake<ZeCTransformationNodeInner>();
+    const Inner cluster = CbMake<ZeCTransformationNodeInner>();
+    const Leaf a = CbMake<ZeCTransformationNodeLeaf>(modelWithPoints({{1, 0, 0}, {2, 0, 0}}));
+    const Leaf b = CbMake<ZeCTransformationNodeLeaf>(modelWithPoints({{0, 0, 7}}));
+    LinkByHand(root, cluster);
+    LinkByHand(root, b);
+    LinkByHand(root, CbMake<ZeCTransformationNodeLeaf>());                      // no model
+    LinkByHand(root, CbMake<ZeCTransformationNodeLeaf>(CbMake<ZeCModelQMT>())); // no surfels
+    LinkByHand(root, CbMake<ZeCTransformationNodeInner>());                     // no leaf
+    LinkByHand(cluster, a);
+    root->SetRelativeTrafo(Shift(1000, 0, 0)); // leads out of the frame: plays no part
+    cluster->SetRelativeTrafo(quarterTurn);
+    a->SetRelativeTrafo(Shift(3, 0, 5));
+    // The cached model of an inner node plays no part.
+    cluster->SetModel(modelWithPoints({{500, 500, 500}}), -1);
+
+    EXPECT_EQ(root->GetBoundingBox(c_matIdentityD), CyBoundingBox3D({0, 0, 5}, {0, 5, 7}));
+    EXPECT_EQ(root->GetBoundingBox(quarterTurn), CyBoundingBox3D({-5, 0, 5}, {0, 0, 7}));
+    // A leaf alone stays in its own frame, whatever is asked for.
+    EXPECT_EQ(a->GetBoundingBox(quarterTurn), CyBoundingBox3D({1, 0, 0}, {2, 0, 0}));
+    // The leaf's transformation comes first, the frame asked for second.
+    EXPECT_EQ(cluster->GetBoundingBox(quarterTurn), CyBoundingBox3D({0, 4, 5}, {0, 5, 5}));
+
+    // Nothing is inverted on the way.
+    CbMatrix4Rd flat;
+    flat[0][0] = 0.0;
+    cluster->SetRelativeTrafo(flat);
+    EXPECT_EQ(root->GetBoundingBox(c_matIdentityD), CyBoundingBox3D({0, 0, 5}, {0, 0, 7}));
+}
+
+TEST(ALeafThatAssumesAttributes, TakesPropertiesOfLeavesOnly)
+{
+    const Scenario tree("root(a*, b, x*(c))");
+    const Leaf leaf = tree.GetLeaf("b");
+    const Leaf other = tree.GetLeaf("a");
+    other->SetIsNewEntryScan(true);
+    for (const char* name : {"a", "x"}) tree[name]->SetRelativeTrafo(Shift(1, 2, -0.0));
+    leaf->SetVisible(false);
+    const auto revision = leaf->GetNodeRevision(3);
+
+    leaf->AssumeAttributes(tree["x"], EAttributes::PropertiesAndModel);
+    EXPECT_THAT(leaf->GetRelativeTrafo(), HasBitsOf(c_matIdentityD));
+    EXPECT_EQ(leaf->GetDescription(), CB_TEXT("b"));
+
+    leaf->AssumeAttributesIncrementVersion(other);
+    EXPECT_THAT(leaf->GetRelativeTrafo(), HasBitsOf(Shift(1, 2, -0.0)));
+    EXPECT_TRUE(leaf->IsVisible());
+    EXPECT_FALSE(leaf->IsNewEntryScan());
+    EXPECT_FALSE(leaf->GetModel());
+    EXPECT_EQ(leaf->GetNodeRevision(3), revision);
+}
+
+TEST(ATreeThatDies, GoesChildByChildEachSubtreeBeforeTheNextSibling)
+{
+    Scenario tree("r(a(b, c()), d(e(f)), g)");
+    Scenario other("x(y, z)");
+    std::string died;
+    for (const Scenario* scenario : {&tree, &other}) {
+        for (const auto& [name, node] : scenario->GetNodes()) {
+            node->SetAttribute(CbMake<LabelAttribute>("", [&died, text = name] { died += text; }));
+        }
+    }
+    // The death of e releases another tree.
+    tree["e"]->SetAttribute(CbMake<LabelAttribute>("", [&died, &other] {
+        died += "e";
+        other.Forget();
+    }));
+    died.clear(); // of the label that e had before
+    tree.Forget();
+    EXPECT_EQ(died, "bcafeyzxdgr");
+}
+
+} // namespace

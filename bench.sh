@@ -2,12 +2,13 @@
 # Measures the library against hand-written references and prints the ratios.
 #   ./bench.sh [--filter REGEX] [--quick] [--json FILE]
 set -euo pipefail
-here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" >/dev/null && pwd)
 . "$here/cmake/packages.sh"
 require_packages g++ cmake ninja-build libbenchmark-dev libcli11-dev
 
 build="$here/build/bench"
-quietly cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF \
+quietly cmake -S "$here" -B "$build" -G Ninja -DCMAKE_CXX_COMPILER=g++ \
+  -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF \
   -DTREE_BUILD_EXAMPLES=OFF -DTREE_BUILD_BENCHMARKS=ON
 quietly cmake --build "$build" --target benchmarks
 exec "$build/benchmarks/benchmarks" "$@"

@@ -2,12 +2,13 @@
 # Builds the library and runs the main job on a built-in scan session. Options go to the program:
 #   ./run.sh --scans DIR --poses FILE
 set -euo pipefail
-here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" >/dev/null && pwd)
 . "$here/cmake/packages.sh"
 require_packages g++ cmake ninja-build libcli11-dev
 
 # Options of the program name files relative to where the caller stands.
 build="$here/build/run"
-quietly cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF
+quietly cmake -S "$here" -B "$build" -G Ninja -DCMAKE_CXX_COMPILER=g++ \
+  -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF
 quietly cmake --build "$build" --target scansession
 exec "$build/examples/scansession/scansession" "$@"

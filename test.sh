@@ -2,17 +2,26 @@
 # Builds everything and runs the tests. With --soak the long soaks run too; further options go to
 # ctest, as in ./test.sh -R Iterators.
 set -euo pipefail
-cd "$(dirname "${BASH_SOURCE[0]}")"
+cd -- "$(dirname -- "${BASH_SOURCE[0]}")" >/dev/null
 . cmake/packages.sh
 require_packages g++ cmake ninja-build libgtest-dev libgmock-dev libcli11-dev
 
-selection=(-LE soak)
+# ctest skips only what all of its exclusions name, so there is one for the soaks and the caller's.
+excluded=soak
 options=()
-for option in "$@"; do
-  if [ "$option" = --soak ]; then selection=(); else options+=("$option"); fi
+while [ $# -gt 0 ]; do
+  case "$1" in
+    --soak) excluded= ;;
+    -LE | --label-exclude)
+      excluded="${excluded:+$excluded|}${2:?$1 needs a regular expression}"
+      shift
+      ;;
+    *) options+=("$1") ;;
+  esac
+  shift
 done
+[ -z "$excluded" ] || options+=(-LE "$excluded")
 
 quietly cmake --preset dev
 quietly cmake --build --preset dev
-exec ctest --test-dir build/dev --output-on-failure -j "$(nproc)" \
-  ${selection[@]+"${selection[@]}"} ${options[@]+"${options[@]}"}
+exec ctest --test-dir build/dev --output-on-failure -j "$(nproc)" ${options[@]+"${options[@]}"}

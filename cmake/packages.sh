@@ -23,15 +23,13 @@ require_packages() {
     as_root=(sudo -n)
   fi
   echo "Installing ${missing[*]}"
-  if ! { "${as_root[@]}" apt-get update -qq \
-    && "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "${missing[@]}"; } \
-    >/tmp/apt-get.$$.log 2>&1; then
-    tail -n 5 /tmp/apt-get.$$.log >&2
-    rm -f /tmp/apt-get.$$.log
+  # A list that can't be brought up to date may still do.
+  "${as_root[@]}" apt-get update -qq >/dev/null 2>&1 || true
+  if ! quietly "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq \
+    "${missing[@]}"; then
     echo "That failed. Please run: apt-get install -y ${missing[*]}" >&2
     exit 1
   fi
-  rm -f /tmp/apt-get.$$.log
 }
 
 # quietly COMMAND...: shows what a command prints only where it fails.

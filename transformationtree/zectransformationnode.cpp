@@ -72,14 +72,15 @@ void ZeCTransformationNode::setID(const CyUniqueID& id)
 
 void ZeCTransformationNode::SetDescription(const CString& description)
 {
-    storeDescription(description);
+    CString copy = description; // first, so that a want of memory leaves both as they are
     if (!leaf_ && model_) model_->SetDescription(description);
+    storeDescription(std::move(copy));
 }
 
-void ZeCTransformationNode::storeDescription(const CString& description)
+void ZeCTransformationNode::storeDescription(CString description) noexcept
 {
     const CbCriticalSectionLock lock(nodeLock_);
-    description_ = description;
+    std::swap(description_, description); // the old text goes after the lock is left
 }
 
 CString ZeCTransformationNode::getLoggedDescription() const
@@ -212,8 +213,8 @@ void ZeCTransformationNode::AssumeAttributes(
     const CbSmartPointer<const ZeCTransformationNode>& other, EAttributesToCopy /*what*/)
 {
     if (!other) return;
+    SetDescription(other->description_); // the one step that may fail for want of memory
     relativeTrafo_ = other->relativeTrafo_;
-    SetDescription(other->description_);
     visible_ = other->visible_;
 }
 

@@ -14,6 +14,7 @@
 #include "transformationtree/transformationtreeapi.h"
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <vector>
 
@@ -53,6 +54,7 @@ public:
         PropertiesAndModel = 1 ///< an inner node's cached model as well
     };
 
+    /// The class's type record; abstract.
     static const CbRTTI RTTI;
 
     ZeCTransformationNode& operator=(const ZeCTransformationNode&) = delete;
@@ -69,11 +71,13 @@ public:
     /// @name Description and visibility
     /// @{
 
+    /// Free text, empty from the start. Lifetime: until it is set anew.
     [[nodiscard]] const CString& GetDescription() const noexcept { return description_; }
     /// Sets the description, and that of an inner node's cached model with it. A leaf's model keeps
     /// the one that it was captured with.
     void SetDescription(const CString& description);
 
+    /// Whether the node is to be shown; false from the start but for leaves made for a model.
     [[nodiscard]] bool IsVisible() const noexcept { return visible_; }
     /// Sets the visibility. No revision changes.
     void SetVisible(bool visible) noexcept { visible_ = visible; }
@@ -94,8 +98,8 @@ public:
     void SetRelativeTrafo(const CbMatrix4Rd& trafo);
 
     /// Returns the transformation from this node's frame into that of @p ancestor: the identity for
-    /// this node itself. Null, or a node that is not above this one, stands for the root of the
-    /// chain. Cost: one product for each level.
+    /// this node itself. Null, or a node that is not above this one, gives the product of the whole
+    /// chain, the transformation of its topmost node included. Cost: one product for each level.
     [[nodiscard]] CbMatrix4Rd
     GetRelativeTrafo(const CbSmartPointer<const ZeCTransformationNodeInner>& ancestor) const;
     /// Places the node so that its transformation into the frame of @p ancestor becomes @p trafo,
@@ -179,13 +183,15 @@ public:
     /// @name Iteration
     /// Depth-first, fathers before children. Transformations lead into the frame of this node.
     /// Lifetime: a change in the structure of the walked subtree invalidates iterators.
-    /// Include zectransformationnodeiterators.h to walk.
+    /// Include zectransformationnodeiterators.h to walk. Throws: std::bad_alloc, for paths of more
+    /// than eight levels; the counts and the front and back accessors for any.
     /// @{
 
     /// Stands on this node.
     [[nodiscard]] virtual ZeNNodeIterator BeginNode() const = 0;
     /// Stands on the last node.
     [[nodiscard]] virtual ZeNNodeIterator LastNode() const = 0;
+    /// The end of node walks; so for the other kinds below.
     [[nodiscard]] virtual ZeNNodeIterator EndNode() const = 0;
     /// Returns the last node, which is this one where nothing is below it.
     [[nodiscard]] virtual CbSmartPointer<ZeCTransformationNode> BackNode() const = 0;
@@ -254,7 +260,14 @@ private:
     std::array<long long, 2> raiseRevisions(const std::array<long long, 2>& revisions);
 
     void setID(const CyUniqueID& id);
-    void storeDescription(const CString& description);
+    /// True where cached-leaf walks stop.
+    [[nodiscard]] bool isCachedLeaf() const noexcept { return leaf_ || model_; }
+    [[nodiscard]] bool mayBeStale() const noexcept
+    {
+        return mayBeStale_.load(std::memory_order_relaxed);
+    }
+    void setMayBeStale() const noexcept { mayBeStale_.store(true, std::memory_order_relaxed); }
+    void storeDescription(CString description) noexcept;
     /// The description, for log messages of threads that have no lock on the node.
     [[nodiscard]] CString getLoggedDescription() const;
     void setFather(const CbSmartPointer<ZeCTransformationNodeInner>& father) noexcept;
@@ -271,5 +284,7 @@ private:
     CbMatrix4Rd relativeTrafo_;
     const bool leaf_; ///< what IsLeaf() answers, without a virtual call
     bool visible_ = false;
-    bool mayBeStale_ = false; ///< an old father may still list this node after an exchange
+    /// Another node than the father may list this one: after an exchange, or in a copy. Copies are
+    /// made under a read lock, so several threads may set it.
+    mutable std::atomic<bool> mayBeStale_{false};
 };

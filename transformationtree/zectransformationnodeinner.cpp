@@ -22,7 +22,11 @@ ZeCTransformationNodeInner::ZeCTransformationNodeInner() : ZeCTransformationNode
 
 ZeCTransformationNodeInner::ZeCTransformationNodeInner(const ZeCTransformationNodeInner& other)
     : ZeCTransformationNode(other), children_(other.children_), modelRevision_(other.modelRevision_)
-{}
+{
+    for (const auto& child : children_) {
+        if (child) child->setMayBeStale();
+    }
+}
 
 ZeCTransformationNodeInner::~ZeCTransformationNodeInner() = default;
 

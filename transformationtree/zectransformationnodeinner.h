@@ -2,6 +2,10 @@
 
 #include "transformationtree/zectransformationnode.h"
 
+#include <new>
+
+enum class EVisit;
+
 /// An inner node: groups child nodes and may hold a cached merged model of its subtree.
 ///
 /// The children are edited by ZeCTransformationNodeManager only. A copy is shallow: it shares the
@@ -13,12 +17,15 @@ public:
     using ChildIterator = Children::iterator;
     using ConstChildIterator = Children::const_iterator;
 
+    /// The class's type record, and what makes its objects: unowned, by the default and by the copy
+    /// constructor. Cloning throws std::bad_cast for an object of another class.
     static const CbRTTI RTTI;
     [[nodiscard]] static IObject* CreateByFactory();
     [[nodiscard]] static IObject* CloneByFactory(const IObject& object);
 
     /// An invisible node without children and without model.
     ZeCTransformationNodeInner();
+    /// A detached twin that lists the other's children.
     ZeCTransformationNodeInner(const ZeCTransformationNodeInner& other);
     ZeCTransformationNodeInner& operator=(const ZeCTransformationNodeInner&) = delete;
 
@@ -68,8 +75,8 @@ public:
     [[nodiscard]] bool IsLeaf() const override { return false; }
     [[nodiscard]] bool EmptyLeafs() const override;
     /// Returns the box around the surfels of all leaves below, in the frame that @p trafo leads to
-    /// from this node's frame: the union of the boxes of the leaves' transformed boxes. Empty where
-    /// there is no leaf with surfels. Computed in single precision.
+    /// from this node's frame: around the leaves' own boxes, each mapped by its eight corners.
+    /// Empty where there is no leaf with surfels. Computed in single precision.
     [[nodiscard]] CyBoundingBox3D GetBoundingBox(const CbMatrix4Rd& trafo) const override;
 
     /// Takes over transformation, description and visibility of another inner node; with
@@ -103,7 +110,8 @@ public:
 
     /// A node iterator of this node that stands on @p node, with the same transformations as a walk
     /// would deliver; the end for null, a node not below this one, or one that its father does not
-    /// list. Cost: the number of children along the path.
+    /// list. Cost: the number of children along the path, and a climb to the top where the node is
+    /// elsewhere.
     [[nodiscard]] ZeNNodeIterator Find(const CbSmartPointer<ZeCTransformationNode>& node) const;
     /// The same as a leaf iterator.
     [[nodiscard]] ZeNLeafNodeIterator
@@ -116,6 +124,10 @@ private:
     friend class ZeCTransformationNode::ZeNNodeIterator;
     friend class ZeCTransformationNodeManager;
     friend struct TestAccess;
+
+    /// A visitor of walks that end at the first cached leaf.
+    static EVisit stopAtCachedLeaf(const ZeCTransformationNode& node,
+                                   const ZeCTransformationNodeInner& father);
 
     Children children_;
     long long modelRevision_ = -1;                    ///< subtree revision of the cached model

@@ -23,15 +23,13 @@ EVisit stopAtLeaf(const ZeCTransformationNode& node, const ZeCTransformationNode
     return node.IsLeaf() ? EVisit::Stop : EVisit::Enter;
 }
 
-bool isCachedLeaf(const ZeCTransformationNode& node) { return node.IsLeaf() || node.GetModel(); }
-
-EVisit stopAtCachedLeaf(const ZeCTransformationNode& node,
-                        const ZeCTransformationNodeInner& /*father*/)
-{
-    return isCachedLeaf(node) ? EVisit::Stop : EVisit::Enter;
-}
-
 } // namespace
+
+EVisit ZeCTransformationNodeInner::stopAtCachedLeaf(const ZeCTransformationNode& node,
+                                                    const ZeCTransformationNodeInner& /*father*/)
+{
+    return node.isCachedLeaf() ? EVisit::Stop : EVisit::Enter;
+}
 
 ZeCTransformationNode::ZeNNodeIterator ZeCTransformationNodeInner::BeginNode() const
 {
@@ -67,7 +65,8 @@ CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::BackNode() con
 ZeCTransformationNode::ZeNLeafNodeIterator ZeCTransformationNodeInner::BeginLeaf() const
 {
     ZeNLeafNodeIterator first(editable(this), true);
-    return ++first;
+    ++first;
+    return first;
 }
 
 ZeCTransformationNode::ZeNLeafNodeIterator ZeCTransformationNodeInner::EndLeaf() const
@@ -141,7 +140,7 @@ unsigned long long ZeCTransformationNodeInner::GetNrCachedLeafNodes() const
 {
     unsigned long long number = 0;
     WalkBelow(*this, [&](const ZeCTransformationNode& node, const auto& /*father*/) {
-        if (!isCachedLeaf(node)) return EVisit::Enter;
+        if (!node.isCachedLeaf()) return EVisit::Enter;
         ++number;
         return EVisit::Skip;
     });

@@ -6,6 +6,8 @@
 class TRANSFORMATIONTREE_API ZeCTransformationNodeLeaf final : public ZeCTransformationNode
 {
 public:
+    /// The class's type record, and what makes its objects: unowned, by the default and by the copy
+    /// constructor. Cloning throws std::bad_cast for an object of another class.
     static const CbRTTI RTTI;
     [[nodiscard]] static IObject* CreateByFactory();
     [[nodiscard]] static IObject* CloneByFactory(const IObject& object);
@@ -14,6 +16,7 @@ public:
     ZeCTransformationNodeLeaf();
     /// A visible leaf for a model.
     explicit ZeCTransformationNodeLeaf(CbSmartPointer<const ZeCModelQMT> model);
+    /// A detached twin without model.
     ZeCTransformationNodeLeaf(const ZeCTransformationNodeLeaf& other);
     ZeCTransformationNodeLeaf& operator=(const ZeCTransformationNodeLeaf&) = delete;
 

@@ -17,7 +17,8 @@ ZeCTransformationNodeManager::~ZeCTransformationNodeManager()
     if (!root_) return;
     // Nobody waits at exit: where the lock is not to be had, the root stays in the data manager.
     const WriteHandle handle = GetWriteHandle(root_);
-    TryLock().Acknowledge();
+    // A data manager that went first has taken the root out, and is not to be touched any more.
+    if (IsNodeInDataManager(root_)) TryLock().Acknowledge();
     UnsetRootNode();
 }
 
@@ -101,8 +102,18 @@ ZeCTransformationNodeManager::Inner ZeCTransformationNodeManager::CreateRootNode
 
 void ZeCTransformationNodeManager::initCreatedTransformationNode(const Node& node)
 {
+    Node replaced; // goes after the section is left
     const CbCriticalSectionLock lock(section_);
-    idMap_.Set(node->GetID(), node);
+    replaced = registerNode(node);
+}
+
+// Returns what the id held before.
+ZeCTransformationNodeManager::Node ZeCTransformationNodeManager::registerNode(const Node& node)
+{
+    const CyUniqueID id = node->GetID();
+    if (Node* const held = idMap_.Find(id)) return std::exchange(*held, node);
+    idMap_.Set(id, node);
+    return nullptr;
 }
 
 void ZeCTransformationNodeManager::DeleteNode(const Node& node)
@@ -137,8 +148,7 @@ void ZeCTransformationNodeManager::SetRootNode(const Inner& root)
 {
     constexpr const char* function = "ZeCTransformationNodeManager::SetRootNode";
     const CbCriticalSectionLock lock(section_);
-    const bool logged = Logging::IsDebugEnabled(c_nodeManagerLogger);
-    if (logged) logIDMap("SetRootNode enter");
+    if (Logging::IsDebugEnabled(c_nodeManagerLogger)) logIDMap("SetRootNode enter");
     if (!root || root->GetFather() || IsNodeInDataManager(root) || root_) {
         throw CbException(c_nodeManagerFile, 1223, function,
                           !root               ? "the root is null"
@@ -153,11 +163,11 @@ void ZeCTransformationNodeManager::SetRootNode(const Inner& root)
     }
     Nodes below = collectToAdd(root, true);
     below.erase(below.begin()); // the root itself
-    root_ = root;
     dataManager_.load()->InsertNode(dataManagerNode_, root).Acknowledge();
-    addNodesToDataManager(below, true);
-    idMap_.Set(root->GetID(), root);
-    if (logged) logIDMap("SetRootNode exit");
+    root_ = root;
+    rootAddress_ = root.Get();
+    addNodesToDataManager(below);
+    if (Logging::IsDebugEnabled(c_nodeManagerLogger)) logIDMap("SetRootNode exit");
 }
 
 void ZeCTransformationNodeManager::UnsetRootNode()
@@ -165,8 +175,7 @@ void ZeCTransformationNodeManager::UnsetRootNode()
     std::vector<Node> nodes; // go after the section is left
     const CbCriticalSectionLock lock(section_);
     if (!root_) return;
-    const bool logged = Logging::IsDebugEnabled(c_nodeManagerLogger);
-    if (logged) logIDMap("UnsetRootNode enter");
+    if (Logging::IsDebugEnabled(c_nodeManagerLogger)) logIDMap("UnsetRootNode enter");
     WriteHandle handle;
     if (IsNodeInDataManager(root_)) {
         handle = GetWriteHandle(root_);
@@ -180,11 +189,12 @@ void ZeCTransformationNodeManager::UnsetRootNode()
     if (handle.IsValid()) dataManager_.load()->RemoveNode(handle).Acknowledge();
     cutLinks(nodes);
     root_ = nullptr;
-    if (logged) logIDMap("UnsetRootNode exit");
+    rootAddress_ = nullptr;
+    if (Logging::IsDebugEnabled(c_nodeManagerLogger)) logIDMap("UnsetRootNode exit");
 }
 
-void ZeCTransformationNodeManager::logIDMap(const char* tag) const
-{
+void ZeCTransformationNodeManager::logIDMap(const char* tag) const noexcept
+try {
     constexpr const char* function = "ZeCTransformationNodeManager::logIDMap";
     const CString wideTag = CString::FromUtf8(tag);
     Logging::LogDebug(c_nodeManagerLogger, c_nodeManagerFile, 1916, function,
@@ -196,4 +206,6 @@ void ZeCTransformationNodeManager::logIDMap(const char* tag) const
     }
     Logging::LogDebug(c_nodeManagerLogger, c_nodeManagerFile, 1922, function,
                       CB_TEXT("End ID Map: %s"), wideTag.GetString());
+} catch (...) {
+    // Messages are no reason for an edit to fail half-way.
 }

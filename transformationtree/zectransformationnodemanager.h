@@ -26,8 +26,8 @@
 ///
 /// Threads: the critical section guards the link to the data manager, the root and the id map. Who
 /// edits the structure holds write handles: on the father to insert, append, remove, replace or
-/// exchange a child, on both fathers to move one. Nodes outside the data manager need no lock, but
-/// one thread at a time.
+/// exchange a child, on the new child's present father too to replace or exchange, on both fathers
+/// to move one. Nodes outside the data manager need no lock, but one thread at a time.
 ///
 /// @code
 /// auto& manager = CbSingleton<ZeCTransformationNodeManager>::GetInstance();
@@ -53,7 +53,7 @@ public:
 
     /// Links the manager to a data manager and to the node of it below which the root will hang.
     /// Refuses, with false, where it is linked already or @p node is null or in another one.
-    /// Lifetime: the data manager must stay until it is unset.
+    /// Lifetime: the data manager must stay until it is unset and no thread is in a lock operation.
     [[nodiscard]] bool SetDataManager(CyDataManager& dataManager, CbSmartPointer<CyNode> node);
     /// Takes the link away. Refuses, with false, while a root is set.
     [[nodiscard]] bool UnsetDataManager();
@@ -75,11 +75,12 @@ public:
     /// New nodes are registered, have no father and are outside the data manager.
     /// @{
 
-    /// Creates a visible leaf for a model.
+    /// Creates a visible leaf for a model, which may be null.
     [[nodiscard]] Leaf CreateLeafNode(CbSmartPointer<const ZeCModelQMT> model);
-    /// Creates a leaf for a new model made of the surfels.
+    /// Creates a leaf for a new model made of the surfels; null gives a model without surfels.
     [[nodiscard]] Leaf
     CreateLeafNodeFromSurfelCollection(CbSmartPointer<ZeCSurfelCollectionQMT> collection);
+    /// Creates an inner node without children.
     [[nodiscard]] Inner CreateInnerNode();
     /// Creates an inner node described "Root" and sets it as root. Throws as SetRootNode(), and
     /// leaves no node behind then.
@@ -99,7 +100,8 @@ public:
     /// is set already, or without data manager.
     void SetRootNode(const Inner& root);
     /// Takes the tree out of the data manager, drops its ids and takes it apart. Does nothing where
-    /// no root is set, or where the calling thread holds no write lock on it.
+    /// no root is set, or where the calling thread holds no write lock on it or above it. A root
+    /// that its data manager has given up needs no lock.
     void UnsetRootNode();
     /// Returns the root, or null.
     [[nodiscard]] Inner GetRootNode() const;
@@ -108,8 +110,8 @@ public:
     /// @name Structure
     /// Each edit renews both revisions of the fathers whose children it changes.
     ///
-    /// They throw CbException, before anything has changed, for a null father or child (but see
-    /// RemoveChild), for a node that would come to stand below itself, and for the manager's root
+    /// Those that link throw CbException, before anything has changed, for a null father or child,
+    /// for a node that would come to stand below itself, and for the manager's root
     /// as a child.
     /// @{
 
@@ -139,7 +141,8 @@ public:
     /// that is null or no child of the new father. Within the data manager its data nodes move;
     /// from outside it the subtree comes in, and to the outside it goes out.
     void MoveNode(const Inner& newFather, const Node& node, const ConstNode& before);
-    /// Brings a subtree into the data manager, below the father of its top, and registers it.
+    /// Registers a subtree and brings it into the data manager below the father of its top, where
+    /// that is in it. Null changes nothing.
     void AddSubtreeToDataManager(const Node& node);
     /// @}
 
@@ -184,7 +187,7 @@ public:
 
 protected:
     /// Logs all ids and descriptions as debug detail.
-    void logIDMap(const char* tag) const CB_REQUIRES(section_);
+    void logIDMap(const char* tag) const noexcept CB_REQUIRES(section_);
 
 private:
     friend class CbSingleton<ZeCTransformationNodeManager>;
@@ -203,9 +206,10 @@ private:
     [[nodiscard]] Nodes collectToAdd(const Node& top, bool registerIds);
     [[nodiscard]] Nodes collectToRemove(const Node& top) const;
     [[nodiscard]] static std::vector<Node> keepAlive(const Nodes& nodes);
-    void addNodesToDataManager(const Nodes& nodes, bool registerIds);
-    void addNodeToDataManager(ZeCTransformationNode& node, bool registerId);
-    void addSubtreeToDataManager(const Node& node, bool registerIds);
+    void addNodesToDataManager(const Nodes& nodes);
+    void addNodeToDataManager(ZeCTransformationNode& node);
+    void registerNodes(const Nodes& nodes);
+    Node registerNode(const Node& node) CB_REQUIRES(section_);
     void removeNodesFromDataManager(const Nodes& nodes, bool unregister);
     void removeNodeFromDataManager(const Node& node);
     void removeSubtreeFromDataManager(const Node& node, bool unregister);
@@ -244,6 +248,8 @@ private:
     std::atomic<CyDataManager*> dataManager_{nullptr};
     CbSmartPointer<CyNode> dataManagerNode_ CB_GUARDED_BY(section_);
     Inner root_ CB_GUARDED_BY(section_);
+    /// The root, for comparison without the section.
+    std::atomic<const ZeCTransformationNodeInner*> rootAddress_{nullptr};
 };
 
 extern template class TRANSFORMATIONTREE_API CbSingleton<ZeCTransformationNodeManager>;

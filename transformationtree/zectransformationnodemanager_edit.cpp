@@ -44,7 +44,7 @@ bool ZeCTransformationNodeManager::leadsTo(const ZeCTransformationNodeInner& top
     bool mayBeListed = false;
     for (Inner above = node; above; above = above->GetFather()) {
         if (above.Get() == &top) return true;
-        mayBeListed = mayBeListed || above->mayBeStale_;
+        mayBeListed = mayBeListed || above->mayBeStale();
     }
     return mayBeListed && WalkBelow(top, [&](const auto& below, const auto& /*father*/) {
                               return &below == node.Get() ? EVisit::Stop : EVisit::Enter;
@@ -65,14 +65,13 @@ void ZeCTransformationNodeManager::requireInsertable(const Inner& father, const 
     // Nothing can stand below a childless node, so deep chains are built without looking up.
     require(inner.GetNrChildren() == 0 || !leadsTo(inner, father),
             "the node would stand below itself");
-    require(!IsNodeInDataManager(child) || child != GetRootNode(),
-            "the manager's root can't be a child");
+    require(&inner != rootAddress_.load(), "the manager's root can't be a child");
 }
 
 void ZeCTransformationNodeManager::eraseStaleEntry(ZeCTransformationNodeInner& father,
                                                    const Node& child, std::size_t& index)
 {
-    if (!child->mayBeStale_ || child->IsChildOf(father)) return;
+    if (!child->mayBeStale() || child->IsChildOf(father)) return;
     const std::size_t stale = indexOf(father, child);
     if (stale == father.children_.size()) return;
     father.children_.erase(father.children_.begin() + static_cast<std::ptrdiff_t>(stale));
@@ -88,9 +87,11 @@ void ZeCTransformationNodeManager::insertLinked(const Inner& father, std::size_t
 }
 
 void ZeCTransformationNodeManager::InsertChild(
-    const Inner& father, ZeCTransformationNodeInner::ConstChildIterator position, const Node& child)
+    const Inner& father, ZeCTransformationNodeInner::ConstChildIterator position,
+    const Node& insertedChild)
 {
     constexpr const char* function = "ZeCTransformationNodeManager::InsertChild";
+    const Node child = insertedChild; // may be a reference into the children
     requireInsertable(father, child, 279, function);
     if (child->IsChildOf(*father)) return;
     if (child->GetFather()) {
@@ -100,7 +101,7 @@ void ZeCTransformationNodeManager::InsertChild(
     const bool managed = IsNodeInDataManager(father);
     const Nodes added = managed ? collectToAdd(child, false) : Nodes{};
     insertLinked(father, static_cast<std::size_t>(position - father->BeginChild()), child);
-    addNodesToDataManager(added, false);
+    addNodesToDataManager(added);
     father->NewNodeRevision(c_allRevisions);
 }
 
@@ -169,21 +170,22 @@ void ZeCTransformationNodeManager::putInPlace(const Inner& father, const Node& o
 
     const bool managed = IsNodeInDataManager(father);
     const Nodes added = managed ? collectToAdd(child, replace) : Nodes{};
-    const Nodes leaving = collectToRemove(child);
-    const Nodes oldNodes = own ? collectToRemove(old) : Nodes{};
+    const bool oldManaged = own && IsNodeInDataManager(old);
+    const Nodes leaving = IsNodeInDataManager(child) ? collectToRemove(child) : Nodes{};
+    const Nodes oldNodes = oldManaged || (own && replace) ? collectToRemove(old) : Nodes{};
     const auto deleted = keepAlive(replace ? oldNodes : Nodes{});
     if (own) {
-        if (IsNodeInDataManager(old)) removeNodesFromDataManager(oldNodes, false);
+        if (oldManaged) removeNodesFromDataManager(oldNodes, false);
         old->setFather(nullptr);
         deleteNodes(deleted);
     }
     if (IsNodeInDataManager(child)) removeNodesFromDataManager(leaving, false);
     // The old father of the new child goes on listing it.
-    child->mayBeStale_ = child->mayBeStale_ || child->GetFather();
+    if (child->GetFather()) child->setMayBeStale();
     eraseStaleEntry(*father, child, index);
     father->children_[index] = child;
     child->setFather(father);
-    addNodesToDataManager(added, replace);
+    addNodesToDataManager(added);
     father->NewNodeRevision(c_allRevisions);
 }
 
@@ -218,7 +220,7 @@ void ZeCTransformationNodeManager::MoveNode(const Inner& newFather, const Node& 
     insertLinked(newFather, index, node);
     newFather->NewNodeRevision(c_allRevisions);
     if (comesIn) {
-        addNodesToDataManager(added, false);
+        addNodesToDataManager(added);
     } else if (managed) {
         dataManager_.load()->MoveNode(handle, newFather).Acknowledge();
     }

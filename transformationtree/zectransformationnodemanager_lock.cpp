@@ -120,10 +120,11 @@ ZeCTransformationNodeManager::getSingleHandleLocked(const NodePointer& node,
                             kindText, description().GetString(), LoggedCallStack().GetString());
     };
     auto status = CyDataManager::eGeneralError;
+    CyDataHandleLockOnly<kind> handle;
     for (int waited = 0;; waited += static_cast<int>(c_singleHandleWait)) {
-        CyDataHandleLockOnly<kind> handle = getHandle<kind>(node);
-        const bool recorded = node && node->GetDataManager() != nullptr;
-        if (!recorded) {
+        // Takes the new query before it gives the old one back: the thread keeps its turn.
+        handle = getHandle<kind>(node);
+        if (handle.IsEmpty()) {
             // There is no query to lock, whatever else the thread may have recorded.
             status = CyDataManager::eNoQueries;
         } else if (TryLockAndWait(c_singleHandleWait, status)) {

@@ -21,11 +21,17 @@ ZeCTransformationNodeManager::Nodes ZeCTransformationNodeManager::collectToAdd(c
                                                                                bool registerIds)
 {
     Nodes nodes = CollectPreOrder(*top);
-    if (registerIds) {
-        const CbCriticalSectionLock lock(section_);
-        idMap_.Reserve(idMap_.GetCount() + nodes.size());
-    }
+    if (registerIds) registerNodes(nodes);
     return nodes;
+}
+
+// All of them or, for want of memory, none.
+void ZeCTransformationNodeManager::registerNodes(const Nodes& nodes)
+{
+    std::vector<Node> replaced(nodes.size()); // go after the section is left
+    const CbCriticalSectionLock lock(section_);
+    idMap_.Reserve(idMap_.GetCount() + nodes.size());
+    for (std::size_t i = 0; i < nodes.size(); ++i) replaced[i] = registerNode(Node(nodes[i]));
 }
 
 ZeCTransformationNodeManager::Nodes
@@ -41,30 +47,22 @@ ZeCTransformationNodeManager::keepAlive(const Nodes& nodes)
     return {nodes.begin(), nodes.end()};
 }
 
-void ZeCTransformationNodeManager::addNodeToDataManager(ZeCTransformationNode& node,
-                                                        bool registerId)
+void ZeCTransformationNodeManager::addNodeToDataManager(ZeCTransformationNode& node)
 {
-    const Node pointer(&node);
-    if (CyDataManager* const dataManager = dataManager_.load()) {
-        const auto father = GetDataNode(Node(node.GetFather()));
-        dataManager->InsertNode(father, pointer).Acknowledge();
-    }
-    if (registerId) initCreatedTransformationNode(pointer);
+    CyDataManager* const dataManager = dataManager_.load();
+    if (dataManager == nullptr) return;
+    const auto father = GetDataNode(Node(node.GetFather()));
+    dataManager->InsertNode(father, Node(&node)).Acknowledge();
 }
 
-void ZeCTransformationNodeManager::addNodesToDataManager(const Nodes& nodes, bool registerIds)
+void ZeCTransformationNodeManager::addNodesToDataManager(const Nodes& nodes)
 {
-    for (ZeCTransformationNode* const node : nodes) addNodeToDataManager(*node, registerIds);
-}
-
-void ZeCTransformationNodeManager::addSubtreeToDataManager(const Node& node, bool registerIds)
-{
-    addNodesToDataManager(collectToAdd(node, registerIds), registerIds);
+    for (ZeCTransformationNode* const node : nodes) addNodeToDataManager(*node);
 }
 
 void ZeCTransformationNodeManager::AddSubtreeToDataManager(const Node& node)
 {
-    if (node) addSubtreeToDataManager(node, true);
+    if (node) addNodesToDataManager(collectToAdd(node, true));
 }
 
 void ZeCTransformationNodeManager::removeNodeFromDataManager(const Node& node)

@@ -13,6 +13,8 @@
 class TRANSFORMATIONTREE_API ZeCTransformationNodeWithTrafo
 {
 public:
+    /// Pairs a node with its transformation. For a null node the getters give null, and it can't be
+    /// placed.
     /// @param trafoToRoot from the node's frame into the traversal root's
     /// @param fatherTrafoToRoot from the father's frame into the traversal root's
     /// Throws: CyExceptionNotInvertible where the determinant of @p fatherTrafoToRoot is 0.
@@ -25,6 +27,7 @@ public:
     ZeCTransformationNodeWithTrafo& operator=(ZeCTransformationNodeWithTrafo&&) noexcept = default;
     virtual ~ZeCTransformationNodeWithTrafo() = default;
 
+    /// Returns the node.
     [[nodiscard]] CbSmartPointer<ZeCTransformationNode> GetNode() const noexcept { return node_; }
     /// Returns the node where it is a leaf, else null.
     [[nodiscard]] CbSmartPointer<ZeCTransformationNodeLeaf> GetLeafNode() const;

@@ -18,9 +18,8 @@ Iterator& Iterator::operator++()
 {
     if (leafRoot_) atRoot_ = false;
     while (!path_.IsEmpty()) {
-        if (!moveToNextSibling()) continue;
-        descendToFirstCached();
-        if (topIsCachedLeaf()) break;
+        if (moveToNextSibling()) descendToFirstCached();
+        if (path_.IsEmpty() || topIsCachedLeaf()) break;
     }
     return *this;
 }
@@ -29,9 +28,8 @@ Iterator& Iterator::operator--()
 {
     if (leafRoot_) atRoot_ = false;
     while (!path_.IsEmpty()) {
-        if (!moveToPreviousSibling()) continue;
-        descendToLastCached();
-        if (topIsCachedLeaf()) break;
+        if (moveToPreviousSibling()) descendToLastCached();
+        if (path_.IsEmpty() || topIsCachedLeaf()) break;
     }
     return *this;
 }

@@ -22,6 +22,7 @@ public:
         return leafRoot_ ? atRoot_ : !path_.IsEmpty() && topIsCachedLeaf();
     }
 
+    /// Lends out the node and its transformation until the next step.
     [[nodiscard]] Borrowed Borrow() const noexcept { return ZeNNodeIterator::Borrow(); }
     /// Goes on to the next cached leaf, or to the end.
     ZeNCachedLeafNodeIterator& operator++();

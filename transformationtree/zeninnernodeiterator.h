@@ -18,6 +18,7 @@ public:
         return atRoot_ || (!path_.IsEmpty() && !topIsLeaf());
     }
 
+    /// Lends out the node and its transformation until the next step.
     [[nodiscard]] Borrowed Borrow() const noexcept
     {
         if (path_.IsEmpty()) return {*root_, c_matIdentityD};

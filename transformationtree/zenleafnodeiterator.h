@@ -17,6 +17,7 @@ public:
         return leafRoot_ ? atRoot_ : !path_.IsEmpty() && topIsLeaf();
     }
 
+    /// Lends out the node and its transformation until the next step.
     [[nodiscard]] Borrowed Borrow() const noexcept
     {
         if (leafRoot_) return {*rootLeaf_, c_matIdentityD};

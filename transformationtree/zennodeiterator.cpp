@@ -30,11 +30,7 @@ ZeCTransformationNodeInner& Iterator::topFather() const noexcept
     return static_cast<ZeCTransformationNodeInner&>(**path_[levels - 2].position);
 }
 
-bool Iterator::topIsCachedLeaf() const noexcept
-{
-    const ZeCTransformationNode& node = topNode();
-    return node.leaf_ || node.model_;
-}
+bool Iterator::topIsCachedLeaf() const noexcept { return topNode().isCachedLeaf(); }
 
 // Looks at the determinant once for each father on the path, not once for each child.
 const CbMatrix4Rd& Iterator::regularFatherTrafo() const
@@ -211,7 +207,7 @@ CbSmartPointer<ZeCTransformationNode> Iterator::GetFather() const
 
 bool Iterator::HasSameTraversalRoot(const ZeNNodeIterator& other) const noexcept
 {
-    return leafRoot_ ? rootLeaf_ == other.rootLeaf_ : root_ == other.root_;
+    return root_ == other.root_ && rootLeaf_ == other.rootLeaf_;
 }
 
 bool Iterator::equals(const ZeNNodeIterator& other) const noexcept

@@ -55,10 +55,12 @@ public:
     /// Goes on to the next node; past the last one is the end, which stays the end.
     ZeNNodeIterator& operator++();
     void operator++(int) { ++*this; }
-    /// Goes back to the previous node; before the first one is the end.
+    /// Goes back to the previous node; before the first one is the end. Not to be called at the end
+    /// of an inner node's walk: backward walks begin at LastNode() and its kin.
     ZeNNodeIterator& operator--();
     /// Goes on behind the subtree of the present node. Does nothing at the traversal root and at
-    /// the end.
+    /// the end. Iterators of the other kinds may come to rest on a node at which they do not stop:
+    /// they convert to false there, and are not to be read before the next ++ or --.
     ZeNNodeIterator& IncrementToNextSibling();
 
     /// Returns the father within the walk: null at the traversal root and at the end.

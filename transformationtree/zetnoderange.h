@@ -13,6 +13,7 @@ template<class Iterator>
 class ZeCTransformationNode::ZeTNodeRange : public std::ranges::view_base
 {
 public:
+    /// An input iterator that lends out the node it stands on.
     class Cursor
     {
     public:
@@ -38,6 +39,7 @@ public:
         Iterator position_;
     };
 
+    /// The walk that begins at @p root, which must not be null.
     explicit ZeTNodeRange(CbSmartPointer<const ZeCTransformationNode> root) : root_(std::move(root))
     {}
 

@@ -24,7 +24,7 @@ struct RatioBenchmark
     std::size_t size;      ///< size of the input, such as the number of nodes
     std::size_t items;     ///< how often the job is done in one run, for times per item
     std::string reference; ///< what the reference does
-    double goal;           ///< largest ratio that is good, 0 for none
+    double goal;           ///< largest ratio that is good; 0, also in the JSON, for none
     /// Builds the input and both ways; what they capture lives as long as they do.
     std::function<Pair()> prepare;
 };

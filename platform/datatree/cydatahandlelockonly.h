@@ -16,6 +16,7 @@ class CyNode;
 /// Threads: may be moved to and destroyed on another thread; it still belongs to the one that made
 /// it. One handle object is not to be used by two threads at once. Lifetime: may outlive the
 /// manager and the node. Cost: constant; only a thread's first handle on a manager allocates.
+/// Asking whether it is valid, and giving a lock back, climb to the top.
 ///
 /// @code
 /// CyDataHandleLockOnly<1> handle(manager, node);
@@ -41,6 +42,9 @@ public:
     /// True while the access is granted: its own lock, or a lock of its thread on the node or above
     /// it that covers the query. Looked up anew at each call.
     [[nodiscard]] bool IsValid() const noexcept;
+
+    /// True where the handle records no query.
+    [[nodiscard]] bool IsEmpty() const noexcept { return record_.thread == nullptr; }
 
     /// Gives the query or the lock back; the handle is empty then.
     void Release() noexcept;

@@ -20,8 +20,8 @@ class CyLockEngine;
 /// and writing of its node and of everything below. Locks of different threads conflict where one
 /// of them is a write and one node is the other or above it; locks of one thread never do. A thread
 /// that holds a lock is given more only where the locks it holds cover it, so nobody holds and
-/// waits and there is no deadlock. Waiting requests are served in the order of their coming, a
-/// request that timed out and is repeated within 100 ms keeps its place.
+/// waits and there is no deadlock. Waiting requests that conflict are served in the order of their
+/// coming, a request that timed out and is repeated within 100 ms keeps its place.
 ///
 /// Threads: all operations are safe beside each other; destruction is not.
 /// Cost: inserting, removing and releasing are constant where nothing is locked and linear in the

@@ -4,6 +4,7 @@
 #include "platform/messages/internal/cysubscriber.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <utility>
 
@@ -81,13 +82,26 @@ void CyMessageDispatcher::post(CbSmartPointer<const CyMessage> message)
 
 void CyMessageDispatcher::remove(const CySubscriber& subscriber) noexcept
 {
-    // What goes, goes outside the section: the caller holds the subscriber, this list the messages.
-    std::deque<CbSmartPointer<const CyMessage>> dropped;
-    const CbCriticalSectionLock lock(section_);
-    std::erase_if(subscribers_, [&](const auto& entry) { return entry.Get() == &subscriber; });
-    queue_.swap(dropped);
-    for (auto& message : dropped) {
-        if (hasSubscriber(*message)) queue_.push_back(std::move(message));
+    {
+        const CbCriticalSectionLock lock(section_); // the caller holds the subscriber
+        std::erase_if(subscribers_, [&](const auto& entry) { return entry.Get() == &subscriber; });
+    }
+    // Messages that nobody wants any more go outside the section, in portions that need no memory.
+    std::array<CbSmartPointer<const CyMessage>, 64> dropped;
+    std::size_t count = dropped.size();
+    while (count == dropped.size()) {
+        dropped = {};
+        count = 0;
+        const CbCriticalSectionLock lock(section_);
+        auto kept = queue_.begin();
+        for (auto& message : queue_) {
+            if (count < dropped.size() && !hasSubscriber(*message)) {
+                dropped[count++] = std::move(message);
+            } else {
+                std::swap(*kept++, message);
+            }
+        }
+        queue_.erase(kept, queue_.end());
     }
 }
 

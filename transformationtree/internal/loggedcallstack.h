@@ -1,10 +1,6 @@
 #pragma once
 
-#include "platform/base/cystackwalker.h"
+#include "platform/base/cstring.h"
 
-/// The call stack as log messages show it: the three innermost calls, which all such messages have
-/// in common, are left out.
-[[nodiscard]] inline CString LoggedCallStack() noexcept
-{
-    return CyStackWalker::GetCallStack(64, 3);
-}
+/// The calls that led to the function that logs, as its messages show them.
+[[nodiscard]] CString LoggedCallStack() noexcept;

@@ -1,9 +1,12 @@
 #include "platform/base/cbcriticalsection.h"
 
+#include <cassert>
+
 namespace
 {
 
-// An address that stands for the calling thread.
+// An address that stands for the calling thread. A thread that ends has left all sections, and its
+// address is handed on to another thread only after that.
 const void* thisThread() noexcept
 {
     static thread_local const char token = 0;
@@ -50,6 +53,7 @@ bool CbCriticalSection::TryEnter() noexcept CB_NO_THREAD_SAFETY_ANALYSIS
 
 void CbCriticalSection::Leave() noexcept CB_NO_THREAD_SAFETY_ANALYSIS
 {
+    assert(owner_.load(std::memory_order_relaxed) == thisThread());
     if (--depth_ != 0) return;
     owner_.store(nullptr, std::memory_order_relaxed);
     if (state_.exchange(Free, std::memory_order_release) == HeldAndWaitedFor) state_.notify_one();

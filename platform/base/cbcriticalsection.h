@@ -9,6 +9,8 @@
 /// A recursive lock: the thread that holds it may enter again and leaves as often as it entered.
 ///
 /// Two words large, since every node has one. Threads that wait are not served in any order.
+///
+/// Lifetime: destroyed only after every Leave() has returned.
 class PLATFORM_API CB_CAPABILITY("critical section") CbCriticalSection
 {
 public:

@@ -14,6 +14,7 @@ class CbStreamWriteBinary;
 class PLATFORM_API ZeARTTIAttribute : public CbReferenceCounted, public IObject
 {
 public:
+    /// The record of this class, which is abstract.
     static const CbRTTI RTTI;
 
     [[nodiscard]] CbReferenceCounter& getReferenceCounter() const noexcept override

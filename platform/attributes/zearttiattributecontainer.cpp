@@ -1,21 +1,18 @@
 #include "platform/attributes/zearttiattributecontainer.h"
 
 #include "platform/base/cbexceptionstream.h"
-#include "platform/base/cbexceptionwrongfileversion.h"
 #include "platform/base/cystreamreadbinarybuffer.h"
 #include "platform/base/cystreamwritebinarybuffer.h"
 
 #include <algorithm>
 #include <limits>
 #include <string>
-#include <string_view>
 #include <utility>
 
 namespace
 {
 
 constexpr std::uint32_t c_version = 1;
-constexpr std::string_view c_file = "zearttiattributecontainer";
 
 using Attributes = ZeARTTIAttributeContainer::Attributes;
 
@@ -56,8 +53,10 @@ CbSmartPointer<ZeARTTIAttribute> create(const CString& className)
 
 const ZeARTTIAttributeContainer::Attributes& ZeARTTIAttributeContainer::list() const noexcept
 {
-    static const Attributes none;
-    return attributes_ ? *attributes_ : none;
+    if (attributes_) return *attributes_;
+    // Never destroyed: nodes may go after everything else.
+    static const Attributes& none = *new Attributes;
+    return none;
 }
 
 // The old attributes go when the container is whole again.
@@ -151,11 +150,7 @@ void ZeARTTIAttributeContainer::Serialize(CbStreamWriteBinary& stream) const
 
 void ZeARTTIAttributeContainer::Serialize(CbStreamReadBinary& stream)
 {
-    const auto version = stream.ReadAndCompareVersion(c_version, c_file, __LINE__);
-    if (version != c_version) {
-        throw CbExceptionWrongFileVersion(c_file, __LINE__, "ZeARTTIAttributeContainer::Serialize",
-                                          "stored version " + std::to_string(version));
-    }
+    stream.ReadVersion(c_version, __FILE__, __LINE__);
     std::uint32_t count = 0;
     stream >> count;
     Attributes read;

@@ -22,6 +22,10 @@ public:
     /// CbExceptionStream where the stream ends.
     [[nodiscard]] std::uint32_t ReadAndCompareVersion(std::uint32_t current, std::string_view file,
                                                       unsigned line);
+    /// Reads the version of a record that has known no other one than @p current.
+    /// Throws: CbExceptionWrongFileVersion with @p file and @p line for any other;
+    /// CbExceptionStream where the stream ends.
+    void ReadVersion(std::uint32_t current, std::string_view file, unsigned line);
 
 protected:
     CbStreamRead() = default;

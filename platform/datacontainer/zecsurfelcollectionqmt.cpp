@@ -1,7 +1,6 @@
 #include "platform/datacontainer/zecsurfelcollectionqmt.h"
 
 #include "platform/base/cbexceptionstream.h"
-#include "platform/base/cbexceptionwrongfileversion.h"
 #include "platform/base/cbstreamreadbinary.h"
 #include "platform/base/cbstreamwritebinary.h"
 
@@ -67,10 +66,7 @@ void ZeCSurfelCollectionQMT::Serialize(CbStreamWriteBinary& stream) const
 
 void ZeCSurfelCollectionQMT::Serialize(CbStreamReadBinary& stream)
 {
-    const std::uint32_t version = stream.ReadAndCompareVersion(c_version, __FILE__, __LINE__);
-    if (version != c_version) {
-        throw CbExceptionWrongFileVersion(CB_HERE, "version " + std::to_string(version));
-    }
+    stream.ReadVersion(c_version, __FILE__, __LINE__);
     std::int32_t attributeSet = 0;
     std::uint32_t count = 0;
     stream >> attributeSet >> count;

@@ -1,7 +1,9 @@
 #include "platform/base/cblibraryloader.h"
 
 #if defined(_WIN32)
+#if !defined(NOMINMAX)
 #define NOMINMAX
+#endif
 #include <windows.h>
 #else
 #include "platform/base/cstring.h"
@@ -11,6 +13,8 @@
 
 CbLibraryLoader::Library CbLibraryLoader::Load(const CbWChar* name)
 {
+    // To some systems, the empty name is the program itself.
+    if (name == nullptr || *name == 0) return nullptr;
 #if defined(_WIN32)
     return LoadLibraryW(name);
 #else

@@ -2,6 +2,7 @@
 
 #include "platform/base/cbexceptionstream.h"
 
+#include <string>
 #include <vector>
 
 CbStreamReadBinary& CbStreamReadBinary::operator>>(CString& text)

@@ -3,6 +3,7 @@
 #include "platform/base/cbexceptionstream.h"
 
 #include <ostream>
+#include <string>
 
 CbStreamWriteASCII& CbStreamWriteASCII::operator<<(std::string_view text)
 {

@@ -3,6 +3,7 @@
 #include "platform/base/cbexceptionstream.h"
 
 #include <limits>
+#include <string>
 
 CbStreamWriteBinary& CbStreamWriteBinary::operator<<(const CString& text)
 {

@@ -1,6 +1,7 @@
 #include "platform/base/cstring.h"
 
 #include <cstdint>
+#include <utility>
 
 namespace
 {
@@ -85,8 +86,10 @@ CString::CString(Text&& text)
 
 const CString::Text& CString::text() const noexcept
 {
-    static const Text empty;
-    return text_ ? *text_ : empty;
+    if (text_) return *text_;
+    // Never destroyed: singletons read strings while they die.
+    static const Text& empty = *new Text;
+    return empty;
 }
 
 CString& CString::operator+=(const CString& other)

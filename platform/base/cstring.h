@@ -18,6 +18,7 @@ class PLATFORM_API CString
 public:
     using View = std::basic_string_view<CbWChar>;
 
+    /// The empty string. Moving leaves an empty string behind.
     CString() noexcept = default;
     CString(const CString& other) : CString(other.GetView()) {}
     CString(CString&&) noexcept = default;
@@ -26,6 +27,7 @@ public:
     ~CString() = default;
     /// Copies a zero-terminated text; null gives the empty string.
     CString(const CbWChar* text); // NOLINT: literals are strings
+    /// Copies all units of the view.
     explicit CString(View text);
 
     /// Converts from UTF-8. Malformed bytes become U+FFFD.
@@ -38,9 +40,12 @@ public:
     [[nodiscard]] bool IsEmpty() const noexcept { return text().empty(); }
     /// The units with a zero behind them. Lifetime: until the string is changed.
     [[nodiscard]] const CbWChar* GetString() const noexcept { return text().c_str(); }
+    /// The units without the zero. Lifetime: as of GetString().
     [[nodiscard]] View GetView() const noexcept { return text(); }
 
+    /// Becomes the empty string.
     void Empty() noexcept { text_.reset(); }
+    /// Appends @p other, which may be this string.
     CString& operator+=(const CString& other);
     friend CString operator+(CString a, const CString& b) { return a += b; }
 

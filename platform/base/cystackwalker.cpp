@@ -7,7 +7,9 @@
 #include <string>
 
 #if defined(_WIN32)
+#if !defined(NOMINMAX)
 #define NOMINMAX
+#endif
 #include <windows.h>
 // Behind windows.h.
 #include <intrin.h>
@@ -30,7 +32,7 @@ constexpr std::size_t c_deepest = 256;
 
 using Frames = std::array<void*, c_deepest>;
 
-void appendOffset(std::string& line, std::uintptr_t offset)
+[[maybe_unused]] void appendOffset(std::string& line, std::uintptr_t offset)
 {
     static constexpr char c_digits[] = "0123456789abcdef";
     std::string text;

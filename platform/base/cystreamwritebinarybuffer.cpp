@@ -1,6 +1,7 @@
 #include "platform/base/cystreamwritebinarybuffer.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {

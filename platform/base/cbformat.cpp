@@ -63,7 +63,11 @@ private:
             result_.append(argument.text_);
             break;
         case 'd':
-            appendNumber(argument.signed_, 10);
+            if (argument.isSigned_) {
+                appendNumber(argument.signed_, 10);
+            } else {
+                appendNumber(argument.unsigned_, 10);
+            }
             break;
         case 'u':
             appendNumber(argument.unsigned_, 10);

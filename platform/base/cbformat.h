@@ -21,9 +21,13 @@ public:
     {
         text_ = text != nullptr ? CString::View(text) : CString::View(CB_TEXT("(null)"));
     }
+    /// Narrow text would print as its address.
+    CbFormatArgument(const char* text) = delete;
+    CbFormatArgument(std::nullptr_t) = delete;
     template<std::integral T>
     CbFormatArgument(T value) noexcept // NOLINT
         : kind_(Kind::Integer),
+          isSigned_(std::is_signed_v<T>),
           signed_(static_cast<std::int64_t>(value)),
           unsigned_(toUnsigned(value))
     {}
@@ -54,6 +58,7 @@ private:
     }
 
     Kind kind_;
+    bool isSigned_ = false; ///< whether signed_ is the integer's value, or else unsigned_
     CString::View text_;
     std::int64_t signed_ = 0;
     std::uint64_t unsigned_ = 0; ///< the integer's bits at its own width

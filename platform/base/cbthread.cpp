@@ -2,10 +2,14 @@
 
 #include "platform/base/cbexception.h"
 
+#include <cstddef>
+#include <string>
 #include <utility>
 
 #if defined(_WIN32)
+#if !defined(NOMINMAX)
 #define NOMINMAX
+#endif
 #include <windows.h>
 #elif defined(__linux__)
 #include <pthread.h>
@@ -14,15 +18,19 @@
 namespace
 {
 
-void nameThisThread(const CString& name)
+void nameThisThread([[maybe_unused]] const CString& name)
 {
 #if defined(_WIN32)
     SetThreadDescription(GetCurrentThread(), name.GetString());
 #elif defined(__linux__)
     constexpr std::size_t c_longestName = 15;
-    pthread_setname_np(pthread_self(), name.ToUtf8().substr(0, c_longestName).c_str());
-#else
-    (void)name;
+    std::string text = name.ToUtf8();
+    if (text.size() > c_longestName) {
+        std::size_t end = c_longestName;
+        while ((text[end] & 0xC0) == 0x80) --end; // not inside a character
+        text.resize(end);
+    }
+    pthread_setname_np(pthread_self(), text.c_str());
 #endif
 }
 
@@ -50,6 +58,10 @@ void CbThread::run() noexcept
 {
     try {
         nameThisThread(name_);
+    } catch (...) {
+        // A thread without a name works as well.
+    }
+    try {
         function_(*this);
     } catch (...) {
         failure_ = std::current_exception();

@@ -47,6 +47,7 @@ public:
     /// Waits for the function to return; does nothing where the thread was not started.
     void Join();
 
+    /// The whole name; debuggers may show the beginning only.
     [[nodiscard]] const CString& GetName() const noexcept { return name_; }
     /// What escaped the function, or null. Only after Join().
     [[nodiscard]] std::exception_ptr GetFailure() const noexcept { return failure_; }

@@ -8,8 +8,10 @@ class PLATFORM_API QMT_DepthImage : public ZeCModelQMT
 public:
     using ZeCModelQMT::ZeCModelQMT;
 
+    /// The record of this class.
     static const CbRTTI RTTI;
 
+    /// Makes a model without collections.
     static IObject* CreateByFactory();
     /// The clone has a new id and shares the collections.
     static IObject* CloneByFactory(const IObject& object);

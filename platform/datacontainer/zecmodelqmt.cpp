@@ -6,10 +6,6 @@ const CbRTTI ZeCModelQMT::RTTI(CB_TEXT("ZeCModelQMT"), &CreateByFactory, &CloneB
 
 ZeCModelQMT::ZeCModelQMT() { id_.Renew(); }
 
-ZeCModelQMT::ZeCModelQMT(CbSmartPointer<const ZeCSurfelCollectionQMT> collection, bool alsoAccurate)
-    : ZeCModelQMT(collection, alsoAccurate ? collection : nullptr)
-{}
-
 ZeCModelQMT::ZeCModelQMT(CbSmartPointer<const ZeCSurfelCollectionQMT> standard,
                          CbSmartPointer<const ZeCSurfelCollectionQMT> accurate)
     : standard_(std::move(standard)), accurate_(std::move(accurate))

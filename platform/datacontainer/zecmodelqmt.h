@@ -7,6 +7,7 @@
 #include "platform/base/cyuniqueid.h"
 #include "platform/datacontainer/zecsurfelcollectionqmt.h"
 
+#include <concepts>
 #include <cstdint>
 
 /// A scanned model, or one merged from several: surfel collections with an id and a description.
@@ -25,17 +26,22 @@ public:
         Accurate = 3
     };
 
+    /// The record of this class.
     static const CbRTTI RTTI;
 
     /// A model without collections. It has an id of its own.
     ZeCModelQMT();
     /// @param collection the standard collection, may be null
     /// @param alsoAccurate whether it answers for the accurate one as well, which is null otherwise
-    ZeCModelQMT(CbSmartPointer<const ZeCSurfelCollectionQMT> collection, bool alsoAccurate);
+    template<std::same_as<bool> Flag> // nothing that converts: a raw pointer is no flag
+    ZeCModelQMT(CbSmartPointer<const ZeCSurfelCollectionQMT> collection, Flag alsoAccurate)
+        : ZeCModelQMT(collection, alsoAccurate ? collection : nullptr)
+    {}
     /// A model with a collection of either type; each may be null.
     ZeCModelQMT(CbSmartPointer<const ZeCSurfelCollectionQMT> standard,
                 CbSmartPointer<const ZeCSurfelCollectionQMT> accurate);
 
+    /// Makes a model without collections.
     static IObject* CreateByFactory();
     /// The clone has a new id and shares the collections.
     static IObject* CloneByFactory(const IObject& object);
@@ -45,6 +51,7 @@ public:
         return CbReferenceCounted::getReferenceCounter();
     }
 
+    /// Never nil, and of this model alone.
     [[nodiscard]] const CyUniqueID& GetID() const noexcept { return id_; }
 
     /// Returns the collection of a type, or null.
@@ -62,6 +69,7 @@ public:
         return type == ESurfelCollectionType::Accurate ? accurate_.Get() : nullptr;
     }
 
+    /// A text for people, empty from the start; any thread may read and change it.
     [[nodiscard]] CString GetDescription() const;
     void SetDescription(const CString& description) const;
 

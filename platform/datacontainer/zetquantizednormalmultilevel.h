@@ -1,6 +1,7 @@
 #pragma once
 
 #include <bit>
+#include <cassert>
 #include <cmath>
 #include <cstdint>
 
@@ -8,7 +9,7 @@
 #if defined(_MSC_VER)
 #define CB_ALWAYS_INLINE __forceinline
 #else
-#define CB_ALWAYS_INLINE __attribute__((always_inline))
+#define CB_ALWAYS_INLINE __attribute__((always_inline)) inline
 #endif
 
 /// The octahedral map of directions to codes: the octahedron |x| + |y| + |z| = 1 is unfolded to a
@@ -85,9 +86,10 @@ private:
     template<int Cells>
     static std::uint32_t cell(float coordinate) noexcept
     {
-        const int found = static_cast<int>(coordinate * (Cells / 2) + (Cells / 2));
-        return static_cast<std::uint32_t>(found -
-                                          found / Cells); // the upper border counts as inside
+        constexpr int c_half = Cells / 2;
+        const int found = static_cast<int>(coordinate * c_half + c_half);
+        // The upper border counts as inside.
+        return static_cast<std::uint32_t>(found - found / Cells);
     }
     static std::uint32_t evenBits(std::uint32_t bits) noexcept
     {
@@ -138,8 +140,10 @@ public:
 
     [[nodiscard]] Code GetCode() const noexcept { return code_; }
     /// The code of the larger cell that holds this one at a coarser level.
+    /// @param level at most Level, which is this cell itself
     [[nodiscard]] Code GetCode(unsigned level) const noexcept
     {
+        assert(level <= Level);
         return static_cast<Code>(code_ >> 2 * (Level - level));
     }
     /// The direction of the cell's centre, with length 1.

@@ -78,7 +78,7 @@ inline void mapPosition(const CbVector3f& p, const CbMatrix4Rf& m, float* to) no
     for (int j = 0; j < 4; ++j) to[j] = mapped[j];
 }
 
-CB_ALWAYS_INLINE inline std::uint16_t mapCode(std::uint16_t code, const CbMatrix4Rf& m) noexcept
+CB_ALWAYS_INLINE std::uint16_t mapCode(std::uint16_t code, const CbMatrix4Rf& m) noexcept
 {
     using Traits = ZeTQuantizedNormalMultiLevelTraitsFast;
     const auto n = Traits::Decode<7>(code);
@@ -90,7 +90,7 @@ CB_ALWAYS_INLINE inline std::uint16_t mapCode(std::uint16_t code, const CbMatrix
 
 using MapBlock = void (*)(std::uint16_t* codes, const CbMatrix4Rf& matrix) noexcept;
 
-CB_ALWAYS_INLINE inline void mapBlock(std::uint16_t* codes, const CbMatrix4Rf& matrix) noexcept
+CB_ALWAYS_INLINE void mapBlock(std::uint16_t* codes, const CbMatrix4Rf& matrix) noexcept
 {
     const CbMatrix4Rf m = matrix; // nothing that is written can be part of it
     for (std::size_t i = 0; i < c_block; ++i) codes[i] = mapCode(codes[i], m);

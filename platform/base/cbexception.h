@@ -15,7 +15,7 @@ class PLATFORM_API CbException : public std::exception
 public:
     /// @param file name of the source file; folders and ending are not kept
     /// @param line line in that file
-    /// @param function qualified name of the function, may be empty
+    /// @param function name of the function, qualified where it is fixed; may be empty
     /// @param detail what went wrong, with the offending values; UTF-8, may be empty
     CbException(std::string_view file, unsigned line, std::string_view function = {},
                 std::string_view detail = {});
@@ -26,11 +26,13 @@ public:
     /// "class: detail (file:line, function)", UTF-8.
     [[nodiscard]] const char* what() const noexcept override { return what_.c_str(); }
 
+    /// The place as it was given, the file without folders and ending.
     [[nodiscard]] const std::string& GetFile() const noexcept { return file_; }
     [[nodiscard]] unsigned GetLine() const noexcept { return line_; }
     [[nodiscard]] const std::string& GetFunction() const noexcept { return function_; }
 
 protected:
+    /// For derived classes, whose name what() begins with.
     CbException(std::string_view className, std::string_view file, unsigned line,
                 std::string_view function, std::string_view detail);
 

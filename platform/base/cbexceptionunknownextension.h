@@ -6,6 +6,7 @@
 class PLATFORM_API CbExceptionUnknownExtension : public CbException
 {
 public:
+    /// Takes what CbException takes.
     CbExceptionUnknownExtension(std::string_view file, unsigned line,
                                 std::string_view function = {}, std::string_view detail = {});
     ~CbExceptionUnknownExtension() override;

@@ -55,6 +55,7 @@ public:
     using iterator = Iterator<CbMap, V>;
     using const_iterator = Iterator<const CbMap, const V>;
 
+    /// A new map has no memory yet; a map moved from is empty.
     CbMap() = default;
     CbMap(const CbMap&) = default;
     CbMap(CbMap&& other) noexcept { Swap(other); }
@@ -65,6 +66,7 @@ public:
     }
     ~CbMap() = default;
 
+    /// Number of entries.
     [[nodiscard]] std::size_t GetCount() const noexcept { return count_; }
     [[nodiscard]] bool IsEmpty() const noexcept { return count_ == 0; }
 
@@ -124,6 +126,7 @@ public:
         if (count > buckets_.size()) grow(count);
     }
 
+    /// Exchanges all entries; iterators are not to be used any more.
     void Swap(CbMap& other) noexcept
     {
         entries_.swap(other.entries_);
@@ -132,6 +135,7 @@ public:
         std::swap(firstFree_, other.firstFree_);
     }
 
+    /// See iterator.
     [[nodiscard]] iterator begin() { return iterator(*this); }
     [[nodiscard]] iterator end() { return iterator(); }
     [[nodiscard]] const_iterator begin() const { return const_iterator(*this); }

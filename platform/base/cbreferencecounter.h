@@ -45,6 +45,7 @@ public:
     /// The lock of the block at an address. The block itself is not touched.
     [[nodiscard]] static CbCriticalSection& LockOf(const CbReferenceCounter* block) noexcept;
 
+    /// Takes one more reference. The caller has one, holds the block's lock, or the object is new.
     void AddReference() noexcept { strong_.fetch_add(1, std::memory_order_relaxed); }
 
     /// Gives one reference back. Deletes the object with the last one.

@@ -28,6 +28,7 @@ public:
     CbRTTI& operator=(const CbRTTI&) = delete;
     ~CbRTTI();
 
+    /// What the constructor was given.
     [[nodiscard]] const CbWChar* GetName() const noexcept { return name_; }
     [[nodiscard]] const CbRTTI* GetBase() const noexcept { return base_; }
     [[nodiscard]] CreateFunction getCreate() const noexcept { return create_; }

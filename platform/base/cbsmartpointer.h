@@ -22,10 +22,12 @@ class CbSmartPointer
 public:
     using element_type = T;
 
+    /// Null.
     CbSmartPointer() noexcept = default;
     CbSmartPointer(std::nullptr_t) noexcept {} // NOLINT: null converts as for raw pointers
     /// Takes a reference to @p object, which may be null and may be unowned so far.
     explicit CbSmartPointer(T* object) noexcept : object_(object) { addReference(); }
+    /// Copies share the object, moves leave null behind.
     CbSmartPointer(const CbSmartPointer& other) noexcept : object_(other.object_)
     {
         addReference();
@@ -42,23 +44,26 @@ public:
     requires std::convertible_to<U*, T*> CbSmartPointer(CbSmartPointer<U>&& other)
     noexcept : object_(other.Detach()) // NOLINT
     {}
+    /// Gives the reference back, which deletes the object where it was the last one.
     ~CbSmartPointer()
     {
         if (object_ != nullptr) CbReferenceCounter::Of(*object_).Release(object_);
     }
 
-    // By value: the new reference is taken before the old one goes with the parameter.
+    /// By value: the new reference is taken before the old one goes with the parameter.
     CbSmartPointer& operator=(CbSmartPointer other) noexcept
     {
         Swap(other);
         return *this;
     }
 
+    /// The object, or null; no reference is taken.
     [[nodiscard]] T* Get() const noexcept { return object_; }
     T& operator*() const noexcept { return *object_; }
     T* operator->() const noexcept { return object_; }
     explicit operator bool() const noexcept { return object_ != nullptr; }
 
+    /// Exchanges the objects; no count changes.
     void Swap(CbSmartPointer& other) noexcept { std::swap(object_, other.object_); }
     /// Gives the reference to the caller, who has to give it back, and becomes null.
     [[nodiscard]] T* Detach() noexcept { return std::exchange(object_, nullptr); }
@@ -70,6 +75,7 @@ public:
         return pointer;
     }
 
+    /// Comparison is by address.
     template<class U>
     friend bool operator==(const CbSmartPointer& a, const CbSmartPointer<U>& b) noexcept
     {
@@ -122,6 +128,7 @@ template<class T, class U>
     return CbSmartPointer<T>::Adopt(const_cast<T*>(pointer.Detach()));
 }
 
+/// Hash of the address, for maps whose keys are smart pointers.
 template<class T>
 struct std::hash<CbSmartPointer<T>>
 {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "platform/base/platformapi.h"
+
 /// Access to optional interfaces of an object by name.
-class IExtensionInterface
+class PLATFORM_API IExtensionInterface
 {
 public:
     /// Returns the extension of that name, owned by the object. An unknown name gives null, or

@@ -31,9 +31,11 @@ public:
     }
     ~ZeCSurfelArrays() = default;
 
+    /// Number of surfels, and the number there is room for.
     [[nodiscard]] std::uint32_t GetSize() const noexcept { return size_; }
     [[nodiscard]] std::size_t GetCapacity() const noexcept { return capacity_; }
 
+    /// First elements of the arrays, null without room. Lifetime: until the room grows.
     [[nodiscard]] CbVector3f* GetPositions() const noexcept { return at<CbVector3f>(0); }
     [[nodiscard]] ZeCQuantizedNormal* GetNormals() const noexcept
     {
@@ -54,6 +56,7 @@ public:
     /// Gives all attributes of @p count surfels from @p first on their neutral values: the origin,
     /// normal +z, grey 128, quality 1, tissue type 0, no boundary, curvature 128.
     void Fill(std::uint32_t first, std::uint32_t count) noexcept;
+    /// Exchanges the blocks; pointers into them stay valid.
     void Swap(ZeCSurfelArrays& other) noexcept;
 
 private:

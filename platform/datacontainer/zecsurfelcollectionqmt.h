@@ -12,6 +12,7 @@
 class PLATFORM_API ZeCSurfelCollectionQMT : public ZeCSurfelContainer
 {
 public:
+    /// The record of this class.
     static const CbRTTI RTTI;
 
     /// An empty collection.
@@ -26,10 +27,13 @@ public:
     ZeCSurfelCollectionQMT(std::uint32_t count, bool fill, ESurfelAttributeSet attributeSet,
                            const void* rayImage);
 
+    /// Makes an empty collection with attribute set 0.
     static IObject* CreateByFactory();
+    /// The clone has copies of all surfels and the same ray image.
     static IObject* CloneByFactory(const IObject& object);
     [[nodiscard]] const CbRTTI& GetRTTI() const override;
 
+    /// What the constructor was given, or null.
     [[nodiscard]] const void* GetRayImage() const noexcept { return rayImage_; }
 
     /// Writes version 1: version, attribute set and number of surfels (4 bytes each), then the

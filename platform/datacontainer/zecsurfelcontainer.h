@@ -29,6 +29,7 @@ public:
         Subsampled = 1
     };
 
+    /// The record of this class, which is abstract.
     static const CbRTTI RTTI;
 
     [[nodiscard]] const CbRTTI& GetRTTI() const override;
@@ -39,6 +40,8 @@ public:
     /// not finite are left out. Cost: linear in the number of surfels.
     [[nodiscard]] CyBoundingBox3D GetBoundingBox() const noexcept;
 
+    /// One attribute of all surfels in their order, as std::span, or as ZeTQualityAccessor for the
+    /// qualities. Those of a const container are read only.
     [[nodiscard]] auto GetPositionAccessor() const noexcept { return view(arrays_.GetPositions()); }
     [[nodiscard]] auto GetPositionAccessor() noexcept { return edit(arrays_.GetPositions()); }
     [[nodiscard]] auto GetNormalAccessor() const noexcept { return view(arrays_.GetNormals()); }

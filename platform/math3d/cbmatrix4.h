@@ -57,6 +57,7 @@ inline constexpr CbMatrix4Rf c_matIdentityF;
 /// fused: the one product of its precision, so that all users get the same bits.
 PLATFORM_API void Compose(const CbMatrix4Rd& first, const CbMatrix4Rd& second,
                           CbMatrix4Rd& result) noexcept;
+/// The same in single precision.
 PLATFORM_API void Compose(const CbMatrix4Rf& first, const CbMatrix4Rf& second,
                           CbMatrix4Rf& result) noexcept;
 

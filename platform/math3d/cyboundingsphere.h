@@ -6,7 +6,9 @@
 class CyBoundingSphere
 {
 public:
+    /// A ball that holds nothing: radius -1 around the origin.
     CyBoundingSphere() = default;
+    /// @param radius may be negative or NaN, which is kept
     CyBoundingSphere(const CbVector3f& center, float radius) noexcept
         : center_(center), radius_(radius)
     {}

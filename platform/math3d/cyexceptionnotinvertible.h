@@ -6,6 +6,7 @@
 class PLATFORM_API CyExceptionNotInvertible : public CbException
 {
 public:
+    /// Takes what CbException takes.
     CyExceptionNotInvertible(std::string_view file, unsigned line, std::string_view function = {},
                              std::string_view detail = {});
     ~CyExceptionNotInvertible() override;

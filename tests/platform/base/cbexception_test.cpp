@@ -1,10 +1,6 @@
 #include "platform/base/cbexception.h"
-#include "platform/base/cbexceptionstream.h"
-#include "platform/base/cbexceptionunknownextension.h"
-#include "platform/base/cbexceptionwrongfileversion.h"
 
 #include <gtest/gtest.h>
-#include <string>
 
 namespace
 {
@@ -18,23 +14,6 @@ TEST(AnException, TellsClassDetailAndPlace)
     EXPECT_STREQ(full.what(), "CbException: index 7 of 3 (zecfile:403, ZeCClass::Function)");
     EXPECT_EQ(full.GetFile(), "zecfile");
     EXPECT_EQ(CbException("C:\\folder.old\\zecfile.cpp", 1).GetFile(), "zecfile");
-}
-
-template<class Exception>
-std::string whatOfBase()
-{
-    try {
-        throw Exception("file", 1);
-    } catch (const CbException& exception) {
-        return exception.what();
-    }
-}
-
-TEST(AnException, OfAnyKindIsCaughtAsItsBase)
-{
-    EXPECT_EQ(whatOfBase<CbExceptionStream>(), "CbExceptionStream (file:1)");
-    EXPECT_EQ(whatOfBase<CbExceptionWrongFileVersion>(), "CbExceptionWrongFileVersion (file:1)");
-    EXPECT_EQ(whatOfBase<CbExceptionUnknownExtension>(), "CbExceptionUnknownExtension (file:1)");
 }
 
 } // namespace

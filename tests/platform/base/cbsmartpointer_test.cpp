@@ -1,3 +1,4 @@
+#include "platform/base/cbweakpointer.h"
 #include "tests/platform/base/counted.h"
 
 #include <concepts>

@@ -2,13 +2,11 @@
 
 #include "platform/base/cbreferencecounted.h"
 #include "platform/base/cbsmartpointer.h"
-#include "platform/base/cbweakpointer.h"
 
 #include <atomic>
 #include <functional>
 
-/// A reference-counted object that knows how many of its kind are alive, with a strong link to a
-/// child and a weak one to a father.
+/// A reference-counted object that knows how many of its kind are alive and may have a child.
 class Counted : public CbReferenceCounted
 {
 public:
@@ -22,7 +20,6 @@ public:
 
     int number;
     CbSmartPointer<Counted> child;
-    CbWeakPointer<Counted> father;
     std::function<void()> farewell; ///< called by the destructor
 
 protected:

@@ -170,54 +170,42 @@ TEST_F(LockingNodes, EditsWantAHandleOfThisTreeAndAFatherInIt)
     TestAccess::CheckCounters(manager);
 }
 
-class BlockedRequests : public testing::Test, protected SmallTree
+TEST_F(LockingNodes, ABlockedRequestKeepsItsPlaceForATenthOfASecond)
 {
-protected:
-    BlockedRequests()
-    {
-        for (auto& thread : threads) {
-            thread = std::make_unique<CyLockThread>(TestAccess::Engine(manager));
-        }
-    }
-    ~BlockedRequests() override
-    {
-        for (auto& handle : reads) handle.Release();
-        for (auto& handle : writes) handle.Release();
-        for (auto& thread : threads) TestAccess::End(*thread);
-    }
-    EOutcome attempt(std::size_t thread) { return TestAccess::Attempt(*threads[thread], now); }
-    void writerAsksAndWaits()
-    {
-        TestAccess::Ask(writes[1], *threads[1], *b);
-        EXPECT_EQ(attempt(1), EOutcome::BlockedByLock);
-        TestAccess::StartWaiting(*threads[1]);
-    }
-
-    // One logical thread for each row of handles.
-    std::array<std::unique_ptr<CyLockThread>, 3> threads;
-    std::array<Read, 3> reads;
-    std::array<Write, 3> writes;
+    CyLockEngine& engine = TestAccess::Engine(manager);
+    CyLockThread holder(engine);
+    CyLockThread writer(engine);
+    CyLockThread reader(engine);
+    Read held;
+    Write wanted;
+    Read newer;
     TestAccess::Clock::time_point now;
-};
-
-TEST_F(BlockedRequests, KeepTheirPlaceForATenthOfASecond)
-{
-    TestAccess::Ask(reads[0], *threads[0], *b);
-    EXPECT_EQ(attempt(0), EOutcome::Locked);
+    const auto writerAsksAndWaits = [&] {
+        TestAccess::Ask(wanted, writer, *b);
+        EXPECT_EQ(TestAccess::Attempt(writer, now), EOutcome::BlockedByLock);
+        TestAccess::StartWaiting(writer);
+    };
+    TestAccess::Ask(held, holder, *b);
+    EXPECT_EQ(TestAccess::Attempt(holder, now), EOutcome::Locked);
     writerAsksAndWaits();
-    TestAccess::Ask(reads[2], *threads[2], *b);
+    TestAccess::Ask(newer, reader, *c);
     for (int slice = 0; slice < 5; ++slice) {
         now += milliseconds(100);
-        EXPECT_EQ(attempt(1), EOutcome::BlockedByLock);
-        TestAccess::StopWaiting(*threads[1], now);
+        EXPECT_EQ(TestAccess::Attempt(writer, now), EOutcome::BlockedByLock);
+        TestAccess::StopWaiting(writer, now);
         now += milliseconds(100);
-        EXPECT_EQ(attempt(2), EOutcome::BlockedByOlder);
-        writes[1].Release(); // the next slice asks anew
+        EXPECT_EQ(TestAccess::Attempt(reader, now), EOutcome::BlockedByOlder);
+        wanted.Release(); // the next slice asks anew
         writerAsksAndWaits();
     }
-    TestAccess::StopWaiting(*threads[1], now);
+    TestAccess::StopWaiting(writer, now);
     now += milliseconds(101);
-    EXPECT_EQ(attempt(2), EOutcome::Locked) << "the writer did not come back in time";
+    EXPECT_EQ(TestAccess::Attempt(reader, now), EOutcome::Locked) << "the writer came too late";
+
+    held.Release();
+    wanted.Release();
+    newer.Release();
+    for (CyLockThread* thread : {&holder, &writer, &reader}) TestAccess::End(*thread);
 }
 
 } // namespace

@@ -70,11 +70,3 @@ TEST(MatrixComparison, TakesZerosOfBothSignsAsEqualAndNaNAsUnequal)
     matrix[3][2] = std::numeric_limits<double>::quiet_NaN();
     EXPECT_NE(matrix, CbMatrix4Rd(matrix));
 }
-
-TEST(MatrixConversion, RoundsEachValue)
-{
-    CbMatrix4Rd matrix;
-    for (int i = 0; i < 16; ++i) matrix.data()[i] = 0.1 * (i + 1);
-    const CbMatrix4Rf single = ToFloat(matrix);
-    for (int i = 0; i < 16; ++i) EXPECT_EQ(static_cast<float>(0.1 * (i + 1)), single.data()[i]);
-}

@@ -170,6 +170,21 @@ TEST_F(LockingNodes, EditsWantAHandleOfThisTreeAndAFatherInIt)
     TestAccess::CheckCounters(manager);
 }
 
+TEST_F(LockingNodes, IsNotOvertakenBetweenTwoSlicesOfWaiting)
+{
+    const Read held = lockElsewhere<Read>(b);
+    const Write wanted(manager, b);
+    bool refused = false;
+    for (int slice = 0; slice < 100 && !refused; ++slice) { // a slow machine needs more than one
+        EXPECT_EQ(tryLock(1), CyDataManager::eTimeout);
+        std::thread([&] {
+            const Read newer(manager, b);
+            refused = !manager.TryLock();
+        }).join();
+    }
+    EXPECT_TRUE(refused);
+}
+
 TEST_F(LockingNodes, ABlockedRequestKeepsItsPlaceForATenthOfASecond)
 {
     CyLockEngine& engine = TestAccess::Engine(manager);

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <barrier>
 #include <gmock/gmock.h>
 #include <random>
 #include <thread>
@@ -78,34 +77,6 @@ TEST_F(WaitingThreads, BehindARequestThatIsGivenUpGetIn)
     };
     whileWaitingFor<Write>(b, queueUp, CyDataManager::eTimeout, 30);
     reader.join();
-}
-
-TEST_F(WaitingThreads, AWriterInShortSlicesIsNotStarvedByReaders)
-{
-    std::atomic<bool> stop{false};
-    std::barrier start(4);
-    std::vector<std::thread> readers;
-    for (int i = 0; i < 3; ++i) {
-        readers.emplace_back([&] {
-            start.arrive_and_wait();
-            while (!stop) {
-                const Read asked(manager, b);
-                EXPECT_TRUE(manager.TryLockAndWait(c_long));
-                std::this_thread::yield();
-            }
-        });
-    }
-    start.arrive_and_wait();
-    for (int i = 0; i < 20; ++i) {
-        auto status = CyDataManager::eGeneralError;
-        do {
-            const Write asked(manager, b);
-            if (manager.TryLockAndWait(5, status)) break;
-        } while (status == CyDataManager::eTimeout);
-        EXPECT_EQ(status, CyDataManager::eLocked);
-    }
-    stop = true;
-    for (auto& reader : readers) reader.join();
 }
 
 // A node whose members are safe only under the manager's locks.

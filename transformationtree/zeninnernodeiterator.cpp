@@ -2,18 +2,6 @@
 
 using Iterator = ZeCTransformationNode::ZeNInnerNodeIterator;
 
-Iterator& Iterator::operator++()
-{
-    do {
-        ZeNNodeIterator::operator++();
-    } while (!*this && ZeNNodeIterator::operator bool());
-    return *this;
-}
+Iterator& Iterator::operator++() { return toNextStop(*this); }
 
-Iterator& Iterator::operator--()
-{
-    do {
-        ZeNNodeIterator::operator--();
-    } while (!*this && ZeNNodeIterator::operator bool());
-    return *this;
-}
+Iterator& Iterator::operator--() { return toPreviousStop(*this); }

@@ -2,21 +2,9 @@
 
 using Iterator = ZeCTransformationNode::ZeNLeafNodeIterator;
 
-Iterator& Iterator::operator++()
-{
-    do {
-        ZeNNodeIterator::operator++();
-    } while (!*this && ZeNNodeIterator::operator bool());
-    return *this;
-}
+Iterator& Iterator::operator++() { return toNextStop(*this); }
 
-Iterator& Iterator::operator--()
-{
-    do {
-        ZeNNodeIterator::operator--();
-    } while (!*this && ZeNNodeIterator::operator bool());
-    return *this;
-}
+Iterator& Iterator::operator--() { return toPreviousStop(*this); }
 
 CbSmartPointer<ZeCTransformationNodeInner> Iterator::GetFather() const
 {

@@ -106,6 +106,26 @@ protected:
     bool moveToNextSibling();
     /// Replaces the top entry by the previous sibling's, or pops it and returns false.
     bool moveToPreviousSibling();
+    /// Steps forward until the iterator of a kind stands where that kind stops, or at the end.
+    template<class Kind>
+    static Kind& toNextStop(Kind& iterator)
+    {
+        ZeNNodeIterator& node = iterator;
+        do {
+            ++node;
+        } while (!iterator && node);
+        return iterator;
+    }
+    /// Steps backward in the same way.
+    template<class Kind>
+    static Kind& toPreviousStop(Kind& iterator)
+    {
+        ZeNNodeIterator& node = iterator;
+        do {
+            --node;
+        } while (!iterator && node);
+        return iterator;
+    }
     /// Pops entries until there is a next sibling, and moves to it. The end where there is none.
     void leaveSubtree();
     /// Pushes the last child, its last child and so on.

@@ -233,7 +233,8 @@ private:
     static void cutLinks(const std::vector<Node>& nodes);
     /// True where the children's lists lead from @p top to @p node.
     [[nodiscard]] static bool leadsTo(const ZeCTransformationNodeInner& top, const Inner& node);
-    void requireInsertable(const Inner& father, const Node& child, unsigned line,
+    /// Throws, from the given place, where a child may not come below a father.
+    void requireInsertable(const Inner& father, const Node& child, const char* file, unsigned line,
                            const char* function) const;
 
     template<int kind, class NodePointer>

@@ -52,10 +52,11 @@ bool ZeCTransformationNodeManager::leadsTo(const ZeCTransformationNodeInner& top
 }
 
 void ZeCTransformationNodeManager::requireInsertable(const Inner& father, const Node& child,
-                                                     unsigned line, const char* function) const
+                                                     const char* file, unsigned line,
+                                                     const char* function) const
 {
     const auto require = [&](bool condition, const char* otherwise) {
-        if (!condition) throw CbException(c_nodeManagerFile, line, function, otherwise);
+        if (!condition) throw CbException(file, line, function, otherwise);
     };
     require(father != nullptr, "the father is null");
     require(child != nullptr, "the child is null");
@@ -92,7 +93,7 @@ void ZeCTransformationNodeManager::InsertChild(
 {
     constexpr const char* function = "ZeCTransformationNodeManager::InsertChild";
     const Node child = insertedChild; // may be a reference into the children
-    requireInsertable(father, child, 279, function);
+    requireInsertable(father, child, c_nodeManagerFile, 279, function);
     if (child->IsChildOf(*father)) return;
     if (child->GetFather()) {
         throw CbException(c_nodeManagerFile, 279, function,
@@ -158,13 +159,13 @@ void ZeCTransformationNodeManager::putInPlace(const Inner& father, const Node& o
                                          : "ZeCTransformationNodeManager::ExchangeChild";
     const Node old = oldChild; // may be a reference into the children
     const Node child = newChild;
-    if (!father) throw CbException(c_nodeManagerFile, __LINE__, function, "the father is null");
+    if (!father) throw CbException(__FILE__, __LINE__, function, "the father is null");
     std::size_t index = indexOf(*father, old);
     if (index == father->children_.size() || child == old) return;
-    requireInsertable(father, child, __LINE__, function);
+    requireInsertable(father, child, __FILE__, __LINE__, function);
     const bool own = old && old->IsChildOf(*father);
     if (child->IsChildOf(*father) || (replace && own && isAtOrBelow(child, *old))) {
-        throw CbException(c_nodeManagerFile, __LINE__, function,
+        throw CbException(__FILE__, __LINE__, function,
                           "the new child is the father's already, or below the old child");
     }
 
@@ -194,7 +195,8 @@ void ZeCTransformationNodeManager::MoveNode(const Inner& newFather, const Node& 
 {
     const Node node = movedNode; // may be a reference into the children
     const ConstNode before = beforeNode;
-    requireInsertable(newFather, node, __LINE__, "ZeCTransformationNodeManager::MoveNode");
+    requireInsertable(newFather, node, __FILE__, __LINE__,
+                      "ZeCTransformationNodeManager::MoveNode");
     const Inner oldFather = node->GetFather();
     const bool stays = oldFather == newFather;
     const bool managed = IsNodeInDataManager(newFather) && dataManager_.load() != nullptr;

@@ -61,6 +61,9 @@ TEST(Iterators, AreEqualOnlyAtThePositionOfOneWalkWithEqualTransformations)
     EXPECT_FALSE(x->EndNode().HasSameTraversalRoot(y->EndNode()));
     EXPECT_TRUE(x->EndNode().HasSameTraversalRoot(x->BeginLeaf()));
     EXPECT_FALSE(tree["a"]->BeginNode().HasSameTraversalRoot(tree["b"]->BeginNode()));
+    const ZeCTransformationNode::ZeNNodeIterator none{};
+    EXPECT_FALSE(none.HasSameTraversalRoot(tree["a"]->BeginNode()));
+    EXPECT_FALSE(tree["a"]->BeginNode().HasSameTraversalRoot(none));
     // The side that began at a leaf decides, whichever it is.
     EXPECT_FALSE(tree["a"]->BeginNode() == NodeIterator());
     EXPECT_FALSE(NodeIterator() == tree["a"]->BeginNode());

@@ -45,12 +45,13 @@ MATCHER_P(HasBitsOf, expected, "has the bits of the other matrix")
 
 MATCHER_P2(IsNear, expected, tolerance, "is near the other matrix")
 {
-    double worst = 0.0;
     for (int i = 0; i < 16; ++i) {
-        worst = std::max(worst, std::abs(arg.data()[i] - expected.data()[i]));
+        const double off = std::abs(arg.data()[i] - expected.data()[i]);
+        if (off <= tolerance) continue; // not so for NaN
+        *result_listener << "value " << i << " is off by " << off;
+        return false;
     }
-    *result_listener << "off by " << worst;
-    return worst <= tolerance;
+    return true;
 }
 
 inline CbMatrix4Rd Shift(double x, double y, double z)

@@ -116,6 +116,53 @@ TEST_F(NodeManager, GoesAtExitWithTheRootSet)
     }
 }
 
+TEST_F(NodeManager, TouchesNoDataManagerThatWentFirst)
+{
+    {
+        CyDataManager shortLived;
+        ASSERT_TRUE(manager().UnsetDataManager());
+        ASSERT_TRUE(manager().SetDataManager(shortLived, shortLived.GetTopNode()));
+        manager().CreateRootNode();
+    }
+    TestAccess::DestroySingleton<Manager>();
+    ASSERT_TRUE(manager().SetDataManager(dataManager, dataNode));
+}
+
+TEST_F(NodeManager, ASingleHandleOnANodeOfAnotherDataManagerIsRefused)
+{
+    const auto tree = rootedTree("root(leaf)");
+    CyDataManager other;
+    const Node foreign = manager().CreateInnerNode();
+    ASSERT_TRUE(other.InsertNode(other.GetTopNode(), foreign));
+    const auto query = manager().GetWriteHandle(tree["leaf"]);
+    EXPECT_THROW((void)manager().GetSingleWriteHandleLocked(foreign), CbException);
+    EXPECT_FALSE(manager().IsWriteLocked(tree["root"]));
+    EXPECT_FALSE(query.IsValid()) << "granted on the side";
+}
+
+TEST_F(NodeManager, InsertsAChildThatIsNamedByAnEntryOfItsFather)
+{
+    const auto tree = Scenario("old(x, y)", Scenario::EBuilder::Manager);
+    const auto next = Scenario("next(z)", Scenario::EBuilder::Manager);
+    // The old father goes on listing what it lost by an exchange.
+    const auto old = tree.GetRootInner();
+    manager().ExchangeChild(next.GetRootInner(), next["z"], tree["x"]);
+    manager().RemoveChild(next.GetRootInner(), tree["x"]);
+    manager().InsertChild(old, old->EndChild(), *old->BeginChild());
+    EXPECT_EQ(Describe(*old), "old(y, x)");
+    EXPECT_EQ(tree["x"]->GetFather(), old);
+}
+
+TEST_F(NodeManager, PutsNoCopyBelowWhatItLists)
+{
+    const auto tree = Scenario("root(x(a()))", Scenario::EBuilder::Manager);
+    const CbSmartPointer<ZeCTransformationNodeInner> copy(
+        new ZeCTransformationNodeInner(*tree.GetInner("x")));
+    EXPECT_THROW(manager().AppendChild(tree.GetInner("a"), copy), CbException);
+    manager().MoveNode(copy, tree["a"], nullptr);
+    EXPECT_EQ(copy->GetNrChildren(), 1U) << "listed twice";
+}
+
 TEST_F(NodeManager, AMovedNodeKeepsItsPlaceInTheDataManagerAndItsLocks)
 {
     const auto tree = rootedTree("root(a(b(c)), d())");

@@ -34,7 +34,7 @@ public:
             requires(!std::is_const_v<Byte>)
         {
             const float clamped = quality > 0.0F ? (quality < 1.0F ? quality : 1.0F) : 0.0F;
-            *byte_ = static_cast<std::uint8_t>(clamped * 255.0F + 0.5F);
+            *byte_ = static_cast<std::uint8_t>(clamped * 255.0F + 0.5F); // NOLINT: half up
             return *this;
         }
         /// Stores the quality that @p other stands for.

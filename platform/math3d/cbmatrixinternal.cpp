@@ -10,18 +10,18 @@ namespace
 struct SubDeterminants
 {
     explicit SubDeterminants(const CbMatrix4Rd& m) noexcept
-        : upper01(minor(m, 0, 0, 1)),
-          upper02(minor(m, 0, 0, 2)),
-          upper03(minor(m, 0, 0, 3)),
-          upper12(minor(m, 0, 1, 2)),
-          upper13(minor(m, 0, 1, 3)),
-          upper23(minor(m, 0, 2, 3)),
-          lower01(minor(m, 2, 0, 1)),
-          lower02(minor(m, 2, 0, 2)),
-          lower03(minor(m, 2, 0, 3)),
-          lower12(minor(m, 2, 1, 2)),
-          lower13(minor(m, 2, 1, 3)),
-          lower23(minor(m, 2, 2, 3))
+        : upper01(Minor(m, 0, 0, 1)),
+          upper02(Minor(m, 0, 0, 2)),
+          upper03(Minor(m, 0, 0, 3)),
+          upper12(Minor(m, 0, 1, 2)),
+          upper13(Minor(m, 0, 1, 3)),
+          upper23(Minor(m, 0, 2, 3)),
+          lower01(Minor(m, 2, 0, 1)),
+          lower02(Minor(m, 2, 0, 2)),
+          lower03(Minor(m, 2, 0, 3)),
+          lower12(Minor(m, 2, 1, 2)),
+          lower13(Minor(m, 2, 1, 3)),
+          lower23(Minor(m, 2, 2, 3))
     {}
 
     [[nodiscard]] double Determinant() const noexcept
@@ -30,7 +30,7 @@ struct SubDeterminants
                upper13 * lower02 + upper23 * lower01;
     }
 
-    static double minor(const CbMatrix4Rd& m, int group, int a, int b) noexcept
+    static double Minor(const CbMatrix4Rd& m, int group, int a, int b) noexcept
     {
         return m[group][a] * m[group + 1][b] - m[group][b] * m[group + 1][a];
     }

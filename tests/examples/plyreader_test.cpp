@@ -11,7 +11,6 @@
 using namespace scansession;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 namespace
 {
@@ -191,13 +190,4 @@ TEST_F(PlyFiles, WithDamageAreRefusedWithPlaceAndReason)
         EXPECT_THAT(text, testing::StartsWith(path.string() + ": "));
         EXPECT_THAT(text, HasSubstr(reason));
     }
-}
-
-TEST_F(PlyFiles, OfNothingAreRead)
-{
-    EXPECT_THAT(ReadPly(Write("a.ply", "ply\nformat ascii 1.0\nend_header\n")).elements, IsEmpty());
-    const auto file = ReadPly(Write("b.ply", "ply\nformat binary_big_endian 1.0\n"
-                                             "element ghost 18446744073709551615\n"
-                                             "element v 0\nproperty int x\nend_header\n"));
-    EXPECT_THAT(file.Find("v")->Find("x")->values, IsEmpty());
 }

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <functional>
 #include <gmock/gmock.h>
-#include <optional>
 #include <sstream>
 
 using namespace scansession;
@@ -14,7 +13,7 @@ using testing::HasSubstr;
 namespace
 {
 
-/// Writes a range image as a file: the height of each cell, or none where nothing was seen.
+/// Writes a range image as a file: the height of each cell.
 class RangeScans : public TempFolder
 {
 protected:
@@ -22,7 +21,7 @@ protected:
     static constexpr int c_rows = 15;
     static constexpr int c_points = c_columns * c_rows;
 
-    using Height = std::function<std::optional<double>(double x, double y)>;
+    using Height = std::function<double(double x, double y)>;
 
     std::vector<Surfel> ScanOf(const Height& height, double step = 0.1) const
     {
@@ -33,9 +32,8 @@ protected:
             for (int column = 0; column < c_columns; ++column) {
                 const double x = column - c_columns / 2;
                 const double y = row - c_rows / 2;
-                const auto z = height(x, y);
-                if (z) points << x * step << ' ' << y * step << ' ' << *z * step << '\n';
-                cells << (z ? "1 " + std::to_string(count++) : "0") << " \n";
+                points << x * step << ' ' << y * step << ' ' << height(x, y) * step << '\n';
+                cells << "1 " << count++ << '\n';
             }
         }
         std::ostringstream file;
@@ -102,42 +100,6 @@ TEST_F(RangeScans, AreNotBridgedAtEdgesInDepth)
         EXPECT_EQ(surfel.boundary, column == -1 || column == 0);
         EXPECT_NEAR(surfel.quality, surfel.boundary ? 0.75 : 1.0, 1e-12);
     }
-}
-
-TEST_F(RangeScans, KeepVerticesWithoutNeighbours)
-{
-    const auto surfels = ScanOf([](double x, double y) -> std::optional<double> {
-        if ((x == 3.0 && y == 2.0) || (x < -5.0 && y == 0.0)) return 0.5 * x;
-        return x > 6.0 ? std::optional(0.0) : std::nullopt;
-    });
-    ASSERT_EQ(surfels.size(), 1U + 5U + 4U * c_rows);
-    std::size_t alone = 0;
-    for (const auto& surfel : surfels) {
-        EXPECT_NEAR(Length(surfel.normal), 1.0, 1e-12);
-        if (surfel.position.x > 0.55) continue;
-        ++alone;
-        EXPECT_EQ(surfel.normal, (Vec3{0.0, 0.0, 1.0})) << "a row alone spans no surface";
-        EXPECT_TRUE(surfel.boundary);
-        EXPECT_NEAR(surfel.quality, 0.05, 1e-12);
-    }
-    EXPECT_EQ(alone, 6U);
-}
-
-TEST_F(RangeScans, WithoutGridTakeWhatTheFileSays)
-{
-    const auto surfels = ReadRangeScan(Write(
-        "a.ply", CloudFile(c_xyz + "property float red\nproperty float green\n"
-                                   "property uchar blue\nproperty float nx\nproperty float ny\n"
-                                   "property float nz\n",
-                           "1 2 3 0.5 2 30 0 -2 0\n4 5 6 -1 0 1 0 0 0\n", 2)));
-    ASSERT_EQ(surfels.size(), 2U);
-    EXPECT_EQ(surfels[0].position, (Vec3{1, 2, 3}));
-    EXPECT_EQ(surfels[0].normal, (Vec3{0, -1, 0}));
-    EXPECT_EQ(surfels[0].colour, (std::array<std::uint8_t, 3>{128, 255, 30}));
-    EXPECT_EQ(surfels[0].quality, 1.0);
-    EXPECT_EQ(surfels[1].normal, (Vec3{0, 0, 1})) << "no direction in the file";
-    EXPECT_LT(surfels[1].quality, 0.1);
-    EXPECT_EQ(surfels[1].colour, (std::array<std::uint8_t, 3>{0, 0, 1}));
 }
 
 TEST_F(RangeScans, ThatCannotBeUsedAreRefusedByName)

@@ -1,10 +1,7 @@
-#include "platform/base/cystreamreadbinarybuffer.h"
-#include "platform/base/cystreamwritebinarybuffer.h"
 #include "platform/math3d/cyexceptionnotinvertible.h"
 #include "tests/support/logrecorder.h"
 #include "tests/support/rounds.h"
 #include "tests/support/scenario.h"
-#include "tests/transformationtree/labelattribute.h"
 #include "tests/transformationtree/treematrices.h"
 #include "transformationtree/zectransformationnode.h"
 
@@ -54,7 +51,6 @@ TEST(ACopiedNode, IsADetachedTwinWithTheSameRevisions)
         const Node node = tree[name];
         node->SetRelativeTrafo(RandomPose(random));
         node->SetVisible(true);
-        node->SetAttribute(CbMake<LabelAttribute>("label"));
         const auto head = TestAccess::NextGlobalNodeRevision();
 
         const Node copy(dynamic_cast<ZeCTransformationNode*>(node->GetRTTI().getClone()(*node)));
@@ -64,7 +60,6 @@ TEST(ACopiedNode, IsADetachedTwinWithTheSameRevisions)
         EXPECT_EQ(copy->GetName(), copy->GetID().ToString());
         EXPECT_FALSE(copy->GetFather());
         EXPECT_FALSE(copy->GetModel());
-        EXPECT_TRUE(copy->GetAllAttributes().IsEmpty());
         EXPECT_THAT(copy->GetRelativeTrafo(), HasBitsOf(node->GetRelativeTrafo()));
         EXPECT_EQ(copy->GetDescription(), node->GetDescription());
         EXPECT_TRUE(copy->IsVisible());
@@ -78,20 +73,6 @@ TEST(ACopiedNode, IsADetachedTwinWithTheSameRevisions)
             EXPECT_TRUE(static_cast<ZeCTransformationNodeLeaf&>(*copy).IsNewEntryScan());
         }
     }
-}
-
-TEST(ADescription, ReachesTheModelOfAnInnerNodeOnly)
-{
-    const Scenario tree("root*(a*, b, x())");
-    for (const char* name : {"root", "a", "b", "x"}) {
-        const auto before = Revisions(tree[name]);
-        tree[name]->SetDescription(CB_TEXT("new"));
-        tree[name]->SetVisible(!tree[name]->IsVisible());
-        EXPECT_EQ(tree[name]->GetDescription(), CB_TEXT("new"));
-        EXPECT_EQ(Revisions(tree[name]), before);
-    }
-    EXPECT_EQ(tree["root"]->GetModel()->GetDescription(), CB_TEXT("new"));
-    EXPECT_TRUE(tree["a"]->GetModel()->GetDescription().IsEmpty());
 }
 
 TEST(Revisions, AreSelectedByTheTwoLowestBits)
@@ -158,34 +139,6 @@ TEST(RevisionThreads, GetUniqueNumbersInPairs)
         for (const auto number : numbers) all.insert({number, number + 1});
     }
     EXPECT_EQ(all.size(), c_threads * first[0].size() * 2);
-}
-
-TEST(ADyingFatherThreads, IsSeenWholeOrNotAtAll)
-{
-    std::vector<Node> children;
-    for (int i = 0; i < 3; ++i) children.push_back(CbMake<ZeCTransformationNodeLeaf>());
-    for (int round = 0; round < Rounds(2000); ++round) {
-        Inner father = CbMake<ZeCTransformationNodeInner>();
-        father->SetDescription(CB_TEXT("father"));
-        for (const Node& child : children) TestAccess::SetFather(*child, father);
-        {
-            std::barrier start(static_cast<std::ptrdiff_t>(children.size()) + 1);
-            std::vector<std::jthread> threads;
-            for (const Node& child : children) {
-                threads.emplace_back([&start, &child] {
-                    start.arrive_and_wait();
-                    for (int looks = 0; looks < 20; ++looks) {
-                        const Inner seen = child->GetFather();
-                        if (!seen) break;
-                        EXPECT_EQ(seen->GetDescription(), CB_TEXT("father"));
-                    }
-                });
-            }
-            start.arrive_and_wait();
-            father = nullptr;
-        }
-        for (const Node& child : children) ASSERT_FALSE(child->GetFather());
-    }
 }
 
 TEST(ARelativeTrafo, ComposesFromTheNodeUpToTheAncestor)
@@ -269,35 +222,6 @@ TEST(PlacingANode, LeavesItAsItWasWhereItCanNotBePlaced)
         EXPECT_THAT(records[0].text.ToUtf8(),
                     testing::StartsWith("Setting relative Trafo on Node without Father!\n"));
     }
-}
-
-TEST(AttributesOfANode, AreKeptWithoutTouchingRevisions)
-{
-    const Node node = CbMake<ZeCTransformationNodeLeaf>();
-    const Node other = CbMake<ZeCTransformationNodeInner>();
-    const auto before = Revisions(node);
-    const auto textOf = [](const Node& at) {
-        const auto label = at->GetAllAttributes().GetAttribute<LabelAttribute>();
-        return label ? label->GetText() : "none";
-    };
-    node->SetAttribute(CbMake<LabelAttribute>("one"));
-    other->CopyAttributesFrom(*node);
-    CyStreamWriteBinaryBuffer written;
-    node->SerializeAttributes(written);
-    node->ResetAttributes();
-    EXPECT_EQ(textOf(node) + textOf(other), "one") << "the other has a clone";
-    other->CopyAttributesFrom(node->GetAllAttributes());
-    CyStreamReadBinaryBuffer stream(written);
-    node->SerializeAttributes(stream);
-    EXPECT_EQ(textOf(node) + textOf(other), "one");
-    node->DeleteAttribute(LabelAttribute::RTTI);
-    EXPECT_EQ(textOf(node), "none");
-    node->SetAttributes(other->GetAllAttributes());
-    other->ClearAttributeContainer();
-    EXPECT_EQ(textOf(node) + textOf(other), "none");
-    node->DeleteAttributes({&LabelAttribute::RTTI});
-    EXPECT_EQ(textOf(node), "none");
-    EXPECT_EQ(Revisions(node), before);
 }
 
 } // namespace

@@ -1,5 +1,4 @@
 #include "tests/support/scenario.h"
-#include "tests/transformationtree/labelattribute.h"
 #include "tests/transformationtree/treematrices.h"
 #include "transformationtree/zectransformationnodeinner.h"
 
@@ -9,28 +8,6 @@ namespace
 {
 
 using EAttributes = ZeCTransformationNode::EAttributesToCopy;
-
-TEST(Children, AreFoundByIdentity)
-{
-    const Scenario tree("root(a, b, c)");
-    const Inner root = tree.GetRootInner();
-    const auto& asConst = *root;
-    EXPECT_EQ(root->FrontChild(), tree["a"]);
-    EXPECT_EQ(asConst.BackChild(), tree["c"]);
-    EXPECT_EQ(*root->LastChild(), tree["c"]);
-    TestAccess::Children(*root).push_back(tree["b"]);
-    EXPECT_EQ(root->FindChild(tree["b"]), root->BeginChild() + 1) << "the first position";
-    EXPECT_EQ(asConst.FindChild(tree["root"]), asConst.EndChild());
-    root->ReserveChildren(1000);
-    EXPECT_GE(TestAccess::Children(*root).capacity(), 1000U);
-    EXPECT_THROW(root->ReserveChildren(~0ULL), std::length_error);
-
-    const Inner childless = CbMake<ZeCTransformationNodeInner>();
-    EXPECT_EQ(childless->LastChild(), childless->EndChild());
-    EXPECT_FALSE(childless->FrontChild());
-    EXPECT_FALSE(childless->BackChild());
-    EXPECT_TRUE(childless->GetBoundingBox(c_matIdentityD).IsEmpty());
-}
 
 TEST(AssumingAttributes, TakesTheModelOnlyFromANodeWithAsManyChildren)
 {
@@ -62,7 +39,6 @@ TEST(AssumingAttributes, TakesTheModelOnlyFromANodeWithAsManyChildren)
         if (other) {
             other->SetRelativeTrafo(Shift(1, 2, -0.0));
             other->SetVisible(true);
-            other->SetAttribute(CbMake<LabelAttribute>("label"));
         }
         if (const auto inner = source.GetRootInner()) inner->SetModel(inner->GetModel(), 9);
         const auto revision = root->GetNodeRevision(3);
@@ -77,24 +53,9 @@ TEST(AssumingAttributes, TakesTheModelOnlyFromANodeWithAsManyChildren)
         EXPECT_EQ(root->GetModel(), takesModel ? other->GetModel() : oldModel);
         EXPECT_EQ(root->GetModelRevision(), takesModel ? 9 : 5);
         EXPECT_EQ(root->GetNodeRevision(3), revision);
-        EXPECT_TRUE(root->GetAllAttributes().IsEmpty());
         root->DeleteModel();
         EXPECT_EQ(root->GetModelRevision(), -1);
     }
-}
-
-TEST(ALeaf, IsVisibleFromTheStartWhereItIsMadeForAModel)
-{
-    const Model model = CbMake<ZeCModelQMT>();
-    const Leaf leaf = CbMake<ZeCTransformationNodeLeaf>(model);
-    EXPECT_TRUE(leaf->IsVisible());
-    EXPECT_EQ(leaf->GetModel(), model);
-    EXPECT_FALSE(leaf->IsNewEntryScan());
-    EXPECT_FALSE(CbMake<ZeCTransformationNodeLeaf>()->IsVisible());
-
-    leaf->SetNodeRevision(11, 1);
-    leaf->SetNodeRevision(22, 2);
-    EXPECT_EQ(leaf->GetModelRevision(), 11);
 }
 
 Model modelWithPoints(std::initializer_list<CbVector3f> points)
@@ -140,48 +101,6 @@ TEST(ABoundingBox, HoldsTheLeavesInTheFrameThatIsAskedFor)
     flat[0][0] = 0.0;
     cluster->SetRelativeTrafo(flat);
     EXPECT_EQ(root->GetBoundingBox(c_matIdentityD), CyBoundingBox3D({0, 0, 5}, {0, 0, 7}));
-}
-
-TEST(ALeafThatAssumesAttributes, TakesPropertiesOfLeavesOnly)
-{
-    const Scenario tree("root(a*, b, x*(c))");
-    const Leaf leaf = tree.GetLeaf("b");
-    const Leaf other = tree.GetLeaf("a");
-    other->SetIsNewEntryScan(true);
-    for (const char* name : {"a", "x"}) tree[name]->SetRelativeTrafo(Shift(1, 2, -0.0));
-    leaf->SetVisible(false);
-    const auto revision = leaf->GetNodeRevision(3);
-
-    leaf->AssumeAttributes(tree["x"], EAttributes::PropertiesAndModel);
-    EXPECT_THAT(leaf->GetRelativeTrafo(), HasBitsOf(c_matIdentityD));
-    EXPECT_EQ(leaf->GetDescription(), CB_TEXT("b"));
-
-    leaf->AssumeAttributesIncrementVersion(other);
-    EXPECT_THAT(leaf->GetRelativeTrafo(), HasBitsOf(Shift(1, 2, -0.0)));
-    EXPECT_TRUE(leaf->IsVisible());
-    EXPECT_FALSE(leaf->IsNewEntryScan());
-    EXPECT_FALSE(leaf->GetModel());
-    EXPECT_EQ(leaf->GetNodeRevision(3), revision);
-}
-
-TEST(ATreeThatDies, GoesChildByChildEachSubtreeBeforeTheNextSibling)
-{
-    Scenario tree("r(a(b, c()), d(e(f)), g)");
-    Scenario other("x(y, z)");
-    std::string died;
-    for (const Scenario* scenario : {&tree, &other}) {
-        for (const auto& [name, node] : scenario->GetNodes()) {
-            node->SetAttribute(CbMake<LabelAttribute>("", [&died, text = name] { died += text; }));
-        }
-    }
-    // The death of e releases another tree.
-    tree["e"]->SetAttribute(CbMake<LabelAttribute>("", [&died, &other] {
-        died += "e";
-        other.Forget();
-    }));
-    died.clear(); // of the label that e had before
-    tree.Forget();
-    EXPECT_EQ(died, "bcafeyzxdgr");
 }
 
 } // namespace

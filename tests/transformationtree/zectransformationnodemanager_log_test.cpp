@@ -18,7 +18,6 @@ namespace
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
-using testing::StartsWith;
 
 constexpr const char* c_single = "ZeCTransformationNodeManager::getSingleHandleLocked";
 
@@ -211,68 +210,6 @@ TEST_F(NodeManagerLog, ListsTheIdsWhenTheRootComesAndGoes)
     (void)takeLists();
     manager().UnsetRootNode(); // there is none
     EXPECT_EQ(takeLists(), "");
-}
-
-TEST_F(NodeManagerLog, HandlesOfUnmanagedNodesAreEmptyAndNeedNoLock)
-{
-    const Node outside = manager().CreateInnerNode();
-    for (const Node& node : {outside, Node()}) {
-        EXPECT_FALSE(manager().GetReadHandle(node).IsValid());
-        EXPECT_FALSE(manager().GetWriteHandle(node).IsValid());
-        EXPECT_FALSE(manager().IsReadLocked(node));
-        EXPECT_FALSE(manager().IsWriteLocked(node));
-        EXPECT_TRUE(manager().IsNotManagedOrReadLocked(node));
-        EXPECT_TRUE(manager().IsNotManagedOrWriteLocked(node));
-    }
-    const Node b = tree_["b"];
-    EXPECT_FALSE(manager().IsNotManagedOrReadLocked(b));
-    Manager::ReadHandle read;
-    manager().GetHandle(CbSmartPointer<const CyNode>(b), read);
-    EXPECT_FALSE(manager().IsReadLocked(b)); // recorded, but not locked
-    ASSERT_TRUE(manager().TryLock());
-    EXPECT_TRUE(read.IsValid());
-    EXPECT_TRUE(manager().IsReadLocked(b));
-    EXPECT_TRUE(manager().IsNotManagedOrReadLocked(b));
-    EXPECT_FALSE(manager().IsNotManagedOrWriteLocked(b));
-    read.Release();
-    Manager::WriteHandle write;
-    manager().GetHandle(CbSmartPointer<CyNode>(tree_["a"]), write);
-    ASSERT_TRUE(manager().TryLockAndWait(0));
-    EXPECT_TRUE(manager().IsWriteLocked(b));
-    EXPECT_TRUE(manager().IsReadLocked(b));
-    manager().GetHandle(CbSmartPointer<CyNode>(outside), write);
-    EXPECT_FALSE(manager().IsWriteLocked(b)); // the handle gave its lock back
-}
-
-TEST_F(NodeManagerLog, TheStatusTellsHowTryingEnds)
-{
-    auto status = CyDataManager::eGeneralError;
-    const auto tryFor = [&](unsigned milliseconds) {
-        const bool locked = manager().TryLockAndWait(milliseconds, status);
-        EXPECT_EQ(locked, status == CyDataManager::eLocked);
-        return status;
-    };
-    EXPECT_EQ(tryFor(0), CyDataManager::eNoQueries);
-    const Holder holder(tree_["a"]);
-    auto handle = manager().GetWriteHandle(tree_.GetRoot());
-    EXPECT_EQ(tryFor(0), CyDataManager::eLockedByOther);
-    EXPECT_EQ(tryFor(1), CyDataManager::eTimeout);
-    EXPECT_FALSE(manager().TryLockAndWait(0));
-    handle = manager().GetWriteHandle(tree_["c"]);
-    EXPECT_EQ(tryFor(0), CyDataManager::eLocked);
-}
-
-TEST(ANodeManagerWithoutDataManager, LocksNothing)
-{
-    ASSERT_FALSE(CbSingleton<ZeCTransformationNodeManager>::HasInstance());
-    auto& manager = CbSingleton<ZeCTransformationNodeManager>::GetInstance();
-    auto status = CyDataManager::eGeneralError;
-    EXPECT_FALSE(manager.TryLock());
-    EXPECT_FALSE(manager.TryLockAndWait(10000));
-    EXPECT_FALSE(manager.TryLockAndWait(10000, status));
-    EXPECT_EQ(status, CyDataManager::eNoQueries);
-    EXPECT_THROW(manager.Lock(), CbException);
-    TestAccess::DestroySingleton<ZeCTransformationNodeManager>();
 }
 
 class NodeManagerLogSoak : public NodeManagerLog

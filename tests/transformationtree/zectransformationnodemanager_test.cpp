@@ -1,4 +1,4 @@
-// What random edits do not reach: links, locks, trees read badly, the end of the program, depth.
+// What random edits do not reach: locks, foreign nodes, the end of the program, depth.
 
 #include "platform/base/cbexception.h"
 #include "tests/support/managerfixture.h"
@@ -22,72 +22,6 @@ protected:
         return tree;
     }
 };
-
-TEST_F(NodeManager, IsLinkedOnceToANodeOfTheDataManagerItself)
-{
-    ASSERT_TRUE(manager().UnsetDataManager());
-    CyDataManager other;
-    const auto outside = CbMake<CyNode>();
-    EXPECT_FALSE(manager().SetDataManager(dataManager, outside));
-    EXPECT_FALSE(manager().SetDataManager(dataManager, other.GetTopNode()));
-    EXPECT_THROW((void)manager().GetDataManager(), CbException);
-    EXPECT_TRUE(manager().SetDataManager(dataManager, dataNode));
-    EXPECT_FALSE(manager().SetDataManager(other, other.GetTopNode()));
-    EXPECT_EQ(&manager().GetDataManager(), &dataManager);
-
-    const auto leaf = rootedTree("root(leaf)")["leaf"];
-    EXPECT_EQ(manager().GetDataNode(leaf), leaf);
-    EXPECT_FALSE(manager().GetDataNode(Node()));
-    EXPECT_FALSE(manager().GetDataNode(Node(manager().CreateInnerNode())));
-
-    unsetRoot();
-    CyDataHandleLockOnly<1> handle(dataManager, dataNode);
-    ASSERT_TRUE(dataManager.RemoveNode(handle));
-    EXPECT_THROW(manager().CreateRootNode(), CbException);
-    EXPECT_FALSE(manager().GetRootNode());
-    EXPECT_EQ(TestAccess::CountIds(manager()), 1U) << "of the node made above";
-}
-
-TEST_F(NodeManager, CreatesWhatItIsAskedFor)
-{
-    const auto collection = CbMake<ZeCSurfelCollectionQMT>();
-    const auto scan = manager().CreateLeafNodeFromSurfelCollection(collection)->GetModel();
-    using Type = ZeCModelQMT::ESurfelCollectionType;
-    EXPECT_EQ(scan->GetSurfelCollection(Type::Standard), collection);
-    EXPECT_EQ(scan->GetSurfelCollection(Type::Accurate), collection);
-    const auto leaf = manager().CreateLeafNode(scan);
-    EXPECT_EQ(leaf->GetModel(), scan);
-    EXPECT_FALSE(manager().IsNodeInDataManager(leaf));
-    const auto root = manager().CreateRootNode();
-    EXPECT_EQ(root->GetDescription().ToUtf8(), "Root");
-    EXPECT_TRUE(manager().IsNodeInDataManager(root));
-    manager().DeleteNode(nullptr);
-    EXPECT_FALSE(manager().GetNodeByID(ZeCTransformationNode::GetInvalidID()));
-}
-
-TEST_F(NodeManager, UnsettingTheRootNeedsItsWriteLock)
-{
-    const auto tree = rootedTree("root(cluster(leaf))");
-    const auto expectKept = [&] {
-        manager().UnsetRootNode();
-        EXPECT_EQ(manager().GetRootNode(), tree.GetRoot());
-        EXPECT_EQ(Describe(*tree.GetRoot()), "root(cluster(leaf))");
-    };
-    expectKept();
-    {
-        const auto handle = manager().GetSingleReadHandleLocked(tree.GetRoot());
-        expectKept();
-    }
-    {
-        const auto handle = manager().GetSingleWriteHandleLocked(tree["cluster"]);
-        expectKept();
-    }
-    // A lock above covers the root too.
-    CyDataHandleLockOnly<1> handle(dataManager, dataNode);
-    ASSERT_TRUE(manager().TryLock());
-    manager().UnsetRootNode();
-    EXPECT_FALSE(manager().GetRootNode());
-}
 
 TEST_F(NodeManager, GoesAtExitWithTheRootSet)
 {
@@ -173,24 +107,6 @@ TEST_F(NodeManager, AMovedNodeKeepsItsPlaceInTheDataManagerAndItsLocks)
     EXPECT_TRUE(deep.IsValid()); // a node that had left would have lost its lock
     EXPECT_EQ(tree["b"]->GetParent(), tree["d"]);
     EXPECT_EQ(Describe(*tree.GetRoot()), "root(a(), d(b(c)))");
-}
-
-TEST_F(NodeManager, EditsOfTreesThatWereReadBadlyEnd)
-{
-    const Scenario tree("root(a, b())", Scenario::EBuilder::Manager);
-    LinkByHand(tree.GetRootInner(), nullptr);
-    TestAccess::Children(*tree.GetInner("b")).push_back(nullptr);
-    manager().SetRootNode(tree.GetRootInner());
-    manager().RemoveChild(tree.GetRootInner(), nullptr);
-    EXPECT_EQ(Describe(*tree.GetRoot()), "root(a, b(null))");
-
-    // A father that lost its list while it was read.
-    const Node lost = tree["a"];
-    TestAccess::Children(*tree.GetRootInner()).erase(tree.GetRootInner()->BeginChild());
-    manager().MoveNode(tree.GetInner("b"), lost, lost);
-    EXPECT_EQ(Describe(*tree.GetRoot()), "root(b(null, a))");
-    manager().RemoveChild(tree.GetRootInner(), tree["b"]);
-    EXPECT_EQ(lost->GetDataManager(), nullptr);
 }
 
 // A chain as deep as it may be: built in the data manager, walked, asked, taken out and destroyed.

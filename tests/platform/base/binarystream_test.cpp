@@ -1,5 +1,4 @@
 #include "platform/base/cbexceptionstream.h"
-#include "platform/base/cbexceptionwrongfileversion.h"
 #include "platform/base/cystreamreadbinarybuffer.h"
 #include "platform/base/cystreamwritebinarybuffer.h"
 
@@ -13,15 +12,6 @@ namespace
 
 using testing::ElementsAre;
 using testing::ElementsAreArray;
-
-template<class T>
-concept Writable = requires(CbStreamWriteBinary& stream, T value)
-{
-    stream << value;
-};
-// A pointer is no bool, and nothing is narrowed or widened on the way.
-static_assert(!Writable<const char*> && !Writable<const CbWChar*> && !Writable<std::nullptr_t>);
-static_assert(!Writable<char> && !Writable<std::int16_t> && !Writable<long double>);
 
 std::vector<std::uint8_t> bytesOf(const CyStreamWriteBinaryBuffer& buffer)
 {
@@ -131,54 +121,6 @@ TEST(ABinaryStream, DoesNotAllocateForATextThatCanNotBeThere)
     EXPECT_THROW(stream >> text, CbExceptionStream);
     EXPECT_EQ(text, CString(CB_TEXT("kept")));
     EXPECT_EQ(stream.Remaining(), bytes.size());
-}
-
-TEST(ABinaryStream, ReadsAnyByteButZeroAsTrue)
-{
-    const std::vector<std::uint8_t> bytes = {0, 1, 2, 0x80};
-    CyStreamReadBinaryBuffer stream(bytes);
-    for (const auto byte : bytes) {
-        bool value = byte == 0;
-        stream >> value;
-        EXPECT_EQ(value, byte != 0);
-    }
-}
-
-TEST(ABinaryStream, RefusesNewerVersionsAtTheReadersOwnPlace)
-{
-    CyStreamWriteBinaryBuffer buffer;
-    for (const std::uint32_t version : {1U, 2U, 3U, 0xFFFFFFFFU}) buffer.WriteVersion(version);
-    CyStreamReadBinaryBuffer stream(buffer);
-    EXPECT_EQ(stream.ReadAndCompareVersion(2, "zecfile", 111), 1U);
-    EXPECT_EQ(stream.ReadAndCompareVersion(2, "zecfile", 111), 2U);
-    try {
-        (void)stream.ReadAndCompareVersion(2, "zecfile", 111);
-        FAIL() << "version 3 was read";
-    } catch (const CbExceptionWrongFileVersion& exception) {
-        EXPECT_EQ(exception.GetFile(), "zecfile");
-        EXPECT_EQ(exception.GetLine(), 111U);
-    }
-    EXPECT_EQ(stream.ReadAndCompareVersion(2), 0xFFFFFFFFU);
-    EXPECT_THROW(stream.ReadAndCompareVersion(2), CbExceptionStream);
-}
-
-TEST(AWriteBuffer, KeepsItsBytesWhileItGrows)
-{
-    CyStreamWriteBinaryBuffer buffer;
-    const std::vector<std::uint8_t> large(100000, 0x55);
-    buffer.WriteBuffer(large.data(), large.size());
-    for (std::uint32_t i = 0; i < 100000; ++i) buffer << i;
-
-    CyStreamReadBinaryBuffer stream(buffer);
-    std::vector<std::uint8_t> read(large.size());
-    stream.ReadBuffer(read.data(), read.size());
-    EXPECT_EQ(read, large);
-    for (std::uint32_t i = 0; i < 100000; ++i) {
-        std::uint32_t value = 0;
-        stream >> value;
-        ASSERT_EQ(value, i);
-    }
-    EXPECT_EQ(stream.Remaining(), 0U);
 }
 
 } // namespace

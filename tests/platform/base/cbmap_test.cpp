@@ -1,24 +1,13 @@
 #include "platform/base/cbmap.h"
-#include "platform/base/cbsmartpointer.h"
-#include "platform/base/cyuniqueid.h"
 #include "tests/support/rounds.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <map>
 #include <memory>
 #include <random>
 
 namespace
 {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
-
-// The bucket is told by the last digits.
-struct Digits
-{
-    std::size_t operator()(int key) const noexcept { return static_cast<std::size_t>(key); }
-};
 
 template<class Map>
 std::vector<int> keysOf(const Map& map)
@@ -77,18 +66,6 @@ TEST(AMap, AgreesWithAnOrderedMapThroughRandomEdits)
     }
 }
 
-TEST(AMap, IsVisitedByBucketsThenChains)
-{
-    CbMap<int, int, Digits> map;
-    for (const int key : {35, 3, 19, 1}) map.Set(key, key); // 16 buckets
-    EXPECT_THAT(keysOf(map), ElementsAre(1, 19, 3, 35));
-    map.Remove(3);
-    map.Remove(1);
-    EXPECT_THAT(keysOf(map), ElementsAre(19, 35));
-    map.Empty();
-    EXPECT_THAT(keysOf(map), IsEmpty());
-}
-
 TEST(AMap, MayBeEditedByTheDestructorOfAValueThatLeavesIt)
 {
     using Value = std::shared_ptr<void>;
@@ -104,34 +81,6 @@ TEST(AMap, MayBeEditedByTheDestructorOfAValueThatLeavesIt)
     EXPECT_EQ(map.GetCount(), 2U);
     map.Empty();
     EXPECT_EQ(keysOf(map), std::vector<int>{3});
-}
-
-// The addresses of objects differ in few bits, and ids may have been counted up.
-TEST(AHashKey, SpreadsKeysThatDifferInFewBits)
-{
-    constexpr std::size_t c_keys = 4096;
-    const auto longestChain = [](auto keyOf) {
-        std::vector<int> buckets(c_keys);
-        int longest = 0;
-        for (std::size_t i = 0; i < c_keys; ++i) {
-            auto key = keyOf(i);
-            longest = std::max(longest, ++buckets[CbHashKey<decltype(key)>{}(key) % c_keys]);
-        }
-        return longest;
-    };
-    EXPECT_LE(longestChain([](std::size_t i) { return reinterpret_cast<const void*>(i << 12); }),
-              12);
-    EXPECT_LE(longestChain([](std::size_t i) { return static_cast<std::uint64_t>(i) << 40; }), 12);
-    for (const std::size_t place : {0, 6, 7, 14}) {
-        SCOPED_TRACE(place);
-        EXPECT_LE(longestChain([place](std::size_t i) {
-                      CyUniqueID::Bytes bytes{};
-                      bytes[place] = static_cast<std::uint8_t>(i);
-                      bytes[place + 1] = static_cast<std::uint8_t>(i >> 8);
-                      return CyUniqueID(bytes);
-                  }),
-                  12);
-    }
 }
 
 } // namespace

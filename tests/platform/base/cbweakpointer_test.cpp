@@ -11,8 +11,6 @@
 namespace
 {
 
-static_assert(sizeof(CbWeakPointer<Counted>) == 3 * sizeof(void*));
-
 TEST(AWeakPointer, IsNullWhileItsTargetIsDestroyed)
 {
     auto target = CbMake<Counted>();

@@ -54,14 +54,4 @@ TEST(AString, ReplacesWhatHasNoOtherForm)
     EXPECT_EQ((high + low).ToUtf8(), "a\xF0\x90\x80\x80z");
 }
 
-TEST(AString, ComparesUnitByUnit)
-{
-    EXPECT_LT(CString(CB_TEXT("a")), CString(CB_TEXT("ab")));
-    EXPECT_LT(CString(CB_TEXT("Z")), CString(CB_TEXT("a")));
-    EXPECT_LT(units({0x61, 0}), units({0x61, 0, 1}));
-    EXPECT_LT(units({0xD800, 0xDC00}), units({0xFFFF}));
-    EXPECT_NE(units({0x61, 0}), CString(CB_TEXT("a")));
-    EXPECT_TRUE(CString(nullptr).IsEmpty());
-}
-
 } // namespace

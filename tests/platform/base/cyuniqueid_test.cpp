@@ -1,11 +1,9 @@
 #include "platform/base/cbexceptionstream.h"
 #include "platform/base/cystreamreadbinarybuffer.h"
 #include "platform/base/cyuniqueid.h"
-#include "tests/support/rounds.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
-#include <random>
 #include <thread>
 #include <vector>
 
@@ -31,21 +29,6 @@ TEST(AnId, PrintsItsBytesInOrder)
     EXPECT_FALSE(id.IsNil());
     CyStreamReadBinaryBuffer shortStream(buffer.GetData(), 15);
     EXPECT_THROW(CyUniqueID(id).Serialize(shortStream), CbExceptionStream);
-}
-
-TEST(AnId, OrdersLikeItsText)
-{
-    std::mt19937 random(1);
-    for (int round = 0; round < Rounds(2000); ++round) {
-        CyUniqueID::Bytes bytes;
-        for (auto& byte : bytes) byte = static_cast<std::uint8_t>(random());
-        auto others = bytes;
-        others[random() % 16] = static_cast<std::uint8_t>(random());
-        const CyUniqueID a(bytes);
-        const CyUniqueID b(others);
-        ASSERT_EQ(a < b, a.ToString() < b.ToString()) << a.ToString().ToUtf8();
-        ASSERT_EQ(a == b, a.ToString() == b.ToString());
-    }
 }
 
 TEST(NewIdsThreads, DifferAcrossThreadsAndAreOfVersion4)

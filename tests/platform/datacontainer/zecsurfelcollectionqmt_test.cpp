@@ -98,25 +98,3 @@ TEST(StoredCollection, WithAHostileHeaderIsRefusedAndChangesNothing)
     }
     ExpectSameSurfels(*before, *target);
 }
-
-TEST(StoredCollection, ReadsAnyFlagButZeroAsBoundary)
-{
-    const auto one = CbMake<ZeCSurfelCollectionQMT>(1, true, AttributeSet::Complete, nullptr);
-    auto bytes = Stored(*one);
-    bytes[bytes.size() - 2] = 0x80;
-    Read(*one, bytes);
-    EXPECT_EQ(1, static_cast<int>(one->GetBoundaryFlagAccessor()[0]));
-    EXPECT_EQ(1, Stored(*one)[bytes.size() - 2]);
-}
-
-TEST(ClonedCollection, IsACopyOfItsOwn)
-{
-    std::mt19937 random(20);
-    const auto original = RandomSurfels(random, 100);
-    const CbSmartPointer<IObject> object(original->GetRTTI().getClone()(*original));
-    const auto clone = CbDynamicPointerCast<ZeCSurfelCollectionQMT>(object);
-    ASSERT_TRUE(clone);
-    ExpectSameSurfels(*original, *clone);
-    clone->GetPositionAccessor()[0].x = 1000;
-    EXPECT_NE(1000, original->GetPositionAccessor()[0].x);
-}

@@ -1,37 +1,12 @@
 #include "tests/platform/datatree/datatreeaccess.h"
 
 #include <gmock/gmock.h>
-#include <memory>
 
 namespace
 {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 using Write = CyDataHandleLockOnly<1>;
-
-TEST(ADataTree, KeepsTheOrderOfInsertionAndMovesToTheEnd)
-{
-    SmallTree tree;
-    const auto top = tree.manager.GetTopNode();
-    EXPECT_THAT(top->GetChildren(), ElementsAre(tree.a, tree.e));
-    EXPECT_THAT(tree.a->GetChildren(), ElementsAre(tree.b, tree.d));
-    EXPECT_EQ(tree.c->GetParent(), tree.b);
-    EXPECT_EQ(top->GetParent(), nullptr);
-
-    Write moved(tree.manager, tree.b);
-    EXPECT_TRUE(tree.manager.MoveNode(moved, top));
-    EXPECT_THAT(top->GetChildren(), ElementsAre(tree.a, tree.e, tree.b));
-    EXPECT_THAT(tree.a->GetChildren(), ElementsAre(tree.d));
-    EXPECT_TRUE(tree.manager.MoveNode(moved, top)) << "to the same father";
-    Write removed(tree.manager, tree.e);
-    EXPECT_TRUE(tree.manager.RemoveNode(removed));
-    EXPECT_THAT(top->GetChildren(), ElementsAre(tree.a, tree.b));
-    EXPECT_EQ(tree.e->GetParent(), nullptr);
-    EXPECT_EQ(tree.e->GetDataManager(), nullptr);
-    EXPECT_TRUE(tree.manager.InsertNode(tree.c, tree.e)) << "what was removed may come back";
-    TestAccess::CheckCounters(tree.manager);
-}
 
 TEST(ADataTree, RefusesNodesThatAreElsewhere)
 {
@@ -82,15 +57,6 @@ TEST(ADataTree, OwnsItsNodesAndLetsAllGoHoweverDeep)
         EXPECT_EQ(living, 100'099);
     }
     EXPECT_EQ(living, 0);
-}
-
-TEST(ADataNode, IsCopiedWithoutItsPlaceAndName)
-{
-    SmallTree tree;
-    tree.b->SetName(CB_TEXT("label"));
-    const CbSmartPointer<CyNode> copy(static_cast<CyNode*>(CyNode::RTTI.getClone()(*tree.b)));
-    EXPECT_TRUE(copy->GetName().IsEmpty());
-    EXPECT_EQ(copy->GetDataManager(), nullptr);
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "tests/platform/datatree/datatreeaccess.h"
 
-#include <gmock/gmock.h>
-#include <memory>
+#include <gtest/gtest.h>
 #include <thread>
 
 namespace
@@ -9,8 +8,6 @@ namespace
 
 using Read = CyDataHandleLockOnly<0>;
 using Write = CyDataHandleLockOnly<1>;
-using EOutcome = TestAccess::EOutcome;
-using std::chrono::milliseconds;
 
 class LockingNodes : public testing::Test, protected SmallTree
 {
@@ -110,31 +107,6 @@ TEST_F(LockingNodes, HandlesMoveBetweenVariablesAndThreads)
     TestAccess::CheckCounters(manager);
 }
 
-// Locks a node when its thread is about to be gone.
-struct LateUser
-{
-    CyDataManager& manager;
-    CbSmartPointer<CyNode> node;
-
-    ~LateUser()
-    {
-        const Write handle(manager, node);
-        EXPECT_TRUE(manager.TryLock());
-        EXPECT_TRUE(handle.IsValid());
-    }
-};
-
-TEST_F(LockingNodes, StillWorksWhileAThreadEnds)
-{
-    std::thread([this] {
-        thread_local LateUser late{manager, b};
-        const Write handle(late.manager, a);
-        EXPECT_TRUE(manager.TryLock());
-    }).join();
-    const Write handle(manager, a);
-    EXPECT_EQ(tryLock(), CyDataManager::eLocked);
-}
-
 TEST_F(LockingNodes, HandlesOutliveTheManager)
 {
     Read granted;
@@ -183,44 +155,6 @@ TEST_F(LockingNodes, IsNotOvertakenBetweenTwoSlicesOfWaiting)
         }).join();
     }
     EXPECT_TRUE(refused);
-}
-
-TEST_F(LockingNodes, ABlockedRequestKeepsItsPlaceForATenthOfASecond)
-{
-    CyLockEngine& engine = TestAccess::Engine(manager);
-    CyLockThread holder(engine);
-    CyLockThread writer(engine);
-    CyLockThread reader(engine);
-    Read held;
-    Write wanted;
-    Read newer;
-    TestAccess::Clock::time_point now;
-    const auto writerAsksAndWaits = [&] {
-        TestAccess::Ask(wanted, writer, *b);
-        EXPECT_EQ(TestAccess::Attempt(writer, now), EOutcome::BlockedByLock);
-        TestAccess::StartWaiting(writer);
-    };
-    TestAccess::Ask(held, holder, *b);
-    EXPECT_EQ(TestAccess::Attempt(holder, now), EOutcome::Locked);
-    writerAsksAndWaits();
-    TestAccess::Ask(newer, reader, *c);
-    for (int slice = 0; slice < 5; ++slice) {
-        now += milliseconds(100);
-        EXPECT_EQ(TestAccess::Attempt(writer, now), EOutcome::BlockedByLock);
-        TestAccess::StopWaiting(writer, now);
-        now += milliseconds(100);
-        EXPECT_EQ(TestAccess::Attempt(reader, now), EOutcome::BlockedByOlder);
-        wanted.Release(); // the next slice asks anew
-        writerAsksAndWaits();
-    }
-    TestAccess::StopWaiting(writer, now);
-    now += milliseconds(101);
-    EXPECT_EQ(TestAccess::Attempt(reader, now), EOutcome::Locked) << "the writer came too late";
-
-    held.Release();
-    wanted.Release();
-    newer.Release();
-    for (CyLockThread* thread : {&holder, &writer, &reader}) TestAccess::End(*thread);
 }
 
 } // namespace

@@ -39,14 +39,6 @@ protected:
     }
 };
 
-TEST_F(WaitingThreads, AreLetInWhenTheLockIsGivenBack)
-{
-    Write mine(manager, b);
-    ASSERT_TRUE(manager.TryLock());
-    whileWaitingFor<Read>(a, [&] { mine.Release(); });
-    EXPECT_FALSE(TestAccess::IsAnybodyWaiting(manager));
-}
-
 TEST_F(WaitingThreads, LearnAtOnceThatANodeLeft)
 {
     Write mine(manager, c);

@@ -4,7 +4,6 @@
 
 #include <cstring>
 #include <gtest/gtest.h>
-#include <limits>
 
 namespace
 {
@@ -46,27 +45,4 @@ TEST(MatrixProduct, GivesTheBitsOfASumOverAscendingK)
     ExpectSameBitsAsByHand<double>(2, 1e154); // sums overflow, and differences of them are NaN
     ExpectSameBitsAsByHand<float>(3, 1.0F);
     ExpectSameBitsAsByHand<float>(4, 1e19F);
-}
-
-TEST(MatrixProduct, AppliesTheFirstTransformationFirst)
-{
-    CbMatrix4Rf shift; // in values 12 to 14
-    shift.data()[12] = 10;
-    shift.data()[13] = 20;
-    shift.data()[14] = 30;
-    CbMatrix4Rf turn; // x becomes y, y becomes -x
-    turn[0][0] = turn[1][1] = 0;
-    turn[0][1] = 1;
-    turn[1][0] = -1;
-    EXPECT_EQ((CbVector3f{-22, 11, 33}), TransformPoint({1, 2, 3}, Compose(shift, turn)));
-    EXPECT_EQ((CbVector3f{8, 21, 33}), TransformPoint({1, 2, 3}, Compose(turn, shift)));
-}
-
-TEST(MatrixComparison, TakesZerosOfBothSignsAsEqualAndNaNAsUnequal)
-{
-    CbMatrix4Rd matrix;
-    matrix[0][1] = -0.0;
-    EXPECT_EQ(c_matIdentityD, matrix);
-    matrix[3][2] = std::numeric_limits<double>::quiet_NaN();
-    EXPECT_NE(matrix, CbMatrix4Rd(matrix));
 }

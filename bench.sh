@@ -7,8 +7,7 @@ here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" >/dev/null && pwd)
 require_packages g++ cmake ninja-build libbenchmark-dev libcli11-dev
 
 build="$here/build/bench"
-quietly cmake -S "$here" -B "$build" -G Ninja -DCMAKE_CXX_COMPILER=g++ \
-  -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF \
+CXX=g++ quietly cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF \
   -DTREE_BUILD_EXAMPLES=OFF -DTREE_BUILD_BENCHMARKS=ON
 quietly cmake --build "$build" --target benchmarks
 exec "$build/benchmarks/benchmarks" "$@"

@@ -8,7 +8,6 @@ require_packages g++ cmake ninja-build libcli11-dev
 
 # Options of the program name files relative to where the caller stands.
 build="$here/build/run"
-quietly cmake -S "$here" -B "$build" -G Ninja -DCMAKE_CXX_COMPILER=g++ \
-  -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF
+CXX=g++ quietly cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF
 quietly cmake --build "$build" --target scansession
 exec "$build/examples/scansession/scansession" "$@"

@@ -24,4 +24,4 @@ done
 
 quietly cmake --preset dev
 quietly cmake --build --preset dev
-exec ctest --test-dir build/dev --output-on-failure -j "$(nproc)" ${options[@]+"${options[@]}"}
+exec ctest --test-dir build/dev --no-tests=error --output-on-failure -j "$(nproc)" ${options[@]+"${options[@]}"}

@@ -19,8 +19,9 @@ foreach(folder platform/base platform/math3d platform/attributes platform/datatr
     file(STRINGS ${root}/${file} includes REGEX "^#[ ]*include")
     foreach(include IN LISTS includes)
       string(REGEX REPLACE ".*[<\"](.*)[>\"].*" "\\1" header "${include}")
-      if(NOT header MATCHES "^(platform|logging|transformationtree|tests|benchmarks|examples)/")
-        continue()
+      if(include MATCHES "<" AND NOT header MATCHES
+         "^(platform|logging|transformationtree|tests|benchmarks|examples)/")
+        continue() # not the project's
       endif()
       set(allowed FALSE)
       foreach(prefix IN ITEMS ${folder} ${below_${folder}})

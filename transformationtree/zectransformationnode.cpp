@@ -7,6 +7,7 @@
 #include "transformationtree/zectransformationnodeinner.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {

@@ -6,7 +6,10 @@
 #include "logging/log.h"
 #include "platform/base/cbexception.h"
 #include "platform/datacontainer/zecsurfelcollectionqmt.h"
+#include "transformationtree/internal/collectsubtree.h"
 #include "transformationtree/internal/nodemanagernames.h"
+
+#include <utility>
 
 template class CbSingleton<ZeCTransformationNodeManager>;
 
@@ -161,7 +164,8 @@ void ZeCTransformationNodeManager::SetRootNode(const Inner& root)
                           !dataManagerNode_ ? "no data manager is set"
                                             : "the data manager's node has left it");
     }
-    Nodes below = collectToAdd(root, true);
+    Nodes below = CollectPreOrder(*root);
+    registerNodes(below);
     below.erase(below.begin()); // the root itself
     dataManager_.load()->InsertNode(dataManagerNode_, root).Acknowledge();
     root_ = root;

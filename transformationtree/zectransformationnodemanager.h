@@ -19,8 +19,8 @@
 /// application's data manager, finds nodes by their ids and grants read and write handles.
 ///
 /// A node is in the data manager exactly while its tree hangs below the manager's root. Created
-/// nodes are registered under their ids, and stay alive, until DeleteNode() or an unset root drops
-/// them. The manager posts no messages.
+/// nodes are registered under their ids, and stay alive, until DeleteNode(), ReplaceChild() or
+/// unsetting the root above them drops them. The manager posts no messages.
 ///
 /// Edits are all or nothing: what is thrown is thrown before anything has changed.
 ///
@@ -203,7 +203,6 @@ private:
 
     // Mirroring. Edits collect the nodes of a subtree before they change anything, so that nothing
     // they do afterwards needs memory.
-    [[nodiscard]] Nodes collectToAdd(const Node& top, bool registerIds);
     [[nodiscard]] Nodes collectToRemove(const Node& top) const;
     [[nodiscard]] static std::vector<Node> keepAlive(const Nodes& nodes);
     void addNodesToDataManager(const Nodes& nodes);
@@ -212,7 +211,7 @@ private:
     Node registerNode(const Node& node) CB_REQUIRES(section_);
     void removeNodesFromDataManager(const Nodes& nodes, bool unregister);
     void removeNodeFromDataManager(const Node& node);
-    void removeSubtreeFromDataManager(const Node& node, bool unregister);
+    void removeSubtreeFromDataManager(const Node& node);
 
     // Editing.
     void removeChild(const Inner& father, ZeCTransformationNodeInner::ConstChildIterator position);

@@ -100,7 +100,7 @@ void ZeCTransformationNodeManager::InsertChild(
                           "node " + child->GetID().ToString().ToUtf8() + " has a father");
     }
     const bool managed = IsNodeInDataManager(father);
-    const Nodes added = managed ? collectToAdd(child, false) : Nodes{};
+    const Nodes added = managed ? CollectPreOrder(*child) : Nodes{};
     insertLinked(father, static_cast<std::size_t>(position - father->BeginChild()), child);
     addNodesToDataManager(added);
     father->NewNodeRevision(c_allRevisions);
@@ -133,7 +133,7 @@ void ZeCTransformationNodeManager::removeChild(
 {
     const Node child = *position; // keeps it, and what is below it, until the edit is done
     const bool own = child && child->IsChildOf(*father);
-    if (own && IsNodeInDataManager(child)) removeSubtreeFromDataManager(child, false);
+    if (own && IsNodeInDataManager(child)) removeSubtreeFromDataManager(child);
     father->children_.erase(position);
     if (own) child->setFather(nullptr);
     father->NewNodeRevision(c_allRevisions);
@@ -170,11 +170,12 @@ void ZeCTransformationNodeManager::putInPlace(const Inner& father, const Node& o
     }
 
     const bool managed = IsNodeInDataManager(father);
-    const Nodes added = managed ? collectToAdd(child, replace) : Nodes{};
+    const Nodes added = managed ? CollectPreOrder(*child) : Nodes{};
     const bool oldManaged = own && IsNodeInDataManager(old);
     const Nodes leaving = IsNodeInDataManager(child) ? collectToRemove(child) : Nodes{};
     const Nodes oldNodes = oldManaged || (own && replace) ? collectToRemove(old) : Nodes{};
     const auto deleted = keepAlive(replace ? oldNodes : Nodes{});
+    if (replace) registerNodes(added); // the last step that can fail for want of memory
     if (own) {
         if (oldManaged) removeNodesFromDataManager(oldNodes, false);
         old->setFather(nullptr);
@@ -201,14 +202,14 @@ void ZeCTransformationNodeManager::MoveNode(const Inner& newFather, const Node& 
     const bool stays = oldFather == newFather;
     const bool managed = IsNodeInDataManager(newFather) && dataManager_.load() != nullptr;
     const bool comesIn = managed && !IsNodeInDataManager(node);
-    const Nodes added = comesIn ? collectToAdd(node, false) : Nodes{};
+    const Nodes added = comesIn ? CollectPreOrder(*node) : Nodes{};
     WriteHandle handle = managed && !comesIn ? GetWriteHandle(node) : WriteHandle();
     const std::size_t oldIndex = oldFather ? indexOf(*oldFather, node) : 0;
     if (!stays) reserveOneMore(newFather->children_);
 
     if (oldFather && managed) {
         auto& children = oldFather->children_;
-        // A father whose record could not be read to its end does not list all of its children.
+        // Nothing to erase where the father does not list the node.
         if (oldIndex < children.size()) {
             children.erase(children.begin() + static_cast<std::ptrdiff_t>(oldIndex));
         }

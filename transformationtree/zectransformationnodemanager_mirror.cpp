@@ -17,14 +17,6 @@ void eraseStaleEntries(ZeCTransformationNodeInner& father,
 
 } // namespace
 
-ZeCTransformationNodeManager::Nodes ZeCTransformationNodeManager::collectToAdd(const Node& top,
-                                                                               bool registerIds)
-{
-    Nodes nodes = CollectPreOrder(*top);
-    if (registerIds) registerNodes(nodes);
-    return nodes;
-}
-
 // All of them or, for want of memory, none.
 void ZeCTransformationNodeManager::registerNodes(const Nodes& nodes)
 {
@@ -62,7 +54,10 @@ void ZeCTransformationNodeManager::addNodesToDataManager(const Nodes& nodes)
 
 void ZeCTransformationNodeManager::AddSubtreeToDataManager(const Node& node)
 {
-    if (node) addNodesToDataManager(collectToAdd(node, true));
+    if (!node) return;
+    const Nodes nodes = CollectPreOrder(*node);
+    registerNodes(nodes);
+    addNodesToDataManager(nodes);
 }
 
 void ZeCTransformationNodeManager::removeNodeFromDataManager(const Node& node)
@@ -88,7 +83,7 @@ void ZeCTransformationNodeManager::removeNodesFromDataManager(const Nodes& nodes
     }
 }
 
-void ZeCTransformationNodeManager::removeSubtreeFromDataManager(const Node& node, bool unregister)
+void ZeCTransformationNodeManager::removeSubtreeFromDataManager(const Node& node)
 {
-    removeNodesFromDataManager(collectToRemove(node), unregister);
+    removeNodesFromDataManager(collectToRemove(node), false);
 }

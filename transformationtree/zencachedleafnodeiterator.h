@@ -5,7 +5,8 @@
 /// Walks a subtree in pre-order and stops at its cached leaves: leaves, and inner nodes with a
 /// cached model, which stand for their whole subtree.
 ///
-/// The traversal root's own model plays no part. A subtree that was stopped at is never entered,
+/// The traversal root's own model plays no part. An inner node that gets a model while the walk is
+/// below it is stopped at when the walk leaves it. A subtree that was stopped at is never entered,
 /// even if its model is gone when the walk goes on. See ZeNNodeIterator.
 class TRANSFORMATIONTREE_API ZeCTransformationNode::ZeNCachedLeafNodeIterator
     : public ZeNLeafNodeIterator

@@ -60,7 +60,8 @@ public:
     ZeNNodeIterator& operator--();
     /// Goes on behind the subtree of the present node. Does nothing at the traversal root and at
     /// the end. Iterators of the other kinds may come to rest on a node at which they do not stop:
-    /// they convert to false there, and are not to be read before the next ++ or --.
+    /// they convert to false there, and are not to be read before the next ++ or --, which
+    /// leaves that node's subtree out where the iterator stops at cached leaves.
     ZeNNodeIterator& IncrementToNextSibling();
 
     /// Returns the father within the walk: null at the traversal root and at the end.

@@ -80,6 +80,12 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "--filter: '%s' is not a regular expression\n", filter.c_str());
         return 2;
     }
+    // Asked before anything is measured; what the file holds so far stays until then.
+    if (!json.empty() && !std::ofstream(json, std::ios::app)) {
+        std::fprintf(stderr, "--json: can't write %s\n", json.c_str());
+        return 2;
+    }
+
     // A process that never had a second thread gets cheaper counting from the C library.
     std::thread([] {}).join();
 

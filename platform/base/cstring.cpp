@@ -75,13 +75,18 @@ char32_t takeUtf8(std::string_view& text)
 
 } // namespace
 
-CString::CString(View text) : CString(Text(text)) {}
+CString::CString(View text)
+{
+    if (!text.empty()) text_ = std::make_unique<Text>(text);
+}
 
 CString::CString(const CbWChar* text) : CString(text != nullptr ? View(text) : View()) {}
 
-CString::CString(Text&& text)
+CString CString::take(Text&& text)
 {
-    if (!text.empty()) text_ = std::make_unique<Text>(std::move(text));
+    CString result;
+    if (!text.empty()) result.text_ = std::make_unique<Text>(std::move(text));
+    return result;
 }
 
 const CString::Text& CString::text() const noexcept
@@ -112,7 +117,7 @@ CString CString::FromUtf8(std::string_view text)
             units.push_back(static_cast<CbWChar>(0xDC00 + (code & 0x3FF)));
         }
     }
-    return CString(std::move(units));
+    return take(std::move(units));
 }
 
 std::string CString::ToUtf8() const

@@ -61,7 +61,7 @@ public:
 private:
     using Text = std::basic_string<CbWChar>;
 
-    explicit CString(Text&& text);
+    [[nodiscard]] static CString take(Text&& text);
     [[nodiscard]] const Text& text() const noexcept;
 
     std::unique_ptr<Text> text_; ///< null for the empty string

@@ -2,6 +2,8 @@
 
 #include "platform/datatree/cydatamanager.h"
 
+#include <utility>
+
 const CbRTTI CyNode::RTTI(CB_TEXT("CyNode"), &CyNode::CreateByFactory, &CyNode::CloneByFactory);
 
 IObject* CyNode::CreateByFactory() { return new CyNode; }

@@ -1,6 +1,7 @@
 #include "tests/support/scenario.h"
 #include "tests/transformationtree/treematrices.h"
 #include "transformationtree/zectransformationnodeinner.h"
+#include "transformationtree/zectransformationnodeleaf.h"
 
 #include <gtest/gtest.h>
 
@@ -101,6 +102,63 @@ TEST(ABoundingBox, HoldsTheLeavesInTheFrameThatIsAskedFor)
     flat[0][0] = 0.0;
     cluster->SetRelativeTrafo(flat);
     EXPECT_EQ(root->GetBoundingBox(c_matIdentityD), CyBoundingBox3D({0, 0, 5}, {0, 0, 7}));
+}
+
+TEST(ALeaf, AssumesPropertiesFromLeavesOnlyAndNothingElse)
+{
+    const auto leaf = CbMake<ZeCTransformationNodeLeaf>();
+    EXPECT_FALSE(leaf->IsVisible());
+    const auto scan = CbMake<ZeCTransformationNodeLeaf>(Model(CbMake<ZeCModelQMT>()));
+    EXPECT_TRUE(scan->IsVisible());
+    scan->SetIsNewEntryScan(true);
+    scan->SetRelativeTrafo(Shift(1, 2, 3));
+    EXPECT_TRUE(CbMake<ZeCTransformationNodeLeaf>(*scan)->IsNewEntryScan());
+
+    const auto revision = leaf->GetNodeRevision(3);
+    leaf->AssumeAttributes(CbMake<ZeCTransformationNodeInner>(), EAttributes::Properties);
+    leaf->AssumeAttributes(nullptr, EAttributes::Properties);
+    EXPECT_THAT(leaf->GetRelativeTrafo(), HasBitsOf(c_matIdentityD));
+    leaf->AssumeAttributesIncrementVersion(scan);
+    EXPECT_THAT(leaf->GetRelativeTrafo(), HasBitsOf(Shift(1, 2, 3)));
+    EXPECT_TRUE(leaf->IsVisible());
+    EXPECT_FALSE(leaf->GetModel());
+    EXPECT_FALSE(leaf->IsNewEntryScan());
+    EXPECT_EQ(leaf->GetNodeRevision(3), revision);
+}
+
+// Tells when it dies.
+class MortalModel : public ZeCModelQMT
+{
+public:
+    MortalModel(char name, std::string& died) : name_(name), died_(died) {}
+
+protected:
+    ~MortalModel() override { died_ += name_; }
+
+private:
+    char name_;
+    std::string& died_;
+};
+
+TEST(ATreeThatDies, GoesChildByChildEachSubtreeBeforeTheNextSibling)
+{
+    std::string died;
+    const auto leaf = [&](char name) {
+        return CbMake<ZeCTransformationNodeLeaf>(Model(CbMake<MortalModel>(name, died)));
+    };
+    const auto inner = [&](char name, const std::vector<Node>& children) {
+        const auto node = CbMake<ZeCTransformationNodeInner>();
+        node->SetModel(CbMake<MortalModel>(name, died), -1);
+        for (const Node& child : children) LinkByHand(node, child);
+        return node;
+    };
+    // Held in one place each, or they would live on.
+    auto root = [&] {
+        return inner('r', {leaf('a'), inner('x', {leaf('b'), leaf('c')}), leaf('d')});
+    }();
+    EXPECT_EQ(died, "");
+    root = nullptr;
+    EXPECT_EQ(died, "abcxdr");
 }
 
 } // namespace

@@ -50,6 +50,29 @@ TEST_F(NodeManager, GoesAtExitWithTheRootSet)
     }
 }
 
+TEST_F(NodeManager, LocksNothingWithoutADataManager)
+{
+    CyDataManager other;
+    EXPECT_FALSE(manager().SetDataManager(other, other.GetTopNode())) << "is linked already";
+    const auto tree = rootedTree("root(leaf)");
+    EXPECT_FALSE(manager().UnsetDataManager()) << "has a root";
+    manager().UnsetRootNode(); // without its write lock
+    EXPECT_EQ(manager().GetRootNode(), tree.GetRoot());
+    unsetRoot();
+    ASSERT_TRUE(manager().UnsetDataManager());
+
+    EXPECT_THROW((void)manager().GetDataManager(), CbException);
+    EXPECT_THROW(manager().CreateRootNode(), CbException);
+    EXPECT_EQ(TestAccess::CountIds(manager()), 0U);
+    EXPECT_TRUE(manager().GetWriteHandle(tree["leaf"]).IsEmpty());
+    auto status = CyDataManager::eGeneralError;
+    EXPECT_FALSE(manager().TryLockAndWait(0, status));
+    EXPECT_EQ(status, CyDataManager::eNoQueries);
+    EXPECT_TRUE(manager().IsNotManagedOrWriteLocked(tree["leaf"]));
+    EXPECT_FALSE(manager().IsWriteLocked(tree["leaf"]));
+    ASSERT_TRUE(manager().SetDataManager(dataManager, dataNode));
+}
+
 TEST_F(NodeManager, TouchesNoDataManagerThatWentFirst)
 {
     {

@@ -59,8 +59,9 @@ protected:
             threads.emplace_back([&, i] {
                 start.arrive_and_wait();
                 Worker worker{*this, std::mt19937(static_cast<unsigned>(i)), 0, {}};
-                while (std::chrono::steady_clock::now() < end) worker.step();
-                EXPECT_EQ(worker.done.size(), 4U);
+                // However slow the machine is, each thread gets all that it asks for in the end.
+                const auto isDone = [&] { return worker.done.size() == 4; };
+                while (std::chrono::steady_clock::now() < end || !isDone()) worker.step();
                 expected += worker.writes;
             });
         }

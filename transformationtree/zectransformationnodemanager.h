@@ -139,7 +139,8 @@ public:
     void ExchangeChild(const Inner& father, const Node& oldChild, const Node& newChild);
     /// Moves a node, with its subtree, in front of @p before below a new father; to the end where
     /// that is null or no child of the new father. Within the data manager its data nodes move;
-    /// from outside it the subtree comes in, and to the outside it goes out.
+    /// from outside it the subtree comes in, and to the outside it goes out. In front of itself a
+    /// node keeps its place, and comes to the end below another father.
     void MoveNode(const Inner& newFather, const Node& node, const ConstNode& before);
     /// Registers a subtree and brings it into the data manager below the father of its top, where
     /// that is in it. Null changes nothing.

@@ -121,14 +121,6 @@ template<class T, class U>
     return CbSmartPointer<T>(dynamic_cast<T*>(pointer.Get()));
 }
 
-/// Takes const away where the caller may edit the object although it was handed out as const.
-template<class T, class U>
-[[nodiscard]] CbSmartPointer<T> CbConstPointerCast(CbSmartPointer<U> pointer) noexcept
-{
-    return CbSmartPointer<T>::Adopt(const_cast<T*>(pointer.Detach()));
-}
-
-/// Hash of the address, for maps whose keys are smart pointers.
 template<class T>
 struct std::hash<CbSmartPointer<T>>
 {

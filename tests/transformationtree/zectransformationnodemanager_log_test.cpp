@@ -174,6 +174,42 @@ TEST_F(NodeManagerLog, TellsHowLongASingleHandleWaited)
     }
 }
 
+TEST_F(NodeManagerLog, ASingleHandleKeepsItsTurnBetweenItsTimeouts)
+{
+    auto held = manager().GetSingleReadHandleLocked(tree_["b"]);
+    CbEvent readerMayAsk;
+    CbEvent readerAsks;
+    CbEvent overtakingIsOver;
+    int timeouts = 0;
+    recorder_.SetObserver([&](const LogRecord& record) {
+        if (record.line != 1834) return;
+        ++timeouts;
+        if (timeouts == 1) {
+            readerMayAsk.Set();
+            readerAsks.Wait();
+        }
+        if (timeouts == 4) overtakingIsOver.Set();
+    });
+    std::string granted; // written by one at a time: the locks exclude each other
+    std::jthread writer([&] {
+        const auto handle = manager().GetSingleWriteHandleLocked(tree_["b"]);
+        granted += 'w';
+    });
+    std::jthread reader([&] {
+        readerMayAsk.Wait();
+        const auto handle = manager().GetReadHandle(tree_["b"]);
+        readerAsks.Set();
+        EXPECT_TRUE(manager().TryLockAndWait(10000));
+        granted += 'r';
+    });
+    overtakingIsOver.Wait();
+    held = {};
+    writer.join();
+    reader.join();
+    recorder_.SetObserver(nullptr);
+    EXPECT_EQ(granted, "wr") << "the writer came first";
+}
+
 TEST_F(NodeManagerLog, ListsTheIdsWhenTheRootComesAndGoes)
 {
     // The lists so far: their tag, "enter" or "exit" and the nodes in them.

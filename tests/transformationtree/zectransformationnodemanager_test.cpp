@@ -73,6 +73,21 @@ TEST_F(NodeManager, LocksNothingWithoutADataManager)
     ASSERT_TRUE(manager().SetDataManager(dataManager, dataNode));
 }
 
+TEST_F(NodeManager, AReadLockGivesReadingBelowItsNodeAndNothingElse)
+{
+    const auto tree = rootedTree("root(a(b), c)");
+    EXPECT_FALSE(manager().IsReadLocked(tree["b"]));
+    EXPECT_FALSE(manager().IsNotManagedOrReadLocked(tree["b"]));
+    const auto handle = manager().GetSingleReadHandleLocked(tree["a"]);
+    EXPECT_TRUE(manager().IsReadLocked(tree["b"]));
+    EXPECT_TRUE(manager().IsNotManagedOrReadLocked(tree["b"]));
+    EXPECT_FALSE(manager().IsWriteLocked(tree["b"]));
+    EXPECT_FALSE(manager().IsNotManagedOrWriteLocked(tree["b"]));
+    EXPECT_FALSE(manager().IsReadLocked(tree["c"]));
+    EXPECT_FALSE(manager().IsReadLocked(nullptr));
+    EXPECT_TRUE(manager().IsNotManagedOrReadLocked(nullptr));
+}
+
 TEST_F(NodeManager, TouchesNoDataManagerThatWentFirst)
 {
     {

@@ -55,7 +55,9 @@ TEST(QuantizedNormal, IsOffByLessThanADegree)
     double worst = 0;
     for (int round = 0; round < Rounds(1000000); ++round) {
         const CbVector3f direction = RandomDirection(random);
-        const double error = AngleInDegrees(direction, ZeCQuantizedNormal(direction).GetNormal());
+        const ZeCQuantizedNormal normal(direction);
+        ASSERT_EQ(NormalOfLevel<3>(direction).GetCode(), normal.GetCode(3)) << "the coarser cell";
+        const double error = AngleInDegrees(direction, normal.GetNormal());
         ASSERT_LE(error, 0.95) << direction.x << " " << direction.y << " " << direction.z;
         worst = std::max(worst, error);
     }

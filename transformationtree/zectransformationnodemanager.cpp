@@ -1,5 +1,5 @@
 // The link to the data manager, creation and the root. Structure edits, the mirror in the data
-// manager and locks are in the sources beside this one.
+// manager, locks and checks are in the sources beside this one.
 
 #include "transformationtree/zectransformationnodemanager.h"
 
@@ -195,21 +195,4 @@ void ZeCTransformationNodeManager::UnsetRootNode()
     root_ = nullptr;
     rootAddress_ = nullptr;
     if (Logging::IsDebugEnabled(c_nodeManagerLogger)) logIDMap("UnsetRootNode exit");
-}
-
-void ZeCTransformationNodeManager::logIDMap(const char* tag) const noexcept
-try {
-    constexpr const char* function = "ZeCTransformationNodeManager::logIDMap";
-    const CString wideTag = CString::FromUtf8(tag);
-    Logging::LogDebug(c_nodeManagerLogger, c_nodeManagerFile, 1916, function,
-                      CB_TEXT("Start ID Map: %s"), wideTag.GetString());
-    for (const auto& [id, node] : idMap_) {
-        Logging::LogDebug(c_nodeManagerLogger, c_nodeManagerFile, 1920, function,
-                          CB_TEXT("id %s -> description %s"), id.ToString().GetString(),
-                          node->getLoggedDescription().GetString());
-    }
-    Logging::LogDebug(c_nodeManagerLogger, c_nodeManagerFile, 1922, function,
-                      CB_TEXT("End ID Map: %s"), wideTag.GetString());
-} catch (...) {
-    // Messages are no reason for an edit to fail half-way.
 }

@@ -13,6 +13,8 @@
 #include <atomic>
 #include <vector>
 
+class CbStreamWriteASCII;
+
 /// The one place where tree nodes are created, linked and locked; a singleton.
 ///
 /// It edits the links between fathers and children, keeps the tree below its root mirrored in the
@@ -41,6 +43,7 @@ public:
     using Inner = CbSmartPointer<ZeCTransformationNodeInner>;
     using Leaf = CbSmartPointer<ZeCTransformationNodeLeaf>;
     using ConstNode = CbSmartPointer<const ZeCTransformationNode>;
+    using ConstInner = CbSmartPointer<const ZeCTransformationNodeInner>;
     using ReadHandle = CyDataHandleLockOnly<0>;
     using WriteHandle = CyDataHandleLockOnly<1>;
     using CheckReturn = CbCheckReturn<bool, CbCheckReturnPolicyAssert>;
@@ -186,7 +189,27 @@ public:
     [[nodiscard]] bool IsNotManagedOrWriteLocked(const Node& node) const;
     /// @}
 
+    /// @name Consistency
+    /// The checks change nothing and never throw; where memory runs out they say false.
+    ///
+    /// A node in the data manager is valid only for a thread that may read it; a read lock on the
+    /// root does for a whole tree. Threads: the id map is read without the section, so no other
+    /// thread may create, delete or move nodes meanwhile.
+    /// @{
+
+    /// True where the node is labelled with its id; where it, its children and its father are
+    /// registered under their ids and readable; and where they are linked to each other, in the
+    /// tree as in the data manager. False for null. Cost: linear in its children and siblings.
+    CheckReturn IsValid(const ConstNode& node) const noexcept;
+    /// True where every registered node is valid, and where the root, if one is set, hangs below
+    /// the data manager's node. Cost: linear in the number of registered nodes and their children.
+    CheckReturn IsValid() const noexcept;
+    /// @}
+
 protected:
+    /// Writes the tree below the root, a line for each node in pre-order: a space for each node
+    /// above it, its description and "[leaf]".
+    virtual void dump(CbStreamWriteASCII& stream) const;
     /// Logs all ids and descriptions as debug detail.
     void logIDMap(const char* tag) const noexcept CB_REQUIRES(section_);
 
@@ -236,6 +259,17 @@ private:
     /// Throws, from the given place, where a child may not come below a father.
     void requireInsertable(const Inner& father, const Node& child, const char* file, unsigned line,
                            const char* function) const;
+
+    // Checking. The section is left alone, as IsValid() says.
+    CheckReturn checkIsNodeConsistent(const ConstNode& node) const;
+    CheckReturn checkIsFatherAndChildConsistent(const ConstInner& father,
+                                                const ConstNode& child) const;
+    /// True where the nodes of the data tree at and below @p dataNode are readable nodes of trees.
+    CheckReturn checkRecursivelyNodesInDataManager(CbSmartPointer<const CyNode> dataNode) const;
+    [[nodiscard]] bool
+    isRegistered(const ZeCTransformationNode& node) const CB_NO_THREAD_SAFETY_ANALYSIS;
+    [[nodiscard]] bool areRegisteredNodesValid() const CB_NO_THREAD_SAFETY_ANALYSIS;
+    [[nodiscard]] bool isRootInPlace() const CB_NO_THREAD_SAFETY_ANALYSIS;
 
     template<int kind, class NodePointer>
     [[nodiscard]] CyDataHandleLockOnly<kind> getHandle(const NodePointer& node) const;

@@ -21,6 +21,11 @@ CyNode::~CyNode() = default;
 
 CString CyNode::GetName() const { return nameId_.IsNil() ? name_ : nameId_.ToString(); }
 
+bool CyNode::IsNamed(const CyUniqueID& id) const
+{
+    return nameId_.IsNil() ? name_ == id.ToString() : nameId_ == id;
+}
+
 void CyNode::SetName(CString name) noexcept
 {
     name_ = std::move(name);

@@ -3,6 +3,7 @@
 #include "tests/support/managerfixture.h"
 #include "tests/support/scenario.h"
 #include "tests/transformationtree/failingallocations.h"
+#include "transformationtree/zectransformationnodemanager_unittest.h"
 
 #include <functional>
 #include <new>
@@ -121,6 +122,28 @@ TEST_F(WithoutMemory, EditsChangeNothing)
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         expectAllOrNothing(row.prepare, row.edit);
+    }
+}
+
+TEST_F(WithoutMemory, TheSelfTestEndsAndLeavesNoNodeBehind)
+{
+    bool failed = true;
+    for (long allocations = 0; failed; ++allocations) {
+        SCOPED_TRACE(allocations);
+        ASSERT_LT(allocations, 1000);
+        ZeCTransformationNodeManager_UnitTest test(dataManager, dataNode);
+        std::thread([&] {
+            FailAllocationsAfter(allocations);
+            try {
+                test.Run();
+                failed = test.HasFailed();
+            } catch (const std::bad_alloc&) {
+                // There was no memory for the line that tells it.
+            }
+            FailAllocationsAfter(-1);
+        }).join();
+        unsetRoot();
+        EXPECT_EQ(TestAccess::CountIds(manager()), 0);
     }
 }
 

@@ -1,0 +1,190 @@
+#include "platform/base/cbexception.h"
+#include "tests/support/managerfixture.h"
+#include "tests/support/rounds.h"
+#include "tests/support/scenario.h"
+#include "transformationtree/zectransformationnodemanager_unittest.h"
+
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <functional>
+#include <gmock/gmock.h>
+
+namespace
+{
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+using Lines = std::vector<std::string>;
+
+constexpr const char* c_writeAsked = "WriteHandles instantiated for for Father1 and Father2";
+constexpr const char* c_writeGranted = "WriteHandles granted for for Father1 and Father2";
+constexpr const char* c_moved = "Node Child moved from Father1 to Father2";
+constexpr const char* c_readAsked = "ReadHandle instantiated for Child (father=Father1)";
+constexpr const char* c_readLocked = "Call to Lock() succeeded";
+constexpr const char* c_readGranted = "ReadLock granted for Child(father=";
+
+// The self-test, which does something more on the thread that writes a certain line.
+class DisturbedTest : public ZeCTransformationNodeManager_UnitTest
+{
+public:
+    using ZeCTransformationNodeManager_UnitTest::ZeCTransformationNodeManager_UnitTest;
+
+    void Disturb(std::string line, std::function<void()> action)
+    {
+        line_ = std::move(line);
+        action_ = std::move(action);
+    }
+    void Write(EMessageType type, const char* format, ...) override CB_PRINTF_FORMAT(3, 4)
+    {
+        std::array<char, 256> text;
+        std::va_list arguments;
+        va_start(arguments, format);
+        std::vsnprintf(text.data(), text.size(), format, arguments);
+        va_end(arguments);
+        ZeCTransformationNodeManager_UnitTest::Write(type, "%s", text.data());
+        if (action_ && std::string(text.data()).starts_with(line_)) action_();
+    }
+    [[nodiscard]] Lines GetLines(EMessageType type) const
+    {
+        Lines lines;
+        for (const Line& line : GetLog()) {
+            if (line.type == type) lines.push_back(line.text);
+        }
+        return lines;
+    }
+
+private:
+    std::string line_;
+    std::function<void()> action_;
+};
+
+class SelfTestThreads : public NodeManagerTest
+{
+protected:
+    SelfTestThreads() { EXPECT_TRUE(manager().UnsetDataManager()); }
+
+    // Runs the test once more, in a manager without root, with something done at one line.
+    // Returns the errors.
+    Lines run(const std::string& line = {}, const std::function<void()>& action = {})
+    {
+        unsetRoot();
+        EXPECT_TRUE(manager().UnsetDataManager());
+        EXPECT_EQ(TestAccess::CountIds(manager()), 0);
+        DisturbedTest test(dataManager, dataNode);
+        test.Disturb(line, action);
+        test.Run();
+        information = test.GetLines(CyUnitTest::eInformation);
+        Lines errors = test.GetLines(CyUnitTest::eError);
+        EXPECT_EQ(test.HasFailed(), !errors.empty());
+        return errors;
+    }
+
+    static Inner father(std::size_t index)
+    {
+        const Node node = manager().GetRootNode()->BeginChild()[static_cast<std::ptrdiff_t>(index)];
+        return CbDynamicPointerCast<ZeCTransformationNodeInner>(node);
+    }
+
+    static void expectTree(const std::string& tree)
+    {
+        const auto lock = manager().GetSingleReadHandleLocked(manager().GetRootNode());
+        EXPECT_EQ(Describe(*manager().GetRootNode()), tree);
+        EXPECT_TRUE(manager().IsValid());
+    }
+
+    [[nodiscard]] bool isBefore(const std::string& earlier, const std::string& later) const
+    {
+        const auto at = [&](const std::string& text) {
+            return std::ranges::find_if(information,
+                                        [&](const auto& line) { return line.starts_with(text); });
+        };
+        return at(earlier) < at(later) && at(later) != information.end();
+    }
+
+    Lines information; ///< of the last run
+};
+
+TEST_F(SelfTestThreads, PassAThousandTimesInARow)
+{
+    for (int round = Rounds(1000); round > 0 && !HasFailure(); --round) {
+        ASSERT_THAT(run(), IsEmpty());
+        expectTree("(Father1(), Father2(Child))");
+        EXPECT_EQ(information.size(), 6);
+        // The reader may be granted its lock before the writer, but never beside it.
+        const auto count = [&](const char* father) {
+            return std::ranges::count(information, std::string(c_readGranted) + father);
+        };
+        const bool readerWon = count("Father1)") == 1;
+        EXPECT_TRUE(readerWon || count("Father2)") == 1);
+        EXPECT_TRUE(readerWon ? isBefore(c_readGranted, c_writeGranted)
+                              : isBefore(c_moved, c_readLocked));
+        EXPECT_TRUE(isBefore(c_writeAsked, c_writeGranted));
+        EXPECT_TRUE(isBefore(c_writeGranted, c_moved));
+        EXPECT_TRUE(isBefore(c_readAsked, c_moved));
+        EXPECT_TRUE(isBefore(c_readAsked, c_readLocked));
+        EXPECT_TRUE(isBefore(c_readLocked, c_readGranted));
+        if (HasFailure()) ADD_FAILURE() << testing::PrintToString(information);
+    }
+}
+
+TEST_F(SelfTestThreads, ReportAChildBelowTheWrongFather)
+{
+    const auto moveBack = [] { manager().MoveNode(father(0), father(1)->FrontChild(), nullptr); };
+    EXPECT_THAT(run(c_moved, moveBack),
+                ElementsAre("Node Child has wrong father. Should be Father2 but is Father1"));
+    expectTree("(Father1(Child), Father2())");
+}
+
+TEST_F(SelfTestThreads, ReportLocksThatFail)
+{
+    // A node that was in and out has lost the queries on it.
+    const auto reenter = [](const Inner& top, const Node& node) {
+        manager().RemoveChild(top, node);
+        manager().AppendChild(top, node);
+    };
+    EXPECT_THAT(run(c_readAsked, [&] { reenter(father(0), father(0)->FrontChild()); }),
+                ElementsAre("Call to Lock() failed with an exception!"));
+    expectTree("(Father1(), Father2(Child))");
+    EXPECT_THAT(information,
+                UnorderedElementsAre(c_readAsked, c_writeAsked, c_writeGranted, c_moved));
+
+    EXPECT_THAT(run(c_writeAsked, [&] { reenter(manager().GetRootNode(), father(1)); }),
+                ElementsAre("Lock() attemt failed with an exception."));
+    expectTree("(Father1(Child), Father2())");
+    EXPECT_THAT(information.back(), HasSubstr("Father1)"));
+}
+
+TEST_F(SelfTestThreads, EndAfterAnExceptionInAnyStep)
+{
+    for (const char* const line :
+         {c_writeAsked, c_writeGranted, c_moved, c_readAsked, c_readLocked, c_readGranted}) {
+        SCOPED_TRACE(line);
+        const auto fail = [] { throw CbException("file", 1, "f", "no more lines"); };
+        EXPECT_THAT(run(line, fail), ElementsAre(HasSubstr("no more lines")));
+        EXPECT_EQ(manager().GetRootNode()->GetNrLeafNodes(), 1);
+    }
+}
+
+TEST_F(SelfTestThreads, LeaveAManagerInUseAlone)
+{
+    DisturbedTest test(dataManager, dataNode);
+    CyDataManager other;
+    ASSERT_TRUE(manager().SetDataManager(other, other.GetTopNode()));
+    test.Run();
+    EXPECT_TRUE(test.HasFailed());
+    EXPECT_FALSE(manager().GetRootNode());
+    ASSERT_TRUE(manager().UnsetDataManager());
+
+    ASSERT_TRUE(manager().SetDataManager(dataManager, dataNode));
+    const Inner root = manager().CreateRootNode();
+    test.Run();
+    EXPECT_THAT(test.GetLines(CyUnitTest::eError),
+                ElementsAre(HasSubstr("another data manager"), HasSubstr("a root is set already")));
+    EXPECT_EQ(manager().GetRootNode(), root);
+    EXPECT_EQ(TestAccess::CountIds(manager()), 1);
+}
+
+} // namespace

@@ -30,6 +30,20 @@ struct TestAccess
         const CbCriticalSectionLock lock(manager.section_);
         return manager.idMap_.GetCount();
     }
+    /// The registered nodes, to be spoiled. Only one thread at a time.
+    static auto& IdMap(ZeCTransformationNodeManager& manager) CB_NO_THREAD_SAFETY_ANALYSIS
+    {
+        return manager.idMap_;
+    }
+    static void Dump(const ZeCTransformationNodeManager& manager, CbStreamWriteASCII& stream)
+    {
+        manager.dump(stream);
+    }
+    static bool AreInDataManager(const ZeCTransformationNodeManager& manager,
+                                 const CbSmartPointer<const CyNode>& top)
+    {
+        return manager.checkRecursivelyNodesInDataManager(top);
+    }
     /// Destroys a singleton, so that the next test finds a new one.
     template<class T>
     static void DestroySingleton()

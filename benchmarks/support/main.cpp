@@ -38,26 +38,41 @@ void writeJson(std::ostream& out, const std::vector<RatioResult>& results)
     out << "\n]\n";
 }
 
-// How much worse the ratio of a work is at its largest size than at its smallest; a goal of its
-// own.
-std::optional<RatioResult> growthOf(const std::string& work, double goal,
+// How much worse a figure of a work may be at its largest size than at its smallest.
+struct GrowthGoal
+{
+    const char* work;
+    double RatioResult::*figure;
+    const char* figureName;
+    double goal;
+};
+
+constexpr GrowthGoal c_growthGoals[] = {
+    {"handle/depth4", &RatioResult::ratio, "ratio", 1.5},
+    {"isvalid/balanced", &RatioResult::ratio, "ratio", 2.5},
+    {"isvalid/wide", &RatioResult::ratio, "ratio", 2.5},
+    {"isvalid/chain", &RatioResult::ratio, "ratio", 2.5},
+};
+
+std::optional<RatioResult> growthOf(const GrowthGoal& growth,
                                     const std::vector<RatioResult>& results)
 {
     const RatioResult* first = nullptr;
     const RatioResult* last = nullptr;
     for (const RatioResult& result : results) {
-        if (result.work != work) continue;
+        if (result.work != growth.work) continue;
         if (first == nullptr) first = &result;
         last = &result;
     }
     if (first == last) return std::nullopt;
-    return RatioResult{work + "/growth",
+    return RatioResult{std::string(growth.work) + "/growth",
                        last->size,
                        last->ns,
-                       "its ratio at " + std::to_string(first->size),
-                       last->ratio / first->ratio,
+                       "its " + std::string(growth.figureName) + " at " +
+                           std::to_string(first->size),
+                       last->*growth.figure / first->*growth.figure,
                        std::max(first->spread, last->spread),
-                       goal};
+                       growth.goal};
 }
 
 } // namespace
@@ -92,7 +107,7 @@ int main(int argc, char** argv)
     std::printf("%-28s %9s %13s  %8s  %8s  %-9s  %s\n", "work", "size", "per item", "ratio",
                 "spread", "goal", "reference");
     std::vector<RatioResult> results;
-    for (const auto& suite : {WalkBenchmarks(), HandleBenchmarks()}) {
+    for (const auto& suite : {WalkBenchmarks(), HandleBenchmarks(), IsValidBenchmarks()}) {
         for (const RatioBenchmark& benchmark : suite) {
             const std::string name = benchmark.work + "/" + std::to_string(benchmark.size);
             if (!std::regex_search(name, pattern)) continue;
@@ -105,9 +120,11 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "--filter: nothing matches '%s'\n", filter.c_str());
         return 2;
     }
-    if (const auto growth = growthOf("handle/depth4", 1.5, results)) {
-        results.push_back(*growth);
-        printTable(*growth);
+    for (const GrowthGoal& goal : c_growthGoals) {
+        if (const auto growth = growthOf(goal, results)) {
+            results.push_back(*growth);
+            printTable(*growth);
+        }
     }
     if (!json.empty()) {
         std::ofstream file(json);

@@ -46,3 +46,4 @@ struct RatioResult
 /// The benchmarks of the suites; each prepares itself only when it is measured.
 [[nodiscard]] std::vector<RatioBenchmark> WalkBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> HandleBenchmarks();
+[[nodiscard]] std::vector<RatioBenchmark> IsValidBenchmarks();

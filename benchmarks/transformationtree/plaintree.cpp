@@ -1,6 +1,7 @@
 #include "benchmarks/transformationtree/plaintree.h"
 
 #include <cmath>
+#include <numeric>
 
 std::vector<int> FanOut8(std::size_t size)
 {
@@ -20,6 +21,20 @@ std::vector<int> FanOut8(std::size_t size)
             if (child < size) open.push_back({child, next});
         }
     }
+    return fathers;
+}
+
+std::vector<int> OneFather(std::size_t size)
+{
+    std::vector<int> fathers(size, 0);
+    fathers.front() = -1;
+    return fathers;
+}
+
+std::vector<int> Chain(std::size_t size)
+{
+    std::vector<int> fathers(size);
+    std::iota(fathers.begin(), fathers.end(), -1);
     return fathers;
 }
 

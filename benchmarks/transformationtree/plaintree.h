@@ -11,6 +11,10 @@
 
 /// The father of each node of a tree with fan-out 8, in pre-order; -1 for the root.
 [[nodiscard]] std::vector<int> FanOut8(std::size_t size);
+/// The same of a tree whose root has all others as children.
+[[nodiscard]] std::vector<int> OneFather(std::size_t size);
+/// The same of a tree in which each node has one child.
+[[nodiscard]] std::vector<int> Chain(std::size_t size);
 
 /// A small rotation with a shift, different for each index.
 [[nodiscard]] CbMatrix4Rd SomeTrafo(std::size_t index);

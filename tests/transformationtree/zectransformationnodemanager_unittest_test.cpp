@@ -1,9 +1,11 @@
+#include "platform/base/cbevent.h"
 #include "platform/base/cbexception.h"
 #include "tests/support/managerfixture.h"
 #include "tests/support/rounds.h"
 #include "tests/support/scenario.h"
 #include "transformationtree/zectransformationnodemanager_unittest.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstdio>
@@ -26,17 +28,22 @@ constexpr const char* c_readAsked = "ReadHandle instantiated for Child (father=F
 constexpr const char* c_readLocked = "Call to Lock() succeeded";
 constexpr const char* c_readGranted = "ReadLock granted for Child(father=";
 
-// The self-test, which does something more on the thread that writes a certain line.
-class DisturbedTest : public ZeCTransformationNodeManager_UnitTest
+// Is shown each line that the self-test writes, on the thread that writes it.
+using Observer = std::function<void(const std::string&)>;
+
+Observer at(const std::string& line, const std::function<void()>& action)
+{
+    return [=](const std::string& written) {
+        if (written.starts_with(line)) action();
+    };
+}
+
+class ObservedTest : public ZeCTransformationNodeManager_UnitTest
 {
 public:
     using ZeCTransformationNodeManager_UnitTest::ZeCTransformationNodeManager_UnitTest;
 
-    void Disturb(std::string line, std::function<void()> action)
-    {
-        line_ = std::move(line);
-        action_ = std::move(action);
-    }
+    void SetObserver(Observer observer) { observer_ = std::move(observer); }
     void Write(EMessageType type, const char* format, ...) override CB_PRINTF_FORMAT(3, 4)
     {
         std::array<char, 256> text;
@@ -45,7 +52,7 @@ public:
         std::vsnprintf(text.data(), text.size(), format, arguments);
         va_end(arguments);
         ZeCTransformationNodeManager_UnitTest::Write(type, "%s", text.data());
-        if (action_ && std::string(text.data()).starts_with(line_)) action_();
+        if (observer_) observer_(text.data());
     }
     [[nodiscard]] Lines GetLines(EMessageType type) const
     {
@@ -57,8 +64,7 @@ public:
     }
 
 private:
-    std::string line_;
-    std::function<void()> action_;
+    Observer observer_;
 };
 
 class SelfTestThreads : public NodeManagerTest
@@ -66,15 +72,14 @@ class SelfTestThreads : public NodeManagerTest
 protected:
     SelfTestThreads() { EXPECT_TRUE(manager().UnsetDataManager()); }
 
-    // Runs the test once more, in a manager without root, with something done at one line.
-    // Returns the errors.
-    Lines run(const std::string& line = {}, const std::function<void()>& action = {})
+    // Runs the test once more, in a manager without root. Returns the errors.
+    Lines run(const Observer& observer = {})
     {
         unsetRoot();
         EXPECT_TRUE(manager().UnsetDataManager());
         EXPECT_EQ(TestAccess::CountIds(manager()), 0);
-        DisturbedTest test(dataManager, dataNode);
-        test.Disturb(line, action);
+        ObservedTest test(dataManager, dataNode);
+        test.SetObserver(observer);
         test.Run();
         information = test.GetLines(CyUnitTest::eInformation);
         Lines errors = test.GetLines(CyUnitTest::eError);
@@ -97,11 +102,11 @@ protected:
 
     [[nodiscard]] bool isBefore(const std::string& earlier, const std::string& later) const
     {
-        const auto at = [&](const std::string& text) {
+        const auto find = [&](const std::string& text) {
             return std::ranges::find_if(information,
                                         [&](const auto& line) { return line.starts_with(text); });
         };
-        return at(earlier) < at(later) && at(later) != information.end();
+        return find(earlier) < find(later) && find(later) != information.end();
     }
 
     Lines information; ///< of the last run
@@ -133,7 +138,7 @@ TEST_F(SelfTestThreads, PassAThousandTimesInARow)
 TEST_F(SelfTestThreads, ReportAChildBelowTheWrongFather)
 {
     const auto moveBack = [] { manager().MoveNode(father(0), father(1)->FrontChild(), nullptr); };
-    EXPECT_THAT(run(c_moved, moveBack),
+    EXPECT_THAT(run(at(c_moved, moveBack)),
                 ElementsAre("Node Child has wrong father. Should be Father2 but is Father1"));
     expectTree("(Father1(Child), Father2())");
 }
@@ -145,13 +150,19 @@ TEST_F(SelfTestThreads, ReportLocksThatFail)
         manager().RemoveChild(top, node);
         manager().AppendChild(top, node);
     };
-    EXPECT_THAT(run(c_readAsked, [&] { reenter(father(0), father(0)->FrontChild()); }),
-                ElementsAre("Call to Lock() failed with an exception!"));
+    CbEvent writeGranted;
+    const auto leaveBeforeRead = [&](const std::string& line) {
+        at(c_readAsked, [&] { writeGranted.Wait(); })(line);
+        at(c_writeGranted, [&] { writeGranted.Set(); })(line);
+        at(c_moved, [&] { reenter(father(1), father(1)->FrontChild()); })(line);
+    };
+    EXPECT_THAT(run(leaveBeforeRead), ElementsAre("Call to Lock() failed with an exception!"));
     expectTree("(Father1(), Father2(Child))");
     EXPECT_THAT(information,
                 UnorderedElementsAre(c_readAsked, c_writeAsked, c_writeGranted, c_moved));
 
-    EXPECT_THAT(run(c_writeAsked, [&] { reenter(manager().GetRootNode(), father(1)); }),
+    const auto leave = [&] { reenter(manager().GetRootNode(), father(1)); };
+    EXPECT_THAT(run(at(c_writeAsked, leave)),
                 ElementsAre("Lock() attemt failed with an exception."));
     expectTree("(Father1(Child), Father2())");
     EXPECT_THAT(information.back(), HasSubstr("Father1)"));
@@ -163,14 +174,14 @@ TEST_F(SelfTestThreads, EndAfterAnExceptionInAnyStep)
          {c_writeAsked, c_writeGranted, c_moved, c_readAsked, c_readLocked, c_readGranted}) {
         SCOPED_TRACE(line);
         const auto fail = [] { throw CbException("file", 1, "f", "no more lines"); };
-        EXPECT_THAT(run(line, fail), ElementsAre(HasSubstr("no more lines")));
+        EXPECT_THAT(run(at(line, fail)), ElementsAre(HasSubstr("no more lines")));
         EXPECT_EQ(manager().GetRootNode()->GetNrLeafNodes(), 1);
     }
 }
 
 TEST_F(SelfTestThreads, LeaveAManagerInUseAlone)
 {
-    DisturbedTest test(dataManager, dataNode);
+    ObservedTest test(dataManager, dataNode);
     CyDataManager other;
     ASSERT_TRUE(manager().SetDataManager(other, other.GetTopNode()));
     test.Run();

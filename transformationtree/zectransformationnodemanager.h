@@ -131,6 +131,11 @@ public:
     /// Does nothing for a null father or one that does not list the child. An entry whose node
     /// belongs to another father by now is erased, and nothing more.
     void RemoveChild(const Inner& father, const Node& child);
+    /// Takes everything below a node apart for good, children before their fathers: it leaves the
+    /// data manager, its links are cut and its ids dropped. Fathers are renewed where they had
+    /// children. Does nothing for null. Entries whose node belongs to another father by now are
+    /// erased, and nothing more. Cost: linear in the number of nodes.
+    void DeleteChildren(const Inner& father);
     /// Puts a new child in the place of an old one, whose subtree is taken apart and loses its ids.
     /// Does nothing where the father does not list the old child, or both are the same.
     /// The new child leaves the data manager first where it is in it; its old father keeps listing
@@ -251,6 +256,8 @@ private:
     /// Erases the entry of a child in a father that is not its own any more, and corrects an index.
     static void eraseStaleEntry(ZeCTransformationNodeInner& father, const Node& child,
                                 std::size_t& index);
+    /// Takes the nodes of a subtree apart for good: no links, no ids, not in the data manager.
+    /// Revisions are left alone.
     void deleteNodes(const std::vector<Node>& nodes);
     /// Takes the nodes of a subtree apart. Revisions and ids are left alone.
     static void cutLinks(const std::vector<Node>& nodes);

@@ -7,6 +7,7 @@
 #include "transformationtree/zectransformationnodemanager.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {
@@ -25,6 +26,12 @@ std::size_t indexOf(const ZeCTransformationNodeInner& father,
                     const CbSmartPointer<const ZeCTransformationNode>& child)
 {
     return static_cast<std::size_t>(father.FindChild(child) - father.BeginChild());
+}
+
+bool hasChildren(const ZeCTransformationNode& node)
+{
+    return !node.IsLeaf() &&
+           static_cast<const ZeCTransformationNodeInner&>(node).GetNrChildren() != 0;
 }
 
 // Makes room for one more child, so that the next insertion can't fail.
@@ -133,9 +140,26 @@ void ZeCTransformationNodeManager::removeChild(
 {
     const Node child = *position; // keeps it, and what is below it, until the edit is done
     const bool own = child && child->IsChildOf(*father);
-    if (own && IsNodeInDataManager(child)) removeSubtreeFromDataManager(child);
+    if (own && IsNodeInDataManager(child)) {
+        // A node without children needs no list of what is below it, and so no memory.
+        hasChildren(*child) ? removeSubtreeFromDataManager(child)
+                            : removeNodeFromDataManager(child);
+    }
     father->children_.erase(position);
     if (own) child->setFather(nullptr);
+    father->NewNodeRevision(c_allRevisions);
+}
+
+void ZeCTransformationNodeManager::DeleteChildren(const Inner& father)
+{
+    if (!father || father->children_.empty()) return;
+    auto nodes = keepAlive(collectToRemove(father));
+    nodes.pop_back(); // the father itself
+    for (const Node& node : nodes) {
+        if (hasChildren(*node)) node->NewNodeRevision(c_allRevisions);
+    }
+    deleteNodes(nodes);
+    const auto entries = std::exchange(father->children_, {}); // go when the edit is done
     father->NewNodeRevision(c_allRevisions);
 }
 
@@ -179,6 +203,9 @@ void ZeCTransformationNodeManager::putInPlace(const Inner& father, const Node& o
     if (own) {
         if (oldManaged) removeNodesFromDataManager(oldNodes, false);
         old->setFather(nullptr);
+        for (const Node& node : deleted) {
+            if (!node->IsLeaf()) node->NewNodeRevision(c_allRevisions);
+        }
         deleteNodes(deleted);
     }
     if (IsNodeInDataManager(child)) removeNodesFromDataManager(leaving, false);
@@ -229,11 +256,9 @@ void ZeCTransformationNodeManager::MoveNode(const Inner& newFather, const Node& 
     }
 }
 
-// Takes the nodes of a subtree apart for good: no links, no ids, not in the data manager.
 void ZeCTransformationNodeManager::deleteNodes(const std::vector<Node>& nodes)
 {
     for (const Node& node : nodes) {
-        if (!node->IsLeaf()) node->NewNodeRevision(c_allRevisions);
         removeNodeFromDataManager(node);
         DeleteNode(node);
     }

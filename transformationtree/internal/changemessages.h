@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/messages/zecmessagetreestructuremodified.h"
+#include "transformationtree/zectransformationnode.h"
+
+#include <vector>
+
+/// The messages of one edit, in order: made before it, where a failure does no harm, and posted
+/// after it.
+class ChangeMessages
+{
+public:
+    using Node = CbSmartPointer<ZeCTransformationNode>;
+
+    /// @param father may be null
+    void AddTreeStructureModified(const Node& node, const Node& father,
+                                  ZeCMessageTreeStructureModified::EModificationType type);
+    /// With the node's relative transformation, in single precision.
+    void AddTransformationChanged(const Node& node);
+
+    /// Posts them all and forgets them.
+    void Post();
+
+private:
+    std::vector<CbSmartPointer<const CyMessage>> messages_;
+};

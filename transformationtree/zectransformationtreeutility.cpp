@@ -1,0 +1,152 @@
+// Building and removing.
+
+#include "transformationtree/zectransformationtreeutility.h"
+
+#include "platform/base/cbexception.h"
+#include "transformationtree/internal/changemessages.h"
+#include "transformationtree/internal/collectsubtree.h"
+#include "transformationtree/internal/creatednodes.h"
+#include "transformationtree/zectransformationnodemanager.h"
+
+template class CbSingleton<ZeCTransformationTreeUtility>;
+
+namespace
+{
+
+using EModified = ZeCMessageTreeStructureModified::EModificationType;
+
+// What is told about the removal of nodes, which are still where they are.
+ChangeMessages removalMessages(const std::vector<ZeCTransformationNode*>& nodes)
+{
+    ChangeMessages messages;
+    for (ZeCTransformationNode* const node : nodes) {
+        messages.AddTreeStructureModified(ChangeMessages::Node(node), node->GetFather(),
+                                          EModified::eNodeRemoved);
+    }
+    return messages;
+}
+
+} // namespace
+
+ZeCTransformationTreeUtility::ZeCTransformationTreeUtility() = default;
+
+ZeCTransformationTreeUtility::~ZeCTransformationTreeUtility() = default;
+
+ZeCTransformationNodeManager& ZeCTransformationTreeUtility::getNodeManager()
+{
+    return CbSingleton<ZeCTransformationNodeManager>::GetInstance();
+}
+
+ZeCTransformationTreeUtility::Leaf
+ZeCTransformationTreeUtility::CreateLeaf(const Inner& father, const Model& model,
+                                         const CbMatrix4Rd* trafo)
+{
+    if (!model) return nullptr;
+    if (trafo == nullptr) throw CbException(CB_HERE, "a leaf without transformation");
+    CreatedNodes created(getNodeManager());
+    const Leaf leaf = created.CreateLeaf(model);
+    leaf->SetDescription(model->GetDescription());
+    leaf->SetRelativeTrafo(*trafo);
+    ChangeMessages messages;
+    messages.AddTransformationChanged(leaf);
+    if (father) getNodeManager().AppendChild(father, leaf, true);
+    created.Keep();
+    messages.Post();
+    return leaf;
+}
+
+ZeCTransformationTreeUtility::Leaf
+ZeCTransformationTreeUtility::CreateLeafAndReplace(const Leaf& oldLeaf, const Model& model)
+{
+    if (!oldLeaf) throw CbException(CB_HERE, "there is no leaf to replace");
+    CreatedNodes created(getNodeManager());
+    const Leaf newLeaf = created.CreateLeaf(model);
+    newLeaf->AssumeAttributesIncrementVersion(oldLeaf);
+    if (const Inner father = oldLeaf->GetFather()) {
+        getNodeManager().ExchangeChild(father, oldLeaf, newLeaf);
+    }
+    created.Keep();
+    getNodeManager().DeleteNode(oldLeaf);
+    return newLeaf;
+}
+
+ZeCTransformationTreeUtility::Inner
+ZeCTransformationTreeUtility::PrepareForNextChild(const Inner& node, unsigned int maxChildren,
+                                                  Inner& topNode)
+{
+    const auto isFull = [&](const Inner& inner) { return inner->GetNrChildren() >= maxChildren; };
+    std::size_t levels = 0; // of the branch that will lead down to where the node is
+    Inner place = node;
+    for (; place && isFull(place) && place != topNode; place = place->GetFather()) ++levels;
+    if (!place) return nullptr;
+    const Inner oldTop = isFull(place) ? place : nullptr;
+    const Inner topFather = oldTop ? oldTop->GetFather() : nullptr;
+    // A new top that is full with the old one alone would need another one above it, and so on.
+    if (oldTop && (!topFather || maxChildren < 2)) return nullptr;
+
+    auto& manager = getNodeManager();
+    CreatedNodes created(manager);
+    ChangeMessages messages;
+    if (oldTop) {
+        place = created.CreateInner(oldTop->GetDescription());
+        place->ReserveChildren(2);
+        messages.AddTreeStructureModified(place, oldTop, EModified::eTopInserted);
+        messages.AddTreeStructureModified(oldTop, place, EModified::eNodeMoved);
+        ++levels;
+    }
+    // The branch is complete before it comes into the tree.
+    Inner branch;
+    Inner last = place;
+    for (; levels > 0; --levels) {
+        const Inner inner = created.CreateInner(CB_TEXT("Inner"));
+        messages.AddTreeStructureModified(inner, last, EModified::eNodeAdded);
+        branch ? manager.AppendChild(last, inner, true) : void(branch = inner);
+        last = inner;
+    }
+    if (!branch) return place;
+    if (oldTop) (void)manager.GetWriteHandle(oldTop); // a thread's first handle needs memory
+    manager.AppendChild(place, branch, true);
+    if (oldTop) {
+        manager.InsertChild(topFather, oldTop, place);
+        manager.MoveNode(place, oldTop, branch);
+        topNode = place;
+    }
+    created.Keep();
+    messages.Post();
+    return last;
+}
+
+void ZeCTransformationTreeUtility::RemoveSubtree(const Node& removedNode, bool postMessages)
+{
+    const Node node = removedNode; // may be a reference into the children
+    if (!node) return;
+    ChangeMessages messages;
+    if (postMessages) messages = removalMessages(CollectPostOrder(*node));
+    auto& manager = getNodeManager();
+    if (!node->IsLeaf())
+        manager.DeleteChildren(CbStaticPointerCast<ZeCTransformationNodeInner>(node));
+    // Without children, so that neither of these can fail any more.
+    manager.RemoveChild(node->GetFather(), node);
+    manager.DeleteNode(node);
+    messages.Post();
+}
+
+void ZeCTransformationTreeUtility::RemoveChildren(const Inner& node, bool postMessages)
+{
+    if (!node) throw CbException(CB_HERE, "there is no node to remove the children of");
+    ChangeMessages messages;
+    if (postMessages) {
+        auto nodes = CollectPostOrder(*node);
+        nodes.pop_back(); // the node itself
+        messages = removalMessages(nodes);
+    }
+    getNodeManager().DeleteChildren(node);
+    messages.Post();
+}
+
+void ZeCTransformationTreeUtility::ClearAndRemoveChildren(const Inner& node, bool postMessages)
+{
+    RemoveChildren(node, postMessages); // first, since it may fail
+    node->ResetAttributes();
+    node->ClearAttributeContainer();
+}

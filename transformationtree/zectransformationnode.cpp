@@ -2,15 +2,20 @@
 
 #include "logging/log.h"
 #include "platform/base/cbexception.h"
+#include "platform/datacontainer/zecmodelserializationidmapper.h"
+#include "platform/math3d/cbmatrix4stream.h"
 #include "platform/math3d/cbmatrixinternal.h"
 #include "transformationtree/internal/loggedcallstack.h"
 #include "transformationtree/zectransformationnodeinner.h"
+#include "transformationtree/zectransformationnodeserializationidmapper.h"
 
 #include <algorithm>
 #include <utility>
 
 namespace
 {
+
+constexpr std::uint32_t c_recordVersion = 1;
 
 constexpr const CbWChar* c_logger = CB_TEXT("Diagnostics.Registration.TransformationNode");
 
@@ -27,6 +32,13 @@ HeadRevision& headRevision()
     static HeadRevision& instance = *new HeadRevision;
     return instance;
 }
+
+auto& nodeMapper()
+{
+    return CbSingleton<ZeCTransformationNodeSerializationIDMapper>::GetInstance();
+}
+
+auto& modelMapper() { return CbSingleton<ZeCModelSerializationIDMapper>::GetInstance(); }
 
 } // namespace
 
@@ -209,6 +221,48 @@ ZeCTransformationNode::raiseRevisions(const std::array<long long, 2>& revisions)
 }
 
 CbSmartPointer<const ZeCModelQMT> ZeCTransformationNode::GetModel() const { return model_; }
+
+void ZeCTransformationNode::SerializeStructure(CbStreamWriteBinary& stream) const
+{
+    const auto [modelRevision, trafoRevision] = getRevisions();
+    stream << c_recordVersion;
+    nodeMapper().WriteNodeByReference(stream, GetFather());
+    modelMapper().WriteModelByReference(stream, model_);
+    WriteMatrix(stream, relativeTrafo_);
+    stream << description_;
+    id_.Serialize(stream);
+    stream << std::int64_t{modelRevision} << std::int64_t{trafoRevision} << visible_;
+}
+
+void ZeCTransformationNode::SerializeStructure(CbStreamReadBinary& stream)
+{
+    stream.ReadVersion(c_recordVersion, "zectransformationnode", 611);
+    readFather(stream);
+    model_ = modelMapper().ReadModelByReference(stream);
+    ReadMatrix(stream, relativeTrafo_);
+    CString description;
+    stream >> description;
+    storeDescription(std::move(description));
+    CyUniqueID id;
+    id.Serialize(stream);
+    setID(id);
+    for (const unsigned int mask : {1U, 2U}) {
+        std::int64_t revision = 0;
+        stream >> revision;
+        SetNodeRevision(revision, mask);
+    }
+    stream >> visible_;
+}
+
+void ZeCTransformationNode::readFather(CbStreamReadBinary& stream)
+{
+    const auto node = nodeMapper().ReadNodeByReference(stream);
+    const auto father = CbDynamicPointerCast<ZeCTransformationNodeInner>(node);
+    const auto oldFather = GetFather();
+    if (father == oldFather) return;
+    if (oldFather) setMayBeStale(); // it may go on listing this node
+    setFather(father);
+}
 
 void ZeCTransformationNode::AssumeAttributes(
     const CbSmartPointer<const ZeCTransformationNode>& other, EAttributesToCopy /*what*/)

@@ -180,6 +180,20 @@ public:
     /// receives the node's revisions; it may be null for an inner node.
     virtual void UpdateNodeRevisionSubtree(long long* out) = 0;
 
+    /// @name Structure record
+    /// Father, children and model are stored as ids, which the two id mappers resolve. What a
+    /// mapper does not know reads as null.
+    /// @{
+
+    /// Becomes the node that was written: id, links, model, revisions and all else but attributes.
+    /// Links are set on this side only, by each node's own record; whoever reads records checks
+    /// that they make one tree before using it. The counter of revisions stays as it is.
+    /// Throws: CbExceptionWrongFileVersion, CbExceptionStream; what was read by then is kept.
+    virtual void SerializeStructure(CbStreamReadBinary& stream);
+    /// Writes the record.
+    virtual void SerializeStructure(CbStreamWriteBinary& stream) const;
+    /// @}
+
     /// @name Iteration
     /// Depth-first, fathers before children. Transformations lead into the frame of this node.
     /// Lifetime: a change in the structure of the walked subtree invalidates iterators.
@@ -252,6 +266,7 @@ protected:
 private:
     friend class ZeCTransformationNodeInner;
     friend class ZeCTransformationNodeManager;
+    friend class ZeCTransformationNodeSerializationIDMapper;
     friend struct TestAccess;
 
     static long long getNextGlobalNodeRevision();
@@ -271,6 +286,7 @@ private:
     /// The description, for log messages of threads that have no lock on the node.
     [[nodiscard]] CString getLoggedDescription() const;
     void setFather(const CbSmartPointer<ZeCTransformationNodeInner>& father) noexcept;
+    void readFather(CbStreamReadBinary& stream);
 
     ZeARTTIAttributeContainer attributes_;
     CbWeakPointer<ZeCTransformationNodeInner> father_;

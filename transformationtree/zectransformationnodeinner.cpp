@@ -1,10 +1,21 @@
 #include "transformationtree/zectransformationnodeinner.h"
 
+#include "platform/base/cbexceptionstream.h"
 #include "transformationtree/internal/subtreewalk.h"
 #include "transformationtree/zectransformationnodeiterators.h"
 #include "transformationtree/zectransformationnodeleaf.h"
+#include "transformationtree/zectransformationnodeserializationidmapper.h"
 
 #include <algorithm>
+#include <limits>
+#include <string>
+
+namespace
+{
+
+constexpr std::uint32_t c_version = 1;
+
+} // namespace
 
 const CbRTTI ZeCTransformationNodeInner::RTTI(CB_TEXT("ZeCTransformationNodeInner"),
                                               &ZeCTransformationNodeInner::CreateByFactory,
@@ -184,5 +195,36 @@ void ZeCTransformationNodeInner::UpdateNodeRevisionSubtree(long long* out)
         }
         auto& father = path.back().newest;
         for (std::size_t i : {0, 1}) father[i] = std::max(father[i], result[i]);
+    }
+}
+
+void ZeCTransformationNodeInner::SerializeStructure(CbStreamWriteBinary& stream) const
+{
+    if (children_.size() > std::numeric_limits<std::uint32_t>::max()) {
+        throw CbExceptionStream(CB_HERE, std::to_string(children_.size()) + " children");
+    }
+    ZeCTransformationNode::SerializeStructure(stream);
+    stream << c_version << std::int64_t{modelRevision_}
+           << static_cast<std::uint32_t>(children_.size());
+    const auto& mapper = CbSingleton<ZeCTransformationNodeSerializationIDMapper>::GetInstance();
+    for (const auto& child : children_) mapper.WriteNodeByReference(stream, child);
+}
+
+void ZeCTransformationNodeInner::SerializeStructure(CbStreamReadBinary& stream)
+{
+    ZeCTransformationNode::SerializeStructure(stream);
+    stream.ReadVersion(c_version, "zectransformationnodeinner", 1290);
+    std::int64_t modelRevision = 0;
+    std::uint32_t count = 0;
+    stream >> modelRevision >> count;
+    modelRevision_ = modelRevision;
+    children_.clear();
+    children_.reserve(std::min<std::size_t>(count, stream.Remaining() / sizeof(CyUniqueID)));
+    const auto& mapper = CbSingleton<ZeCTransformationNodeSerializationIDMapper>::GetInstance();
+    for (; count != 0; --count) {
+        const auto child = mapper.ReadNodeByReference(stream);
+        // It names another father, which may list it too.
+        if (child && child->GetFather() && !child->IsChildOf(*this)) child->setMayBeStale();
+        children_.push_back(child);
     }
 }

@@ -88,6 +88,9 @@ public:
     [[nodiscard]] long long GetNodeRevisionSubtree(unsigned int mask) const override;
     void UpdateNodeRevisionSubtree(long long* out) override;
 
+    void SerializeStructure(CbStreamReadBinary& stream) override;
+    void SerializeStructure(CbStreamWriteBinary& stream) const override;
+
     [[nodiscard]] ZeNNodeIterator BeginNode() const override;
     [[nodiscard]] ZeNNodeIterator LastNode() const override;
     [[nodiscard]] ZeNNodeIterator EndNode() const override;

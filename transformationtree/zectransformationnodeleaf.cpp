@@ -1,7 +1,16 @@
 #include "transformationtree/zectransformationnodeleaf.h"
 
+#include "platform/base/cbstreamreadbinary.h"
+#include "platform/base/cbstreamwritebinary.h"
 #include "platform/datacontainer/zecsurfelcollectionqmt.h"
 #include "transformationtree/zectransformationnodeiterators.h"
+
+namespace
+{
+
+constexpr std::uint32_t c_version = 2; // 1 had no flag
+
+} // namespace
 
 const CbRTTI ZeCTransformationNodeLeaf::RTTI(CB_TEXT("ZeCTransformationNodeLeaf"),
                                              &ZeCTransformationNodeLeaf::CreateByFactory,
@@ -60,6 +69,20 @@ void ZeCTransformationNodeLeaf::UpdateNodeRevisionSubtree(long long* out)
     const auto revisions = getRevisions();
     out[0] = revisions[0];
     out[1] = revisions[1];
+}
+
+void ZeCTransformationNodeLeaf::SerializeStructure(CbStreamWriteBinary& stream) const
+{
+    ZeCTransformationNode::SerializeStructure(stream);
+    stream.WriteVersion(c_version);
+    stream << newEntryScan_;
+}
+
+void ZeCTransformationNodeLeaf::SerializeStructure(CbStreamReadBinary& stream)
+{
+    ZeCTransformationNode::SerializeStructure(stream);
+    const auto version = stream.ReadVersion(1, c_version, "zectransformationnodeleaf", 516);
+    if (version == c_version) stream >> newEntryScan_;
 }
 
 // The walks that begin at a leaf stop at that leaf alone.

@@ -47,6 +47,9 @@ public:
     /// Writes the two revisions to @p out, which must not be null, and changes nothing.
     void UpdateNodeRevisionSubtree(long long* out) override;
 
+    void SerializeStructure(CbStreamReadBinary& stream) override;
+    void SerializeStructure(CbStreamWriteBinary& stream) const override;
+
     [[nodiscard]] ZeNNodeIterator BeginNode() const override;
     [[nodiscard]] ZeNNodeIterator LastNode() const override;
     [[nodiscard]] ZeNNodeIterator EndNode() const override;

@@ -1,5 +1,6 @@
 #include "platform/attributes/zearttiattributecontainer.h"
 
+#include "platform/base/cbcreate.h"
 #include "platform/base/cbexceptionstream.h"
 #include "platform/base/cystreamreadbinarybuffer.h"
 #include "platform/base/cystreamwritebinarybuffer.h"
@@ -37,16 +38,6 @@ CbSmartPointer<ZeARTTIAttribute> copyOf(const CbSmartPointer<ZeARTTIAttribute>& 
     const auto clone = attribute->GetRTTI().getClone();
     if (clone == nullptr) return attribute;
     return CbSmartPointer<ZeARTTIAttribute>(static_cast<ZeARTTIAttribute*>(clone(*attribute)));
-}
-
-// Null where the class is unknown, abstract or no attribute.
-CbSmartPointer<ZeARTTIAttribute> create(const CString& className)
-{
-    const CbRTTI* const type = CbRTTI::Find(className);
-    if (type == nullptr || !type->IsKindOf(ZeARTTIAttribute::RTTI)) return nullptr;
-    const auto make = type->getCreate();
-    if (make == nullptr) return nullptr;
-    return CbSmartPointer<ZeARTTIAttribute>(static_cast<ZeARTTIAttribute*>(make()));
 }
 
 } // namespace
@@ -159,7 +150,7 @@ void ZeARTTIAttributeContainer::Serialize(CbStreamReadBinary& stream)
         std::uint32_t bytes = 0;
         stream >> className >> bytes;
         CyStreamReadBinaryBuffer record(stream.ReadView(bytes));
-        const auto attribute = create(className);
+        const auto attribute = CbCreate<ZeARTTIAttribute>(className);
         if (!attribute) continue;
         attribute->Serialize(record);
         put(read, attribute);

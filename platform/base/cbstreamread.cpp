@@ -27,13 +27,18 @@ std::uint32_t CbStreamRead::ReadAndCompareVersion(std::uint32_t /*current*/)
 std::uint32_t CbStreamRead::ReadAndCompareVersion(std::uint32_t current, std::string_view file,
                                                   unsigned line)
 {
-    const std::uint32_t stored = readVersion();
-    if (stored > current) refuse(stored, current, file, line);
-    return stored;
+    return ReadVersion(0, current, file, line);
 }
 
 void CbStreamRead::ReadVersion(std::uint32_t current, std::string_view file, unsigned line)
 {
+    (void)ReadVersion(current, current, file, line);
+}
+
+std::uint32_t CbStreamRead::ReadVersion(std::uint32_t oldest, std::uint32_t current,
+                                        std::string_view file, unsigned line)
+{
     const std::uint32_t stored = readVersion();
-    if (stored != current) refuse(stored, current, file, line);
+    if (stored < oldest || stored > current) refuse(stored, current, file, line);
+    return stored;
 }

@@ -26,6 +26,10 @@ public:
     /// Throws: CbExceptionWrongFileVersion with @p file and @p line for any other;
     /// CbExceptionStream where the stream ends.
     void ReadVersion(std::uint32_t current, std::string_view file, unsigned line);
+    /// Reads the version of a record that has known all from @p oldest to @p current.
+    /// Throws: as the other for any else.
+    [[nodiscard]] std::uint32_t ReadVersion(std::uint32_t oldest, std::uint32_t current,
+                                            std::string_view file, unsigned line);
 
 protected:
     CbStreamRead() = default;

@@ -5,6 +5,10 @@
 /// Access to optional interfaces of an object by name.
 class PLATFORM_API IExtensionInterface
 {
+protected:
+    // First, since the order of the virtual functions is part of the interface.
+    virtual ~IExtensionInterface() = default;
+
 public:
     /// Returns the extension of that name, owned by the object. An unknown name gives null, or
     /// throws CbExceptionUnknownExtension where @p throwIfUnknown is true.
@@ -17,5 +21,4 @@ protected:
     IExtensionInterface() = default;
     IExtensionInterface(const IExtensionInterface&) = default;
     IExtensionInterface& operator=(const IExtensionInterface&) = default;
-    ~IExtensionInterface() = default;
 };

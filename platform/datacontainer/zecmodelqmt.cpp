@@ -1,6 +1,46 @@
 #include "platform/datacontainer/zecmodelqmt.h"
 
+#include "platform/base/cbexceptionstream.h"
+
+#include <string>
 #include <utility>
+
+namespace
+{
+
+using Collection = CbSmartPointer<const ZeCSurfelCollectionQMT>;
+
+constexpr std::uint32_t c_version = 1;
+
+// How a collection is stored.
+enum EStored : std::uint32_t
+{
+    eNone = 0,
+    eOwn = 1,       ///< it follows
+    eAsStandard = 2 ///< it is the standard one
+};
+
+void write(CbStreamWriteBinary& stream, EStored stored, const Collection& collection)
+{
+    stream << std::uint32_t{stored};
+    if (stored == eOwn) collection->Serialize(stream);
+}
+
+Collection read(CbStreamReadBinary& stream, const Collection& standard)
+{
+    std::uint32_t stored = 0;
+    stream >> stored;
+    if (stored == eNone) return nullptr;
+    if (stored == eAsStandard && standard) return standard;
+    if (stored != eOwn) {
+        throw CbExceptionStream(CB_HERE, "collection stored as " + std::to_string(stored));
+    }
+    const auto collection = CbMake<ZeCSurfelCollectionQMT>();
+    collection->Serialize(stream);
+    return collection;
+}
+
+} // namespace
 
 const CbRTTI ZeCModelQMT::RTTI(CB_TEXT("ZeCModelQMT"), &CreateByFactory, &CloneByFactory);
 
@@ -46,4 +86,32 @@ void ZeCModelQMT::SetDescription(const CString& description) const
     CString copy(description);
     const CbCriticalSectionLock lock(section_);
     std::swap(description_, copy);
+}
+
+void ZeCModelQMT::Serialize(CbStreamWriteBinary& stream) const
+{
+    stream.WriteVersion(c_version);
+    id_.Serialize(stream);
+    stream << GetDescription() << acquireSequenceNumber_;
+    const auto accurate = !accurate_ ? eNone : accurate_ != standard_ ? eOwn : eAsStandard;
+    write(stream, standard_ ? eOwn : eNone, standard_);
+    write(stream, accurate, accurate_);
+}
+
+void ZeCModelQMT::Serialize(CbStreamReadBinary& stream)
+{
+    stream.ReadVersion(c_version, __FILE__, __LINE__);
+    CyUniqueID id;
+    id.Serialize(stream);
+    CString description;
+    std::uint64_t number = 0;
+    stream >> description >> number;
+    auto standard = read(stream, nullptr);
+    auto accurate = read(stream, standard);
+
+    id_ = id;
+    SetDescription(description);
+    acquireSequenceNumber_ = number;
+    standard_ = std::move(standard);
+    accurate_ = std::move(accurate);
 }

@@ -4,6 +4,8 @@
 #include "platform/base/cbreferencecounted.h"
 #include "platform/base/cbrtti.h"
 #include "platform/base/cbsmartpointer.h"
+#include "platform/base/cbstreamreadbinary.h"
+#include "platform/base/cbstreamwritebinary.h"
 #include "platform/base/cyuniqueid.h"
 #include "platform/datacontainer/zecsurfelcollectionqmt.h"
 
@@ -82,6 +84,12 @@ public:
     {
         acquireSequenceNumber_ = number;
     }
+
+    /// Writes the model with its collections.
+    void Serialize(CbStreamWriteBinary& stream) const;
+    /// Becomes the model that was written, with its id. For a model that nobody shares yet.
+    /// Throws: CbExceptionWrongFileVersion, CbExceptionStream; the model stays as it was.
+    void Serialize(CbStreamReadBinary& stream);
 
 protected:
     ZeCModelQMT(const ZeCModelQMT& other);

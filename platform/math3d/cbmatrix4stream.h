@@ -1,0 +1,20 @@
+#pragma once
+
+#include "platform/base/cbstreamreadbinary.h"
+#include "platform/base/cbstreamwritebinary.h"
+#include "platform/math3d/cbmatrix4.h"
+
+/// Writes a version and the 16 values, group after group.
+inline void WriteMatrix(CbStreamWriteBinary& stream, const CbMatrix4Rd& matrix)
+{
+    stream.WriteVersion(1);
+    stream.WriteBuffer(matrix.data(), 16 * sizeof(double));
+}
+
+/// Reads what WriteMatrix() wrote, of whatever version: all have the 16 values.
+/// Throws: CbExceptionStream where the stream ends; the matrix keeps its values.
+inline void ReadMatrix(CbStreamReadBinary& stream, CbMatrix4Rd& matrix)
+{
+    stream.ReadAndCompareVersion(1);
+    stream.ReadBuffer(matrix.data(), 16 * sizeof(double));
+}

@@ -1,0 +1,3 @@
+#include "transformationtree/zeitransformationtree.h"
+
+ZeITransformationTree::~ZeITransformationTree() = default;

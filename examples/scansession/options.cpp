@@ -39,6 +39,18 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostr
         ->check(CLI::Range(1, 100000))
         ->capture_default_str()
         ->excludes(scansOption);
+    app.add_option("--clusters", options.clusters,
+                   "Clusters to split the scans into, one after the other and of equal size; not "
+                   "more than there are scans")
+        ->type_name("N")
+        ->check(CLI::Range(1, 100000))
+        ->capture_default_str();
+    app.add_option("--max-children", options.maxChildren,
+                   "Children that a node may have; the tree grows levels where a cluster holds "
+                   "more scans")
+        ->type_name("N")
+        ->check(CLI::Range(2, 100000))
+        ->capture_default_str();
     app.add_flag("--quiet", options.quiet, "Print neither tree, summary nor progress");
 
     try {

@@ -17,6 +17,8 @@ struct Options
     std::filesystem::path out = "out";
     std::uint64_t seed = 1;
     std::size_t frames = 120;
+    std::size_t clusters = 1;
+    unsigned int maxChildren = 16; ///< of each inner node at or below an optimizer; at least 2
     bool quiet = false;
 };
 

@@ -1,11 +1,14 @@
 #include "examples/scansession/run.h"
 
+#include "examples/scansession/changecounter.h"
 #include "examples/scansession/inputerror.h"
 #include "examples/scansession/progress.h"
 #include "examples/scansession/scanfolder.h"
 #include "examples/scansession/scanner.h"
 #include "examples/scansession/session.h"
+#include "platform/messages/cymessagedispatcher.h"
 
+#include <algorithm>
 #include <chrono>
 #include <iomanip>
 #include <memory>
@@ -39,21 +42,29 @@ struct Timing
     Stopwatch writing;
 };
 
-void TakeScans(const ScanSource& source, Session& session, Progress& progress, Timing& timing)
+/// Takes the scans into clusters of equal size, give or take one scan. Pumps the messages after
+/// each scan, as an application's main loop would.
+void TakeScans(const ScanSource& source, std::size_t clusters, Session& session, Progress& progress,
+               Timing& timing)
 {
-    for (std::size_t i = 0; i < source.Count(); ++i) {
-        timing.taking.Start();
-        const Scan scan = source.Take(i);
-        timing.taking.Stop();
-        timing.building.Start();
-        session.Append(scan);
-        timing.building.Stop();
-        progress.Advance();
+    for (std::size_t i = 0, cluster = 0; cluster < clusters; ++cluster) {
+        session.StartCluster();
+        for (; i < source.Count() * (cluster + 1) / clusters; ++i) {
+            timing.taking.Start();
+            const Scan scan = source.Take(i);
+            timing.taking.Stop();
+            timing.building.Start();
+            session.Append(scan);
+            CyMessageDispatcher::GetInstance().DispatchMessages();
+            timing.building.Stop();
+            progress.Advance();
+        }
     }
 }
 
-void PrintSummary(const ScanSource& source, const Session& session, const Bounds& bounds,
-                  const std::filesystem::path& merged, const Timing& timing, std::ostream& out)
+void PrintSummary(const ScanSource& source, const Session& session, const ChangeCounter& changes,
+                  const Bounds& bounds, const std::filesystem::path& merged, const Timing& timing,
+                  std::ostream& out)
 {
     const auto point = [&](const Vec3& p) -> std::ostream& {
         return out << '(' << p.x << ", " << p.y << ", " << p.z << ')';
@@ -65,6 +76,7 @@ void PrintSummary(const ScanSource& source, const Session& session, const Bounds
         point(bounds.least) << " to ";
         point(bounds.largest) << '\n';
     }
+    out << "messages:     " << changes.Summary() << '\n';
     out << std::fixed << std::setprecision(2) << "time:         " << timing.taking.Seconds()
         << " s " << source.Stage() << ", " << timing.building.Seconds() << " s building the tree, "
         << timing.writing.Seconds() << " s writing\n"
@@ -89,12 +101,18 @@ void RunSession(const Options& options, std::ostream& out, std::ostream& err)
         source = std::make_unique<Scanner>(options.seed, options.frames);
     }
 
+    if (options.clusters > std::max<std::size_t>(source->Count(), 1)) {
+        throw InputError("--clusters " + std::to_string(options.clusters) +
+                         ": more than the number of scans, " + std::to_string(source->Count()));
+    }
+
     const ProgressStyle style = options.quiet ? ProgressStyle::None : StyleForStandardError();
-    Session session;
+    const ChangeCounter changes;
+    Session session(options.maxChildren);
     Timing timing;
     {
         Progress progress(err, style, source->Stage(), source->Count());
-        TakeScans(*source, session, progress, timing);
+        TakeScans(*source, options.clusters, session, progress, timing);
     }
     if (!options.quiet) session.PrintTree(out);
 
@@ -106,7 +124,7 @@ void RunSession(const Options& options, std::ostream& out, std::ostream& err)
         bounds = session.WriteMerged(merged, [&] { progress.Advance(); });
     }
     timing.writing.Stop();
-    if (!options.quiet) PrintSummary(*source, session, bounds, merged, timing, out);
+    if (!options.quiet) PrintSummary(*source, session, changes, bounds, merged, timing, out);
 }
 
 } // namespace scansession

@@ -93,54 +93,55 @@ Vec3 MapNormal(const Vec3& n, const CbMatrix4Rd& m)
     return Normalized((yz * n.x + zx * n.y + xy * n.z) * side, n);
 }
 
-Session::Session()
+Session::Session(unsigned int maxChildren) : maxChildren_(maxChildren)
 {
     auto& manager = Manager();
     if (!manager.SetDataManager(dataManager_, dataManager_.GetTopNode())) {
         throw CbException(CB_HERE, "another session uses the node manager");
     }
-    root_ = manager.CreateRootNode();
-    const auto model = manager.CreateInnerNode();
-    model->SetDescription(CB_TEXT("Model"));
-    cluster_ = manager.CreateInnerNode();
-    cluster_->SetDescription(CB_TEXT("Cluster 0"));
-
-    // A write lock covers the node and all that comes below it.
-    const auto lock = manager.GetSingleWriteHandleLocked(root_);
-    manager.AppendChild(root_, model, true);
-    manager.AppendChild(model, cluster_, true);
+    tree_ = CbMake<SessionTree>();
 }
 
 Session::~Session()
 {
     auto& manager = Manager();
-    cluster_ = nullptr;
     {
-        const auto lock = manager.GetSingleWriteHandleLocked(root_);
+        const auto lock = manager.GetSingleWriteHandleLocked(tree_->GetRoot());
+        tree_ = nullptr; // removes what is below the root
         manager.UnsetRootNode();
     }
     (void)manager.UnsetDataManager(); // refuses only while a root is set
 }
 
+void Session::StartCluster()
+{
+    const auto lock = Manager().GetSingleWriteHandleLocked(tree_->GetModelNode());
+    optimizer_ = SessionTree::GetOptimizerNode(tree_->NewCluster(true));
+    place_ = optimizer_;
+}
+
 void Session::Append(const Scan& scan)
 {
-    auto& manager = Manager();
+    auto& utility = CbSingleton<ZeCTransformationTreeUtility>::GetInstance();
     const auto image = CbMake<QMT_DepthImage>(PackSurfels(scan.surfels), true);
     image->SetAcquireSequenceNumber(scans_);
-    const auto leaf = manager.CreateLeafNode(image);
-    leaf->SetDescription(CString::FromUtf8(scan.name));
-    leaf->SetRelativeTrafo(scan.sensorToRoot); // cluster, model node and root share one frame
+    image->SetDescription(CString::FromUtf8(scan.name));
 
-    const auto lock = manager.GetSingleWriteHandleLocked(cluster_);
-    manager.AppendChild(cluster_, leaf, true);
+    // A new level changes the children of the cluster, so the lock has to cover that.
+    const auto lock = Manager().GetSingleWriteHandleLocked(tree_->GetActiveCluster());
+    place_ = utility.PrepareForNextChild(place_, maxChildren_, optimizer_);
+    if (!place_) throw CbException(CB_HERE, "no room for the scan below the optimizer");
+    // All inner nodes share the frame of the root.
+    utility.CreateLeaf(place_, image, &scan.sensorToRoot);
     ++scans_;
 }
 
 std::uint64_t Session::GetNrSurfels() const
 {
-    const auto lock = Manager().GetSingleReadHandleLocked(root_);
+    const auto root = tree_->GetRoot();
+    const auto lock = Manager().GetSingleReadHandleLocked(root);
     std::uint64_t count = 0;
-    for (const auto& [leaf, trafo] : root_->Leaves()) {
+    for (const auto& [leaf, trafo] : root->Leaves()) {
         count += leaf.GetModel()->BorrowSurfelCollection(c_standard)->GetNrSurfels();
     }
     return count;
@@ -148,8 +149,9 @@ std::uint64_t Session::GetNrSurfels() const
 
 void Session::PrintTree(std::ostream& out) const
 {
-    const auto lock = Manager().GetSingleReadHandleLocked(root_);
-    for (const auto& [node, trafo] : root_->Nodes()) {
+    const auto root = tree_->GetRoot();
+    const auto lock = Manager().GetSingleReadHandleLocked(root);
+    for (const auto& [node, trafo] : root->Nodes()) {
         for (auto father = node.GetFather(); father; father = father->GetFather()) out << "  ";
         out << node.GetDescription().ToUtf8();
         if (const auto model = node.IsLeaf() ? node.GetModel() : nullptr) {
@@ -165,9 +167,10 @@ Bounds Session::WriteMerged(const std::filesystem::path& path,
                             const std::function<void()>& leafDone) const
 {
     PlyWriter writer(path, GetNrSurfels());
-    const auto lock = Manager().GetSingleReadHandleLocked(root_);
+    const auto root = tree_->GetRoot();
+    const auto lock = Manager().GetSingleReadHandleLocked(root);
     Bounds bounds;
-    for (const auto& [leaf, leafToRoot] : root_->Leaves()) {
+    for (const auto& [leaf, leafToRoot] : root->Leaves()) {
         WriteLeaf(*leaf.GetModel()->BorrowSurfelCollection(c_standard), leafToRoot, writer, bounds);
         leafDone();
     }

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "examples/scansession/scan.h"
+#include "examples/scansession/sessiontree.h"
 #include "platform/base/cbsmartpointer.h"
 #include "platform/datacontainer/zecsurfelcollectionqmt.h"
 #include "platform/datatree/cydatamanager.h"
-#include "transformationtree/zectransformationnodeinner.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -32,21 +32,26 @@ PackSurfels(const std::vector<Surfel>& surfels);
 /// whatever the transformation; the length becomes 1.
 [[nodiscard]] Vec3 MapNormal(const Vec3& normal, const CbMatrix4Rd& matrix);
 
-/// A scan session: a data manager with a tree Root - Model - Cluster 0 - one leaf for each scan.
+/// A scan session: a data manager with a tree, whose clusters hold a leaf for each scan below their
+/// optimizers.
 ///
-/// All nodes are made and linked by the node manager, under write handles on the fathers; reading
-/// happens under a read handle on the root. One session at a time: the node manager has one root.
+/// Edits happen under write handles on the fathers concerned, reading under a read handle on the
+/// root. One session at a time: the node manager has one root.
 class Session
 {
 public:
-    /// Makes root, model node and cluster.
-    Session();
+    /// Makes root and model node.
+    /// @param maxChildren how many children a node at or below an optimizer may have; at least 2
+    explicit Session(unsigned int maxChildren);
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
     /// Takes the tree apart, under a write handle on the root.
     ~Session();
 
-    /// Appends a leaf for the scan to the cluster.
+    /// Makes a new cluster, which is the active one from now on.
+    void StartCluster();
+    /// Appends a leaf for the scan, behind all others, below the optimizer of the active cluster.
+    /// Where nodes are full, the subtree there grows a branch or a level first.
     void Append(const Scan& scan);
 
     /// Number of surfels of all leaves.
@@ -59,12 +64,14 @@ public:
     Bounds WriteMerged(const std::filesystem::path& path,
                        const std::function<void()>& leafDone) const;
 
-    [[nodiscard]] CbSmartPointer<const ZeCTransformationNodeInner> GetRoot() const { return root_; }
-
 private:
+    using Inner = SessionTree::Inner;
+
     CyDataManager dataManager_;
-    CbSmartPointer<ZeCTransformationNodeInner> root_;
-    CbSmartPointer<ZeCTransformationNodeInner> cluster_;
+    CbSmartPointer<SessionTree> tree_;
+    Inner optimizer_; ///< of the active cluster: the top of its subtree of scans
+    Inner place_;     ///< the node of that subtree that took the last scan
+    unsigned int maxChildren_;
     std::uint64_t scans_ = 0;
 };
 

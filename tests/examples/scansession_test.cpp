@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <gmock/gmock.h>
+#include <regex>
 
 #ifndef _WIN32
 #include <sys/wait.h>
@@ -95,7 +96,7 @@ TEST_F(Scansession, WritesTheSimulatedSurfelsInTheFrameOfTheRoot)
     std::size_t index = 0;
     for (std::size_t i = 0; i < scanner.Count(); ++i) {
         const Scan scan = scanner.Take(i);
-        EXPECT_THAT(result.out, HasSubstr("\n      frame " + std::to_string(i) + ": " +
+        EXPECT_THAT(result.out, HasSubstr("\n        frame " + std::to_string(i) + ": " +
                                           std::to_string(scan.surfels.size()) + " surfels"));
         ASSERT_LE(index + scan.surfels.size(), positions.size());
         for (const auto& surfel : scan.surfels) {
@@ -109,9 +110,49 @@ TEST_F(Scansession, WritesTheSimulatedSurfelsInTheFrameOfTheRoot)
         }
     }
     EXPECT_EQ(index, positions.size());
-    EXPECT_THAT(result.out, testing::StartsWith("Root\n  Model\n    Cluster 0\n"));
+    EXPECT_THAT(result.out, testing::StartsWith("Root\n  Model\n    Cluster 0\n      Optimizer\n"));
+    EXPECT_THAT(result.out, HasSubstr("\n      Collector\n      Clipboard\n\n"));
     EXPECT_THAT(result.out, HasSubstr("scans:        3\nsurfels:      " + std::to_string(index)));
     EXPECT_FALSE(std::filesystem::exists(Merged().string() + ".part"));
+}
+
+TEST_F(Scansession, SplitsTheSessionAndBoundsTheFanOutWithoutChangingTheResult)
+{
+    ASSERT_EQ(Run({"--frames", "7", "--quiet"}).exitCode, 0);
+    const std::string whole = Read(Merged());
+    const auto result = Run({"--frames", "7", "--clusters", "2", "--max-children", "2"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(Read(Merged()), whole);
+    const std::string tree = std::regex_replace(result.out, std::regex(": .*"), "");
+    EXPECT_THAT(tree, testing::StartsWith(1 + R"(
+Root
+  Model
+    Cluster 0
+      Optimizer
+        Optimizer
+          frame 0
+          frame 1
+        Inner
+          frame 2
+      Collector
+      Clipboard
+    Cluster 1
+      Optimizer
+        Optimizer
+          frame 3
+          frame 4
+        Inner
+          frame 5
+          frame 6
+      Collector
+      Clipboard
+)"));
+    EXPECT_THAT(result.out,
+                HasSubstr("\nmessages:     clusters created: 2, levels added: 2, nodes added: 8, "
+                          "nodes moved: 2, transformations changed: 7\n"));
+    std::filesystem::remove_all(Out());
+    ExpectRefused({"--frames", "2", "--clusters", "3"},
+                  "--clusters 3: more than the number of scans, 2\n");
 }
 
 TEST_F(Scansession, GivesTheSameBytesForTheSameSeed)
@@ -214,15 +255,17 @@ TEST_F(Scansession, LeavesWhatStandsAtTheOutputPlace)
 TEST_F(Scansession, RefusesCommandLinesThatItDoesNotUnderstand)
 {
     using Line = std::vector<std::string>;
-    for (const auto& line : {Line{"--elephants"}, Line{"--frames", "0"}, Line{"--frames", "many"},
-                             Line{"--seed"}, Line{"stray"}, Line{"--poses", "p.conf"},
-                             Line{"--seed", "-1"}, Line{"--scans", ".", "--frames", "3"}}) {
+    for (const auto& line :
+         {Line{"--elephants"}, Line{"--frames", "0"}, Line{"--frames", "many"}, Line{"--seed"},
+          Line{"stray"}, Line{"--poses", "p.conf"}, Line{"--max-children", "1"},
+          Line{"--clusters", "0"}, Line{"--seed", "-1"}, Line{"--scans", ".", "--frames", "3"}}) {
         SCOPED_TRACE(line[0]);
         ExpectRefused(line, "--help");
     }
     const auto help = Run({"--help"});
     EXPECT_EQ(help.exitCode, 0);
-    for (const auto* option : {"--scans", "--poses", "--out", "--seed", "--frames", "--quiet"}) {
+    for (const auto* option : {"--scans", "--poses", "--out", "--seed", "--frames", "--clusters",
+                               "--max-children", "--quiet"}) {
         EXPECT_THAT(help.out, HasSubstr(option));
     }
 }

@@ -4,6 +4,7 @@
 #include "tests/support/scenario.h"
 #include "tests/transformationtree/failingallocations.h"
 #include "transformationtree/zectransformationnodemanager_unittest.h"
+#include "transformationtree/zectransformationtreeutility.h"
 
 #include <functional>
 #include <new>
@@ -94,6 +95,8 @@ TEST_F(WithoutMemory, EditsChangeNothing)
         EXPECT_TRUE(manager().TryLock());
     };
     const Verb forget = [&] { manager().DeleteNode(top()); };
+    auto& utility = CbSingleton<ZeCTransformationTreeUtility>::GetInstance();
+    Inner topNode;
     const struct
     {
         const char* name;
@@ -118,6 +121,17 @@ TEST_F(WithoutMemory, EditsChangeNothing)
         {"move in", none, [&] { manager().MoveNode(inner("d"), looseNode("x"), nullptr); }},
         {"move out", none, [&] { manager().MoveNode(top(), node("a"), looseNode("x")); }},
         {"register", forget, [&] { manager().AddSubtreeToDataManager(top()); }},
+        {"create a child", none,
+         [&] { utility.CreateLeaf(inner("d"), CbMake<ZeCModelQMT>(), &c_matIdentityD); }},
+        {"replace a leaf", none,
+         [&] { utility.CreateLeafAndReplace(tree->GetLeaf("e"), nullptr); }},
+        {"make room above", [&] { manager().RemoveChild(inner("a"), node("e")); },
+         [&] { EXPECT_TRUE(utility.PrepareForNextChild(inner("b"), 2, topNode = inner("root"))); }},
+        {"make room by a new top", none,
+         [&] { EXPECT_TRUE(utility.PrepareForNextChild(inner("b"), 2, topNode = inner("a"))); }},
+        {"remove a subtree", none, [&] { utility.RemoveSubtree(node("a"), true); }},
+        {"remove children", none, [&] { utility.RemoveChildren(inner("root"), true); }},
+        {"remove loose children", none, [&] { utility.RemoveChildren(top(), false); }},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);

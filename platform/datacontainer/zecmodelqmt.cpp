@@ -103,6 +103,7 @@ void ZeCModelQMT::Serialize(CbStreamReadBinary& stream)
     stream.ReadVersion(c_version, __FILE__, __LINE__);
     CyUniqueID id;
     id.Serialize(stream);
+    if (id.IsNil()) throw CbExceptionStream(CB_HERE, "a model with the id of none");
     CString description;
     std::uint64_t number = 0;
     stream >> description >> number;

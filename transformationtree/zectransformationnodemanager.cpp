@@ -191,7 +191,7 @@ void ZeCTransformationNodeManager::UnsetRootNode()
     removeNodesFromDataManager(below, true);
     idMap_.Remove(root_->GetID());
     if (handle.IsValid()) dataManager_.load()->RemoveNode(handle).Acknowledge();
-    cutLinks(nodes);
+    for (const Node& node : nodes) cutLinks(node);
     root_ = nullptr;
     rootAddress_ = nullptr;
     if (Logging::IsDebugEnabled(c_nodeManagerLogger)) logIDMap("UnsetRootNode exit");

@@ -256,11 +256,10 @@ private:
     /// Erases the entry of a child in a father that is not its own any more, and corrects an index.
     static void eraseStaleEntry(ZeCTransformationNodeInner& father, const Node& child,
                                 std::size_t& index);
-    /// Takes the nodes of a subtree apart for good: no links, no ids, not in the data manager.
-    /// Revisions are left alone.
-    void deleteNodes(const std::vector<Node>& nodes);
-    /// Takes the nodes of a subtree apart. Revisions and ids are left alone.
-    static void cutLinks(const std::vector<Node>& nodes);
+    /// Takes a node out for good, those below it first: not in the data manager, no id, no links.
+    void takeApart(const Node& node);
+    /// Cuts the links to the father and, as far as this node has them, to the children.
+    static void cutLinks(const Node& node);
     /// True where the children's lists lead from @p top to @p node.
     [[nodiscard]] static bool leadsTo(const ZeCTransformationNodeInner& top, const Inner& node);
     /// Throws, from the given place, where a child may not come below a father.

@@ -157,8 +157,8 @@ void ZeCTransformationNodeManager::DeleteChildren(const Inner& father)
     nodes.pop_back(); // the father itself
     for (const Node& node : nodes) {
         if (hasChildren(*node)) node->NewNodeRevision(c_allRevisions);
+        takeApart(node);
     }
-    deleteNodes(nodes);
     const auto entries = std::exchange(father->children_, {}); // go when the edit is done
     father->NewNodeRevision(c_allRevisions);
 }
@@ -205,8 +205,8 @@ void ZeCTransformationNodeManager::putInPlace(const Inner& father, const Node& o
         old->setFather(nullptr);
         for (const Node& node : deleted) {
             if (!node->IsLeaf()) node->NewNodeRevision(c_allRevisions);
+            takeApart(node);
         }
-        deleteNodes(deleted);
     }
     if (IsNodeInDataManager(child)) removeNodesFromDataManager(leaving, false);
     // The old father of the new child goes on listing it.
@@ -256,19 +256,15 @@ void ZeCTransformationNodeManager::MoveNode(const Inner& newFather, const Node& 
     }
 }
 
-void ZeCTransformationNodeManager::deleteNodes(const std::vector<Node>& nodes)
+void ZeCTransformationNodeManager::takeApart(const Node& node)
 {
-    for (const Node& node : nodes) {
-        removeNodeFromDataManager(node);
-        DeleteNode(node);
-    }
-    cutLinks(nodes);
+    removeNodeFromDataManager(node);
+    DeleteNode(node);
+    cutLinks(node);
 }
 
-void ZeCTransformationNodeManager::cutLinks(const std::vector<Node>& nodes)
+void ZeCTransformationNodeManager::cutLinks(const Node& node)
 {
-    for (const Node& node : nodes) {
-        node->setFather(nullptr);
-        if (!node->IsLeaf()) static_cast<ZeCTransformationNodeInner&>(*node).children_.clear();
-    }
+    node->setFather(nullptr);
+    if (!node->IsLeaf()) static_cast<ZeCTransformationNodeInner&>(*node).children_.clear();
 }

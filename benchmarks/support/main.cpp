@@ -52,6 +52,10 @@ constexpr GrowthGoal c_growthGoals[] = {
     {"isvalid/balanced", &RatioResult::ratio, "ratio", 2.5},
     {"isvalid/wide", &RatioResult::ratio, "ratio", 2.5},
     {"isvalid/chain", &RatioResult::ratio, "ratio", 2.5},
+    {"remove/chain", &RatioResult::ns, "time", 3},
+    {"remove/chain/outside", &RatioResult::ns, "time", 3},
+    {"remove/wide", &RatioResult::ns, "time", 4},
+    {"remove/wide/outside", &RatioResult::ns, "time", 4},
 };
 
 std::optional<RatioResult> growthOf(const GrowthGoal& growth,
@@ -107,7 +111,8 @@ int main(int argc, char** argv)
     std::printf("%-28s %9s %13s  %8s  %8s  %-9s  %s\n", "work", "size", "per item", "ratio",
                 "spread", "goal", "reference");
     std::vector<RatioResult> results;
-    for (const auto& suite : {WalkBenchmarks(), HandleBenchmarks(), IsValidBenchmarks()}) {
+    for (const auto& suite :
+         {WalkBenchmarks(), HandleBenchmarks(), IsValidBenchmarks(), RemoveBenchmarks()}) {
         for (const RatioBenchmark& benchmark : suite) {
             const std::string name = benchmark.work + "/" + std::to_string(benchmark.size);
             if (!std::regex_search(name, pattern)) continue;

@@ -6,11 +6,19 @@
 namespace
 {
 
-double secondsOf(const RatioBenchmark::Work& work, int repetitions)
+using Work = RatioBenchmark::Work;
+
+double secondsOf(const Work& work, const Work& before, int repetitions)
 {
-    const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < repetitions; ++i) work();
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+    std::chrono::duration<double> elapsed{};
+    for (int left = repetitions; left > 0;) {
+        if (before) before();
+        const int together = before ? 1 : left;
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 0; i < together; ++i) work();
+        elapsed += std::chrono::steady_clock::now() - start;
+        left -= together;
+    }
     return elapsed.count() / repetitions;
 }
 
@@ -21,10 +29,10 @@ double quantile(std::vector<double> values, double part)
 }
 
 // So many repetitions that one run lasts long enough to be timed.
-int repetitionsFor(const RatioBenchmark::Work& work)
+int repetitionsFor(const Work& work, const Work& before)
 {
     constexpr double shortest = 0.01; // seconds
-    const double once = secondsOf(work, 1);
+    const double once = secondsOf(work, before, 1);
     return once >= shortest ? 1 : static_cast<int>(std::min(1e6, shortest / std::max(once, 1e-8)));
 }
 
@@ -33,16 +41,17 @@ int repetitionsFor(const RatioBenchmark::Work& work)
 RatioResult Measure(const RatioBenchmark& benchmark, int runs)
 {
     const auto pair = benchmark.prepare();
-    secondsOf(pair.measured, 1);
-    secondsOf(pair.reference, 1);
-    const int measuredRepetitions = repetitionsFor(pair.measured);
-    const int referenceRepetitions = repetitionsFor(pair.reference);
+    secondsOf(pair.measured, pair.beforeMeasured, 1);
+    secondsOf(pair.reference, pair.beforeReference, 1);
+    const int measuredRepetitions = repetitionsFor(pair.measured, pair.beforeMeasured);
+    const int referenceRepetitions = repetitionsFor(pair.reference, pair.beforeReference);
 
     std::vector<double> times;
     std::vector<double> ratios;
     for (int run = 0; run < runs; ++run) {
-        const double reference = secondsOf(pair.reference, referenceRepetitions);
-        const double measured = secondsOf(pair.measured, measuredRepetitions);
+        const double reference =
+            secondsOf(pair.reference, pair.beforeReference, referenceRepetitions);
+        const double measured = secondsOf(pair.measured, pair.beforeMeasured, measuredRepetitions);
         times.push_back(measured);
         ratios.push_back(measured / reference);
     }

@@ -18,6 +18,9 @@ struct RatioBenchmark
     {
         Work measured;
         Work reference;
+        /// What the ways use up, made anew before each time and not timed; null for nothing.
+        Work beforeMeasured = nullptr;
+        Work beforeReference = nullptr;
     };
 
     std::string work;      ///< name, as in "walk/borrowed"
@@ -47,3 +50,4 @@ struct RatioResult
 [[nodiscard]] std::vector<RatioBenchmark> WalkBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> HandleBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> IsValidBenchmarks();
+[[nodiscard]] std::vector<RatioBenchmark> RemoveBenchmarks();

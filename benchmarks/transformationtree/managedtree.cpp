@@ -4,8 +4,7 @@
 
 #include <stdexcept>
 
-CbSmartPointer<ZeCTransformationNodeInner>
-BuildTree(const std::vector<int>& fathers, std::vector<CbSmartPointer<ZeCTransformationNode>>* out)
+std::vector<CbSmartPointer<ZeCTransformationNode>> BuildNodes(const std::vector<int>& fathers)
 {
     auto& manager = CbSingleton<ZeCTransformationNodeManager>::GetInstance();
     std::vector<bool> hasChildren(fathers.size());
@@ -27,6 +26,14 @@ BuildTree(const std::vector<int>& fathers, std::vector<CbSmartPointer<ZeCTransfo
         }
         nodes.push_back(std::move(node));
     }
+    return nodes;
+}
+
+CbSmartPointer<ZeCTransformationNodeInner>
+BuildTree(const std::vector<int>& fathers, std::vector<CbSmartPointer<ZeCTransformationNode>>* out)
+{
+    auto& manager = CbSingleton<ZeCTransformationNodeManager>::GetInstance();
+    auto nodes = BuildNodes(fathers);
     auto root = CbStaticPointerCast<ZeCTransformationNodeInner>(nodes.front());
     // The tree alone keeps its nodes alive.
     for (const auto& node : nodes) manager.DeleteNode(node);

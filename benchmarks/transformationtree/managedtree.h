@@ -5,7 +5,12 @@
 #include <memory>
 #include <vector>
 
-/// A tree of a shape, nodes allocated in pre-order; nodes without children are leaves.
+/// The nodes of a tree of a shape, linked and registered, in pre-order; nodes without children are
+/// leaves.
+[[nodiscard]] std::vector<CbSmartPointer<ZeCTransformationNode>>
+BuildNodes(const std::vector<int>& fathers);
+
+/// The root of such a tree whose nodes are not registered.
 [[nodiscard]] CbSmartPointer<ZeCTransformationNodeInner>
 BuildTree(const std::vector<int>& fathers,
           std::vector<CbSmartPointer<ZeCTransformationNode>>* nodes = nullptr);

@@ -4,6 +4,7 @@
 #include "tests/support/scenario.h"
 #include "tests/transformationtree/failingallocations.h"
 #include "transformationtree/zectransformationnodemanager_unittest.h"
+#include "transformationtree/zectransformationtree.h"
 #include "transformationtree/zectransformationtreeutility.h"
 
 #include <functional>
@@ -159,6 +160,33 @@ TEST_F(WithoutMemory, TheSelfTestEndsAndLeavesNoNodeBehind)
         unsetRoot();
         EXPECT_EQ(TestAccess::CountIds(manager()), 0);
     }
+}
+
+class ClusterTree final : public ZeCTransformationTree
+{
+public:
+    [[nodiscard]] Inner GetModelNode() override { return nullptr; }
+    void Clear() override {}
+};
+
+TEST_F(WithoutMemory, ANewClusterLeavesNothingAndUsesNoName)
+{
+    const auto clusters = CbMake<ClusterTree>();
+    Inner cluster;
+    expectAllOrNothing([] {}, [&] { cluster = clusters->CreateNewCluster(inner("d"), false); });
+    EXPECT_EQ(cluster->GetDescription(), CString(CB_TEXT("Cluster 0")));
+}
+
+TEST_F(WithoutMemory, ATreeObjectLeavesItsNodesBehind)
+{
+    build();
+    auto clusters = CbMake<ClusterTree>();
+    clusters->SetRoot(tree->GetRootInner());
+    const std::string before = describe();
+    FailAllocationsAfter(0);
+    clusters = nullptr;
+    FailAllocationsAfter(-1);
+    EXPECT_EQ(describe(), before);
 }
 
 } // namespace

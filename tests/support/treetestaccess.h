@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/base/cbsingleton.h"
+#include "transformationtree/zecleafnodevector.h"
 #include "transformationtree/zectransformationnodemanager.h"
 
 /// What tests of the tree need of the nodes' private parts.
@@ -15,6 +16,11 @@ struct TestAccess
                           const CbSmartPointer<ZeCTransformationNodeInner>& father)
     {
         node.setFather(father);
+    }
+    static void SetId(ZeCTransformationNode& node, const CyUniqueID& id) { node.setID(id); }
+    static void WriteVersion1(const ZeCNodeVector& vector, CbStreamWriteBinary& stream)
+    {
+        vector.writeVersion1(stream);
     }
     static long long NextGlobalNodeRevision()
     {

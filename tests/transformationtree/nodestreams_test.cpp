@@ -1,0 +1,321 @@
+#include "platform/base/cbexceptionstream.h"
+#include "platform/base/cbexceptionwrongfileversion.h"
+#include "tests/support/managerfixture.h"
+#include "tests/support/rounds.h"
+#include "tests/transformationtree/mappedrecords.h"
+#include "tests/transformationtree/treematrices.h"
+#include "transformationtree/zectransformationnodeiterators.h"
+
+#include <cstring>
+#include <set>
+
+namespace
+{
+
+constexpr std::size_t c_trafoEnd = 4 + 16 + 16 + 4 + 128;
+
+Node makeLike(const ZeCTransformationNode& node)
+{
+    if (node.IsLeaf()) return CbMake<ZeCTransformationNodeLeaf>();
+    return CbMake<ZeCTransformationNodeInner>();
+}
+
+std::size_t countMapped()
+{
+    CbArray<CyUniqueID> ids;
+    NodeMapper().ListMappedModelIDs(ids);
+    return ids.GetCount();
+}
+
+// A mapped tree of two levels in which no field has the value of a new node.
+class NodeRecords : public testing::Test
+{
+protected:
+    NodeRecords()
+    {
+        CbMatrix4Rd odd;
+        odd[0][1] = std::bit_cast<double>(0x7FF4000000000123U); // a NaN that signals
+        odd[0][2] = -0.0;
+        odd[3][3] = std::numeric_limits<double>::denorm_min();
+        for (const auto& [name, node] : tree.GetNodes()) {
+            node->SetRelativeTrafo(odd);
+            node->SetDescription(CString(CString::View(CB_TEXT("A\0\xD800"), 3)));
+            node->SetNodeRevision(std::numeric_limits<long long>::min(), 1);
+            node->SetNodeRevision(std::numeric_limits<long long>::max(), 2);
+            node->SetVisible(true);
+            Map(node);
+            Map(node->GetModel());
+        }
+        tree.GetRootInner()->SetModel(tree.GetRoot()->GetModel(), 77);
+        tree.GetLeaf("leaf")->SetIsNewEntryScan(true);
+    }
+    ~NodeRecords() override { ClearMappers(); }
+
+    const Scenario tree{"root*(leaf*, inner*(deep*))"};
+};
+
+TEST_F(NodeRecords, BringBackEveryFieldBitForBit)
+{
+    for (const auto& [name, node] : tree.GetNodes()) {
+        SCOPED_TRACE(name);
+        const Bytes bytes = StructureOf(*node);
+        const Node read = makeLike(*node);
+        const auto revision = TestAccess::NextGlobalNodeRevision();
+        EXPECT_EQ(ReadStructure(*read, bytes), 0U);
+        EXPECT_EQ(TestAccess::NextGlobalNodeRevision(), revision + 1) << "it counts no revisions";
+        EXPECT_EQ(StructureOf(*read), bytes);
+        EXPECT_TRUE(read->IsNamed(node->GetID()));
+        EXPECT_EQ(read->GetFather(), node->GetFather());
+        EXPECT_EQ(read->GetModel(), node->GetModel());
+        EXPECT_EQ(
+            std::memcmp(read->GetRelativeTrafo().data(), node->GetRelativeTrafo().data(), 128), 0);
+        EXPECT_EQ(read->GetDescription(), node->GetDescription());
+        EXPECT_EQ(read->GetNodeRevision(1), std::numeric_limits<long long>::min());
+        EXPECT_EQ(read->GetNodeRevision(2), std::numeric_limits<long long>::max());
+        EXPECT_EQ(read->GetModelRevision(), node->GetModelRevision());
+        EXPECT_TRUE(read->IsVisible());
+    }
+}
+
+TEST_F(NodeRecords, LinkNullWhereNothingFitsIsMapped)
+{
+    const Bytes root = StructureOf(*tree.GetRoot());
+    const Bytes inner = StructureOf(*tree["inner"]);
+    NodeMapper().ClearMapping();
+    ModelMapper().ClearMapping();
+    const Inner read = CbMake<ZeCTransformationNodeInner>();
+    EXPECT_EQ(ReadStructure(*read, root), 0U);
+    EXPECT_EQ(read->GetNrChildren(), 2U);
+    EXPECT_FALSE(read->FrontChild());
+    EXPECT_FALSE(read->BackChild());
+    EXPECT_FALSE(read->GetModel());
+
+    TestAccess::SetFather(*read, tree.GetRootInner());
+    EXPECT_EQ(ReadStructure(*read, inner), 0U);
+    EXPECT_FALSE(read->GetFather()) << "the old one is gone too";
+    TestAccess::SetId(*tree["leaf"], tree.GetRoot()->GetID());
+    Map(tree["leaf"]);
+    EXPECT_EQ(ReadStructure(*read, inner), 0U);
+    EXPECT_FALSE(read->GetFather()) << "a leaf is nobody's father";
+    Inner other = CbMake<ZeCTransformationNodeInner>();
+    TestAccess::SetId(*other, tree.GetRoot()->GetID());
+    Map(other);
+    EXPECT_EQ(ReadStructure(*read, inner), 0U);
+    EXPECT_TRUE(read->IsChildOf(*other));
+    other = nullptr;
+    NodeMapper().ClearMapping();
+    EXPECT_FALSE(read->GetFather()) << "the link is weak";
+}
+
+TEST_F(NodeRecords, OfUnknownVersionsAreRefused)
+{
+    const Bytes root = StructureOf(*tree.GetRoot());
+    const Bytes leaf = StructureOf(*tree["leaf"]);
+    const struct
+    {
+        const Bytes& bytes;
+        std::size_t place;
+        std::vector<std::uint32_t> versions;
+        const char* file;
+        unsigned line;
+    } cases[] = {
+        {root, 0, {0, 2, 0xFFFFFFFF}, "zectransformationnode", 611},
+        {root, root.size() - 48, {0, 2, 0xFFFFFFFF}, "zectransformationnodeinner", 1290},
+        {leaf, leaf.size() - 5, {0, 3, 0xFFFFFFFF}, "zectransformationnodeleaf", 516},
+    };
+    for (const auto& [bytes, place, versions, file, line] : cases) {
+        for (const auto version : versions) {
+            SCOPED_TRACE(testing::Message() << file << ", version " << version);
+            Bytes changed = bytes;
+            std::memcpy(&changed[place], &version, sizeof version);
+            const Node read = makeLike(*tree[&bytes == &root ? "root" : "leaf"]);
+            const CyUniqueID id = read->GetID();
+            ExpectThrowsFrom<CbExceptionWrongFileVersion>(file, line,
+                                                          [&] { ReadStructure(*read, changed); });
+            EXPECT_EQ(read->GetID() == id, place == 0) << "what stands before is read";
+        }
+    }
+    for (const std::uint32_t anyVersion : {0U, 2U}) {
+        Bytes changed = leaf;
+        std::memcpy(&changed[36], &anyVersion, sizeof anyVersion);
+        const Leaf read = CbMake<ZeCTransformationNodeLeaf>();
+        EXPECT_EQ(ReadStructure(*read, changed), 0U) << "of the transformation";
+        EXPECT_EQ(StructureOf(*read), leaf);
+    }
+}
+
+TEST_F(NodeRecords, CutShortAnywhereKeepWhatWasRead)
+{
+    for (const char* name : {"root", "leaf"}) {
+        const Node node = tree[name];
+        const Bytes bytes = StructureOf(*node);
+        for (std::size_t length = 0; length < bytes.size(); ++length) {
+            SCOPED_TRACE(testing::Message() << length << " bytes of " << name);
+            const Node read = makeLike(*node);
+            const Bytes fresh = StructureOf(*read);
+            const Bytes cut(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length));
+            ASSERT_THROW(ReadStructure(*read, cut), CbExceptionStream);
+            const Bytes kept = StructureOf(*read);
+            const Bytes& start = length < c_trafoEnd ? fresh : bytes;
+            ASSERT_TRUE(
+                std::equal(start.begin() + 36, start.begin() + c_trafoEnd, kept.begin() + 36));
+            ASSERT_EQ(read->GetModel(), length < 36 ? nullptr : node->GetModel());
+            ASSERT_EQ(read->GetDescription().IsEmpty(), length < c_trafoEnd + 10);
+            ASSERT_EQ(read->GetID() == node->GetID(), length >= c_trafoEnd + 26);
+            ASSERT_EQ(read->IsVisible(), length >= c_trafoEnd + 43);
+        }
+    }
+    Bytes bytes = StructureOf(*tree.GetRoot());
+    std::memset(&bytes[bytes.size() - 36], 0xFF, 4);
+    const Inner read = CbMake<ZeCTransformationNodeInner>();
+    EXPECT_THROW(ReadStructure(*read, bytes), CbExceptionStream) << "2^32-1 children";
+    EXPECT_EQ(read->GetNrChildren(), 2U);
+}
+
+TEST(AnnouncedNodes, AreMadeAndFoundByTheirIds)
+{
+    ClearMappers();
+    const Leaf leaf = CbMake<ZeCTransformationNodeLeaf>();
+    const Inner inner = CbMake<ZeCTransformationNodeInner>();
+    const Bytes bytes = Stored([&](auto& stream) {
+        NodeMapper().WriteNodeForInstantiation(stream, leaf);
+        NodeMapper().WriteNodeForInstantiation(stream, inner);
+    });
+    EXPECT_EQ(NodeMapper().GetNode(leaf->GetID()), leaf) << "writing maps too";
+    Node first;
+    Node second;
+    ReadFrom(bytes, [&](auto& stream) {
+        first = NodeMapper().ReadNodeAndInstantiate(stream);
+        second = NodeMapper().ReadNodeAndInstantiate(stream);
+    });
+    EXPECT_TRUE(first->Is(ZeCTransformationNodeLeaf::RTTI));
+    EXPECT_TRUE(second->Is(ZeCTransformationNodeInner::RTTI));
+    EXPECT_NE(first, leaf);
+    EXPECT_TRUE(first->IsNamed(leaf->GetID()));
+    EXPECT_EQ(NodeMapper().GetNode(leaf->GetID()), first) << "in place of the other";
+
+    CbArray<CyUniqueID> ids;
+    ids.Append(CyUniqueID());
+    NodeMapper().ListMappedModelIDs(ids);
+    EXPECT_EQ((std::set<CyUniqueID>{ids.begin(), ids.end()}),
+              (std::set<CyUniqueID>{CyUniqueID(), leaf->GetID(), inner->GetID()}));
+    const CbWeakPointer<ZeCTransformationNode> watched(first);
+    first = nullptr;
+    EXPECT_TRUE(watched.Lock()) << "the map holds it";
+    NodeMapper().ClearMapping();
+    EXPECT_FALSE(watched.Lock());
+    EXPECT_EQ(countMapped(), 0U);
+
+    const Bytes reference = Stored([&](auto& stream) {
+        NodeMapper().WriteNodeByReference(stream, leaf);
+        NodeMapper().WriteNodeByReference(stream, nullptr);
+    });
+    EXPECT_EQ(countMapped(), 0U);
+    EXPECT_EQ(reference.size(), 32U);
+    Map(leaf);
+    ReadFrom(reference, [&](auto& stream) {
+        EXPECT_EQ(NodeMapper().ReadNodeByReference(stream), leaf);
+        EXPECT_FALSE(NodeMapper().ReadNodeByReference(stream));
+    });
+    ClearMappers();
+}
+
+TEST(AnnouncedNodes, ThatCanNotBeMadeAreNotMapped)
+{
+    ClearMappers();
+    const auto announced = [](const CString& className, const CyUniqueID& id) {
+        return Stored([&](auto& stream) {
+            stream << className;
+            id.Serialize(stream);
+        });
+    };
+    const auto read = [](const Bytes& bytes) {
+        Node node;
+        ReadFrom(bytes, [&](auto& s) { node = NodeMapper().ReadNodeAndInstantiate(s); });
+        return node;
+    };
+    for (const auto* name : {CB_TEXT("NobodyKnowsThis"), CB_TEXT("ZeCTransformationNode"),
+                             CB_TEXT("CyNode"), CB_TEXT("QMT_DepthImage"), CB_TEXT("")}) {
+        EXPECT_THROW((void)read(announced(name, CountingId(1))), CbException)
+            << CString(name).ToUtf8();
+    }
+    const Bytes leaf = announced(CB_TEXT("ZeCTransformationNodeLeaf"), CountingId(1));
+    for (auto end = leaf.begin(); end != leaf.end(); ++end) {
+        EXPECT_THROW((void)read(Bytes(leaf.begin(), end)), CbExceptionStream) << end - leaf.begin();
+    }
+    const Node nil = read(announced(CB_TEXT("ZeCTransformationNodeLeaf"), CyUniqueID()));
+    EXPECT_TRUE(nil->GetID().IsNil()) << "made, and found by nobody";
+    EXPECT_THROW(Map(Node()), CbException);
+    EXPECT_THROW(Map(Model()), CbException);
+    EXPECT_EQ(countMapped(), 0U);
+}
+
+class StoredTrees : public NodeManagerTest
+{
+protected:
+    ~StoredTrees() override { ClearMappers(); }
+
+    // The records of all nodes, which have all that is stored.
+    static std::vector<Bytes> recordsOf(const Node& root)
+    {
+        std::vector<Bytes> records;
+        for (const auto& [node, trafo] : root->Nodes()) {
+            EXPECT_TRUE(node.IsNamed(node.GetID()));
+            records.push_back(StructureOf(node));
+        }
+        return records;
+    }
+};
+
+TEST_F(StoredTrees, ComeBackFromRecordsInAnyOrder)
+{
+    for (int round = 0; round < Rounds(50); ++round) {
+        SCOPED_TRACE(testing::Message() << "seed " << round);
+        std::mt19937 random(static_cast<unsigned>(round));
+        Scenario tree("root(cluster*(a*, b, none()), c*, chain(link(end*)))");
+        std::vector<Bytes> announcements;
+        std::vector<std::pair<CyUniqueID, Bytes>> structures;
+        for (const auto& [name, node] : tree.GetNodes()) {
+            node->SetRelativeTrafo(RandomPose(random));
+            node->SetVisible(random() % 2 == 0);
+            node->SetNodeRevision(static_cast<long long>(random()), random() % 4);
+            if (const Leaf leaf = tree.GetLeaf(name)) leaf->SetIsNewEntryScan(random() % 2 == 0);
+            announcements.push_back(Stored([&, &node = node](auto& stream) {
+                NodeMapper().WriteNodeForInstantiation(stream, node);
+            }));
+            structures.emplace_back(node->GetID(), StructureOf(*node));
+            if (node->GetModel()) Map(node->GetModel());
+        }
+        const auto expected = recordsOf(tree.GetRoot());
+        const auto text = Describe(*tree.GetRoot());
+        const auto rootId = tree.GetRoot()->GetID();
+        tree.Forget();
+        NodeMapper().ClearMapping();
+
+        std::shuffle(announcements.begin(), announcements.end(), random);
+        std::shuffle(structures.begin(), structures.end(), random);
+        std::vector<Node> nodes;
+        for (const Bytes& bytes : announcements) {
+            ReadFrom(bytes,
+                     [&](auto& s) { nodes.push_back(NodeMapper().ReadNodeAndInstantiate(s)); });
+        }
+        for (const auto& [id, bytes] : structures) {
+            ASSERT_EQ(ReadStructure(*NodeMapper().GetNode(id), bytes), 0U);
+        }
+        const auto root =
+            CbDynamicPointerCast<ZeCTransformationNodeInner>(NodeMapper().GetNode(rootId));
+        nodes.clear();
+        ClearMappers();
+        EXPECT_EQ(recordsOf(root), expected);
+        EXPECT_EQ(Describe(*root), text);
+        manager().SetRootNode(root);
+        {
+            const auto handle = manager().GetReadHandle(root);
+            EXPECT_TRUE(manager().TryLock() && manager().IsValid());
+        }
+        EXPECT_EQ(TestAccess::CountIds(manager()), expected.size());
+        unsetRoot();
+    }
+}
+
+} // namespace

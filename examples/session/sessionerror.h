@@ -1,0 +1,29 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace sessionfile
+{
+
+/// A session that cannot be read or written. The text is one line and says what is wrong and where.
+class SessionError : public std::runtime_error
+{
+public:
+    enum class EKind
+    {
+        Unreadable,   ///< missing, cut short, no session, of an unknown version, or damaged
+        Inconsistent, ///< undamaged, but its records make no sense, or not one tree
+        Unwritable    ///< the file can't be written, or what should be written is not one tree
+    };
+
+    SessionError(EKind kind, const std::string& text);
+    ~SessionError() override;
+
+    [[nodiscard]] EKind GetKind() const noexcept { return kind_; }
+
+private:
+    EKind kind_;
+};
+
+} // namespace sessionfile

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "platform/base/cbsmartpointer.h"
+#include "transformationtree/zectransformationnodeinner.h"
+
+#include <filesystem>
+
+namespace sessionfile
+{
+
+/// Writes a tree as WriteSession() does to a file, which appears as a whole and once it is on the
+/// disk. Where anything fails, an older file stays as it was.
+/// Throws: SessionError naming the file; what WriteSession() throws.
+void SaveSession(const std::filesystem::path& path,
+                 const CbSmartPointer<const ZeCTransformationNodeInner>& root);
+
+/// Reads the tree of a session file as ReadSession() does.
+/// Throws: SessionError naming the file; nothing is left behind.
+[[nodiscard]] CbSmartPointer<ZeCTransformationNodeInner>
+LoadSession(const std::filesystem::path& path);
+
+} // namespace sessionfile

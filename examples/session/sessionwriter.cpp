@@ -1,0 +1,123 @@
+#include "examples/session/sessionwriter.h"
+
+#include "examples/session/crc32.h"
+#include "examples/session/sessionerror.h"
+#include "examples/session/sessionformat.h"
+#include "examples/session/sessionmappings.h"
+#include "platform/base/cystreamwritebinarybuffer.h"
+#include "platform/datacontainer/zecmodelserializationidmapper.h"
+#include "transformationtree/zectransformationnodeserializationidmapper.h"
+
+#include <algorithm>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+namespace sessionfile
+{
+
+namespace
+{
+
+using Node = CbSmartPointer<const ZeCTransformationNode>;
+using Model = CbSmartPointer<const ZeCModelQMT>;
+
+[[noreturn]] void refuse(const std::string& text)
+{
+    throw SessionError(SessionError::EKind::Unwritable, text);
+}
+
+std::string textOf(const ZeCTransformationNode& node) { return node.GetID().ToString().ToUtf8(); }
+
+/// All nodes, fathers before their children.
+std::vector<Node> collect(const CbSmartPointer<const ZeCTransformationNodeInner>& root)
+{
+    if (!root) refuse("there is no tree to write");
+    if (root->GetFather()) refuse("node " + textOf(*root) + " is not the root of its tree");
+    std::vector<Node> nodes;
+    std::vector<Node> open{root};
+    while (!open.empty()) {
+        nodes.push_back(std::move(open.back()));
+        open.pop_back();
+        if (nodes.back()->IsLeaf()) continue;
+        const auto& father = static_cast<const ZeCTransformationNodeInner&>(*nodes.back());
+        for (auto child = father.EndChild(); child != father.BeginChild();) {
+            --child;
+            if (!*child || !(*child)->IsChildOf(father)) {
+                refuse("node " + textOf(father) + " lists a node whose father it is not");
+            }
+            open.push_back(*child);
+        }
+    }
+    return nodes;
+}
+
+/// The models of the nodes, each once.
+std::vector<Model> modelsOf(const std::vector<Node>& nodes)
+{
+    std::vector<Model> models;
+    std::unordered_set<const ZeCModelQMT*> seen;
+    for (const auto& node : nodes) {
+        const auto model = node->GetModel();
+        if (model && seen.insert(model.Get()).second) models.push_back(model);
+    }
+    return models;
+}
+
+/// Writes the content as a section and forgets it.
+void writeSection(CbStreamWriteBinary& stream, ESection section, CyStreamWriteBinaryBuffer& content)
+{
+    stream << static_cast<std::uint32_t>(section) << std::uint64_t{content.GetCount()}
+           << Crc32(content.GetBytes());
+    stream.WriteBuffer(content.GetData(), content.GetCount());
+    content.Empty();
+}
+
+void writeAttributes(CbStreamWriteBinary& stream, const std::vector<Node>& nodes)
+{
+    const auto hasAttributes = [](const Node& node) { return !node->GetAllAttributes().IsEmpty(); };
+    stream << static_cast<std::uint32_t>(std::count_if(nodes.begin(), nodes.end(), hasAttributes));
+    for (const auto& node : nodes) {
+        if (!hasAttributes(node)) continue;
+        node->GetID().Serialize(stream);
+        node->SerializeAttributes(stream);
+    }
+}
+
+} // namespace
+
+void WriteSession(CbStreamWriteBinary& stream,
+                  const CbSmartPointer<const ZeCTransformationNodeInner>& root)
+{
+    const SessionMappings mappings;
+    auto& nodeMapper = CbSingleton<ZeCTransformationNodeSerializationIDMapper>::GetInstance();
+    auto& modelMapper = CbSingleton<ZeCModelSerializationIDMapper>::GetInstance();
+    const auto nodes = collect(root);
+    const auto models = modelsOf(nodes);
+
+    stream.WriteBuffer(c_magic.data(), c_magic.size());
+    stream.WriteVersion(c_version);
+
+    CyStreamWriteBinaryBuffer content;
+    content << static_cast<std::uint32_t>(nodes.size())
+            << static_cast<std::uint32_t>(models.size());
+    for (const auto& node : nodes) nodeMapper.WriteNodeForInstantiation(content, node);
+    writeSection(stream, ESection::Nodes, content);
+
+    for (const auto& node : nodes) {
+        nodeMapper.WriteNodeByReference(content, node);
+        node->SerializeStructure(content);
+    }
+    writeSection(stream, ESection::Structure, content);
+
+    writeAttributes(content, nodes);
+    writeSection(stream, ESection::Attributes, content);
+
+    for (const auto& model : models) {
+        modelMapper.WriteModel(content, model);
+        while (content.GetCount() < c_smallestModel) content << false;
+        writeSection(stream, ESection::Model, content);
+    }
+}
+
+} // namespace sessionfile

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "platform/base/cbsmartpointer.h"
+#include "platform/base/cbstreamwritebinary.h"
+#include "transformationtree/zectransformationnodeinner.h"
+
+namespace sessionfile
+{
+
+/// Writes a whole tree: all nodes with their attributes, and each model that they refer to once.
+///
+/// Throws: SessionError, before anything is written, where @p root is null or has a father, or
+/// where a node below it is listed by another node than its father; what the stream throws.
+/// Threads: needs a read handle on the root; one thread at a time writes or reads sessions.
+void WriteSession(CbStreamWriteBinary& stream,
+                  const CbSmartPointer<const ZeCTransformationNodeInner>& root);
+
+} // namespace sessionfile

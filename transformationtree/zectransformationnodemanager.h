@@ -21,8 +21,8 @@ class CbStreamWriteASCII;
 /// application's data manager, finds nodes by their ids and grants read and write handles.
 ///
 /// A node is in the data manager exactly while its tree hangs below the manager's root. Created
-/// nodes are registered under their ids, and stay alive, until DeleteNode(), ReplaceChild() or
-/// unsetting the root above them drops them. The manager posts no messages.
+/// nodes are registered under their ids, and stay alive, until DeleteNode(), DeleteChildren(),
+/// ReplaceChild() or unsetting the root above them drops them. The manager posts no messages.
 ///
 /// Edits are all or nothing: what is thrown is thrown before anything has changed.
 ///

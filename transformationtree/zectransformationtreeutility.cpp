@@ -28,10 +28,6 @@ ChangeMessages removalMessages(const std::vector<ZeCTransformationNode*>& nodes)
 
 } // namespace
 
-ZeCTransformationTreeUtility::ZeCTransformationTreeUtility() = default;
-
-ZeCTransformationTreeUtility::~ZeCTransformationTreeUtility() = default;
-
 ZeCTransformationNodeManager& ZeCTransformationTreeUtility::getNodeManager()
 {
     return CbSingleton<ZeCTransformationNodeManager>::GetInstance();
@@ -44,7 +40,7 @@ ZeCTransformationTreeUtility::CreateLeaf(const Inner& father, const Model& model
     if (!model) return nullptr;
     if (trafo == nullptr) throw CbException(CB_HERE, "a leaf without transformation");
     CreatedNodes created(getNodeManager());
-    const Leaf leaf = created.CreateLeaf(model);
+    Leaf leaf = created.CreateLeaf(model);
     leaf->SetDescription(model->GetDescription());
     leaf->SetRelativeTrafo(*trafo);
     ChangeMessages messages;
@@ -60,7 +56,7 @@ ZeCTransformationTreeUtility::CreateLeafAndReplace(const Leaf& oldLeaf, const Mo
 {
     if (!oldLeaf) throw CbException(CB_HERE, "there is no leaf to replace");
     CreatedNodes created(getNodeManager());
-    const Leaf newLeaf = created.CreateLeaf(model);
+    Leaf newLeaf = created.CreateLeaf(model);
     newLeaf->AssumeAttributesIncrementVersion(oldLeaf);
     if (const Inner father = oldLeaf->GetFather()) {
         getNodeManager().ExchangeChild(father, oldLeaf, newLeaf);
@@ -100,7 +96,11 @@ ZeCTransformationTreeUtility::PrepareForNextChild(const Inner& node, unsigned in
     for (; levels > 0; --levels) {
         const Inner inner = created.CreateInner(CB_TEXT("Inner"));
         messages.AddTreeStructureModified(inner, last, EModified::eNodeAdded);
-        branch ? manager.AppendChild(last, inner, true) : void(branch = inner);
+        if (branch) {
+            manager.AppendChild(last, inner, true);
+        } else {
+            branch = inner;
+        }
         last = inner;
     }
     if (!branch) return place;

@@ -20,8 +20,8 @@ class ZeCTransformationNodeManager;
 ///
 /// @code
 /// auto& utility = CbSingleton<ZeCTransformationTreeUtility>::GetInstance();
-/// const auto father = utility.PrepareForNextChild(last, 16, top);
-/// last = utility.CreateLeaf(father, model, &modelToFather) ? father : last;
+/// father = utility.PrepareForNextChild(father, 16, top);
+/// if (father) utility.CreateLeaf(father, model, &modelToFather);
 /// @endcode
 class TRANSFORMATIONTREE_API ZeCTransformationTreeUtility
 {
@@ -60,7 +60,8 @@ public:
     /// below 2, where all nodes above a @p node that is not below the top are full, and for a null
     /// node. Messages: nodes added, top inserted and old top moved, always. Locks: the top's
     /// father. Cost: linear in the depth of @p node.
-    Inner PrepareForNextChild(const Inner& node, unsigned int maxChildren, Inner& topNode);
+    [[nodiscard]] Inner PrepareForNextChild(const Inner& node, unsigned int maxChildren,
+                                            Inner& topNode);
     /// @}
 
     /// @name Removing
@@ -86,8 +87,8 @@ public:
 private:
     friend class CbSingleton<ZeCTransformationTreeUtility>;
 
-    ZeCTransformationTreeUtility();
-    ~ZeCTransformationTreeUtility();
+    ZeCTransformationTreeUtility() = default;
+    ~ZeCTransformationTreeUtility() = default;
 
     [[nodiscard]] static ZeCTransformationNodeManager& getNodeManager();
 };

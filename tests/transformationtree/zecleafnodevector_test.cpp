@@ -123,7 +123,9 @@ TEST_F(NodeVectors, StayAsTheyWereWhereAFatherIsSingular)
     vector.AddNode(tree["c"], Shift(1, 0, 0));
     vector.AddNode(nullptr, Shift(2, 0, 0));
     const Bytes before = stored(vector);
-    tree["inner"]->SetRelativeTrafo(CbMatrix4Rd({}));
+    CbMatrix4Rd flat;
+    flat[2][2] = 0;
+    tree["inner"]->SetRelativeTrafo(flat);
     EXPECT_THROW(vector.SetInnerNode(root, ZeCNodeVector::itLeaf, c_matIdentityD, 0),
                  CyExceptionNotInvertible);
     EXPECT_EQ(namesOf(vector), "c null ");

@@ -1,8 +1,8 @@
 // Edits are all or nothing: each allocation that an edit makes fails once.
 
+#include "tests/support/failingallocations.h"
 #include "tests/support/managerfixture.h"
 #include "tests/support/scenario.h"
-#include "tests/transformationtree/failingallocations.h"
 #include "transformationtree/zectransformationnodemanager_unittest.h"
 #include "transformationtree/zectransformationtree.h"
 #include "transformationtree/zectransformationtreeutility.h"

@@ -114,7 +114,7 @@ Inner ZeCTransformationTree::newClusterForModel(const Inner& modelNode, bool pos
     auto& manager = CbSingleton<ZeCTransformationNodeManager>::GetInstance();
     CreatedNodes created(manager);
     ChangeMessages messages;
-    const auto cluster = created.CreateInner(CbFormat(CB_TEXT("Cluster %d"), clusterCounter_));
+    auto cluster = created.CreateInner(CbFormat(CB_TEXT("Cluster %d"), clusterCounter_));
     messages.AddTreeStructureModified(cluster, modelNode, EModified::eClusterCreated);
     for (const CString* description :
          {&getOptimizerDescription(), &getCollectorDescription(), &getClipboardDescription()}) {

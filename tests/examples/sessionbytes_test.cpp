@@ -1,0 +1,105 @@
+// Bytes that were cut, damaged or made to harm.
+
+#include "tests/examples/sessionrecords.h"
+#include "tests/support/failingallocations.h"
+#include "tests/support/rounds.h"
+
+#include <gmock/gmock.h>
+#include <random>
+
+using namespace sessionfile;
+using EKind = SessionError::EKind;
+using testing::HasSubstr;
+using Collection = ZeCSurfelCollectionQMT;
+
+TEST(Session, IsUnreadableWhereverItIsCutOrDamaged)
+{
+    const SampleTree tree;
+    Bytes bytes = SessionOf(tree.root);
+    for (std::size_t length = 0; length < bytes.size(); ++length) {
+        auto kind = EKind::Inconsistent;
+        EXPECT_THAT(ErrorOf(Bytes(bytes.begin(), bytes.begin() + static_cast<long>(length)), &kind),
+                    testing::AnyOf(HasSubstr("cut short"), HasSubstr("no session")));
+        EXPECT_EQ(kind, EKind::Unreadable) << length;
+    }
+    for (auto& byte : bytes) {
+        byte ^= 0x10;
+        auto kind = EKind::Inconsistent;
+        EXPECT_NE(ErrorOf(bytes, &kind), "");
+        EXPECT_EQ(kind, EKind::Unreadable);
+        byte ^= 0x10;
+    }
+    bytes.push_back(0);
+    EXPECT_EQ(ErrorOf(bytes), "session: more bytes than sections");
+}
+
+// Each as large as 4 MiB allow.
+TEST(Session, TakesLittleMemoryWhateverItsBytesSay)
+{
+    constexpr std::size_t c_most = std::size_t{4} << 20;
+    const auto fill = [](std::vector<Bytes>& records, std::size_t bytes) {
+        const Bytes record = records[0];
+        records.assign(bytes / record.size(), record);
+    };
+    const auto star = [](std::size_t bytesPerLeaf, bool withModels) {
+        const Inner root = CbMake<ZeCTransformationNodeInner>();
+        for (std::size_t i = 0; i < c_most / bytesPerLeaf - 10; ++i) {
+            Model model;
+            if (withModels) {
+                const auto surfel = [] {
+                    return CbMake<Collection>(1U, true, Collection::ESurfelAttributeSet::Complete,
+                                              nullptr);
+                };
+                model = CbMake<ZeCModelQMT>(surfel(), surfel());
+            }
+            LinkByHand(root, CbMake<ZeCTransformationNodeLeaf>(model));
+        }
+        return SessionOf(root);
+    };
+    const SampleTree tree;
+    Records announcements(tree);
+    fill(announcements.announcements, c_most);
+    announcements.nodeCount = static_cast<std::uint32_t>(announcements.announcements.size());
+    Records models(tree);
+    fill(models.models, c_most);
+    tree.root->SetDescription(CString(std::u16string(c_most / 2 - 2000, u'x')));
+
+    for (const auto& bytes : {announcements.Join(), models.Join(), star(312, false),
+                              star(1352, true), SessionOf(tree.root)}) {
+        EXPECT_GT(bytes.size(), c_most - 20000);
+        const std::size_t before = AllocatedBytes();
+        StartAllocationPeak();
+        try {
+            (void)ReadSession(bytes);
+        } catch (const SessionError&) {
+        }
+        EXPECT_LT(AllocationPeak() - before, 4 * c_most);
+        EXPECT_EQ(AllocatedBytes(), before);
+    }
+}
+
+TEST(SessionSoak, EndsInAnErrorOrATreeWhateverByteIsFlipped)
+{
+    const SampleTree tree;
+    const Bytes good = SessionOf(tree.root);
+    EXPECT_LT(good.size(), 4000U);
+    std::mt19937 random(20);
+    int trees = 0;
+    std::size_t before = 0;
+    for (int round = 0; round < Rounds(200000); ++round) {
+        Bytes bytes = good;
+        for (auto flips = 1 + random() % 3; flips > 0; --flips) {
+            bytes[random() % bytes.size()] ^= static_cast<std::uint8_t>(1 + random() % 255);
+        }
+        if (random() % 8 != 0) RepairChecksums(bytes);
+        StartAllocationPeak();
+        const std::size_t start = AllocatedBytes();
+        if (ErrorOf(bytes).empty()) ++trees;
+        ASSERT_LT(AllocationPeak() - start, std::size_t{1} << 20) << "round " << round;
+        if (round > 100) {
+            ASSERT_EQ(AllocatedBytes(), before) << "leaks in round " << round;
+        }
+        before = AllocatedBytes();
+    }
+    EXPECT_GT(trees, Rounds(1000)) << "values that mean nothing to the structure";
+}

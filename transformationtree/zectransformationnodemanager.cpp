@@ -176,7 +176,8 @@ void ZeCTransformationNodeManager::SetRootNode(const Inner& root)
 
 void ZeCTransformationNodeManager::UnsetRootNode()
 {
-    std::vector<Node> nodes; // go after the section is left
+    Inner root; // goes after the section is left, as do those below it
+    std::vector<Node> below;
     const CbCriticalSectionLock lock(section_);
     if (!root_) return;
     if (Logging::IsDebugEnabled(c_nodeManagerLogger)) logIDMap("UnsetRootNode enter");
@@ -185,14 +186,14 @@ void ZeCTransformationNodeManager::UnsetRootNode()
         handle = GetWriteHandle(root_);
         if (!handle.IsValid()) return;
     }
-    Nodes below = collectToRemove(root_);
-    nodes = keepAlive(below);
+    below = collectToRemove(root_);
     below.pop_back(); // the root itself
     removeNodesFromDataManager(below, true);
     idMap_.Remove(root_->GetID());
     if (handle.IsValid()) dataManager_.load()->RemoveNode(handle).Acknowledge();
-    for (const Node& node : nodes) cutLinks(node);
-    root_ = nullptr;
+    for (const Node& node : below) cutLinks(node);
+    cutLinks(root_);
+    root.Swap(root_);
     rootAddress_ = nullptr;
     if (Logging::IsDebugEnabled(c_nodeManagerLogger)) logIDMap("UnsetRootNode exit");
 }

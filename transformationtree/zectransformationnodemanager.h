@@ -232,13 +232,12 @@ private:
 
     // Mirroring. Edits collect the nodes of a subtree before they change anything, so that nothing
     // they do afterwards needs memory.
-    [[nodiscard]] Nodes collectToRemove(const Node& top) const;
-    [[nodiscard]] static std::vector<Node> keepAlive(const Nodes& nodes);
+    [[nodiscard]] std::vector<Node> collectToRemove(const Node& top) const;
     void addNodesToDataManager(const Nodes& nodes);
     void addNodeToDataManager(ZeCTransformationNode& node);
     void registerNodes(const Nodes& nodes);
     Node registerNode(const Node& node) CB_REQUIRES(section_);
-    void removeNodesFromDataManager(const Nodes& nodes, bool unregister);
+    void removeNodesFromDataManager(const std::vector<Node>& nodes, bool unregister);
     void removeNodeFromDataManager(const Node& node);
     void removeSubtreeFromDataManager(const Node& node);
 

@@ -153,7 +153,7 @@ void ZeCTransformationNodeManager::removeChild(
 void ZeCTransformationNodeManager::DeleteChildren(const Inner& father)
 {
     if (!father || father->children_.empty()) return;
-    auto nodes = keepAlive(collectToRemove(father));
+    auto nodes = collectToRemove(father);
     nodes.pop_back(); // the father itself
     for (const Node& node : nodes) {
         if (hasChildren(*node)) node->NewNodeRevision(c_allRevisions);
@@ -196,16 +196,19 @@ void ZeCTransformationNodeManager::putInPlace(const Inner& father, const Node& o
     const bool managed = IsNodeInDataManager(father);
     const Nodes added = managed ? CollectPreOrder(*child) : Nodes{};
     const bool oldManaged = own && IsNodeInDataManager(old);
-    const Nodes leaving = IsNodeInDataManager(child) ? collectToRemove(child) : Nodes{};
-    const Nodes oldNodes = oldManaged || (own && replace) ? collectToRemove(old) : Nodes{};
-    const auto deleted = keepAlive(replace ? oldNodes : Nodes{});
+    std::vector<Node> leaving;
+    std::vector<Node> oldNodes;
+    if (IsNodeInDataManager(child)) leaving = collectToRemove(child);
+    if (oldManaged || (own && replace)) oldNodes = collectToRemove(old);
     if (replace) registerNodes(added); // the last step that can fail for want of memory
     if (own) {
         if (oldManaged) removeNodesFromDataManager(oldNodes, false);
         old->setFather(nullptr);
-        for (const Node& node : deleted) {
-            if (!node->IsLeaf()) node->NewNodeRevision(c_allRevisions);
-            takeApart(node);
+        if (replace) {
+            for (const Node& node : oldNodes) {
+                if (!node->IsLeaf()) node->NewNodeRevision(c_allRevisions);
+                takeApart(node);
+            }
         }
     }
     if (IsNodeInDataManager(child)) removeNodesFromDataManager(leaving, false);

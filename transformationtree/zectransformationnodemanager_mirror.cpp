@@ -26,17 +26,11 @@ void ZeCTransformationNodeManager::registerNodes(const Nodes& nodes)
     for (std::size_t i = 0; i < nodes.size(); ++i) replaced[i] = registerNode(Node(nodes[i]));
 }
 
-ZeCTransformationNodeManager::Nodes
+std::vector<ZeCTransformationNodeManager::Node>
 ZeCTransformationNodeManager::collectToRemove(const Node& top) const
 {
     (void)GetWriteHandle(top); // a thread's first handle needs memory too
     return CollectPostOrder(*top);
-}
-
-std::vector<ZeCTransformationNodeManager::Node>
-ZeCTransformationNodeManager::keepAlive(const Nodes& nodes)
-{
-    return {nodes.begin(), nodes.end()};
 }
 
 void ZeCTransformationNodeManager::addNodeToDataManager(ZeCTransformationNode& node)
@@ -70,10 +64,10 @@ void ZeCTransformationNodeManager::removeNodeFromDataManager(const Node& node)
     }
 }
 
-void ZeCTransformationNodeManager::removeNodesFromDataManager(const Nodes& nodes, bool unregister)
+void ZeCTransformationNodeManager::removeNodesFromDataManager(const std::vector<Node>& nodes,
+                                                              bool unregister)
 {
-    for (ZeCTransformationNode* const raw : nodes) {
-        const Node node(raw);
+    for (const Node& node : nodes) {
         if (!node->IsLeaf()) {
             auto& inner = static_cast<ZeCTransformationNodeInner&>(*node);
             eraseStaleEntries(inner, inner.children_);

@@ -16,12 +16,11 @@ namespace
 using EModified = ZeCMessageTreeStructureModified::EModificationType;
 
 // What is told about the removal of nodes, which are still where they are.
-ChangeMessages removalMessages(const std::vector<ZeCTransformationNode*>& nodes)
+ChangeMessages removalMessages(const std::vector<CbSmartPointer<ZeCTransformationNode>>& nodes)
 {
     ChangeMessages messages;
-    for (ZeCTransformationNode* const node : nodes) {
-        messages.AddTreeStructureModified(ChangeMessages::Node(node), node->GetFather(),
-                                          EModified::eNodeRemoved);
+    for (const auto& node : nodes) {
+        messages.AddTreeStructureModified(node, node->GetFather(), EModified::eNodeRemoved);
     }
     return messages;
 }

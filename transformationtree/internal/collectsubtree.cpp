@@ -7,16 +7,16 @@
 namespace
 {
 
-template<EDirection direction>
-std::vector<ZeCTransformationNode*> collect(ZeCTransformationNode& top)
+template<class Pointer, EDirection direction>
+std::vector<Pointer> collect(ZeCTransformationNode& top)
 {
-    std::vector<ZeCTransformationNode*> nodes{&top};
+    std::vector<Pointer> nodes{Pointer(&top)};
     if (top.IsLeaf()) return nodes;
     WalkBelow<direction>(
         static_cast<ZeCTransformationNodeInner&>(top),
         [&](ZeCTransformationNode& node, const ZeCTransformationNodeInner& father) {
             if (!node.IsChildOf(father)) return EVisit::Skip;
-            nodes.push_back(&node);
+            nodes.emplace_back(&node);
             return EVisit::Enter;
         });
     return nodes;
@@ -26,13 +26,13 @@ std::vector<ZeCTransformationNode*> collect(ZeCTransformationNode& top)
 
 std::vector<ZeCTransformationNode*> CollectPreOrder(ZeCTransformationNode& top)
 {
-    return collect<EDirection::Forward>(top);
+    return collect<ZeCTransformationNode*, EDirection::Forward>(top);
 }
 
-std::vector<ZeCTransformationNode*> CollectPostOrder(ZeCTransformationNode& top)
+std::vector<CbSmartPointer<ZeCTransformationNode>> CollectPostOrder(ZeCTransformationNode& top)
 {
     // Pre-order with the siblings taken backwards is post-order read backwards.
-    auto nodes = collect<EDirection::Backward>(top);
+    auto nodes = collect<CbSmartPointer<ZeCTransformationNode>, EDirection::Backward>(top);
     std::reverse(nodes.begin(), nodes.end());
     return nodes;
 }

@@ -8,5 +8,6 @@
 /// what is below them, belong to that father and are left out.
 [[nodiscard]] std::vector<ZeCTransformationNode*> CollectPreOrder(ZeCTransformationNode& top);
 
-/// The same nodes in post-order: children, in order, before their father.
-[[nodiscard]] std::vector<ZeCTransformationNode*> CollectPostOrder(ZeCTransformationNode& top);
+/// The same nodes in post-order: children, in order, before their father. They are kept alive.
+[[nodiscard]] std::vector<CbSmartPointer<ZeCTransformationNode>>
+CollectPostOrder(ZeCTransformationNode& top);

@@ -93,6 +93,7 @@ TEST_F(NodeRecords, LinkNullWhereNothingFitsIsMapped)
     Map(other);
     EXPECT_EQ(ReadStructure(*read, inner), 0U);
     EXPECT_TRUE(read->IsChildOf(*other));
+    EXPECT_EQ(read->GetNrChildren(), 1U) << "in place of the old ones";
     other = nullptr;
     NodeMapper().ClearMapping();
     EXPECT_FALSE(read->GetFather()) << "the link is weak";

@@ -93,6 +93,7 @@ TEST_F(StoredModels, ComeBackAsAWholeAndAreFoundByTheirIds)
 TEST_F(StoredModels, ThatAreSpoiltAreRefusedAndNotMapped)
 {
     const Bytes bytes = stored(CbMake<ZeCModelQMT>(RandomSurfels(random, 1), true));
+    Bytes none = stored(CbMake<ZeCModelQMT>());
     mapper().ClearMapping();
     for (std::size_t length = 0; length < bytes.size(); ++length) {
         const Bytes cut(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length));
@@ -113,6 +114,8 @@ TEST_F(StoredModels, ThatAreSpoiltAreRefusedAndNotMapped)
         EXPECT_THROW((void)read(with(c_standard, kind)), CbExceptionStream) << kind;
     }
     EXPECT_THROW((void)read(with(bytes.size() - 4, 3)), CbExceptionStream);
+    none[none.size() - 4] = 2;
+    EXPECT_THROW((void)read(none), CbExceptionStream) << "as the standard one, where there is none";
     Bytes nil = bytes;
     std::fill_n(nil.begin() + c_version + 4, 16, std::uint8_t{0});
     EXPECT_THROW((void)read(nil), CbExceptionStream) << "it would stand for no model";

@@ -54,7 +54,7 @@ std::string ChangeCounter::Summary() const
     for (const auto& [change, count] : counts_) {
         text += (text.empty() ? "" : ", ") + change + ": " + std::to_string(count);
     }
-    return text;
+    return text.empty() ? "none" : text;
 }
 
 } // namespace scansession

@@ -21,7 +21,8 @@ public:
     ChangeCounter(const ChangeCounter&) = delete;
     ChangeCounter& operator=(const ChangeCounter&) = delete;
 
-    /// Says in one line what has changed so far, such as "clusters created: 1, nodes added: 3".
+    /// Says in one line what has changed so far, such as "clusters created: 1, nodes added: 3"
+    /// or "none".
     [[nodiscard]] std::string Summary() const;
 
 private:

@@ -4,6 +4,7 @@
 #include "examples/scansession/inputerror.h"
 #include "examples/scansession/options.h"
 #include "examples/scansession/run.h"
+#include "examples/session/sessionerror.h"
 
 #include <exception>
 #include <iostream>
@@ -19,6 +20,9 @@ int main(int argc, char** argv)
         std::cerr << "scansession: " << error.what() << '\n';
         return c_badInput;
     } catch (const scansession::InputError& error) {
+        std::cerr << "scansession: " << error.what() << '\n';
+        return c_badInput;
+    } catch (const sessionfile::SessionError& error) {
         std::cerr << "scansession: " << error.what() << '\n';
         return c_badInput;
     } catch (const std::exception& error) {

@@ -10,12 +10,14 @@ namespace scansession
 std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostream& help)
 {
     CLI::App app(
-        "Builds the transformation tree of a scan session, simulated or from range scans, and "
-        "writes the surfels of all its leaves in the frame of the root to OUT/merged.ply.",
+        "Builds the transformation tree of a scan session, simulated or from range scans, or loads "
+        "it, and writes the surfels of all its leaves in the frame of the root to OUT/merged.ply.",
         "scansession");
     Options options;
     std::string scans;
     std::string poses;
+    std::string load;
+    std::string save;
     std::string out = options.out.string();
     auto* const scansOption =
         app.add_option("--scans", scans,
@@ -29,28 +31,37 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostr
             ->type_name("FILE")
             ->needs(scansOption);
     app.add_option("--out", out, "Folder for the result")->type_name("DIR")->capture_default_str();
+    auto* const loadOption = app.add_option("--load", load, "Session file to take instead of scans")
+                                 ->type_name("FILE")
+                                 ->excludes(scansOption);
+    auto* const saveOption =
+        app.add_option("--save", save, "File to write the session to")->type_name("FILE");
     app.add_option("--seed", options.seed, "Seed of the simulation")
         ->type_name("N")
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str()
-        ->excludes(scansOption);
+        ->excludes(scansOption)
+        ->excludes(loadOption);
     app.add_option("--frames", options.frames, "Depth images to simulate")
         ->type_name("N")
         ->check(CLI::Range(1, 100000))
         ->capture_default_str()
-        ->excludes(scansOption);
+        ->excludes(scansOption)
+        ->excludes(loadOption);
     app.add_option("--clusters", options.clusters,
                    "Clusters to split the scans into, one after the other and of equal size; not "
                    "more than there are scans")
         ->type_name("N")
         ->check(CLI::Range(1, 100000))
-        ->capture_default_str();
+        ->capture_default_str()
+        ->excludes(loadOption);
     app.add_option("--max-children", options.maxChildren,
                    "Children that a node may have; the tree grows levels where a cluster holds "
                    "more scans")
         ->type_name("N")
         ->check(CLI::Range(2, 100000))
-        ->capture_default_str();
+        ->capture_default_str()
+        ->excludes(loadOption);
     app.add_flag("--quiet", options.quiet, "Print neither tree, summary nor progress");
 
     try {
@@ -65,6 +76,8 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostr
     }
     if (*scansOption) options.scans = scans;
     if (*posesOption) options.poses = poses;
+    if (*loadOption) options.load = load;
+    if (*saveOption) options.save = save;
     options.out = out;
     return options;
 }

@@ -14,6 +14,8 @@ struct Options
 {
     std::optional<std::filesystem::path> scans; ///< none: the simulator
     std::optional<std::filesystem::path> poses;
+    std::optional<std::filesystem::path> load; ///< a session file to take instead of scans
+    std::optional<std::filesystem::path> save; ///< where to write the session
     std::filesystem::path out = "out";
     std::uint64_t seed = 1;
     std::size_t frames = 120;

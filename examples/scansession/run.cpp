@@ -6,6 +6,7 @@
 #include "examples/scansession/scanfolder.h"
 #include "examples/scansession/scanner.h"
 #include "examples/scansession/session.h"
+#include "examples/session/sessionfile.h"
 #include "platform/messages/cymessagedispatcher.h"
 
 #include <algorithm>
@@ -13,6 +14,7 @@
 #include <iomanip>
 #include <memory>
 #include <ostream>
+#include <string>
 
 namespace scansession
 {
@@ -62,34 +64,9 @@ void TakeScans(const ScanSource& source, std::size_t clusters, Session& session,
     }
 }
 
-void PrintSummary(const ScanSource& source, const Session& session, const ChangeCounter& changes,
-                  const Bounds& bounds, const std::filesystem::path& merged, const Timing& timing,
-                  std::ostream& out)
+/// Opens what the options name.
+std::unique_ptr<const ScanSource> OpenSource(const Options& options, std::ostream& out)
 {
-    const auto point = [&](const Vec3& p) -> std::ostream& {
-        return out << '(' << p.x << ", " << p.y << ", " << p.z << ')';
-    };
-    const std::uint64_t surfels = session.GetNrSurfels();
-    out << "\nscans:        " << source.Count() << "\nsurfels:      " << surfels << '\n';
-    if (surfels > 0) {
-        out << "bounding box: ";
-        point(bounds.least) << " to ";
-        point(bounds.largest) << '\n';
-    }
-    out << "messages:     " << changes.Summary() << '\n';
-    out << std::fixed << std::setprecision(2) << "time:         " << timing.taking.Seconds()
-        << " s " << source.Stage() << ", " << timing.building.Seconds() << " s building the tree, "
-        << timing.writing.Seconds() << " s writing\n"
-        << std::defaultfloat << std::setprecision(6) << "written:      " << merged.string() << '\n';
-}
-
-} // namespace
-
-void RunSession(const Options& options, std::ostream& out, std::ostream& err)
-{
-    if (std::filesystem::exists(options.out) && !std::filesystem::is_directory(options.out)) {
-        throw InputError(options.out.string() + ": is no folder");
-    }
     std::unique_ptr<const ScanSource> source;
     if (options.scans) {
         auto folder = std::make_unique<ScanFolder>(*options.scans, options.poses);
@@ -105,26 +82,68 @@ void RunSession(const Options& options, std::ostream& out, std::ostream& err)
         throw InputError("--clusters " + std::to_string(options.clusters) +
                          ": more than the number of scans, " + std::to_string(source->Count()));
     }
+    return source;
+}
+
+void PrintSummary(const std::string& stage, const Session& session, const ChangeCounter& changes,
+                  const Bounds& bounds, const std::filesystem::path& merged, const Timing& timing,
+                  std::ostream& out)
+{
+    const auto point = [&](const Vec3& p) -> std::ostream& {
+        return out << '(' << p.x << ", " << p.y << ", " << p.z << ')';
+    };
+    const std::uint64_t surfels = session.GetNrSurfels();
+    out << "\nscans:        " << session.GetNrScans() << "\nsurfels:      " << surfels << '\n';
+    if (surfels > 0) {
+        out << "bounding box: ";
+        point(bounds.least) << " to ";
+        point(bounds.largest) << '\n';
+    }
+    out << "messages:     " << changes.Summary() << '\n';
+    out << std::fixed << std::setprecision(2) << "time:         " << timing.taking.Seconds()
+        << " s " << stage << ", " << timing.building.Seconds() << " s building the tree, "
+        << timing.writing.Seconds() << " s writing\n"
+        << std::defaultfloat << std::setprecision(6) << "written:      " << merged.string() << '\n';
+}
+
+} // namespace
+
+void RunSession(const Options& options, std::ostream& out, std::ostream& err)
+{
+    if (std::filesystem::exists(options.out) && !std::filesystem::is_directory(options.out)) {
+        throw InputError(options.out.string() + ": is no folder");
+    }
+    Timing timing;
+    std::unique_ptr<const ScanSource> source;
+    Session::Inner loaded;
+    if (options.load) {
+        timing.taking.Start();
+        loaded = sessionfile::LoadSession(*options.load);
+        timing.taking.Stop();
+    } else {
+        source = OpenSource(options, out);
+    }
+    const std::string stage = source ? source->Stage() : "loading";
 
     const ProgressStyle style = options.quiet ? ProgressStyle::None : StyleForStandardError();
     const ChangeCounter changes;
-    Session session(options.maxChildren);
-    Timing timing;
-    {
-        Progress progress(err, style, source->Stage(), source->Count());
+    Session session(options.maxChildren, loaded);
+    if (source) {
+        Progress progress(err, style, stage, source->Count());
         TakeScans(*source, options.clusters, session, progress, timing);
     }
+    if (options.save) session.Save(*options.save);
     if (!options.quiet) session.PrintTree(out);
 
     const std::filesystem::path merged = options.out / "merged.ply";
     timing.writing.Start();
     Bounds bounds;
     {
-        Progress progress(err, style, "writing", source->Count());
+        Progress progress(err, style, "writing", session.GetNrScans());
         bounds = session.WriteMerged(merged, [&] { progress.Advance(); });
     }
     timing.writing.Stop();
-    if (!options.quiet) PrintSummary(*source, session, changes, bounds, merged, timing, out);
+    if (!options.quiet) PrintSummary(stage, session, changes, bounds, merged, timing, out);
 }
 
 } // namespace scansession

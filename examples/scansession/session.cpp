@@ -1,13 +1,12 @@
 #include "examples/scansession/session.h"
 
-#include "examples/scansession/plywriter.h"
 #include "examples/scansession/poses.h"
+#include "examples/session/sessionfile.h"
 #include "platform/base/cbexception.h"
 #include "platform/base/cbsingleton.h"
 #include "platform/datacontainer/qmt_depthimage.h"
 #include "transformationtree/transformationtree.h"
 
-#include <algorithm>
 #include <ostream>
 
 namespace scansession
@@ -15,8 +14,6 @@ namespace scansession
 
 namespace
 {
-
-constexpr auto c_standard = ZeCModelQMT::ESurfelCollectionType::Standard;
 
 ZeCTransformationNodeManager& Manager()
 {
@@ -28,35 +25,7 @@ CbVector3f ToVector(const Vec3& v)
     return {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z)};
 }
 
-Vec3 FromVector(const CbVector3f& v) { return {v.x, v.y, v.z}; }
-
-std::array<float, 3> ToArray(const Vec3& v)
-{
-    return {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z)};
-}
-
-/// Writes the surfels of one leaf and extends the bounds by them.
-void WriteLeaf(const ZeCSurfelCollectionQMT& surfels, const CbMatrix4Rd& leafToRoot,
-               PlyWriter& writer, Bounds& bounds)
-{
-    const auto positions = surfels.GetPositionAccessor();
-    const auto normals = surfels.GetNormalAccessor();
-    const auto colours = surfels.GetColorAccessor();
-    for (std::size_t i = 0; i < positions.size(); ++i) {
-        const Vec3 position = MapPoint(FromVector(positions[i]), leafToRoot);
-        const Vec3 normal = MapNormal(FromVector(normals[i].GetNormal()), leafToRoot);
-        bounds.Extend(position);
-        writer.Add(ToArray(position), ToArray(normal), {colours[i].r, colours[i].g, colours[i].b});
-    }
-}
-
 } // namespace
-
-void Bounds::Extend(const Vec3& p)
-{
-    least = {std::min(least.x, p.x), std::min(least.y, p.y), std::min(least.z, p.z)};
-    largest = {std::max(largest.x, p.x), std::max(largest.y, p.y), std::max(largest.z, p.z)};
-}
 
 CbSmartPointer<ZeCSurfelCollectionQMT> PackSurfels(const std::vector<Surfel>& surfels)
 {
@@ -83,23 +52,13 @@ CbSmartPointer<ZeCSurfelCollectionQMT> PackSurfels(const std::vector<Surfel>& su
     return packed;
 }
 
-Vec3 MapNormal(const Vec3& n, const CbMatrix4Rd& m)
-{
-    const auto axis = [&](std::size_t i) { return Vec3{m[i][0], m[i][1], m[i][2]}; };
-    const Vec3 yz = Cross(axis(1), axis(2));
-    const Vec3 zx = Cross(axis(2), axis(0));
-    const Vec3 xy = Cross(axis(0), axis(1));
-    const double side = Dot(axis(0), yz) < 0.0 ? -1.0 : 1.0; // a reflection keeps inside inside
-    return Normalized((yz * n.x + zx * n.y + xy * n.z) * side, n);
-}
-
-Session::Session(unsigned int maxChildren) : maxChildren_(maxChildren)
+Session::Session(unsigned int maxChildren, const Inner& root) : maxChildren_(maxChildren)
 {
     auto& manager = Manager();
     if (!manager.SetDataManager(dataManager_, dataManager_.GetTopNode())) {
         throw CbException(CB_HERE, "another session uses the node manager");
     }
-    tree_ = CbMake<SessionTree>();
+    tree_ = root ? CbMake<SessionTree>(root) : CbMake<SessionTree>();
 }
 
 Session::~Session()
@@ -136,15 +95,18 @@ void Session::Append(const Scan& scan)
     ++scans_;
 }
 
+std::uint64_t Session::GetNrScans() const
+{
+    const auto root = tree_->GetRoot();
+    const auto lock = Manager().GetSingleReadHandleLocked(root);
+    return root->GetNrLeafNodes();
+}
+
 std::uint64_t Session::GetNrSurfels() const
 {
     const auto root = tree_->GetRoot();
     const auto lock = Manager().GetSingleReadHandleLocked(root);
-    std::uint64_t count = 0;
-    for (const auto& [leaf, trafo] : root->Leaves()) {
-        count += leaf.GetModel()->BorrowSurfelCollection(c_standard)->GetNrSurfels();
-    }
-    return count;
+    return CountSurfels(*root);
 }
 
 void Session::PrintTree(std::ostream& out) const
@@ -154,10 +116,10 @@ void Session::PrintTree(std::ostream& out) const
     for (const auto& [node, trafo] : root->Nodes()) {
         for (auto father = node.GetFather(); father; father = father->GetFather()) out << "  ";
         out << node.GetDescription().ToUtf8();
-        if (const auto model = node.IsLeaf() ? node.GetModel() : nullptr) {
+        if (node.IsLeaf()) {
             const Vec3 origin = MapPoint({}, trafo);
-            out << ": " << model->BorrowSurfelCollection(c_standard)->GetNrSurfels()
-                << " surfels, from (" << origin.x << ", " << origin.y << ", " << origin.z << ')';
+            out << ": " << CountSurfels(node) << " surfels, from (" << origin.x << ", " << origin.y
+                << ", " << origin.z << ')';
         }
         out << '\n';
     }
@@ -166,16 +128,16 @@ void Session::PrintTree(std::ostream& out) const
 Bounds Session::WriteMerged(const std::filesystem::path& path,
                             const std::function<void()>& leafDone) const
 {
-    PlyWriter writer(path, GetNrSurfels());
     const auto root = tree_->GetRoot();
     const auto lock = Manager().GetSingleReadHandleLocked(root);
-    Bounds bounds;
-    for (const auto& [leaf, leafToRoot] : root->Leaves()) {
-        WriteLeaf(*leaf.GetModel()->BorrowSurfelCollection(c_standard), leafToRoot, writer, bounds);
-        leafDone();
-    }
-    writer.Commit();
-    return bounds;
+    return WriteSurfels(*root, path, leafDone);
+}
+
+void Session::Save(const std::filesystem::path& path) const
+{
+    const auto root = tree_->GetRoot();
+    const auto lock = Manager().GetSingleReadHandleLocked(root);
+    sessionfile::SaveSession(path, root);
 }
 
 } // namespace scansession

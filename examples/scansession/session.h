@@ -2,6 +2,7 @@
 
 #include "examples/scansession/scan.h"
 #include "examples/scansession/sessiontree.h"
+#include "examples/scansession/surfelexport.h"
 #include "platform/base/cbsmartpointer.h"
 #include "platform/datacontainer/zecsurfelcollectionqmt.h"
 #include "platform/datatree/cydatamanager.h"
@@ -15,22 +16,9 @@
 namespace scansession
 {
 
-/// The smallest box around points, in double precision.
-struct Bounds
-{
-    Vec3 least{1e300, 1e300, 1e300};
-    Vec3 largest{-1e300, -1e300, -1e300};
-
-    void Extend(const Vec3& p);
-};
-
 /// Packs the surfels of a scan, still in the frame of the scan.
 [[nodiscard]] CbSmartPointer<ZeCSurfelCollectionQMT>
 PackSurfels(const std::vector<Surfel>& surfels);
-
-/// Maps a normal by the inverse transpose of the 3x3 part, which keeps it upright on its surface
-/// whatever the transformation; the length becomes 1.
-[[nodiscard]] Vec3 MapNormal(const Vec3& normal, const CbMatrix4Rd& matrix);
 
 /// A scan session: a data manager with a tree, whose clusters hold a leaf for each scan below their
 /// optimizers.
@@ -40,20 +28,25 @@ PackSurfels(const std::vector<Surfel>& surfels);
 class Session
 {
 public:
-    /// Makes root and model node.
+    using Inner = SessionTree::Inner;
+
+    /// Makes root and model node, or takes over the tree of a session that was loaded.
     /// @param maxChildren how many children a node at or below an optimizer may have; at least 2
-    explicit Session(unsigned int maxChildren);
+    /// @param root of the loaded tree, outside any data manager; null for a new session
+    explicit Session(unsigned int maxChildren, const Inner& root = nullptr);
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
     /// Takes the tree apart, under a write handle on the root.
     ~Session();
 
-    /// Makes a new cluster, which is the active one from now on.
+    /// Makes a new cluster, which is the active one from now on. For a session that was made new.
     void StartCluster();
     /// Appends a leaf for the scan, behind all others, below the optimizer of the active cluster.
     /// Where nodes are full, the subtree there grows a branch or a level first.
     void Append(const Scan& scan);
 
+    /// Number of leaves.
+    [[nodiscard]] std::uint64_t GetNrScans() const;
     /// Number of surfels of all leaves.
     [[nodiscard]] std::uint64_t GetNrSurfels() const;
     /// Prints a line for each node, children indented below their father.
@@ -63,10 +56,11 @@ public:
     /// them. Throws: InputError where the file cannot be written.
     Bounds WriteMerged(const std::filesystem::path& path,
                        const std::function<void()>& leafDone) const;
+    /// Writes the whole session to a file. All or nothing.
+    /// Throws: sessionfile::SessionError naming the file.
+    void Save(const std::filesystem::path& path) const;
 
 private:
-    using Inner = SessionTree::Inner;
-
     CyDataManager dataManager_;
     CbSmartPointer<SessionTree> tree_;
     Inner optimizer_; ///< of the active cluster: the top of its subtree of scans

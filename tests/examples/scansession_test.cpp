@@ -154,6 +154,32 @@ TEST_F(Scansession, SplitsTheSessionAndBoundsTheFanOutWithoutChangingTheResult)
                   "--clusters 3: more than the number of scans, 2\n");
 }
 
+TEST_F(Scansession, GoesOnFromASavedSession)
+{
+    const auto file = (Folder() / "a.session").string();
+    const auto saved = Run({"--frames", "3", "--clusters", "2", "--save", file});
+    ASSERT_EQ(saved.exitCode, 0) << saved.err;
+    const std::string merged = Read(Merged());
+    std::filesystem::remove_all(Out());
+    const auto again = (Folder() / "again.session").string();
+    const auto loaded = Run({"--load", file, "--save", again});
+    ASSERT_EQ(loaded.exitCode, 0) << loaded.err;
+    EXPECT_EQ(Read(Merged()), merged);
+    EXPECT_EQ(Read(again), Read(file));
+    const auto treeOf = [](const Result& result) {
+        return result.out.substr(0, result.out.find("messages:"));
+    };
+    EXPECT_EQ(treeOf(loaded), treeOf(saved));
+    EXPECT_THAT(loaded.out, HasSubstr("messages:     none\n"));
+
+    std::filesystem::remove_all(Out());
+    ExpectRefused({"--load", (Folder() / "b").string()}, "b: no such file");
+    Write("a.session", Read(again).substr(0, 5000));
+    ExpectRefused({"--load", file}, "a.session: session: cut short");
+    ExpectRefused({"--load", file, "--clusters", "2"}, "--help");
+    ExpectRefused({"--frames", "1", "--save", Folder().string()}, "cannot be written");
+}
+
 TEST_F(Scansession, GivesTheSameBytesForTheSameSeed)
 {
     ASSERT_EQ(Run({"--frames", "1", "--quiet"}).exitCode, 0);
@@ -264,7 +290,7 @@ TEST_F(Scansession, RefusesCommandLinesThatItDoesNotUnderstand)
     const auto help = Run({"--help"});
     EXPECT_EQ(help.exitCode, 0);
     for (const auto* option : {"--scans", "--poses", "--out", "--seed", "--frames", "--clusters",
-                               "--max-children", "--quiet"}) {
+                               "--max-children", "--load", "--save", "--quiet"}) {
         EXPECT_THAT(help.out, HasSubstr(option));
     }
 }

@@ -1,0 +1,70 @@
+// Checks a session file, prints its tree and exports a subtree.
+
+#include "examples/scansession/inputerror.h"
+#include "examples/scansession/surfelexport.h"
+#include "examples/session/sessionerror.h"
+#include "examples/session/sessionfile.h"
+#include "examples/treeinspect/options.h"
+#include "examples/treeinspect/subtree.h"
+#include "examples/treeinspect/treedot.h"
+#include "examples/treeinspect/treetext.h"
+
+#include <exception>
+#include <iostream>
+
+namespace treeinspect
+{
+
+namespace
+{
+
+/// The node of that id, or else the one of that description.
+/// Throws: scansession::InputError where there is none, or more than one.
+const ZeCTransformationNode& FindNode(const ZeCTransformationNode& root, const std::string& text)
+{
+    const ZeCTransformationNode* found = nullptr;
+    const CString wanted = CString::FromUtf8(text);
+    std::size_t described = 0;
+    for (const auto& entry : ListSubtree(root)) {
+        if (entry.node->GetID().ToString() == wanted) return *entry.node;
+        if (entry.node->GetDescription() != wanted) continue;
+        found = entry.node;
+        ++described;
+    }
+    if (described != 1) {
+        throw scansession::InputError("--node " + Quoted(wanted) + ": " +
+                                      std::to_string(described) + " nodes are described so");
+    }
+    return *found;
+}
+
+void Inspect(const Options& options)
+{
+    const auto root = sessionfile::LoadSession(options.file);
+    const auto& top = options.node.empty() ? *root : FindNode(*root, options.node);
+    PrintTree(top, std::cout);
+    if (options.ply) scansession::WriteSurfels(top, *options.ply, [] {});
+    if (options.dot) WriteDot(top, *options.dot);
+}
+
+} // namespace
+
+} // namespace treeinspect
+
+int main(int argc, char** argv)
+{
+    constexpr int c_inconsistent = 1;
+    constexpr int c_unreadable = 2;
+    try {
+        const auto options = treeinspect::ParseOptions(argc, argv, std::cout);
+        if (options) treeinspect::Inspect(*options);
+        return 0;
+    } catch (const sessionfile::SessionError& error) {
+        std::cerr << "treeinspect: " << error.what() << '\n';
+        const bool isRead = error.GetKind() == sessionfile::SessionError::EKind::Inconsistent;
+        return isRead ? c_inconsistent : c_unreadable;
+    } catch (const std::exception& error) {
+        std::cerr << "treeinspect: " << error.what() << '\n';
+        return c_unreadable;
+    }
+}

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "transformationtree/zectransformationnode.h"
+
+#include <ostream>
+
+namespace treeinspect
+{
+
+/// Prints a line for each node at or below @p top, children indented below their father:
+/// description, kind, id, revisions (model and transformation), surfels and pose, which are the 16
+/// values of the transformation into the father's frame. Then a line of totals.
+void PrintTree(const ZeCTransformationNode& top, std::ostream& out);
+
+} // namespace treeinspect

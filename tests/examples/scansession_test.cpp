@@ -1,18 +1,13 @@
 #include "examples/scansession/ply.h"
 #include "examples/scansession/poses.h"
 #include "examples/scansession/scanner.h"
+#include "tests/examples/programtest.h"
 #include "tests/examples/scandata.h"
-#include "tests/examples/tempfolder.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <gmock/gmock.h>
 #include <regex>
-
-#ifndef _WIN32
-#include <sys/wait.h>
-#endif
 
 using namespace scansession;
 using testing::HasSubstr;
@@ -24,46 +19,25 @@ const std::string c_header = "ply\nformat ascii 1.0\n";
 const std::string c_onePoint = c_header + "element vertex 1\nproperty float x\nproperty float y\n"
                                           "property float z\nend_header\n1 2 3\n";
 
-/// What the program left behind.
-struct Result
-{
-    int exitCode; ///< -1 where it did not come to its end
-    std::string out;
-    std::string err;
-};
-
 /// Runs the program with an output folder that does not exist yet.
-class Scansession : public TempFolder
+class Scansession : public ProgramTest
 {
 protected:
     [[nodiscard]] std::filesystem::path Out() const { return Folder() / "out"; }
     [[nodiscard]] std::filesystem::path Merged() const { return Out() / "merged.ply"; }
 
-    /// Waits for its end. The arguments must not hold quotation marks.
     [[nodiscard]] Result Run(const std::vector<std::string>& arguments) const
     {
-        const auto out = Folder() / "stdout.txt";
-        const auto err = Folder() / "stderr.txt";
-        std::string command = "\"" SCANSESSION_PROGRAM "\" --out \"" + Out().string() + '"';
-        for (const auto& argument : arguments) command += " \"" + argument + '"';
-        command += " >\"" + out.string() + "\" 2>\"" + err.string() + '"';
-#ifdef _WIN32
-        // The shell takes the outermost pair away.
-        const int exitCode = std::system(('"' + command + '"').c_str());
-#else
-        const int status = std::system(command.c_str());
-        const int exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-#endif
-        return {exitCode, Read(out), Read(err)};
+        std::vector<std::string> all{"--out", Out().string()};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        return RunProgram(SCANSESSION_PROGRAM, all);
     }
 
     void ExpectRefused(const std::vector<std::string>& arguments, const std::string& reason) const
     {
         const auto result = Run(arguments);
         EXPECT_EQ(result.exitCode, 2);
-        EXPECT_THAT(result.err, testing::StartsWith("scansession: "));
-        EXPECT_THAT(result.err, HasSubstr(reason));
-        EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+        ExpectOneLine(result, "scansession: ", reason);
         EXPECT_FALSE(std::filesystem::exists(Out())) << "left behind";
     }
 

@@ -1,0 +1,118 @@
+#include "examples/scansession/ply.h"
+#include "examples/session/sessionfile.h"
+#include "tests/examples/programtest.h"
+#include "tests/examples/sessionrecords.h"
+
+using testing::HasSubstr;
+
+namespace
+{
+
+class Treeinspect : public ProgramTest
+{
+protected:
+    Treeinspect()
+    {
+        unsigned digit = 0;
+        for (const Node& node :
+             {Node(tree.root), Node(tree.cluster), Node(tree.a), Node(tree.b), Node(tree.c)}) {
+            TestAccess::SetId(*node, CountingId(++digit));
+            node->SetNodeRevision(10 + digit, 1);
+            node->SetNodeRevision(20 + digit, 2);
+        }
+        tree.cluster->SetDescription(CB_TEXT("a \"cluster\""));
+        tree.a->SetDescription(CB_TEXT("twin"));
+        tree.b->SetDescription(CB_TEXT("twin\n"));
+        tree.c->SetDescription(CB_TEXT("twin"));
+    }
+
+    [[nodiscard]] std::string file() const { return (Folder() / "a.session").string(); }
+    [[nodiscard]] Result run(std::vector<std::string> arguments) const
+    {
+        sessionfile::SaveSession(file(), tree.root);
+        return runOnFile(std::move(arguments));
+    }
+    [[nodiscard]] Result runOnFile(std::vector<std::string> arguments) const
+    {
+        arguments.insert(arguments.begin(), file());
+        return RunProgram(TREEINSPECT_PROGRAM, arguments);
+    }
+
+    const SampleTree tree;
+};
+
+} // namespace
+
+TEST_F(Treeinspect, PrintsTheTree)
+{
+    const auto result = run({});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ("\n" + result.out, R"(
+"root" inner 10111213-1415-1617-1819-1a1b1c1d1e1f, revisions 11 21, pose identity
+  "a \"cluster\"" inner 20212223-2425-2627-2829-2a2b2c2d2e2f, revisions 12 22, merged surfels 0 of revision 7, pose identity
+    "twin" leaf 30313233-3435-3637-3839-3a3b3c3d3e3f, revisions 13 23, surfels 2, pose identity
+    "twin?" leaf 40414243-4445-4647-4849-4a4b4c4d4e4f, revisions 14 24, surfels 0, pose identity
+  "twin" leaf 50515253-5455-5657-5859-5a5b5c5d5e5f, revisions 15 25, surfels 2, pose 0 1 0 0 | -1 0 0 0 | 0 0 1 0 | 5 6 7 1
+
+nodes 5, leaves 3, surfels 4
+)");
+}
+
+TEST_F(Treeinspect, ExportsASubtree)
+{
+    const auto ply = (Folder() / "a.ply").string();
+    const auto dot = (Folder() / "a.dot").string();
+    EXPECT_EQ(run({"--ply", ply, "--dot", dot}).exitCode, 0);
+    const auto whole = scansession::ReadPly(ply);
+    const auto& vertex = *whole.Find("vertex");
+    ASSERT_EQ(vertex.count, 4U);
+    EXPECT_EQ(vertex.Find("z")->values, (std::vector<double>{0, 0, 7, 7}));
+    EXPECT_EQ("\n" + Read(dot), R"(
+digraph tree {
+  node [shape=box];
+  n0 [label="root"];
+  n1 [label="a \"cluster\""];
+  n0 -> n1;
+  n2 [label="twin\n2 surfels", shape=ellipse];
+  n1 -> n2;
+  n3 [label="twin?\n0 surfels", shape=ellipse];
+  n1 -> n3;
+  n4 [label="twin\n2 surfels", shape=ellipse];
+  n0 -> n4;
+}
+)");
+    const auto leaf =
+        run({"--node", CountingId(5).ToString().ToUtf8(), "--ply", ply, "--dot", dot});
+    EXPECT_THAT(leaf.out, testing::StartsWith("\"twin\" leaf 505"));
+    EXPECT_EQ(scansession::ReadPly(ply).Find("vertex")->Find("z")->values,
+              (std::vector<double>{0, 0}))
+        << "in its own frame";
+    EXPECT_THAT(Read(dot), HasSubstr("n0 [label=\"twin\\n"));
+}
+
+TEST_F(Treeinspect, EndsWith1ForAnInconsistentFileAnd2ForAnUnreadableOne)
+{
+    const auto expectError = [](const Result& result, int exitCode, const std::string& reason) {
+        EXPECT_EQ(result.exitCode, exitCode);
+        ExpectOneLine(result, "treeinspect: ", reason);
+        EXPECT_EQ(result.out, "");
+    };
+    expectError(runOnFile({}), 2, "a.session: no such file");
+    Records records(tree);
+    const auto write = [&](const Bytes& bytes) {
+        Write("a.session", std::string(bytes.begin(), bytes.end()));
+    };
+    Bytes bytes = records.Join();
+    bytes.back() ^= 1;
+    write(bytes);
+    expectError(runOnFile({}), 2, "a.session: session: section model 2 is damaged");
+    records.structure.back() = records.structure.front();
+    write(records.Join());
+    expectError(runOnFile({}), 1, "a.session: structure, record 5, byte ");
+
+    expectError(run({"--node", "twin"}), 2, "--node \"twin\": 2 nodes are described so");
+    expectError(run({"--node", "none"}), 2, "0 nodes are described so");
+    expectError(run({"--elephants"}), 2, "--help");
+    EXPECT_EQ(run({"--dot", Folder().string()}).exitCode, 2);
+    EXPECT_EQ(run({"--help"}).exitCode, 0);
+}

@@ -1,8 +1,10 @@
 #include "tests/examples/sessionrecords.h"
 #include "tests/support/managerfixture.h"
 
+#include <fstream>
 #include <functional>
 #include <gmock/gmock.h>
+#include <iterator>
 
 using namespace sessionfile;
 using EKind = SessionError::EKind;
@@ -34,6 +36,19 @@ TEST(Session, ComesBackBitForBit)
     EXPECT_EQ(cluster->FrontChild()->GetModel(), root->BackChild()->GetModel());
     EXPECT_TRUE(cluster->GetAllAttributes().GetAttribute<Note>());
     EXPECT_EQ(cluster->GetModelRevision(), 7);
+}
+
+TEST(Session, OfVersion1IsTheGoldenFile)
+{
+    const Inner root = CbMake<ZeCTransformationNodeInner>();
+    TestAccess::SetId(*root, CountingId(1));
+    root->SetDescription(CB_TEXT("Root"));
+    root->SetNodeRevision(5, 1);
+    root->SetNodeRevision(6, 2);
+    std::ifstream file(TREE_SOURCE_FOLDER "/tests/golden/session_1.bin", std::ios::binary);
+    const Bytes golden{std::istreambuf_iterator<char>(file), {}};
+    EXPECT_EQ(SessionOf(root), golden);
+    EXPECT_EQ(SessionOf(ReadSession(golden)), golden);
 }
 
 TEST(Session, ComesBackFromRecordsInAnyOrder)
@@ -74,7 +89,6 @@ TEST(Session, IsRefusedWhereItsRecordsAreNoTree)
     const Edit no = [](SampleTree&) {};
     const Spoil none = [](Records&) {};
     const auto children = [](const Inner& inner) -> auto& { return TestAccess::Children(*inner); };
-    const auto setVersion = [](Bytes& record, std::size_t at) { record.at(at) = 9; };
     const struct
     {
         const char* reason;
@@ -132,7 +146,7 @@ TEST(Session, IsRefusedWhereItsRecordsAreNoTree)
         EXPECT_EQ(CountMapped(), 0U) << "mapped after " << reason;
     }
     Records newer{SampleTree()};
-    setVersion(newer.structure[0], 16);
+    newer.structure[0][16] = 9;
     auto kind = EKind::Inconsistent;
     EXPECT_THAT(ErrorOf(newer.Join(), &kind), HasSubstr("structure, record 1, byte "));
     EXPECT_EQ(kind, EKind::Unreadable) << "a record of an unknown version";

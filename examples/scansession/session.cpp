@@ -15,6 +15,9 @@ namespace scansession
 namespace
 {
 
+/// Deeper levels are not told apart: the lines of a chain would grow without bound.
+constexpr int c_deepestIndent = 40;
+
 ZeCTransformationNodeManager& Manager()
 {
     return CbSingleton<ZeCTransformationNodeManager>::GetInstance();
@@ -114,7 +117,11 @@ void Session::PrintTree(std::ostream& out) const
     const auto root = tree_->GetRoot();
     const auto lock = Manager().GetSingleReadHandleLocked(root);
     for (const auto& [node, trafo] : root->Nodes()) {
-        for (auto father = node.GetFather(); father; father = father->GetFather()) out << "  ";
+        int levels = c_deepestIndent;
+        for (auto father = node.GetFather(); father && levels > 0; father = father->GetFather()) {
+            out << "  ";
+            --levels;
+        }
         out << node.GetDescription().ToUtf8();
         if (node.IsLeaf()) {
             const Vec3 origin = MapPoint({}, trafo);

@@ -119,8 +119,7 @@ Inner Reader::Read()
     readAttributes(attributes);
     const Inner root = findRoot(structure);
     requireOneTree(structure, root);
-    root_ = root;
-    return root;
+    return root_ = root;
 }
 
 void Reader::readHeader()

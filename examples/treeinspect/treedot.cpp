@@ -3,7 +3,9 @@
 #include "examples/session/replacementfile.h"
 #include "examples/treeinspect/subtree.h"
 
+#include <initializer_list>
 #include <string>
+#include <string_view>
 
 namespace treeinspect
 {
@@ -11,23 +13,23 @@ namespace treeinspect
 void WriteDot(const ZeCTransformationNode& top, const std::filesystem::path& path)
 {
     sessionfile::ReplacementFile file(path);
-    const auto write = [&](const std::string& text) { file.WriteBuffer(text.data(), text.size()); };
-    write("digraph tree {\n  node [shape=box];\n");
+    const auto write = [&](std::initializer_list<std::string_view> texts) {
+        for (const auto text : texts) file.WriteBuffer(text.data(), text.size());
+    };
+    write({"digraph tree {\n  node [shape=box];\n"});
     const auto nodes = ListSubtree(top);
     for (std::size_t i = 0; i < nodes.size(); ++i) {
         const auto& [node, depth, father] = nodes[i];
+        const std::string name = std::to_string(i);
         std::string label = Quoted(node->GetDescription());
-        std::string shape;
         if (node->IsLeaf()) {
             label.insert(label.size() - 1,
                          "\\n" + std::to_string(CountOwnSurfels(*node)) + " surfels");
-            shape = ", shape=ellipse";
         }
-        const std::string name = "n" + std::to_string(i);
-        write("  " + name + " [label=" + label + shape + "];\n");
-        if (i > 0) write("  n" + std::to_string(father) + " -> " + name + ";\n");
+        write({"  n", name, " [label=", label, node->IsLeaf() ? ", shape=ellipse" : "", "];\n"});
+        if (i > 0) write({"  n", std::to_string(father), " -> n", name, ";\n"});
     }
-    write("}\n");
+    write({"}\n"});
     file.Commit();
 }
 

@@ -1,4 +1,5 @@
 #include "tests/examples/sessionrecords.h"
+#include "tests/support/failingallocations.h"
 #include "tests/support/managerfixture.h"
 
 #include <fstream>
@@ -100,6 +101,12 @@ TEST(Session, IsRefusedWhereItsRecordsAreNoTree)
         {"leads to 4 of 5", [&](SampleTree& t) { children(t.root).pop_back(); }, none},
         {"no inner node is the root",
          [&](SampleTree& t) { TestAccess::SetFather(*t.root, t.cluster); }, none},
+        {"no inner node is the root", [](SampleTree& t) { TestAccess::SetFather(*t.c, nullptr); },
+         [](Records& r) {
+             for (auto* records : {&r.announcements, &r.structure, &r.models}) records->resize(1);
+             r.attributes.clear();
+             r.nodeCount = 1;
+         }},
         {"leads to 2 of 5",
          [&](SampleTree& t) {
              TestAccess::SetFather(*t.cluster, t.cluster);
@@ -140,10 +147,14 @@ TEST(Session, IsRefusedWhereItsRecordsAreNoTree)
         edit(tree);
         Records records(tree);
         spoil(records);
+        const Bytes bytes = records.Join();
         auto kind = EKind::Unwritable;
-        EXPECT_THAT(ErrorOf(records.Join(), &kind), HasSubstr(reason));
+        EXPECT_THAT(ErrorOf(bytes, &kind), HasSubstr(reason));
         EXPECT_EQ(kind, EKind::Inconsistent) << reason;
         EXPECT_EQ(CountMapped(), 0U) << "mapped after " << reason;
+        const std::size_t before = AllocatedBytes();
+        (void)ErrorOf(bytes);
+        EXPECT_EQ(AllocatedBytes(), before) << "leaks after " << reason;
     }
     Records newer{SampleTree()};
     newer.structure[0][16] = 9;

@@ -2,6 +2,7 @@
 
 #include "platform/base/cbcreate.h"
 #include "platform/base/cbexceptionstream.h"
+#include "platform/base/cbimmortal.h"
 #include "platform/base/cystreamreadbinarybuffer.h"
 #include "platform/base/cystreamwritebinarybuffer.h"
 
@@ -46,8 +47,8 @@ const ZeARTTIAttributeContainer::Attributes& ZeARTTIAttributeContainer::list() c
 {
     if (attributes_) return *attributes_;
     // Never destroyed: nodes may go after everything else.
-    static const Attributes& none = *new Attributes;
-    return none;
+    static const CbImmortal<const Attributes> none;
+    return *none;
 }
 
 // The old attributes go when the container is whole again.

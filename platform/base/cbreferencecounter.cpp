@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <type_traits>
 
 namespace
 {
@@ -15,14 +16,10 @@ struct alignas(64) PooledSection
     CbCriticalSection section;
 };
 
-using LockPool = std::array<PooledSection, c_poolSize>;
-
-// Never destroyed: weak pointers of static objects reach it after everything else is gone.
-LockPool& lockPool() noexcept
-{
-    static LockPool& pool = *new LockPool;
-    return pool;
-}
+// There before everything else and never destroyed: weak pointers of static objects reach it from
+// first to last.
+constinit std::array<PooledSection, c_poolSize> g_lockPool;
+static_assert(std::is_trivially_destructible_v<decltype(g_lockPool)>);
 
 } // namespace
 
@@ -30,7 +27,7 @@ CbCriticalSection& CbReferenceCounter::LockOf(const CbReferenceCounter* block) n
 {
     // Fibonacci hashing: allocators hand out addresses whose low bits hardly vary.
     const auto hash = reinterpret_cast<std::uintptr_t>(block) * std::uint64_t{0x9E3779B97F4A7C15};
-    return lockPool()[hash >> 58].section;
+    return g_lockPool[hash >> 58].section;
 }
 
 bool CbReferenceCounter::dropLastReference() noexcept

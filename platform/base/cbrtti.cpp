@@ -1,6 +1,7 @@
 #include "platform/base/cbrtti.h"
 
 #include "platform/base/cbcriticalsection.h"
+#include "platform/base/cbimmortal.h"
 
 #include <map>
 #include <string_view>
@@ -17,8 +18,8 @@ struct Registry
 // Never destroyed: records of other modules may go later.
 Registry& registry()
 {
-    static Registry& instance = *new Registry;
-    return instance;
+    static const CbImmortal<Registry> instance;
+    return *instance;
 }
 
 } // namespace

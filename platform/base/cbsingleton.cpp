@@ -1,7 +1,9 @@
 #include "platform/base/cbsingleton.h"
 
+#include "platform/base/cbimmortal.h"
+
 CbCriticalSection& CbSingletonLock() noexcept
 {
-    static CbCriticalSection& lock = *new CbCriticalSection;
-    return lock;
+    static const CbImmortal<CbCriticalSection> lock;
+    return *lock;
 }

@@ -1,5 +1,7 @@
 #include "platform/base/cstring.h"
 
+#include "platform/base/cbimmortal.h"
+
 #include <cstdint>
 #include <utility>
 
@@ -93,8 +95,8 @@ const CString::Text& CString::text() const noexcept
 {
     if (text_) return *text_;
     // Never destroyed: singletons read strings while they die.
-    static const Text& empty = *new Text;
-    return empty;
+    static const CbImmortal<const Text> empty;
+    return *empty;
 }
 
 CString& CString::operator+=(const CString& other)

@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// The whole library: nodes, walks and lists of nodes, the node manager, tree utility and tree
-/// object, the mapper of stored ids, and what they throw.
+/// The whole library but for its self-test: nodes, walks and lists of nodes, the node manager, tree
+/// utility and tree object, the mapper of stored ids, and what they throw.
 
 #include "platform/base/cbexception.h"
 #include "platform/math3d/cyexceptionnotinvertible.h"

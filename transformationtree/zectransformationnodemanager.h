@@ -198,8 +198,9 @@ public:
     /// The checks change nothing and never throw; where memory runs out they say false.
     ///
     /// A node in the data manager is valid only for a thread that may read it; a read lock on the
-    /// root does for a whole tree. Threads: the id map is read without the section, so no other
-    /// thread may create, delete or move nodes meanwhile.
+    /// root does for a whole tree. Threads: id map and root are read without the section, so no
+    /// other thread may create or delete nodes, set or unset the root, or edit trees outside the
+    /// data manager meanwhile.
     /// @{
 
     /// True where the node is labelled with its id; where it, its children and its father are
@@ -207,13 +208,15 @@ public:
     /// tree as in the data manager. False for null. Cost: linear in its children and siblings.
     CheckReturn IsValid(const ConstNode& node) const noexcept;
     /// True where every registered node is valid, and where the root, if one is set, hangs below
-    /// the data manager's node. Cost: linear in the number of registered nodes and their children.
+    /// the data manager's node. Cost: linear in the number of registered nodes and their children,
+    /// but for sorting each father's children; a map that was larger once takes longer.
     CheckReturn IsValid() const noexcept;
     /// @}
 
 protected:
-    /// Writes the tree below the root, a line for each node in pre-order: a space for each node
-    /// above it, its description and "[leaf]".
+    /// Writes a head and the root's tree, a line for each node in pre-order: a space for each node
+    /// above it, its description and "[leaf]". Threads: needs a read handle on the root, and holds
+    /// the section throughout.
     virtual void dump(CbStreamWriteASCII& stream) const;
     /// Logs all ids and descriptions as debug detail.
     void logIDMap(const char* tag) const noexcept CB_REQUIRES(section_);
@@ -270,10 +273,11 @@ private:
     CheckReturn checkIsFatherAndChildConsistent(const ConstInner& father,
                                                 const ConstNode& child) const;
     /// True where the nodes of the data tree at and below @p dataNode are readable nodes of trees.
-    CheckReturn checkRecursivelyNodesInDataManager(CbSmartPointer<const CyNode> dataNode) const;
+    CheckReturn
+    checkRecursivelyNodesInDataManager(CbSmartPointer<const CyNode> dataNode) const noexcept;
     [[nodiscard]] bool
     isRegistered(const ZeCTransformationNode& node) const CB_NO_THREAD_SAFETY_ANALYSIS;
-    [[nodiscard]] bool areRegisteredNodesValid() const CB_NO_THREAD_SAFETY_ANALYSIS;
+    [[nodiscard]] bool areRegisteredNodesValid() const noexcept CB_NO_THREAD_SAFETY_ANALYSIS;
     [[nodiscard]] bool isRootInPlace() const CB_NO_THREAD_SAFETY_ANALYSIS;
 
     template<int kind, class NodePointer>

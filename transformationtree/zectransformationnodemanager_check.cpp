@@ -59,12 +59,12 @@ ZeCTransformationNodeManager::checkIsFatherAndChildConsistent(const ConstInner& 
                                                               const ConstNode& child) const
 {
     return checkIsNodeConsistent(child) && checkIsNodeConsistent(father) &&
-           father->FindChild(child) != father->EndChild() && areLinked(*father, *child);
+           areLinked(*father, *child) && father->FindChild(child) != father->EndChild();
 }
 
 ZeCTransformationNodeManager::CheckReturn
 ZeCTransformationNodeManager::IsValid(const ConstNode& node) const noexcept
-try {
+{
     if (!checkIsNodeConsistent(node)) return false;
     if (!node->IsLeaf()) {
         // They come from the father's list, so it need not be searched for them.
@@ -78,20 +78,16 @@ try {
     const ConstInner father = node->GetFather();
     if (father && !checkIsFatherAndChildConsistent(father, node)) return false;
     return node->IsNamed(node->GetID());
-} catch (...) {
-    return false; // no memory for a handle
 }
 
 ZeCTransformationNodeManager::CheckReturn ZeCTransformationNodeManager::IsValid() const noexcept
-try {
+{
     return areRegisteredNodesValid() && isRootInPlace();
-} catch (...) {
-    return false; // no memory for a handle
 }
 
 // Says what IsValid() of every registered node would, but looks at each node and each child once.
-bool ZeCTransformationNodeManager::areRegisteredNodesValid() const
-{
+bool ZeCTransformationNodeManager::areRegisteredNodesValid() const noexcept
+try {
     std::size_t withFather = 0;
     std::size_t listed = 0;
     std::vector<const ZeCTransformationNode*> scratch;
@@ -102,7 +98,7 @@ bool ZeCTransformationNodeManager::areRegisteredNodesValid() const
             continue; // its turn comes with its own id
         }
         if (!node->IsNamed(id)) return false;
-        if (node->GetFather()) ++withFather;
+        if (node->father_.GetAddress() != nullptr) ++withFather;
         if (node->IsLeaf()) continue;
         const auto& inner = static_cast<const ZeCTransformationNodeInner&>(*node);
         if (!std::all_of(inner.BeginChild(), inner.EndChild(), [&](const Node& child) {
@@ -112,9 +108,12 @@ bool ZeCTransformationNodeManager::areRegisteredNodesValid() const
         }
         listed += countDistinct(inner, scratch);
     }
-    // All that are listed name the father that lists them. So each node that has a father is listed
-    // by it where there are as many of one as of the other.
+    // A listed child is registered, so its own turn checks the rest of it, and it names the father
+    // that lists it, so it is not counted twice. As many listed as have fathers means that each is
+    // listed by its own, which is registered then.
     return listed == withFather;
+} catch (...) {
+    return false; // no memory to count with
 }
 
 bool ZeCTransformationNodeManager::isRootInPlace() const
@@ -126,19 +125,21 @@ bool ZeCTransformationNodeManager::isRootInPlace() const
 
 ZeCTransformationNodeManager::CheckReturn
 ZeCTransformationNodeManager::checkRecursivelyNodesInDataManager(
-    CbSmartPointer<const CyNode> top) const
-{
-    std::vector<CbSmartPointer<const CyNode>> open{std::move(top)};
+    CbSmartPointer<const CyNode> dataNode) const noexcept
+try {
+    std::vector<CbSmartPointer<const CyNode>> open{std::move(dataNode)};
     while (!open.empty()) {
-        const auto dataNode = std::move(open.back());
+        const auto top = std::move(open.back());
         open.pop_back();
         ReadHandle handle;
-        GetHandle(dataNode, handle);
-        const auto node = CbDynamicPointerCast<const ZeCTransformationNode>(dataNode);
-        if (!handle.IsValid() || GetDataNode(node) != dataNode) return false;
-        for (auto& child : dataNode->GetChildren()) open.push_back(std::move(child));
+        GetHandle(top, handle);
+        const auto node = CbDynamicPointerCast<const ZeCTransformationNode>(top);
+        if (!handle.IsValid() || GetDataNode(node) != top) return false;
+        for (auto& child : top->GetChildren()) open.push_back(std::move(child));
     }
     return true;
+} catch (...) {
+    return false; // no memory to look with
 }
 
 void ZeCTransformationNodeManager::dump(CbStreamWriteASCII& stream) const
@@ -151,7 +152,7 @@ void ZeCTransformationNodeManager::dump(CbStreamWriteASCII& stream) const
     if (root_) {
         for (const auto& [node, trafo] : root_->Nodes()) {
             text.append(countAncestors(node), ' ');
-            text += node.getLoggedDescription().ToUtf8();
+            text += node.GetDescription().ToUtf8();
             text += "[leaf]\n";
         }
     }

@@ -172,12 +172,14 @@ ZeCTransformationNodeManager::GetSingleWriteHandleLocked(const Node& node) const
 
 bool ZeCTransformationNodeManager::IsReadLocked(const ConstNode& node) const
 {
-    return getHandle<0>(node).IsValid();
+    const CyDataManager* const dataManager = dataManager_.load();
+    return node && dataManager != nullptr && dataManager->IsLocked(*node, false);
 }
 
 bool ZeCTransformationNodeManager::IsWriteLocked(const Node& node) const
 {
-    return getHandle<1>(node).IsValid();
+    const CyDataManager* const dataManager = dataManager_.load();
+    return node && dataManager != nullptr && dataManager->IsLocked(*node, true);
 }
 
 bool ZeCTransformationNodeManager::IsNotManagedOrReadLocked(const ConstNode& node) const

@@ -3,11 +3,11 @@
 #include "platform/base/cbevent.h"
 #include "platform/base/cbexception.h"
 #include "platform/base/cbthread.h"
+#include "transformationtree/internal/creatednodes.h"
 #include "transformationtree/zectransformationnodemanager.h"
 
 #include <array>
 #include <exception>
-#include <initializer_list>
 #include <utility>
 
 namespace
@@ -87,28 +87,22 @@ std::string describe(const Manager::ConstNode& node)
 AirNodes buildTree()
 {
     AirNodes nodes;
-    try {
-        nodes.root = manager().CreateInnerNode();
-        manager().SetRootNode(nodes.root);
-        nodes.father1 = manager().CreateInnerNode();
-        nodes.father1->SetDescription(CB_TEXT("Father1"));
-        nodes.father2 = manager().CreateInnerNode();
-        nodes.father2->SetDescription(CB_TEXT("Father2"));
-        nodes.child = manager().CreateLeafNode(nullptr);
-        nodes.child->SetDescription(CB_TEXT("Child"));
+    CreatedNodes root(manager());
+    nodes.root = root.CreateInner(CString());
+    manager().SetRootNode(nodes.root);
+    root.Keep();
 
-        const auto lock = manager().GetSingleWriteHandleLocked(nodes.root);
-        manager().AppendChild(nodes.root, nodes.father1);
-        manager().AppendChild(nodes.root, nodes.father2);
-        manager().AppendChild(nodes.father1, nodes.child);
-    } catch (...) {
-        // Nodes below the root go with it, the others would stay registered for ever.
-        for (const Manager::Node& node : std::initializer_list<Manager::Node>{
-                 nodes.root, nodes.father1, nodes.father2, nodes.child}) {
-            if (!Manager::IsNodeInDataManager(node)) manager().DeleteNode(node);
-        }
-        throw;
-    }
+    CreatedNodes below(manager());
+    nodes.father1 = below.CreateInner(CB_TEXT("Father1"));
+    nodes.father2 = below.CreateInner(CB_TEXT("Father2"));
+    nodes.child = below.CreateLeaf(nullptr);
+    nodes.child->SetDescription(CB_TEXT("Child"));
+
+    const auto lock = manager().GetSingleWriteHandleLocked(nodes.root);
+    manager().AppendChild(nodes.root, nodes.father1);
+    manager().AppendChild(nodes.root, nodes.father2);
+    manager().AppendChild(nodes.father1, nodes.child);
+    below.Keep();
     return nodes;
 }
 
@@ -195,10 +189,9 @@ bool ZeCTransformationNodeManager_UnitTest::runUnitTest(const std::string& subte
 
 void ZeCTransformationNodeManager_UnitTest::runAirNodeTest()
 {
-    // A manager that is linked to this data manager already will do as well.
-    if (!manager().SetDataManager(dataManager_, dataNode_) &&
-        &manager().GetDataManager() != &dataManager_) {
-        throw CbException(CB_HERE, "the node manager is linked to another data manager");
+    if (!manager().SetDataManager(dataManager_, dataNode_)) {
+        throw CbException(CB_HERE, "the node manager is linked to a data manager already, or the "
+                                   "node is not in the one to be linked");
     }
     const AirNodes nodes = buildTree();
 

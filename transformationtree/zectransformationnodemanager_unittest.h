@@ -10,10 +10,10 @@
 /// locks on both, while another one waits for a read lock on the leaf.
 ///
 /// The root that it builds and the manager's link stay set, so that the tree can be looked at. Who
-/// runs the test again first unsets both, the root under a write lock. Where the manager has a root
-/// already the test fails and leaves it alone.
+/// runs the test again first unsets both, the root under a write lock. Where the manager is linked
+/// already, or has a root, the test fails and leaves it alone.
 ///
-/// Threads: the thread that runs the test holds no lock of the data manager.
+/// Threads: the thread that runs the test has no handle of the data manager, locked or not.
 class TRANSFORMATIONTREE_API ZeCTransformationNodeManager_UnitTest : public CyUnitTest
 {
 public:

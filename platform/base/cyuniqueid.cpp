@@ -49,7 +49,7 @@ void CyUniqueID::Renew()
     bytes_[8] = static_cast<std::uint8_t>((bytes_[8] & 0x3F) | 0x80); // the usual variant
 }
 
-CString CyUniqueID::ToString() const
+std::array<CbWChar, 36> CyUniqueID::ToText() const noexcept
 {
     static constexpr CbWChar c_digits[] = CB_TEXT("0123456789abcdef");
     std::array<CbWChar, 36> text;
@@ -59,7 +59,7 @@ CString CyUniqueID::ToString() const
         *unit++ = c_digits[bytes_[i] >> 4];
         *unit++ = c_digits[bytes_[i] & 0x0F];
     }
-    return CString(CString::View(text.data(), text.size()));
+    return text;
 }
 
 void CyUniqueID::Serialize(CbStreamWriteBinary& stream) const

@@ -30,11 +30,16 @@ public:
 
     [[nodiscard]] bool IsNil() const noexcept { return *this == CyUniqueID(); }
     /// Text of 36 units, lower case: 8-4-4-4-12 digits.
-    [[nodiscard]] CString ToString() const;
+    [[nodiscard]] CString ToString() const { return CString(CString::View(ToText().data(), 36)); }
+    /// The same without an end mark.
+    [[nodiscard]] std::array<CbWChar, 36> ToText() const noexcept;
     /// The bytes in the order of the text.
     [[nodiscard]] constexpr const Bytes& GetBytes() const noexcept { return bytes_; }
 
-    friend bool operator==(const CyUniqueID&, const CyUniqueID&) noexcept = default;
+    friend bool operator==(const CyUniqueID& a, const CyUniqueID& b) noexcept
+    {
+        return std::memcmp(a.bytes_.data(), b.bytes_.data(), sizeof a.bytes_) == 0;
+    }
     friend std::strong_ordering operator<=>(const CyUniqueID& a, const CyUniqueID& b) noexcept
     {
         return std::memcmp(a.bytes_.data(), b.bytes_.data(), sizeof a.bytes_) <=> 0;

@@ -133,6 +133,14 @@ CyDataManager::CheckedBool CyDataManager::MoveNode(CyDataHandleLockOnly<1>& hand
     return true;
 }
 
+bool CyDataManager::IsLocked(const CyNode& node, bool forWriting) const noexcept
+{
+    CyLockThread* const thread = CyLockThread::Find(*engine_);
+    if (thread == nullptr) return false;
+    const CyDataTreeMutexLock lock(engine_->mutex);
+    return node.GetDataManager() == this && engine_->Covers(*thread, node.entry_, forWriting);
+}
+
 CyDataManager::CheckedBool CyDataManager::TryLock() { return TryLockAndWait(0); }
 
 CyDataManager::CheckedBool CyDataManager::TryLockAndWait(std::uint32_t milliseconds)

@@ -71,6 +71,10 @@ public:
     /// conflict with another thread's at the new place.
     CheckedBool MoveNode(CyDataHandleLockOnly<1>& handle, const CbSmartPointer<CyNode>& newFather);
 
+    /// True where a lock that the calling thread holds on the node or above it gives reading, or
+    /// writing: what a handle made now would say. Records nothing.
+    [[nodiscard]] bool IsLocked(const CyNode& node, bool forWriting) const noexcept;
+
     /// Locks all queries of the calling thread without waiting, or none of them.
     CheckedBool TryLock();
     /// Locks all queries of the calling thread, or none of them, and waits for other threads up to

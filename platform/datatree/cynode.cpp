@@ -21,9 +21,11 @@ CyNode::~CyNode() = default;
 
 CString CyNode::GetName() const { return nameId_.IsNil() ? name_ : nameId_.ToString(); }
 
-bool CyNode::IsNamed(const CyUniqueID& id) const
+bool CyNode::IsNamed(const CyUniqueID& id) const noexcept
 {
-    return nameId_.IsNil() ? name_ == id.ToString() : nameId_ == id;
+    if (!nameId_.IsNil()) return nameId_ == id;
+    const auto text = id.ToText();
+    return name_.GetView() == CString::View(text.data(), text.size());
 }
 
 void CyNode::SetName(CString name) noexcept

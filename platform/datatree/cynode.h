@@ -47,7 +47,7 @@ public:
     /// The label; empty by default.
     [[nodiscard]] CString GetName() const;
     /// True where the label is the text of an id.
-    [[nodiscard]] bool IsNamed(const CyUniqueID& id) const;
+    [[nodiscard]] bool IsNamed(const CyUniqueID& id) const noexcept;
     void SetName(CString name) noexcept;
     /// Labels the node with the text of an id, which is written out when it is asked for. The nil
     /// id gives the empty label.

@@ -51,7 +51,7 @@ public:
 
     /// Runs all subtests in order. What a subtest throws is written as an error and marks the test
     /// as failed, and so does a subtest that is not known; the next one runs then. A repeated run
-    /// adds to the log, and to the failures.
+    /// adds to the log, and to the failures. Throws: what Write() throws then.
     void Run();
 
     /// True where a subtest that ran has failed.

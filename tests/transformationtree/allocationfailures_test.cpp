@@ -146,6 +146,7 @@ TEST_F(WithoutMemory, TheSelfTestEndsAndLeavesNoNodeBehind)
     for (long allocations = 0; failed; ++allocations) {
         SCOPED_TRACE(allocations);
         ASSERT_LT(allocations, 1000);
+        EXPECT_TRUE(manager().UnsetDataManager());
         ZeCTransformationNodeManager_UnitTest test(dataManager, dataNode);
         std::thread([&] {
             FailAllocationsAfter(allocations);

@@ -105,6 +105,15 @@ const Corruption c_corruptions[] = {
      [](const Spot& at) { at.IdMap().Set(newId(), at.child); },
      {},
      true},
+    {"the id map names a node under a foreign id only",
+     [](const Spot& at) { at.IdMap().Set(newId(), CbMake<ZeCTransformationNodeLeaf>()); },
+     {}},
+    {"a tree outside the data manager",
+     [](const Spot&) {
+         manager().AppendChild(manager().CreateInnerNode(), manager().CreateLeafNode(nullptr));
+     },
+     {},
+     true},
     {"the id map holds null", [](const Spot& at) { at.IdMap().Set(newId(), nullptr); }, {}},
     {"the label is not the id's text",
      [](const Spot& at) { at.child->SetName(CB_TEXT("child")); },
@@ -155,7 +164,6 @@ TEST(Consistency, IsFoundWantingWhereASingleThingIsWrong)
         }
         EXPECT_EQ(found, invalid);
         EXPECT_EQ(manager().IsValid(), valid);
-        TestAccess::Children(*tree.GetInner("two")).resize(1); // a node listed twice is a ring
     }
 }
 
@@ -188,7 +196,7 @@ TEST(Consistency, OfTheWholeIsThatOfEachNode)
 
 TEST(Consistency, OfTheDataManagerKnowsTreeNodesOnly)
 {
-    Managed managed("root(one(a))");
+    Managed managed("root(one(a), b)");
     const auto check = [&](const Node& top) {
         return TestAccess::AreInDataManager(manager(), CbSmartPointer<const CyNode>(top));
     };
@@ -197,8 +205,18 @@ TEST(Consistency, OfTheDataManagerKnowsTreeNodesOnly)
     EXPECT_FALSE(check(manager().CreateInnerNode())) << "outside";
     EXPECT_TRUE(managed.dataManager.InsertNode(managed.tree["a"], CbMake<CyNode>()));
     EXPECT_FALSE(check(managed.tree.GetRoot())) << "the application's own";
+    EXPECT_TRUE(check(managed.tree["b"]));
     managed.lock = {};
-    EXPECT_FALSE(check(managed.tree["one"])) << "may not be read";
+    EXPECT_FALSE(check(managed.tree["b"])) << "may not be read";
+}
+
+TEST(Consistency, OfARootThatLeftTheDataManager)
+{
+    Managed managed("root()");
+    auto handle = manager().GetWriteHandle(managed.tree.GetRoot());
+    ASSERT_TRUE(managed.dataManager.RemoveNode(handle));
+    EXPECT_TRUE(manager().IsValid(managed.tree.GetRoot()));
+    EXPECT_FALSE(manager().IsValid());
 }
 
 TEST(Consistency, DumpWritesALineForEachNode)

@@ -145,7 +145,7 @@ bool CyLockEngine::IsValid(const CyLockRecord& record) noexcept
 {
     if (record.state == CyLockRecord::EState::Granted) return true;
     return record.state == CyLockRecord::EState::Pending &&
-           covers(*record.thread, *record.entry, record.write);
+           Covers(*record.thread, *record.entry, record.write);
 }
 
 bool CyLockEngine::HasMomentaryAccess(const CyLockRecord& record) noexcept
@@ -260,7 +260,7 @@ bool CyLockEngine::EndThread(CyLockThread& thread) noexcept
     return thread.records == 0;
 }
 
-bool CyLockEngine::covers(CyLockThread& thread, CyDataTreeEntry& entry, bool write) noexcept
+bool CyLockEngine::Covers(CyLockThread& thread, CyDataTreeEntry& entry, bool write) noexcept
 {
     if (write ? thread.grantedWrites == 0 : thread.granted == nullptr) return false;
     if (thread.epoch <= lastMove_) thread.epoch = ++epochs_;
@@ -284,7 +284,7 @@ bool CyLockEngine::covers(CyLockThread& thread, CyDataTreeEntry& entry, bool wri
 bool CyLockEngine::areAllCovered(CyLockThread& thread) noexcept
 {
     for (auto* record = thread.pending; record != nullptr; record = record->nextOfThread) {
-        if (!covers(thread, *record->entry, record->write)) return false;
+        if (!Covers(thread, *record->entry, record->write)) return false;
     }
     return true;
 }

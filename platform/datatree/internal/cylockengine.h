@@ -55,6 +55,9 @@ public:
     /// Moves a query or lock into an unused record.
     void Relocate(CyLockRecord& from, CyLockRecord& to) noexcept CB_REQUIRES(mutex);
 
+    /// True where a lock that the thread holds on the node or above it gives reading, or writing.
+    [[nodiscard]] bool Covers(CyLockThread& thread, CyDataTreeEntry& entry, bool write) noexcept
+        CB_REQUIRES(mutex);
     /// True where the lock is granted, or pending and covered.
     [[nodiscard]] bool IsValid(const CyLockRecord& record) noexcept CB_REQUIRES(mutex);
     /// True where the node of a query to this engine may be taken out or moved: the query is valid,
@@ -93,8 +96,6 @@ private:
 
     ~CyLockEngine() = default;
 
-    [[nodiscard]] bool covers(CyLockThread& thread, CyDataTreeEntry& entry, bool write) noexcept
-        CB_REQUIRES(mutex);
     [[nodiscard]] bool areAllCovered(CyLockThread& thread) noexcept CB_REQUIRES(mutex);
     [[nodiscard]] bool isBlockedByLock(const CyLockThread& thread) const noexcept
         CB_REQUIRES(mutex);

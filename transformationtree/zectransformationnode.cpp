@@ -2,6 +2,7 @@
 
 #include "logging/log.h"
 #include "platform/base/cbexception.h"
+#include "platform/base/cbimmortal.h"
 #include "platform/datacontainer/zecmodelserializationidmapper.h"
 #include "platform/math3d/cbmatrix4stream.h"
 #include "platform/math3d/cbmatrixinternal.h"
@@ -29,8 +30,8 @@ struct HeadRevision
 // Never destroyed: nodes of static objects may renew revisions while the process ends.
 HeadRevision& headRevision()
 {
-    static HeadRevision& instance = *new HeadRevision;
-    return instance;
+    static const CbImmortal<HeadRevision> instance;
+    return *instance;
 }
 
 auto& nodeMapper()
@@ -71,15 +72,15 @@ ZeCTransformationNode::ZeCTransformationNode(const ZeCTransformationNode& other)
 
 ZeCTransformationNode::~ZeCTransformationNode() = default;
 
-const CyUniqueID& ZeCTransformationNode::GetInvalidID()
+const CyUniqueID& ZeCTransformationNode::GetInvalidID() noexcept
 {
-    static const CyUniqueID id;
+    static constexpr CyUniqueID id;
     return id;
 }
 
 void ZeCTransformationNode::setID(const CyUniqueID& id)
 {
-    SetName(id);
+    id.IsNil() ? SetName(id.ToString()) : SetName(id);
     id_ = id;
 }
 
@@ -226,7 +227,7 @@ void ZeCTransformationNode::SerializeStructure(CbStreamWriteBinary& stream) cons
 {
     const auto [modelRevision, trafoRevision] = getRevisions();
     stream << c_recordVersion;
-    nodeMapper().WriteNodeByReference(stream, GetFather());
+    father_.Look([](const auto* father) { return GetIDOf(father); }).Serialize(stream);
     modelMapper().WriteModelByReference(stream, model_);
     WriteMatrix(stream, relativeTrafo_);
     stream << description_;

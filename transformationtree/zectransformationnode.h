@@ -64,8 +64,13 @@ public:
 
     /// Returns the id. May be called through a null pointer, which gives GetInvalidID().
     [[nodiscard]] CyUniqueID GetID() const;
+    /// Returns the id of a node, for null GetInvalidID().
+    [[nodiscard]] static const CyUniqueID& GetIDOf(const ZeCTransformationNode* node) noexcept
+    {
+        return node != nullptr ? node->id_ : GetInvalidID();
+    }
     /// The id that no node has: "00000000-0000-0000-0000-000000000000".
-    [[nodiscard]] static const CyUniqueID& GetInvalidID();
+    [[nodiscard]] static const CyUniqueID& GetInvalidID() noexcept;
     /// @}
 
     /// @name Description and visibility

@@ -206,8 +206,7 @@ void ZeCTransformationNodeInner::SerializeStructure(CbStreamWriteBinary& stream)
     ZeCTransformationNode::SerializeStructure(stream);
     stream << c_version << std::int64_t{modelRevision_}
            << static_cast<std::uint32_t>(children_.size());
-    const auto& mapper = CbSingleton<ZeCTransformationNodeSerializationIDMapper>::GetInstance();
-    for (const auto& child : children_) mapper.WriteNodeByReference(stream, child);
+    for (const auto& child : children_) GetIDOf(child.Get()).Serialize(stream);
 }
 
 void ZeCTransformationNodeInner::SerializeStructure(CbStreamReadBinary& stream)

@@ -12,7 +12,7 @@ ZeCTransformationNodeSerializationIDMapper::~ZeCTransformationNodeSerializationI
 void ZeCTransformationNodeSerializationIDMapper::WriteNodeByReference(CbStreamWriteBinary& stream,
                                                                       const ConstNode& node) const
 {
-    (node ? node->GetID() : CyUniqueID()).Serialize(stream);
+    ZeCTransformationNode::GetIDOf(node.Get()).Serialize(stream);
 }
 
 ZeCTransformationNodeSerializationIDMapper::Node
@@ -34,7 +34,7 @@ void ZeCTransformationNodeSerializationIDMapper::WriteNodeForInstantiation(
     CbStreamWriteBinary& stream, const ConstNode& node)
 {
     if (!node) throw CbException(CB_HERE, "there is no node to announce");
-    stream << node->GetClassNameW();
+    stream << CString::View(node->GetRTTI().GetName());
     node->GetID().Serialize(stream);
     map(Node(const_cast<ZeCTransformationNode*>(node.Get()))); // nodes are resolved to be edited
 }

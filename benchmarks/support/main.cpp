@@ -112,8 +112,8 @@ int main(int argc, char** argv)
                 "spread", "goal", "reference");
     std::vector<RatioResult> results;
     // The id map keeps the room that large trees took, and to check a small one would take longer.
-    for (const auto& suite :
-         {IsValidBenchmarks(), RemoveBenchmarks(), WalkBenchmarks(), HandleBenchmarks()}) {
+    for (const auto& suite : {IsValidBenchmarks(), RemoveBenchmarks(), StreamBenchmarks(),
+                              WalkBenchmarks(), HandleBenchmarks()}) {
         for (const RatioBenchmark& benchmark : suite) {
             const std::string name = benchmark.work + "/" + std::to_string(benchmark.size);
             if (!std::regex_search(name, pattern)) continue;

@@ -51,3 +51,4 @@ struct RatioResult
 [[nodiscard]] std::vector<RatioBenchmark> HandleBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> IsValidBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> RemoveBenchmarks();
+[[nodiscard]] std::vector<RatioBenchmark> StreamBenchmarks();

@@ -5,13 +5,13 @@
 #include <limits>
 #include <string>
 
-CbStreamWriteBinary& CbStreamWriteBinary::operator<<(const CString& text)
+CbStreamWriteBinary& CbStreamWriteBinary::operator<<(CString::View text)
 {
     static_assert(sizeof(CbWChar) == 2);
-    if (text.GetLength() > std::numeric_limits<std::uint32_t>::max()) {
-        throw CbExceptionStream(CB_HERE, "text of " + std::to_string(text.GetLength()) + " units");
+    if (text.size() > std::numeric_limits<std::uint32_t>::max()) {
+        throw CbExceptionStream(CB_HERE, "text of " + std::to_string(text.size()) + " units");
     }
-    *this << static_cast<std::uint32_t>(text.GetLength());
-    WriteBuffer(text.GetString(), text.GetLength() * sizeof(CbWChar));
+    *this << static_cast<std::uint32_t>(text.size());
+    WriteBuffer(text.data(), text.size() * sizeof(CbWChar));
     return *this;
 }

@@ -34,7 +34,8 @@ public:
     CbStreamWriteBinary& operator<<(double value) { return writeValue(value); }
     /// Number of units in four bytes, then the units of two bytes each.
     /// Throws: CbExceptionStream for a text too long to be counted so; nothing is written.
-    CbStreamWriteBinary& operator<<(const CString& text);
+    CbStreamWriteBinary& operator<<(const CString& text) { return *this << text.GetView(); }
+    CbStreamWriteBinary& operator<<(CString::View text);
     template<class T>
     CbStreamWriteBinary& operator<<(const T&) = delete;
 

@@ -45,11 +45,12 @@ void reserveOneMore(ZeCTransformationNodeInner::Children& children)
 } // namespace
 
 // Also by entries whose node has another father by now, or walks down would not end. Only where a
-// node at or above `node` may be such an entry is it looked for.
+// node at or above `node` may be such an entry is it looked for, up to the father of `top`: an
+// entry further up would lead back to `top` already.
 bool ZeCTransformationNodeManager::leadsTo(const ZeCTransformationNodeInner& top, const Inner& node)
 {
     bool mayBeListed = false;
-    for (Inner above = node; above; above = above->GetFather()) {
+    for (Inner above = node; above && !top.IsChildOf(*above); above = above->GetFather()) {
         if (above.Get() == &top) return true;
         mayBeListed = mayBeListed || above->mayBeStale();
     }

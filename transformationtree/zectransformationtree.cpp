@@ -30,7 +30,8 @@ ZeCTransformationTree::ZeCTransformationTree() = default;
 
 ZeCTransformationTree::~ZeCTransformationTree()
 {
-    // At exit the node manager may be gone, and is not to be made anew.
+    // At exit the node manager may be gone, and is not to be made anew. The utility may be: it has
+    // no state, and nobody else need have used it.
     if (!CbSingleton<ZeCTransformationNodeManager>::HasInstance()) return;
     if (!ZeCTransformationNodeManager::IsNodeInDataManager(root_)) return;
     try {
@@ -71,7 +72,7 @@ void ZeCTransformationTree::SetRoot(Inner root) { setRoot(std::move(root)); }
 void ZeCTransformationTree::setRoot(Inner root) // the old root goes with the parameter
 {
     const CbCriticalSectionLock lock(rootLock_);
-    if (root_ != root) root_.Swap(root);
+    root_.Swap(root);
 }
 
 ConstInner ZeCTransformationTree::GetModelNodeConst() const
@@ -115,17 +116,20 @@ Inner ZeCTransformationTree::newClusterForModel(const Inner& modelNode, bool pos
     CreatedNodes created(manager);
     ChangeMessages messages;
     auto cluster = created.CreateInner(CbFormat(CB_TEXT("Cluster %d"), clusterCounter_));
-    messages.AddTreeStructureModified(cluster, modelNode, EModified::eClusterCreated);
+    const auto tell = [&](const Inner& node, const Inner& father, EModified what) {
+        if (postMessages) messages.AddTreeStructureModified(node, father, what);
+    };
+    tell(cluster, modelNode, EModified::eClusterCreated);
     for (const CString* description :
          {&getOptimizerDescription(), &getCollectorDescription(), &getClipboardDescription()}) {
         const auto node = created.CreateInner(*description);
         manager.AppendChild(cluster, node, true);
-        messages.AddTreeStructureModified(node, cluster, EModified::eNodeAdded);
+        tell(node, cluster, EModified::eNodeAdded);
     }
     manager.AppendChild(modelNode, cluster, true);
     created.Keep();
     ++clusterCounter_;
-    if (postMessages) messages.Post();
+    messages.Post();
     return cluster;
 }
 

@@ -50,6 +50,7 @@ public:
     /// Threads: any time.
     virtual void SetRoot(Inner root);
 
+    /// GetModelNode() for readers.
     [[nodiscard]] ConstInner GetModelNodeConst() const;
     /// CreateNewCluster() for the model node.
     Inner NewCluster(bool postMessages);
@@ -72,11 +73,14 @@ protected:
     /// there.
     ~ZeCTransformationTree() override;
 
+    /// The descriptions by which the special nodes of clusters are made and found.
     [[nodiscard]] static const CString& getOptimizerDescription();
     [[nodiscard]] static const CString& getCollectorDescription();
     [[nodiscard]] static const CString& getClipboardDescription();
 
+    /// What SetRoot() does.
     void setRoot(Inner root);
+    /// What CreateNewCluster() does.
     Inner newClusterForModel(const Inner& modelNode, bool postMessages);
 
     [[nodiscard]] CbReferenceCounter& getReferenceCounter() const noexcept override

@@ -124,7 +124,7 @@ void ZeCTransformationTreeUtility::RemoveSubtree(const Node& removedNode, bool p
     auto& manager = getNodeManager();
     if (!node->IsLeaf())
         manager.DeleteChildren(CbStaticPointerCast<ZeCTransformationNodeInner>(node));
-    // Without children, so that neither of these can fail any more.
+    // What can fail has been done by DeleteChildren(), or fails here before anything has changed.
     manager.RemoveChild(node->GetFather(), node);
     manager.DeleteNode(node);
     messages.Post();

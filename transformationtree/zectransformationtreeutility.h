@@ -59,15 +59,17 @@ public:
     /// Null, and nothing changed, where the top is full and has no father or @p maxChildren is
     /// below 2, where all nodes above a @p node that is not below the top are full, and for a null
     /// node. Messages: nodes added, top inserted and old top moved, always. Locks: the top's
-    /// father. Cost: linear in the depth of @p node.
+    /// father, or the top where it has none. Without @p topNode no new top is made. Cost: linear in
+    /// the depth of @p node.
     [[nodiscard]] Inner PrepareForNextChild(const Inner& node, unsigned int maxChildren,
                                             Inner& topNode);
     /// @}
 
     /// @name Removing
-    /// Removed nodes have neither links nor ids afterwards, and are outside the data manager as far
-    /// as its locks allow. Entries whose node has another father by now are erased, and nothing
-    /// more. Cost: linear in the number of removed nodes; the topmost one is searched for among its
+    /// Removed nodes have neither links nor ids afterwards, and are outside the data manager. Those
+    /// on which another thread holds a lock, and those above them, stay in it until somebody takes
+    /// them out there. Entries whose node has another father by now are erased, and nothing more.
+    /// Cost: linear in the number of removed nodes; the topmost one is searched for among its
     /// siblings.
     /// @{
 
@@ -79,7 +81,8 @@ public:
     /// Removes everything below a node. Messages as RemoveSubtree(). Locks: the node.
     /// Throws: CbException for null.
     void RemoveChildren(const Inner& node, bool postMessages);
-    /// Removes everything below a node, and resets and removes its own attributes.
+    /// Removes everything below a node, then resets and removes its own attributes: what may fail
+    /// for want of memory comes first.
     /// Messages as RemoveSubtree(). Locks: the node. Throws: CbException for null.
     void ClearAndRemoveChildren(const Inner& node, bool postMessages);
     /// @}

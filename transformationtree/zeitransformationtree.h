@@ -27,7 +27,8 @@ public:
     ZeITransformationTree(const ZeITransformationTree&) = delete;
     ZeITransformationTree& operator=(const ZeITransformationTree&) = delete;
 
-    // The order of the virtual functions, the bases' first, is part of the interface.
+    // The order in which the virtual functions are declared, the bases' first, is part of the
+    // interface.
 
     /// Returns the root, or null.
     [[nodiscard]] virtual ConstInner GetRoot() const = 0;
@@ -40,7 +41,8 @@ public:
     [[nodiscard]] virtual std::uint64_t GetClusterCount() const = 0;
     /// Returns the node below which clusters hang, or null.
     [[nodiscard]] virtual Inner GetModelNode() = 0;
-    /// Creates a cluster with its special nodes and appends it to a model node.
+    /// Creates a cluster with its special nodes, appends it to a model node and returns it. With
+    /// @p postMessages, tells subscribers. Throws: CbException for a null model node.
     virtual Inner CreateNewCluster(const Inner& modelNode, bool postMessages) = 0;
     /// Clears the tree. What that takes away is the concrete tree's decision; the library never
     /// calls it.

@@ -126,7 +126,7 @@ void RunSession(const Options& options, std::ostream& out, std::ostream& err)
     const std::string stage = source ? source->Stage() : "loading";
 
     const ProgressStyle style = options.quiet ? ProgressStyle::None : StyleForStandardError();
-    const ChangeCounter changes;
+    ChangeCounter changes;
     Session session(options.maxChildren, loaded);
     if (source) {
         Progress progress(err, style, stage, source->Count());

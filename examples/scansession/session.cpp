@@ -61,7 +61,13 @@ Session::Session(unsigned int maxChildren, const Inner& root) : maxChildren_(max
     if (!manager.SetDataManager(dataManager_, dataManager_.GetTopNode())) {
         throw CbException(CB_HERE, "another session uses the node manager");
     }
-    tree_ = root ? CbMake<SessionTree>(root) : CbMake<SessionTree>();
+    try {
+        tree_ = root ? CbMake<SessionTree>(root) : CbMake<SessionTree>();
+    } catch (...) {
+        manager.UnsetRootNode();
+        (void)manager.UnsetDataManager();
+        throw;
+    }
 }
 
 Session::~Session()

@@ -130,6 +130,13 @@ TEST_F(WithoutMemory, EditsChangeNothing)
          [&] { EXPECT_TRUE(utility.PrepareForNextChild(inner("b"), 2, topNode = inner("root"))); }},
         {"make room by a new top", none,
          [&] { EXPECT_TRUE(utility.PrepareForNextChild(inner("b"), 2, topNode = inner("a"))); }},
+        {"make room by a new top below a place that another node had",
+         [&] {
+             manager().MoveNode(inner("d"), node("e"), nullptr);
+             manager().AppendChild(inner("d"), manager().CreateLeafNode(nullptr));
+             manager().ExchangeChild(inner("root"), node("a"), node("b"));
+         },
+         [&] { EXPECT_TRUE(utility.PrepareForNextChild(inner("d"), 2, topNode = inner("d"))); }},
         {"remove a subtree", none, [&] { utility.RemoveSubtree(node("a"), true); }},
         {"remove children", none, [&] { utility.RemoveChildren(inner("root"), true); }},
         {"remove loose children", none, [&] { utility.RemoveChildren(top(), false); }},

@@ -27,10 +27,10 @@ private:
     ~CountedModel() override { --alive; }
 };
 
-class TreeUtilitySoak : public NodeManagerTest
+class RandomUtilityOperations : public NodeManagerTest
 {
 protected:
-    TreeUtilitySoak()
+    RandomUtilityOperations()
     {
         handle_ = manager().GetWriteHandle(root_);
         EXPECT_TRUE(manager().TryLock());
@@ -87,11 +87,9 @@ private:
     {
         gone_.clear();
         std::size_t messages = 0;
+        const bool tell = number(4) != 0;
         const auto kind = number(20);
-        if (kind < (known_.size() < 100 ? 15 : 6)) {
-            build(branch);
-            return (void)recorder_.Take();
-        }
+        if (kind < (known_.size() < 100 ? 15 : 6)) return build(branch);
         const auto inner = pick(branch.top->InnerNodes());
         if (kind < 17) {
             if (branch.top->EmptyLeafs()) return;
@@ -102,14 +100,14 @@ private:
         } else if (kind < 19) {
             const auto node = pick(branch.top->Nodes());
             expectGone(node, true);
-            messages = gone_.size();
-            utility_.RemoveSubtree(node, true);
+            messages = tell ? gone_.size() : 0;
+            utility_.RemoveSubtree(node, tell);
             if (node == branch.top) branch.top = nullptr;
         } else {
             expectGone(inner, false);
-            messages = gone_.size();
-            number(2) == 0 ? utility_.RemoveChildren(inner, true)
-                           : utility_.ClearAndRemoveChildren(inner, true);
+            messages = tell ? gone_.size() : 0;
+            number(2) == 0 ? utility_.RemoveChildren(inner, tell)
+                           : utility_.ClearAndRemoveChildren(inner, tell);
         }
         EXPECT_EQ(recorder_.Take().size(), messages);
     }
@@ -118,11 +116,17 @@ private:
     {
         const auto inner = pick(branch.top->InnerNodes());
         const auto fanOut = number(10) == 0 ? unsigned(number(2)) : branch.fanOut;
+        const auto oldTop = branch.top;
+        const auto ids = TestAccess::CountIds(manager());
         const auto place = utility_.PrepareForNextChild(inner, fanOut, branch.top);
         EXPECT_EQ(place != nullptr, fanOut > 1 || inner->GetNrChildren() < fanOut);
+        // One for each new node, and that the old top was moved.
+        const auto created = TestAccess::CountIds(manager()) - ids;
+        EXPECT_EQ(recorder_.Take().size(), created + (branch.top != oldTop ? 1 : 0));
         if (!place || number(5) == 0) return;
         EXPECT_LT(place->GetNrChildren(), fanOut);
         EXPECT_TRUE(utility_.CreateLeaf(place, CbMake<CountedModel>(), &c_matIdentityD));
+        EXPECT_EQ(recorder_.Take().size(), 1);
     }
 
     void check()
@@ -161,8 +165,11 @@ private:
     std::set<CyUniqueID> gone_; ///< ids of what the last operation removed
 };
 
-TEST_F(TreeUtilitySoak, LeavesAValidTreeAndNothingElse) { run(20240711, Rounds(20000)); }
+TEST_F(RandomUtilityOperations, LeavesAValidTreeAndNothingElse) { run(20240711, Rounds(20000)); }
 
-TEST_F(TreeUtilitySoak, DoesSoFromAnotherSeed) { run(std::random_device{}(), Rounds(5000)); }
+TEST_F(RandomUtilityOperations, DoesSoFromAnotherSeed)
+{
+    run(std::random_device{}(), Rounds(5000));
+}
 
 } // namespace

@@ -123,6 +123,8 @@ TEST_F(ATransformationTree, FindsClustersByTheirShapeAmongTheChildren)
     EXPECT_THAT(clustersOf(*tree, tree->modelNode, 2),
                 ElementsAre("good", "leaf first", "good", "leaf first"));
     EXPECT_THAT(clustersOf(*tree, nullptr, 1), IsEmpty());
+    const Scenario read("model(null, holes(null, f(), g()))");
+    EXPECT_THAT(clustersOf(*tree, read.GetRootInner(), 1), IsEmpty());
 }
 
 TEST_F(ATransformationTree, OffersNoExtensions)

@@ -99,7 +99,7 @@ TEST_F(TheTreeUtility, TellsWhatItDoes)
     const auto removeChildren = [&](const char* top) {
         return [=, this] { utility.RemoveChildren(inner(top), true); };
     };
-    const Verb removeSilently = [&] { utility.RemoveSubtree(inner("root")->FrontChild(), false); };
+    const Verb removeSilently = [&] { utility.RemoveSubtree(*inner("root")->BeginChild(), false); };
     const Verb removeNull = [&] { utility.RemoveSubtree(nullptr, true); };
     const Verb clear = [&] {
         const auto mark = CbMake<Mark>();
@@ -191,6 +191,9 @@ TEST_F(TheTreeUtility, RefusesWhatIsMissingBeforeItDoesAnything)
     build("root(a)");
     Inner top = inner("root");
     EXPECT_FALSE(utility.PrepareForNextChild(nullptr, 2, top));
+    Inner noTop;
+    EXPECT_EQ(utility.PrepareForNextChild(top, 2, noTop), top);
+    EXPECT_FALSE(utility.PrepareForNextChild(top, 1, noTop)) << "no level is grown";
     EXPECT_THROW(utility.CreateLeaf(top, ModelNamed("b"), nullptr), CbException);
     EXPECT_THROW(utility.CreateLeafAndReplace(nullptr, ModelNamed("b")), CbException);
     EXPECT_THROW(utility.RemoveChildren(nullptr, true), CbException);
@@ -210,6 +213,10 @@ TEST_F(TheTreeUtility, RenewsTheFathersThatLoseChildren)
     EXPECT_LT(revisionOf("b"), revisionOf("a"));
     EXPECT_LT(revisionOf("a"), revisionOf("root"));
     EXPECT_LE(revisionOf("e"), before);
+    for (const char* name : {"a", "b", "c", "d", "e"}) {
+        EXPECT_FALSE(node(name)->GetFather());
+        EXPECT_EQ(std::ranges::distance(node(name)->Nodes()), 1) << name;
+    }
 }
 
 TEST_F(TheTreeUtility, LeavesTheRootInTheDataManager)

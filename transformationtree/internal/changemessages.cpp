@@ -3,8 +3,6 @@
 #include "platform/messages/cymessagedispatcher.h"
 #include "platform/messages/zecmessagetransformationchanged.h"
 
-#include <utility>
-
 void ChangeMessages::AddTreeStructureModified(
     const Node& node, const Node& father, ZeCMessageTreeStructureModified::EModificationType type)
 {
@@ -17,9 +15,7 @@ void ChangeMessages::AddTransformationChanged(const Node& node)
         CbMake<ZeCMessageTransformationChanged>(node, ToFloat(node->GetRelativeTrafo())));
 }
 
-void ChangeMessages::Post()
+void ChangeMessages::Post() const
 {
-    for (auto& message : std::exchange(messages_, {})) {
-        CyMessageDispatcher::PostMessageW(std::move(message));
-    }
+    for (const auto& message : messages_) CyMessageDispatcher::PostMessageW(message);
 }

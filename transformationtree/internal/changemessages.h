@@ -18,8 +18,8 @@ public:
     /// With the node's relative transformation, in single precision.
     void AddTransformationChanged(const Node& node);
 
-    /// Posts them all and forgets them.
-    void Post();
+    /// Posts them all.
+    void Post() const;
 
 private:
     std::vector<CbSmartPointer<const CyMessage>> messages_;

@@ -57,6 +57,10 @@ public:
         return read(static_cast<T*>(nullptr));
     }
 
+    /// Returns the target, or null where there is none any more, without a reference. For who knows
+    /// that no other thread gives the target up meanwhile.
+    [[nodiscard]] T* Borrow() const noexcept { return load(); }
+
     /// Returns the target's address for comparisons. It may be gone by now: never dereference it.
     [[nodiscard]] const T* GetAddress() const noexcept { return load(); }
 

@@ -44,8 +44,12 @@ public:
     class ZeNCachedLeafNodeIterator;
     class ZeNInnerNodeIterator;
     class ZeNFatherIterator;
+    class ZeNSurfelIterator;
+    class ZeNRandomAccessSurfelIterator;
+    class ZeNRandomSamplingSurfelIterator;
     template<class Iterator>
     class ZeTNodeRange;
+    class ZeCSurfelRange;
 
     /// What AssumeAttributes() takes over; compared as a whole, not bit by bit.
     enum class EAttributesToCopy : std::uint32_t
@@ -236,6 +240,15 @@ public:
     [[nodiscard]] virtual CbSmartPointer<ZeCTransformationNode> BackCachedLeaf() const = 0;
     /// Number of cached leaves at or below the node. Cost: linear in the number of nodes visited.
     [[nodiscard]] virtual unsigned long long GetNrCachedLeafNodes() const = 0;
+    /// Stands on the first surfel of the first leaf; false at once where that has none.
+    [[nodiscard]] virtual ZeNSurfelIterator BeginSurfel() const = 0;
+    /// Numbers the surfels of all leaves.
+    /// Throws: CyExceptionNotInvertible where the accumulated transformation of a leaf's father is
+    /// singular; std::bad_alloc for any path.
+    [[nodiscard]] virtual ZeNRandomAccessSurfelIterator GetRas() const = 0;
+    /// Stands on the first of as many samples as @p k goes into the number of surfels. @p k must
+    /// not be 0: the number is divided by it. Throws: as GetRas().
+    [[nodiscard]] virtual ZeNRandomSamplingSurfelIterator BeginRss(int k) const = 0;
     /// Stands on the first inner node, which is this one; the end for a leaf.
     [[nodiscard]] virtual ZeNInnerNodeIterator BeginInner() const = 0;
     /// Stands on the last inner node; the end for a leaf.
@@ -251,6 +264,14 @@ public:
     [[nodiscard]] ZeTNodeRange<ZeNLeafNodeIterator> Leaves() const;
     [[nodiscard]] ZeTNodeRange<ZeNCachedLeafNodeIterator> CachedLeaves() const;
     [[nodiscard]] ZeTNodeRange<ZeNInnerNodeIterator> InnerNodes() const;
+    /// All surfels, in the same way; empty leaves are passed over.
+    ///
+    /// @code
+    /// for (const auto& [container, index, trafo] : cluster->Surfels()) {
+    ///     Draw(container.GetPositionAccessor()[index], trafo);
+    /// }
+    /// @endcode
+    [[nodiscard]] ZeCSurfelRange Surfels() const;
     /// @}
 
 protected:
@@ -265,6 +286,12 @@ protected:
     ZeCTransformationNode(const ZeCTransformationNode& other);
     ~ZeCTransformationNode() override;
 
+    /// The model's standard collection, null where there is none.
+    [[nodiscard]] const ZeCSurfelCollectionQMT* borrowSurfels() const noexcept
+    {
+        return model_ ? model_->BorrowSurfelCollection(ZeCModelQMT::ESurfelCollectionType::Standard)
+                      : nullptr;
+    }
     /// The model and the transformation revision, read together.
     [[nodiscard]] std::array<long long, 2> getRevisions() const;
 

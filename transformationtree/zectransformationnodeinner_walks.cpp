@@ -147,6 +147,27 @@ unsigned long long ZeCTransformationNodeInner::GetNrCachedLeafNodes() const
     return number;
 }
 
+ZeCTransformationNode::ZeNSurfelIterator ZeCTransformationNodeInner::BeginSurfel() const
+{
+    return ZeNSurfelIterator(BeginLeaf());
+}
+
+ZeCTransformationNode::ZeNRandomAccessSurfelIterator ZeCTransformationNodeInner::GetRas() const
+{
+    ZeNRandomAccessSurfelIterator surfels;
+    for (auto leaf = BeginLeaf(); leaf; ++leaf) {
+        const ZeCTransformationNodeWithTrafo delivered = *leaf;
+        surfels.append(*delivered.GetNode(), delivered.GetTrafo());
+    }
+    return surfels;
+}
+
+ZeCTransformationNode::ZeNRandomSamplingSurfelIterator
+ZeCTransformationNodeInner::BeginRss(int k) const
+{
+    return {GetRas(), k};
+}
+
 ZeCTransformationNode::ZeNInnerNodeIterator ZeCTransformationNodeInner::BeginInner() const
 {
     return {editable(this), true};

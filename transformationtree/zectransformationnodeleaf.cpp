@@ -2,7 +2,6 @@
 
 #include "platform/base/cbstreamreadbinary.h"
 #include "platform/base/cbstreamwritebinary.h"
-#include "platform/datacontainer/zecsurfelcollectionqmt.h"
 #include "transformationtree/zectransformationnodeiterators.h"
 
 namespace
@@ -40,11 +39,8 @@ ZeCTransformationNodeLeaf::~ZeCTransformationNodeLeaf() = default;
 
 CyBoundingBox3D ZeCTransformationNodeLeaf::GetBoundingBox(const CbMatrix4Rd& /*trafo*/) const
 {
-    const auto model = GetModel();
-    if (!model) return {};
-    const auto collection =
-        model->GetSurfelCollection(ZeCModelQMT::ESurfelCollectionType::Standard);
-    return collection ? collection->GetBoundingBox() : CyBoundingBox3D{};
+    const ZeCSurfelContainer* const surfels = borrowSurfels();
+    return surfels != nullptr ? surfels->GetBoundingBox() : CyBoundingBox3D{};
 }
 
 void ZeCTransformationNodeLeaf::AssumeAttributes(
@@ -167,6 +163,24 @@ CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeLeaf::FrontCachedLeaf
 CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeLeaf::BackCachedLeaf() const
 {
     return editable(this);
+}
+
+ZeCTransformationNode::ZeNSurfelIterator ZeCTransformationNodeLeaf::BeginSurfel() const
+{
+    return ZeNSurfelIterator(*this);
+}
+
+ZeCTransformationNode::ZeNRandomAccessSurfelIterator ZeCTransformationNodeLeaf::GetRas() const
+{
+    ZeNRandomAccessSurfelIterator surfels;
+    surfels.append(*this, c_matIdentityD);
+    return surfels;
+}
+
+ZeCTransformationNode::ZeNRandomSamplingSurfelIterator
+ZeCTransformationNodeLeaf::BeginRss(int k) const
+{
+    return {GetRas(), k};
 }
 
 ZeCTransformationNode::ZeNInnerNodeIterator ZeCTransformationNodeLeaf::BeginInner() const

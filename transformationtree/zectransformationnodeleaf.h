@@ -66,6 +66,9 @@ public:
     [[nodiscard]] CbSmartPointer<ZeCTransformationNode> FrontCachedLeaf() const override;
     [[nodiscard]] CbSmartPointer<ZeCTransformationNode> BackCachedLeaf() const override;
     [[nodiscard]] unsigned long long GetNrCachedLeafNodes() const override { return 1; }
+    [[nodiscard]] ZeNSurfelIterator BeginSurfel() const override;
+    [[nodiscard]] ZeNRandomAccessSurfelIterator GetRas() const override;
+    [[nodiscard]] ZeNRandomSamplingSurfelIterator BeginRss(int k) const override;
     [[nodiscard]] ZeNInnerNodeIterator BeginInner() const override;
     [[nodiscard]] ZeNInnerNodeIterator LastInner() const override;
     [[nodiscard]] ZeNInnerNodeIterator EndInner() const override;

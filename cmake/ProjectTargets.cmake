@@ -2,7 +2,12 @@
 include_guard()
 
 set(TREE_SANITIZE "" CACHE STRING "Sanitizers to build with, e.g. address,undefined or thread")
+option(TREE_FUZZ "Build the fuzzers, and all code so that they see where an input leads" OFF)
 option(TREE_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
+
+if(TREE_FUZZ AND NOT (CMAKE_CXX_COMPILER_ID MATCHES "Clang" AND TREE_SANITIZE MATCHES "address"))
+  message(FATAL_ERROR "The fuzzers need clang and the address sanitizer: cmake --preset fuzz")
+endif()
 
 # Language level, floating-point rules, warnings and sanitizers.
 # Contraction stays off: iterators compare doubles exactly, and a singular matrix has determinant 0.
@@ -34,6 +39,9 @@ function(tree_target_defaults target)
     target_compile_options(${target} PRIVATE -fsanitize=${TREE_SANITIZE} -fno-omit-frame-pointer
                                              -fno-sanitize-recover=all)
     target_link_options(${target} PRIVATE -fsanitize=${TREE_SANITIZE})
+  endif()
+  if(TREE_FUZZ)
+    target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
   endif()
 endfunction()
 

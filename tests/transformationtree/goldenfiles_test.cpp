@@ -186,7 +186,7 @@ TEST_F(GoldenFiles, HoldTheAttributesOfANode)
 TEST(TheFormatPages, ShowTheGoldenFiles)
 {
     std::size_t count = 0;
-    for (const char* page : {"streams", "nodes", "models", "vector"}) {
+    for (const char* page : {"streams", "nodes", "models", "vector", "session"}) {
         std::istringstream lines(contentOf("docs/formats/" + std::string(page) + ".md"));
         for (std::string line; std::getline(lines, line);) {
             if (line.rfind("```hex ", 0) != 0) continue;
@@ -202,7 +202,7 @@ TEST(TheFormatPages, ShowTheGoldenFiles)
             ++count;
         }
     }
-    EXPECT_EQ(count, 9U) << "files";
+    EXPECT_EQ(count, 10U) << "files";
 }
 
 } // namespace

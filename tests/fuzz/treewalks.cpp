@@ -1,0 +1,77 @@
+#include "tests/fuzz/treewalks.h"
+
+#include "platform/math3d/cyexceptionnotinvertible.h"
+#include "tests/support/storedbytes.h"
+#include "transformationtree/zectransformationnodeiterators.h"
+
+#include <unordered_set>
+
+std::size_t CountTree(const Inner& top)
+{
+    std::unordered_set<const ZeCTransformationNode*> met{top.Get()};
+    std::vector<const ZeCTransformationNodeInner*> open{top.Get()};
+    while (!open.empty()) {
+        const ZeCTransformationNodeInner& father = *open.back();
+        open.pop_back();
+        for (const auto& child : std::span(father.BeginChild(), father.EndChild())) {
+            if (!child || !child->IsChildOf(father) || !met.insert(child.Get()).second) return 0;
+            if (child->IsLeaf()) continue;
+            open.push_back(static_cast<const ZeCTransformationNodeInner*>(child.Get()));
+        }
+    }
+    return met.size();
+}
+
+namespace
+{
+
+template<class Iterator>
+std::size_t countForward(Iterator iterator)
+{
+    std::size_t count = 0;
+    for (; iterator; ++iterator) ++count;
+    return count;
+}
+
+template<class Iterator>
+std::size_t countBackward(Iterator iterator)
+{
+    std::size_t count = 0;
+    for (; iterator; --iterator) ++count;
+    return count;
+}
+
+void expectVectorComesBack(const Inner& root, ZeCNodeVector::IteratorType type)
+{
+    ZeCNodeVector vector;
+    try {
+        vector.SetInnerNode(root, type, c_matIdentityD, 7);
+    } catch (const CyExceptionNotInvertible&) {
+        return; // any matrix may have been read
+    }
+    const Bytes bytes = Stored([&](auto& stream) { vector.Serialize(stream); });
+    ZeCNodeVector read;
+    EXPECT_EQ(ReadFrom(bytes, [&](auto& stream) { read.Serialize(stream); }), 0U);
+    EXPECT_EQ(read.GetElements().size(), vector.GetElements().size());
+}
+
+} // namespace
+
+void WalkTree(const Inner& root, std::size_t count)
+{
+    EXPECT_EQ(countForward(root->BeginNode()), count);
+    EXPECT_EQ(countBackward(root->LastNode()), count);
+    const std::size_t inner = countForward(root->BeginInner());
+    EXPECT_EQ(countBackward(root->LastInner()), inner);
+    EXPECT_EQ(root->GetNrLeafNodes(), count - inner);
+    EXPECT_EQ(countBackward(root->LastLeaf()), count - inner);
+    EXPECT_EQ(root->EmptyLeafs(), count == inner);
+    EXPECT_EQ(countBackward(root->LastCachedLeaf()), root->GetNrCachedLeafNodes());
+    for (const auto type :
+         {ZeCNodeVector::itCachedLeaf, ZeCNodeVector::itLeaf, ZeCNodeVector::itNode}) {
+        expectVectorComesBack(root, type);
+    }
+    (void)root->GetBoundingBox(c_matIdentityD);
+    root->UpdateNodeRevisionSubtree(nullptr);
+    EXPECT_EQ(root->GetNodeRevision(3), root->GetNodeRevisionSubtree(3));
+}

@@ -35,7 +35,7 @@ public:
     /// True where the iterator stands on a surfel.
     explicit operator bool() const noexcept
     {
-        return (singleContainer_ || leaf_) && index_ < nrSurfels();
+        return index_ < nrSurfels() && (singleContainer_ || !isAtEnd());
     }
 
     /// The present container, null where there is none or it is gone.
@@ -80,6 +80,12 @@ private:
     /// Stands on the first surfel of the one container of a leaf.
     explicit ZeNSurfelIterator(const ZeCTransformationNodeLeaf& leaf);
 
+    /// True where the walk of leaves is over. It rests on leaves only, so that there is no need to
+    /// look at the node.
+    [[nodiscard]] bool isAtEnd() const noexcept
+    {
+        return !static_cast<const ZeNNodeIterator&>(leaf_);
+    }
     [[nodiscard]] std::uint32_t nrSurfels() const noexcept
     {
         const ZeCSurfelContainer* const container = container_.Borrow();

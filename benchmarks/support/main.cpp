@@ -22,6 +22,10 @@ void printTable(const RatioResult& result)
                     ? ("<= " + std::to_string(result.goal)).substr(0, 7).c_str()
                     : "MISSED",
                 result.reference.c_str());
+    if (result.peak > 0) {
+        std::printf("%-28s %9s %10.1f MB  at most; the reference %.1f MB\n", "", "", result.peak,
+                    result.referencePeak);
+    }
     std::fflush(stdout);
 }
 
@@ -32,7 +36,11 @@ void writeJson(std::ostream& out, const std::vector<RatioResult>& results)
     for (const RatioResult& r : results) {
         out << separator << R"(  {"work": ")" << r.work << R"(", "size": )" << r.size
             << R"(, "ns": )" << r.ns << R"(, "reference": ")" << r.reference << R"(", "ratio": )"
-            << r.ratio << R"(, "spread": )" << r.spread << R"(, "goal": )" << r.goal << "}";
+            << r.ratio << R"(, "spread": )" << r.spread << R"(, "goal": )" << r.goal;
+        if (r.peak > 0) {
+            out << R"(, "peak": )" << r.peak << R"(, "referencePeak": )" << r.referencePeak;
+        }
+        out << "}";
         separator = ",\n";
     }
     out << "\n]\n";
@@ -112,8 +120,9 @@ int main(int argc, char** argv)
                 "spread", "goal", "reference");
     std::vector<RatioResult> results;
     // The id map keeps the room that large trees took, and to check a small one would take longer.
-    for (const auto& suite : {IsValidBenchmarks(), RemoveBenchmarks(), StreamBenchmarks(),
-                              WalkBenchmarks(), HandleBenchmarks()}) {
+    for (const auto& suite :
+         {IsValidBenchmarks(), RemoveBenchmarks(), StreamBenchmarks(), WalkBenchmarks(),
+          HandleBenchmarks(), SurfelIteratorBenchmarks(), SurfelBenchmarks()}) {
         for (const RatioBenchmark& benchmark : suite) {
             const std::string name = benchmark.work + "/" + std::to_string(benchmark.size);
             if (!std::regex_search(name, pattern)) continue;

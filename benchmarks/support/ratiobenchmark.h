@@ -30,6 +30,7 @@ struct RatioBenchmark
     double goal;           ///< largest ratio that is good; 0, also in the JSON, for none
     /// Builds the input and both ways; what they capture lives as long as they do.
     std::function<Pair()> prepare;
+    bool memory = false; ///< whether the peak memory of both ways is of interest
 };
 
 struct RatioResult
@@ -41,6 +42,8 @@ struct RatioResult
     double ratio;  ///< median ratio of measured to reference
     double spread; ///< half the distance of the quartiles of the ratio, as a part of the ratio
     double goal;
+    double peak = 0;          ///< most memory in use at a time, in MB; 0 where nobody asked
+    double referencePeak = 0; ///< the same of the reference
 };
 
 /// Measures one benchmark: @p runs alternating runs of both ways after a warm-up of each.
@@ -52,3 +55,5 @@ struct RatioResult
 [[nodiscard]] std::vector<RatioBenchmark> IsValidBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> RemoveBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> StreamBenchmarks();
+[[nodiscard]] std::vector<RatioBenchmark> SurfelBenchmarks();
+[[nodiscard]] std::vector<RatioBenchmark> SurfelIteratorBenchmarks();

@@ -227,7 +227,7 @@ void ZeCTransformationNode::SerializeStructure(CbStreamWriteBinary& stream) cons
 {
     const auto [modelRevision, trafoRevision] = getRevisions();
     stream << c_recordVersion;
-    father_.Look([](const auto* father) { return GetIDOf(father); }).Serialize(stream);
+    GetIDOf(GetFather().Get()).Serialize(stream);
     modelMapper().WriteModelByReference(stream, model_);
     WriteMatrix(stream, relativeTrafo_);
     stream << description_;
@@ -238,7 +238,9 @@ void ZeCTransformationNode::SerializeStructure(CbStreamWriteBinary& stream) cons
 void ZeCTransformationNode::SerializeStructure(CbStreamReadBinary& stream)
 {
     stream.ReadVersion(c_recordVersion, "zectransformationnode", 611);
-    readFather(stream);
+    const auto father = nodeMapper().ReadNodeByReference(stream);
+    setFather(father && !father->leaf_ ? CbStaticPointerCast<ZeCTransformationNodeInner>(father)
+                                       : nullptr);
     model_ = modelMapper().ReadModelByReference(stream);
     ReadMatrix(stream, relativeTrafo_);
     CString description;
@@ -253,16 +255,6 @@ void ZeCTransformationNode::SerializeStructure(CbStreamReadBinary& stream)
         SetNodeRevision(revision, mask);
     }
     stream >> visible_;
-}
-
-void ZeCTransformationNode::readFather(CbStreamReadBinary& stream)
-{
-    const auto node = nodeMapper().ReadNodeByReference(stream);
-    const auto father = CbDynamicPointerCast<ZeCTransformationNodeInner>(node);
-    const auto oldFather = GetFather();
-    if (father == oldFather) return;
-    if (oldFather) setMayBeStale(); // it may go on listing this node
-    setFather(father);
 }
 
 void ZeCTransformationNode::AssumeAttributes(

@@ -196,7 +196,8 @@ public:
 
     /// Becomes the node that was written: id, links, model, revisions and all else but attributes.
     /// Links are set on this side only, by each node's own record; whoever reads records checks
-    /// that they make one tree before using it. The counter of revisions stays as it is.
+    /// that they make one tree before walking or editing it. The counter of revisions stays as it
+    /// is: new revisions may be smaller than those read, so the two are not to be compared.
     /// Throws: CbExceptionWrongFileVersion, CbExceptionStream; what was read by then is kept.
     virtual void SerializeStructure(CbStreamReadBinary& stream);
     /// Writes the record.
@@ -318,7 +319,6 @@ private:
     /// The description, for log messages of threads that have no lock on the node.
     [[nodiscard]] CString getLoggedDescription() const;
     void setFather(const CbSmartPointer<ZeCTransformationNodeInner>& father) noexcept;
-    void readFather(CbStreamReadBinary& stream);
 
     ZeARTTIAttributeContainer attributes_;
     CbWeakPointer<ZeCTransformationNodeInner> father_;

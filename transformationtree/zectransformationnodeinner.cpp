@@ -221,9 +221,6 @@ void ZeCTransformationNodeInner::SerializeStructure(CbStreamReadBinary& stream)
     children_.reserve(std::min<std::size_t>(count, stream.Remaining() / sizeof(CyUniqueID)));
     const auto& mapper = CbSingleton<ZeCTransformationNodeSerializationIDMapper>::GetInstance();
     for (; count != 0; --count) {
-        const auto child = mapper.ReadNodeByReference(stream);
-        // It names another father, which may list it too.
-        if (child && child->GetFather() && !child->IsChildOf(*this)) child->setMayBeStale();
-        children_.push_back(child);
+        children_.push_back(mapper.ReadNodeByReference(stream));
     }
 }

@@ -34,7 +34,7 @@ void ZeCTransformationNodeSerializationIDMapper::WriteNodeForInstantiation(
     CbStreamWriteBinary& stream, const ConstNode& node)
 {
     if (!node) throw CbException(CB_HERE, "there is no node to announce");
-    stream << CString::View(node->GetRTTI().GetName());
+    stream << node->GetRTTI().GetName();
     node->GetID().Serialize(stream);
     map(Node(const_cast<ZeCTransformationNode*>(node.Get()))); // nodes are resolved to be edited
 }

@@ -15,8 +15,8 @@
 /// empty node of the right class for each id; then every node writes its structure, in which
 /// father, children and model are ids. Within a pass the order does not matter.
 ///
-/// What was announced is mapped, and lives, until ClearMapping(). An application clears the map
-/// after a complete write or read.
+/// What was announced is mapped, and kept alive, until ClearMapping(). An application clears the
+/// map after a complete write or read.
 ///
 /// @code
 /// for (const auto& [node, trafo] : root->Nodes()) mapper.WriteNodeForInstantiation(stream, &node);

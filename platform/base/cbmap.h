@@ -123,7 +123,7 @@ public:
     void Reserve(std::size_t count)
     {
         if (count > entries_.capacity()) entries_.reserve(std::max(count, 2 * entries_.capacity()));
-        if (count > buckets_.size()) grow(count);
+        if (count > buckets_.size() / 2) grow(count);
     }
 
     /// Exchanges all entries; iterators are not to be used any more.
@@ -151,7 +151,7 @@ private:
     {
         if (firstFree_ == c_none) {
             if (entries_.size() == c_none) throw std::length_error("CbMap: too many entries");
-            if (entries_.size() == buckets_.size()) grow(entries_.size() + 1);
+            if (entries_.size() == buckets_.size() / 2) grow(entries_.size() + 1);
             entries_.push_back({key, std::move(value), c_none});
             return static_cast<std::uint32_t>(entries_.size() - 1);
         }
@@ -173,7 +173,7 @@ private:
     void grow(std::size_t count)
     {
         constexpr std::size_t c_fewest = 16;
-        std::vector<std::uint32_t> old(std::max(c_fewest, std::bit_ceil(count)), c_none);
+        std::vector<std::uint32_t> old(std::max(c_fewest, 2 * std::bit_ceil(count)), c_none);
         buckets_.swap(old);
         if (firstFree_ == c_none) { // all are linked: quicker in the order in which they lie
             for (std::uint32_t at = 0; at < entries_.size(); ++at) link(at);
@@ -185,7 +185,7 @@ private:
         }
     }
 
-    std::vector<Entry> entries_;         ///< at most as many as there are buckets
+    std::vector<Entry> entries_;         ///< at most half as many as there are buckets
     std::vector<std::uint32_t> buckets_; ///< first entry of each chain; none or a power of two
     std::size_t count_ = 0;
     std::uint32_t firstFree_ = c_none;

@@ -3,8 +3,7 @@
 #include "platform/base/cbcriticalsection.h"
 #include "platform/base/cbimmortal.h"
 
-#include <map>
-#include <string_view>
+#include <unordered_map>
 
 namespace
 {
@@ -12,7 +11,7 @@ namespace
 struct Registry
 {
     CbCriticalSection section;
-    std::map<std::basic_string_view<CbWChar>, const CbRTTI*> types CB_GUARDED_BY(section);
+    std::unordered_map<CString::View, const CbRTTI*> types CB_GUARDED_BY(section);
 };
 
 // Never destroyed: records of other modules may go later.
@@ -52,7 +51,7 @@ const CbRTTI* CbRTTI::Find(const CString& name)
 {
     Registry& all = registry();
     const CbCriticalSectionLock lock(all.section);
-    const auto entry = all.types.find({name.GetString(), name.GetLength()});
+    const auto entry = all.types.find(name.GetView());
     return entry != all.types.end() ? entry->second : nullptr;
 }
 

@@ -29,7 +29,7 @@ public:
     ~CbRTTI();
 
     /// What the constructor was given.
-    [[nodiscard]] const CbWChar* GetName() const noexcept { return name_; }
+    [[nodiscard]] CString::View GetName() const noexcept { return name_; }
     [[nodiscard]] const CbRTTI* GetBase() const noexcept { return base_; }
     [[nodiscard]] CreateFunction getCreate() const noexcept { return create_; }
     [[nodiscard]] CloneFunction getClone() const noexcept { return clone_; }
@@ -45,7 +45,7 @@ public:
     [[nodiscard]] static CreateFunction getCreate(const CString& name);
 
 private:
-    const CbWChar* name_;
+    CString::View name_;
     CreateFunction create_;
     CloneFunction clone_;
     const CbRTTI* base_;

@@ -3,7 +3,6 @@
 #include "platform/base/cbexceptionstream.h"
 
 #include <string>
-#include <vector>
 
 CbStreamReadBinary& CbStreamReadBinary::operator>>(CString& text)
 {
@@ -13,10 +12,7 @@ CbStreamReadBinary& CbStreamReadBinary::operator>>(CString& text)
     const std::size_t bytes = std::size_t{length} * sizeof(CbWChar);
     if (bytes > Remaining() - sizeof length) throwShort(sizeof length + bytes);
 
-    // The units may lie at an odd address.
-    std::vector<CbWChar> units(length);
-    if (bytes > 0) std::memcpy(units.data(), position_ + sizeof length, bytes);
-    text = CString(CString::View(units.data(), units.size()));
+    text = CString::FromUnits(position_ + sizeof length, length);
     position_ += sizeof length + bytes;
     return *this;
 }

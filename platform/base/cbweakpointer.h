@@ -44,19 +44,6 @@ public:
         return nullptr;
     }
 
-    /// Calls @p read with the target, or with null where there is none or it is being destroyed, and
-    /// returns the result. Cheaper than Lock(), but @p read runs inside the lock that guards the
-    /// target's end: it only looks and calls nothing that locks.
-    template<class Read>
-    auto Look(Read read) const noexcept
-    {
-        for (T* target = load(); target != nullptr; target = load()) {
-            const CbCriticalSectionLock lock(CbReferenceCounter::LockOf(blockOf(target)));
-            if (load() == target) return read(target);
-        }
-        return read(static_cast<T*>(nullptr));
-    }
-
     /// Returns the target, or null where there is none any more, without a reference. For who knows
     /// that no other thread gives the target up meanwhile.
     [[nodiscard]] T* Borrow() const noexcept { return load(); }

@@ -3,6 +3,7 @@
 #include "platform/base/cbimmortal.h"
 
 #include <cstdint>
+#include <cstring>
 #include <utility>
 
 namespace
@@ -83,6 +84,15 @@ CString::CString(View text)
 }
 
 CString::CString(const CbWChar* text) : CString(text != nullptr ? View(text) : View()) {}
+
+CString CString::FromUnits(const void* units, std::size_t count)
+{
+    CString result;
+    if (count == 0) return result;
+    result.text_ = std::make_unique<Text>(count, CbWChar{});
+    std::memcpy(result.text_->data(), units, count * sizeof(CbWChar));
+    return result;
+}
 
 CString CString::take(Text&& text)
 {

@@ -30,6 +30,8 @@ public:
     /// Copies all units of the view.
     explicit CString(View text);
 
+    /// Copies units that may lie at any address. @p units may be null where there are none.
+    [[nodiscard]] static CString FromUnits(const void* units, std::size_t count);
     /// Converts from UTF-8. Malformed bytes become U+FFFD.
     [[nodiscard]] static CString FromUtf8(std::string_view text);
     /// Converts to UTF-8. Lone surrogates become U+FFFD.

@@ -1,8 +1,5 @@
 #include "platform/base/cyuniqueid.h"
 
-#include "platform/base/cbstreamreadbinary.h"
-#include "platform/base/cbstreamwritebinary.h"
-
 #include <bit>
 #include <random>
 
@@ -60,14 +57,4 @@ std::array<CbWChar, 36> CyUniqueID::ToText() const noexcept
         *unit++ = c_digits[bytes_[i] & 0x0F];
     }
     return text;
-}
-
-void CyUniqueID::Serialize(CbStreamWriteBinary& stream) const
-{
-    stream.WriteBuffer(bytes_.data(), bytes_.size());
-}
-
-void CyUniqueID::Serialize(CbStreamReadBinary& stream)
-{
-    stream.ReadBuffer(bytes_.data(), bytes_.size());
 }

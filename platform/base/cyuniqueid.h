@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/base/cbstreamreadbinary.h"
+#include "platform/base/cbstreamwritebinary.h"
 #include "platform/base/cstring.h"
 #include "platform/base/platformapi.h"
 
@@ -9,9 +11,6 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
-
-class CbStreamReadBinary;
-class CbStreamWriteBinary;
 
 /// Unique identifier of 16 bytes; nil by default.
 ///
@@ -46,10 +45,13 @@ public:
     }
 
     /// Writes the 16 bytes.
-    void Serialize(CbStreamWriteBinary& stream) const;
+    void Serialize(CbStreamWriteBinary& stream) const
+    {
+        stream.WriteBuffer(bytes_.data(), bytes_.size());
+    }
     /// Reads the 16 bytes.
     /// Throws: CbExceptionStream where fewer are left; the id keeps its value.
-    void Serialize(CbStreamReadBinary& stream);
+    void Serialize(CbStreamReadBinary& stream) { stream.ReadBuffer(bytes_.data(), bytes_.size()); }
 
 private:
     Bytes bytes_{};

@@ -33,7 +33,7 @@ ZeCModelSerializationIDMapper::GetModel(const CyUniqueID& id) const
 void ZeCModelSerializationIDMapper::WriteModel(CbStreamWriteBinary& stream, const Model& model)
 {
     if (!model) throw CbException(CB_HERE, "there is no model to write");
-    stream << model->GetClassNameW();
+    stream << model->GetRTTI().GetName();
     model->Serialize(stream);
     models_.Set(model->GetID(), model);
 }

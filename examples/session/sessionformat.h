@@ -32,6 +32,9 @@ inline constexpr std::size_t c_sectionHeaderBytes = 4 + 8 + 4;
 /// size.
 inline constexpr std::size_t c_smallestModel = 1024;
 
+/// Number of units. A class name that goes into a message must not be as long as a file.
+inline constexpr std::size_t c_longestClassName = 200;
+
 /// The id, and the record of a leaf of version 1 without a description.
 inline constexpr std::size_t c_smallestStructureRecord = sizeof(CyUniqueID) + 209;
 

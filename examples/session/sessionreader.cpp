@@ -161,13 +161,12 @@ SessionSection Reader::openSection(ESection section, const std::string& name)
     return {name, bytes, offset};
 }
 
-/// A class name that goes into a message must not be as long as a file.
 void requireClassName(SessionSection& section)
 {
-    constexpr std::uint32_t c_longest = 200;
     std::uint32_t units = 0;
     section.Peek() >> units;
-    if (units > c_longest) section.Refuse("class name of " + std::to_string(units) + " units");
+    if (units > c_longestClassName)
+        section.Refuse("class name of " + std::to_string(units) + " units");
 }
 
 void Reader::readModel(const std::string& name)

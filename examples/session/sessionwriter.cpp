@@ -4,13 +4,14 @@
 #include "examples/session/sessionerror.h"
 #include "examples/session/sessionformat.h"
 #include "examples/session/sessionmappings.h"
+#include "platform/base/cbrtti.h"
 #include "platform/base/cystreamwritebinarybuffer.h"
 #include "platform/datacontainer/zecmodelserializationidmapper.h"
 #include "transformationtree/zectransformationnodeserializationidmapper.h"
 
 #include <algorithm>
 #include <string>
-#include <unordered_set>
+#include <unordered_map>
 #include <vector>
 
 namespace sessionfile
@@ -27,13 +28,24 @@ using Model = CbSmartPointer<const ZeCModelQMT>;
     throw SessionError(SessionError::EKind::Unwritable, text);
 }
 
-std::string textOf(const ZeCTransformationNode& node) { return node.GetID().ToString().ToUtf8(); }
+std::string textOf(const CyUniqueID& id) { return id.ToString().ToUtf8(); }
+
+/// A reader makes an object of the class that has the name.
+void requireClass(const IObject& object)
+{
+    const CString name = object.GetClassNameW();
+    const CbRTTI* const type = CbRTTI::Find(name);
+    if (type != &object.GetRTTI() || type->getCreate() == nullptr ||
+        name.GetView().size() > c_longestClassName) {
+        refuse("class " + name.ToUtf8() + " can't be made by its name");
+    }
+}
 
 /// All nodes, fathers before their children.
 std::vector<Node> collect(const CbSmartPointer<const ZeCTransformationNodeInner>& root)
 {
     if (!root) refuse("there is no tree to write");
-    if (root->GetFather()) refuse("node " + textOf(*root) + " is not the root of its tree");
+    if (root->GetFather()) refuse("node " + textOf(root->GetID()) + " is not the root of its tree");
     std::vector<Node> nodes;
     std::vector<Node> open{root};
     while (!open.empty()) {
@@ -44,7 +56,7 @@ std::vector<Node> collect(const CbSmartPointer<const ZeCTransformationNodeInner>
         for (auto child = father.EndChild(); child != father.BeginChild();) {
             --child;
             if (!*child || !(*child)->IsChildOf(father)) {
-                refuse("node " + textOf(father) + " lists a node whose father it is not");
+                refuse("node " + textOf(father.GetID()) + " lists a node whose father it is not");
             }
             open.push_back(*child);
         }
@@ -56,10 +68,17 @@ std::vector<Node> collect(const CbSmartPointer<const ZeCTransformationNodeInner>
 std::vector<Model> modelsOf(const std::vector<Node>& nodes)
 {
     std::vector<Model> models;
-    std::unordered_set<const ZeCModelQMT*> seen;
+    std::unordered_map<CyUniqueID, const ZeCModelQMT*> seen;
     for (const auto& node : nodes) {
         const auto model = node->GetModel();
-        if (model && seen.insert(model.Get()).second) models.push_back(model);
+        if (!model) continue;
+        const auto [known, isNew] = seen.emplace(model->GetID(), model.Get());
+        if (known->second != model.Get() || model->GetID().IsNil()) {
+            refuse("model id " + textOf(model->GetID()) + " is nil or that of two models");
+        }
+        if (!isNew) continue;
+        requireClass(*model);
+        models.push_back(model);
     }
     return models;
 }
@@ -95,13 +114,20 @@ void WriteSession(CbStreamWriteBinary& stream,
     const auto nodes = collect(root);
     const auto models = modelsOf(nodes);
 
-    stream.WriteBuffer(c_magic.data(), c_magic.size());
-    stream.WriteVersion(c_version);
-
     CyStreamWriteBinaryBuffer content;
     content << static_cast<std::uint32_t>(nodes.size())
             << static_cast<std::uint32_t>(models.size());
-    for (const auto& node : nodes) nodeMapper.WriteNodeForInstantiation(content, node);
+    for (const auto& node : nodes) {
+        const CyUniqueID id = node->GetID();
+        if (id.IsNil() || nodeMapper.GetNode(id)) {
+            refuse("node id " + textOf(id) + " is nil or that of two nodes");
+        }
+        requireClass(*node);
+        nodeMapper.WriteNodeForInstantiation(content, node);
+    }
+
+    stream.WriteBuffer(c_magic.data(), c_magic.size());
+    stream.WriteVersion(c_version);
     writeSection(stream, ESection::Nodes, content);
 
     for (const auto& node : nodes) {

@@ -9,9 +9,11 @@ namespace sessionfile
 
 /// Writes a whole tree: all nodes with their attributes, and each model that they refer to once.
 ///
-/// Throws: SessionError, before anything is written, where @p root is null or has a father, or
-/// where a node below it is listed by another node than its father; what the stream throws.
-/// Threads: needs a read handle on the root; one thread at a time writes or reads sessions.
+/// Throws: SessionError, before anything is written, for what ReadSession() would refuse: @p root
+/// is null or has a father, a node below it is listed by another node than its father, an id is nil
+/// or that of two nodes or two models, a class of nodes or models can't be made by its name; what
+/// the stream throws. Threads: needs a read handle on the root; one thread at a time writes or
+/// reads sessions.
 void WriteSession(CbStreamWriteBinary& stream,
                   const CbSmartPointer<const ZeCTransformationNodeInner>& root);
 

@@ -22,6 +22,17 @@ std::size_t CountMapped()
     return ids.GetCount();
 }
 
+/// A class whose name stands for another one.
+class HiddenModel : public ZeCModelQMT
+{
+public:
+    const CbRTTI& GetRTTI() const override
+    {
+        static const CbRTTI hidden(CB_TEXT("ZeCModelQMT"), &CreateByFactory, nullptr);
+        return hidden;
+    }
+};
+
 } // namespace
 
 TEST(Session, ComesBackBitForBit)
@@ -165,9 +176,32 @@ TEST(Session, IsRefusedWhereItsRecordsAreNoTree)
 
 TEST(Session, ThatWouldNotComeBackIsNotWritten)
 {
-    SampleTree tree;
-    EXPECT_THROW(SessionOf(nullptr), SessionError);
-    EXPECT_THROW(SessionOf(tree.cluster), SessionError) << "has a father";
-    TestAccess::Children(*tree.root).push_back(tree.a);
-    EXPECT_THROW(SessionOf(tree.root), SessionError) << "lists the child of another node";
+    const std::pair<const char*, std::function<void(SampleTree&)>> cases[] = {
+        {"no tree", [](SampleTree& t) { t.root = nullptr; }},
+        {"not the root", [](SampleTree& t) { TestAccess::SetFather(*t.root, t.cluster); }},
+        {"lists a node", [](SampleTree& t) { TestAccess::Children(*t.root).push_back(t.a); }},
+        {"of two nodes", [](SampleTree& t) { TestAccess::Children(*t.root).push_back(t.c); }},
+        {"of two nodes", [](SampleTree& t) { TestAccess::SetId(*t.c, t.b->GetID()); }},
+        {"node id 0000", [](SampleTree& t) { TestAccess::SetId(*t.c, CyUniqueID()); }},
+        {"of two models",
+         [](SampleTree& t) {
+             const Bytes bytes = Records(t).models[0];
+             CyStreamReadBinaryBuffer stream(bytes);
+             t.cluster->SetModel(ModelMapper().ReadModel(stream), 7);
+         }},
+        {"made by its name", [](SampleTree& t) { t.cluster->SetModel(CbMake<HiddenModel>(), 7); }},
+    };
+    for (const auto& [reason, edit] : cases) {
+        SampleTree tree;
+        edit(tree);
+        CyStreamWriteBinaryBuffer stream;
+        try {
+            WriteSession(stream, tree.root);
+            ADD_FAILURE() << reason;
+        } catch (const SessionError& error) {
+            EXPECT_EQ(error.GetKind(), EKind::Unwritable);
+            EXPECT_THAT(error.what(), HasSubstr(reason));
+        }
+        EXPECT_EQ(stream.GetCount(), 0U) << reason;
+    }
 }

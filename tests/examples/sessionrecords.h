@@ -65,7 +65,9 @@ struct SampleTree
     SampleTree& operator=(const SampleTree&) = delete;
     ~SampleTree()
     {
-        for (const auto& inner : {root, cluster}) TestAccess::Children(*inner).clear();
+        for (const auto& inner : {root, cluster}) {
+            if (inner) TestAccess::Children(*inner).clear();
+        }
     }
 
     Inner root = CbMake<ZeCTransformationNodeInner>();

@@ -1,5 +1,7 @@
 #include "benchmarks/support/ratiobenchmark.h"
 
+#include "benchmarks/support/peakmemory.h"
+
 #include <algorithm>
 #include <chrono>
 
@@ -41,8 +43,15 @@ int repetitionsFor(const Work& work, const Work& before)
 RatioResult Measure(const RatioBenchmark& benchmark, int runs)
 {
     const auto pair = benchmark.prepare();
-    secondsOf(pair.measured, pair.beforeMeasured, 1);
-    secondsOf(pair.reference, pair.beforeReference, 1);
+    double peak = 0;
+    double referencePeak = 0;
+    if (benchmark.memory) {
+        peak = PeakMemoryOf(pair.measured);
+        referencePeak = PeakMemoryOf(pair.reference);
+    } else {
+        secondsOf(pair.measured, pair.beforeMeasured, 1);
+        secondsOf(pair.reference, pair.beforeReference, 1);
+    }
     const int measuredRepetitions = repetitionsFor(pair.measured, pair.beforeMeasured);
     const int referenceRepetitions = repetitionsFor(pair.reference, pair.beforeReference);
 
@@ -63,5 +72,7 @@ RatioResult Measure(const RatioBenchmark& benchmark, int runs)
             benchmark.reference,
             ratio,
             spread,
-            benchmark.goal};
+            benchmark.goal,
+            peak,
+            referencePeak};
 }

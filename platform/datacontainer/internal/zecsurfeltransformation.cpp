@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 
 namespace
 {
@@ -88,6 +89,24 @@ CB_ALWAYS_INLINE std::uint16_t mapCode(std::uint16_t code, const CbMatrix4Rf& m)
                           n.x * m[0][2] + n.y * m[1][2] + n.z * m[2][2], code));
 }
 
+CB_ALWAYS_INLINE void mapDirection(std::uint16_t& code, const CbMatrix4Rf& m, float& x, float& y,
+                                   float& z) noexcept
+{
+    using Traits = ZeTQuantizedNormalMultiLevelTraitsFast;
+    const auto n = Traits::Decode<7>(code);
+    const float mappedX = n.x * m[0][0] + n.y * m[1][0] + n.z * m[2][0];
+    const float mappedY = n.x * m[0][1] + n.y * m[1][1] + n.z * m[2][1];
+    const float mappedZ = n.x * m[0][2] + n.y * m[1][2] + n.z * m[2][2];
+    code = static_cast<std::uint16_t>(Traits::Encode<7>(mappedX, mappedY, mappedZ, code));
+    const float square = mappedX * mappedX + mappedY * mappedY + mappedZ * mappedZ;
+    const bool valid = square > 0.0F && square < std::numeric_limits<float>::infinity();
+    const float keptSquare = n.x * n.x + n.y * n.y + n.z * n.z;
+    const float scale = 1.0F / std::sqrt(valid ? square : keptSquare);
+    x = (valid ? mappedX : n.x) * scale;
+    y = (valid ? mappedY : n.y) * scale;
+    z = (valid ? mappedZ : n.z) * scale;
+}
+
 using MapBlock = void (*)(std::uint16_t* codes, const CbMatrix4Rf& matrix) noexcept;
 
 CB_ALWAYS_INLINE void mapBlock(std::uint16_t* codes, const CbMatrix4Rf& matrix) noexcept
@@ -126,8 +145,9 @@ ZeCSurfelTransformation::ZeCSurfelTransformation(const CbMatrix4Rf& transformati
       keepPositions_(transformation == c_matIdentityF),
       keepNormals_(turnsNothing(transformation))
 {
-    if (keepNormals_ || isRigid(transformation)) return;
-    keepNormals_ = !inverseTranspose(transformation, normals_);
+    if (isRigid(transformation)) return;
+    keepNormals_ = keepNormals_ || !inverseTranspose(transformation, normals_);
+    if (keepNormals_) normals_ = c_matIdentityF;
 }
 
 void ZeCSurfelTransformation::MapPositions(const CbVector3f* from, CbVector3f* to,
@@ -163,4 +183,16 @@ void ZeCSurfelTransformation::MapNormals(const ZeCQuantizedNormal* from, ZeCQuan
     for (std::size_t i = 0; i < count; ++i) {
         to[i] = ZeCQuantizedNormal::FromCode(mapCode(from[i].GetCode(), normals_));
     }
+}
+
+void ZeCSurfelTransformation::MapNormals(const ZeCQuantizedNormal* from, std::size_t count,
+                                         Directions& to) const noexcept
+{
+    std::uint16_t codes[Directions::c_size] = {};
+    std::memcpy(codes, from, count * sizeof *from);
+    const CbMatrix4Rf m = normals_;
+    for (std::size_t i = 0; i < Directions::c_size; ++i) {
+        mapDirection(codes[i], m, to.axes[0][i], to.axes[1][i], to.axes[2][i]);
+    }
+    std::memcpy(static_cast<void*>(to.codes), codes, sizeof codes);
 }

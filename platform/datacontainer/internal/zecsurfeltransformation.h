@@ -23,9 +23,22 @@ public:
     void MapNormals(const ZeCQuantizedNormal* from, ZeCQuantizedNormal* to,
                     std::size_t count) const noexcept;
 
+    /// Mapped normals that are not quantised, coordinate by coordinate.
+    struct Directions
+    {
+        static constexpr std::size_t c_size = 64;
+
+        float axes[3][c_size];            ///< of length 1
+        ZeCQuantizedNormal codes[c_size]; ///< what MapNormals gives
+    };
+    /// Maps at most Directions::c_size normals; whatever stands behind them becomes a direction
+    /// too.
+    void MapNormals(const ZeCQuantizedNormal* from, std::size_t count,
+                    Directions& to) const noexcept;
+
 private:
     CbMatrix4Rf positions_;
-    CbMatrix4Rf normals_; ///< groups 0 to 2 map normals; only used where keepNormals_ is false
+    CbMatrix4Rf normals_; ///< groups 0 to 2 map normals; the identity where keepNormals_ is true
     bool keepPositions_;  ///< the identity
     bool keepNormals_;    ///< nothing turns, or there is no inverse transpose
 };

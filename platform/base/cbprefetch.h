@@ -1,0 +1,16 @@
+#pragma once
+
+#if defined(_MSC_VER)
+#include <intrin.h>
+#endif
+
+/// Asks the processor to fetch the cache line of an address that is about to be used. The address
+/// need not be valid.
+inline void CbPrefetch(const void* address) noexcept
+{
+#if defined(_MSC_VER)
+    _mm_prefetch(static_cast<const char*>(address), _MM_HINT_T0);
+#else
+    __builtin_prefetch(address);
+#endif
+}

@@ -1,0 +1,84 @@
+#include "platform/datacontainer/internal/zecgridbatch.h"
+
+#include "platform/datacontainer/internal/zecgridcell.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <numeric>
+
+namespace
+{
+
+constexpr std::int32_t c_firstOutside = 1 << 30; ///< magnitude of indices that have no cell
+
+// Finds cells on one axis after the other, and where in them surfels lie. Returns whether all are
+// inside the grid. The quotient is a true one: with a reciprocal, surfels on borders would change
+// the cell. Short loops with nothing but arithmetic are worked on several elements at a time.
+bool findCells(const float* coordinates, std::size_t count, const ZeCGridBatch::Grid& grid,
+               std::int32_t* indices, std::uint32_t* fractions) noexcept
+{
+    constexpr double c_end = c_firstOutside;
+    const double offset = grid.offset;
+    const double cellSize = grid.cellSize;
+    double quotients[3 * ZeCGridBatch::c_size];
+    for (std::size_t i = 0; i < count; ++i) {
+        const double quotient = (static_cast<double>(coordinates[i]) - offset) / cellSize;
+        const double notBelow = quotient > -c_end ? quotient : -c_end; // so is NaN
+        quotients[i] = notBelow < c_end ? notBelow : c_end;
+    }
+    double floors[3 * ZeCGridBatch::c_size];
+    for (std::size_t i = 0; i < count; ++i) {
+        const double truncated = static_cast<std::int32_t>(quotients[i]);
+        floors[i] = truncated - (quotients[i] < truncated ? 1.0 : 0.0);
+    }
+    std::int32_t magnitudes = 0; // bits that any has
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto index = static_cast<std::int32_t>(floors[i]);
+        const double units = (quotients[i] - floors[i]) * ZeCGridCell::c_positionUnits;
+        indices[i] = index;
+        fractions[i] = static_cast<std::uint32_t>(static_cast<std::int32_t>(units + 0.5));
+        magnitudes |= std::abs(index);
+    }
+    return magnitudes < c_firstOutside;
+}
+
+} // namespace
+
+void ZeCGridBatch::Load(std::span<const CbVector3f> from, const ZeCQuantizedNormal* fromNormals,
+                        const ZeCSurfelTransformation& transformation, const Grid& grid)
+{
+    const std::size_t count = from.size();
+    transformation.MapPositions(from.data(), positions, count);
+    const bool allInside = findCells(&positions[0].x, 3 * count, grid, indices, fractions);
+
+    ZeCSurfelTransformation::Directions mapped;
+    for (std::size_t first = 0; first < count; first += mapped.c_size) {
+        const std::size_t n = std::min(count - first, mapped.c_size);
+        transformation.MapNormals(fromNormals + first, n, mapped);
+        std::copy_n(mapped.codes, n, codes + first);
+        for (int axis = 0; axis < 3; ++axis) {
+            for (std::size_t i = 0; i < mapped.c_size; ++i) {
+                normals[axis][first + i] = static_cast<std::uint32_t>(static_cast<std::int32_t>(
+                    (mapped.axes[axis][i] + 1.0F) * ZeCGridCell::c_normalUnits + 0.5F));
+            }
+        }
+    }
+
+    std::iota(accepted, accepted + count, std::uint16_t{0});
+    numberOfAccepted = count;
+    if (allInside) return;
+    removeAccepted([&](std::uint16_t surfel) {
+        const std::int32_t* const index = indices + 3 * std::size_t{surfel};
+        return std::any_of(index, index + 3,
+                           [](std::int32_t i) { return std::abs(i) >= c_firstOutside; });
+    });
+}
+
+void ZeCGridBatch::Restrict(std::span<const CyBoundingSphere> spheres) noexcept
+{
+    removeAccepted([&](std::uint16_t surfel) {
+        return std::none_of(spheres.begin(), spheres.end(), [&](const CyBoundingSphere& sphere) {
+            return sphere.Contains(positions[surfel]);
+        });
+    });
+}

@@ -1,0 +1,94 @@
+#pragma once
+
+#include "platform/datacontainer/zeccompressedcolor.h"
+#include "platform/datacontainer/zecquantizednormal.h"
+
+#include <cstdint>
+
+/// Weighted sums of the surfels of one cell, but for their tissue types, which can't be averaged.
+///
+/// All sums are integers, so that they don't depend on the order of the surfels. They hold 2^32-1
+/// surfels of the largest weight, together 2^43.
+///
+/// Made all zero by value initialisation; at least one surfel is added before a mean is asked for.
+struct alignas(64) ZeCGridCell
+{
+    static constexpr std::uint32_t c_positionUnits = 1U << 28U;
+    static constexpr std::uint32_t c_normalUnits = 1U << 19U;
+
+    /// Adds where a surfel lies and how.
+    /// @param w its weight, 256 to 2048
+    /// @param fractions three, from the cell's lower corner, c_positionUnits for its size
+    /// @param x,y,z normal of length 1, with 1 added to each coordinate, in c_normalUnits
+    /// @param code of that normal
+    void AddGeometry(std::uint32_t w, const std::uint32_t* fractions, std::uint32_t x,
+                     std::uint32_t y, std::uint32_t z, ZeCQuantizedNormal code) noexcept
+    {
+        const std::uint64_t wide = w;
+        weight += wide;
+        position[0] += fractions[0] * wide;
+        position[1] += fractions[1] * wide;
+        position[2] += fractions[2] * wide;
+        normal[0] += x * wide;
+        normal[1] += y * wide;
+        normal[2] += z * wide;
+        ++count;
+        const std::uint32_t rank = w << 16U | (0xFFFFU - code.GetCode());
+        if (heaviest < rank) heaviest = rank;
+        if (((position[0] | position[1] | position[2]) >> 63U) != 0) CarryPositions();
+    }
+    /// Adds the other attributes of a surfel, but for the tissue type.
+    void AddAttributes(std::uint64_t w, ZeCCompressedColor surfelColor,
+                       std::uint8_t surfelCurvature, std::uint8_t surfelQuality,
+                       bool isBoundary) noexcept
+    {
+        color[0] += surfelColor.r * w;
+        color[1] += surfelColor.g * w;
+        color[2] += surfelColor.b * w;
+        curvature += surfelCurvature * w;
+        quality += surfelQuality * w;
+        if (isBoundary) boundary += w;
+    }
+    /// Moves the upper bits of the sums of positions, the only ones that can become too large.
+    void CarryPositions() noexcept;
+
+    /// The mean position on an axis, from the cell's lower corner in sizes of the cell. For cells
+    /// whose positions have been carried last of all.
+    [[nodiscard]] double GetMeanPosition(int axis) const noexcept;
+    /// The mean normal or, where opposing sheets nearly cancel, that of the heaviest surfel; of
+    /// equally heavy ones the one with the smallest code.
+    [[nodiscard]] ZeCQuantizedNormal GetMeanNormal() const noexcept;
+    [[nodiscard]] ZeCCompressedColor GetMeanColor() const noexcept
+    {
+        return {mean(color[0]), mean(color[1]), mean(color[2]), 0};
+    }
+    [[nodiscard]] std::uint8_t GetMeanCurvature() const noexcept { return mean(curvature); }
+    /// The mean quality, lowered where there are fewer surfels than @p samplingParameter.
+    [[nodiscard]] std::uint8_t GetMeanQuality(float samplingParameter) const noexcept;
+    /// True where surfels with more than half of the weight lie on a boundary.
+    [[nodiscard]] bool IsBoundary() const noexcept { return 2 * boundary > weight; }
+
+    // The first cache line.
+    std::uint64_t weight;
+    std::uint64_t position[3]; ///< without what was carried
+    std::uint64_t normal[3];
+    std::uint32_t count;    ///< number of surfels
+    std::uint32_t heaviest; ///< the largest weight, and below it the inverted bits of a code
+    // The second one.
+    std::uint64_t color[3];
+    std::uint64_t curvature;
+    std::uint64_t quality;
+    std::uint64_t boundary;         ///< weight of the surfels on a boundary
+    std::uint32_t otherTissues;     ///< kept by the owner of the cells
+    std::uint16_t positionCarry[3]; ///< in units of 2^56
+    std::uint8_t tissueType;        ///< kept by the owner of the cells
+
+private:
+    // Rounds half up.
+    [[nodiscard]] std::uint8_t mean(std::uint64_t sum) const noexcept
+    {
+        return static_cast<std::uint8_t>((2 * sum + weight) / (2 * weight));
+    }
+};
+
+static_assert(sizeof(ZeCGridCell) == 128, "two cache lines");

@@ -20,13 +20,12 @@ targets=(noderecords nodevector session)
 running=()
 trap '[ ${#running[@]} -eq 0 ] || kill "${running[@]}" 2>/dev/null || true' EXIT
 for target in "${targets[@]}"; do
-  seeds=../../tests/golden
-  [ ! -d "../../tests/fuzz/corpus/$target" ] || seeds+=" ../../tests/fuzz/corpus/$target"
+  seeds=(../../tests/golden)
+  [ ! -d "../../tests/fuzz/corpus/$target" ] || seeds+=("../../tests/fuzz/corpus/$target")
   mkdir -p "corpus/$target"
-  # shellcheck disable=SC2086 # several folders
   "tests/fuzz/${target}_fuzz" -max_total_time="$1" -max_len=8192 -timeout=20 -malloc_limit_mb=16 \
     -dict=../../tests/fuzz/names.dict -artifact_prefix="$findings/$target-" -print_final_stats=1 \
-    "corpus/$target" $seeds >"$target.log" 2>&1 &
+    "corpus/$target" "${seeds[@]}" >"$target.log" 2>&1 &
   running+=($!)
 done
 

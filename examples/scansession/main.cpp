@@ -4,10 +4,10 @@
 #include "examples/scansession/inputerror.h"
 #include "examples/scansession/options.h"
 #include "examples/scansession/run.h"
-#include "examples/session/sessionerror.h"
 
 #include <exception>
 #include <iostream>
+#include <stdexcept>
 
 int main(int argc, char** argv)
 {
@@ -15,14 +15,9 @@ int main(int argc, char** argv)
     try {
         const auto options = scansession::ParseOptions(argc, argv, std::cout);
         if (options) scansession::RunSession(*options, std::cout, std::cerr);
+        if (!std::cout.flush()) throw scansession::InputError("the output cannot be written");
         return 0;
-    } catch (const scansession::UsageError& error) {
-        std::cerr << "scansession: " << error.what() << '\n';
-        return c_badInput;
-    } catch (const scansession::InputError& error) {
-        std::cerr << "scansession: " << error.what() << '\n';
-        return c_badInput;
-    } catch (const sessionfile::SessionError& error) {
+    } catch (const std::runtime_error& error) { // usage, input, a session, a file
         std::cerr << "scansession: " << error.what() << '\n';
         return c_badInput;
     } catch (const std::exception& error) {

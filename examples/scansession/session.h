@@ -57,7 +57,7 @@ public:
     Bounds WriteMerged(const std::filesystem::path& path,
                        const std::function<void()>& leafDone) const;
     /// Writes the whole session to a file. All or nothing.
-    /// Throws: sessionfile::SessionError naming the file.
+    /// Throws: as sessionfile::SaveSession().
     void Save(const std::filesystem::path& path) const;
 
 private:

@@ -1,9 +1,9 @@
 #include "examples/session/replacementfile.h"
 
-#include "examples/session/sessionerror.h"
+#include "platform/base/cyuniqueid.h"
 
 #include <algorithm>
-#include <system_error>
+#include <cerrno>
 #include <utility>
 
 #ifdef _WIN32
@@ -18,14 +18,17 @@ namespace sessionfile
 namespace
 {
 
-std::FILE* openFile(const std::filesystem::path& path)
+/// Null where there is a file, or a link, of the name.
+std::FILE* openNewFile(const std::filesystem::path& path)
 {
 #ifdef _WIN32
-    return _wfopen(path.c_str(), L"wb");
+    return _wfopen(path.c_str(), L"wbx");
 #else
-    return std::fopen(path.c_str(), "wb");
+    return std::fopen(path.c_str(), "wbx");
 #endif
 }
+
+std::error_code lastError() { return {errno, std::generic_category()}; }
 
 /// Sees to it that the bytes are on the disk.
 bool syncFile(std::FILE* file)
@@ -39,56 +42,61 @@ bool syncFile(std::FILE* file)
 
 } // namespace
 
-ReplacementFile::ReplacementFile(std::filesystem::path path) : path_(std::move(path)), part_(path_)
+ReplacementFile::ReplacementFile(const std::filesystem::path& path)
+    : path_(std::filesystem::weakly_canonical(path)), part_(path_)
 {
-    part_ += ".part";
-    file_ = openFile(part_);
-    if (file_ == nullptr) fail();
+    std::error_code error;
+    const auto older = std::filesystem::status(path_, error);
+    const bool isReplaced = std::filesystem::exists(older);
+    if (isReplaced && !std::filesystem::is_regular_file(older)) {
+        fail(std::make_error_code(std::errc::file_exists));
+    }
+    CyUniqueID id;
+    id.Renew();
+    part_ += "." + id.ToString().ToUtf8() + ".part";
+    file_ = openNewFile(part_);
+    if (file_ == nullptr) fail(lastError());
+    std::setvbuf(file_, nullptr, _IONBF, 0);
+    if (isReplaced) std::filesystem::permissions(part_, older.permissions(), error);
 }
 
 ReplacementFile::~ReplacementFile()
 {
-    if (file_ == nullptr) return;
-    std::fclose(file_);
+    if (file_ != nullptr) std::fclose(file_);
     std::error_code ignored;
-    std::filesystem::remove(part_, ignored);
+    std::filesystem::remove(part_, ignored); // not there any more after Commit()
 }
 
 void ReplacementFile::Commit()
 {
     flush();
-    if (std::fflush(file_) != 0 || !syncFile(file_)) fail();
+    if (!syncFile(file_)) fail(lastError());
     // Closed first: an open file can't be renamed on every system.
-    const bool isClosed = std::fclose(std::exchange(file_, nullptr)) == 0;
+    if (std::fclose(std::exchange(file_, nullptr)) != 0) fail(lastError());
     std::error_code error;
-    if (isClosed) std::filesystem::rename(part_, path_, error);
-    if (isClosed && !error) return;
-    std::filesystem::remove(part_, error);
-    fail();
+    std::filesystem::rename(part_, path_, error);
+    if (error) fail(error);
 }
 
 void ReplacementFile::makeRoom(std::size_t bytes)
 {
     constexpr std::size_t c_leastRoom = std::size_t{1} << 16;
     flush();
-    if (bytes > room_) {
-        room_ = std::max(bytes, c_leastRoom);
-        buffer_ = std::make_unique_for_overwrite<std::uint8_t[]>(room_);
-    }
-    position_ = buffer_.get();
-    end_ = position_ + room_;
+    if (bytes > buffer_.size()) buffer_.resize(std::max(bytes, c_leastRoom));
+    position_ = buffer_.data();
+    end_ = position_ + buffer_.size();
 }
 
 void ReplacementFile::flush()
 {
-    const auto count = static_cast<std::size_t>(position_ - buffer_.get());
-    position_ = buffer_.get();
-    if (std::fwrite(buffer_.get(), 1, count, file_) != count) fail();
+    const auto count = static_cast<std::size_t>(position_ - buffer_.data());
+    position_ = buffer_.data();
+    if (std::fwrite(buffer_.data(), 1, count, file_) != count) fail(lastError());
 }
 
-void ReplacementFile::fail() const
+void ReplacementFile::fail(std::error_code reason) const
 {
-    throw SessionError(SessionError::EKind::Unwritable, path_.string() + ": cannot be written");
+    throw std::system_error(reason, path_.string() + ": cannot be written");
 }
 
 } // namespace sessionfile

@@ -4,24 +4,27 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <memory>
+#include <system_error>
+#include <vector>
 
 namespace sessionfile
 {
 
 /// A file that replaces another one as a whole, or not at all.
 ///
-/// What is written goes to a file `<name>.part` beside the goal, which Commit() renames. Without
-/// Commit() the destructor removes that file, and the goal stays as it was.
+/// What is written goes to a new file `<name>.<id>.part` beside the goal, which Commit() renames.
+/// Without Commit() the destructor removes that file, and the goal stays as it was. An older file
+/// hands down its permissions; where the goal is a link, the file that it leads to is replaced.
 class ReplacementFile : public CbStreamWriteBinary
 {
 public:
-    /// Throws, as writing does: SessionError naming the file where it can't be written.
-    explicit ReplacementFile(std::filesystem::path path);
+    /// Throws, as writing does: std::system_error with the reason, which names the file.
+    explicit ReplacementFile(const std::filesystem::path& path);
     ~ReplacementFile() override;
 
-    /// Puts the file in its place once its bytes are on the disk.
-    /// Throws: SessionError naming the file.
+    /// Puts the file in its place once its bytes are on the disk. A power cut right behind that may
+    /// bring the older file back.
+    /// Throws: std::system_error.
     void Commit();
 
 protected:
@@ -29,13 +32,12 @@ protected:
 
 private:
     void flush();
-    [[noreturn]] void fail() const;
+    [[noreturn]] void fail(std::error_code reason) const;
 
     std::filesystem::path path_;
     std::filesystem::path part_;
-    std::FILE* file_;
-    std::unique_ptr<std::uint8_t[]> buffer_; ///< position_ and end_ are in it
-    std::size_t room_ = 0;
+    std::FILE* file_;                  ///< null once it is closed; unbuffered
+    std::vector<std::uint8_t> buffer_; ///< position_ and end_ are in it
 };
 
 } // namespace sessionfile

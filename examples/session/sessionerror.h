@@ -6,7 +6,8 @@
 namespace sessionfile
 {
 
-/// A session that cannot be read or written. The text is one line and says what is wrong and where.
+/// A session that cannot be read, or that nobody could read. The text is one line and says what is
+/// wrong and where.
 class SessionError : public std::runtime_error
 {
 public:
@@ -14,7 +15,7 @@ public:
     {
         Unreadable,   ///< missing, cut short, no session, of an unknown version, or damaged
         Inconsistent, ///< undamaged, but its records make no sense, or not one tree
-        Unwritable    ///< the file can't be written, or what should be written is not one tree
+        Unwritable    ///< what should be written could not be read back
     };
 
     SessionError(EKind kind, const std::string& text);

@@ -10,7 +10,8 @@ namespace sessionfile
 
 /// Writes a tree as WriteSession() does to a file, which appears as a whole and once it is on the
 /// disk. Where anything fails, an older file stays as it was.
-/// Throws: SessionError naming the file; what WriteSession() throws.
+/// Throws: SessionError for what WriteSession() refuses, std::system_error where the file cannot be
+/// written; both name the file.
 void SaveSession(const std::filesystem::path& path,
                  const CbSmartPointer<const ZeCTransformationNodeInner>& root);
 

@@ -13,6 +13,7 @@ namespace sessionfile
 /// The first bytes. Those that are no text show a file that was taken for one on its way.
 inline constexpr std::array<std::uint8_t, 8> c_magic{0x89, 'S', 'E', 'S', 'S', '\r', '\n', 0x1A};
 inline constexpr std::uint32_t c_version = 1;
+inline constexpr std::size_t c_headerBytes = sizeof c_magic + sizeof c_version;
 
 /// The sections in the order of the file; there is one of the last kind for each model. Numbers are
 /// never reused.

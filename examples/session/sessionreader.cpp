@@ -44,7 +44,7 @@ CyUniqueID readID(CbStreamReadBinary& stream)
 class Reader
 {
 public:
-    explicit Reader(std::span<const std::uint8_t> bytes) : file_("session", bytes, 0) {}
+    explicit Reader(std::span<const std::uint8_t> bytes) : file_("session", bytes, c_headerBytes) {}
     Reader(const Reader&) = delete;
     Reader& operator=(const Reader&) = delete;
     ~Reader();
@@ -60,7 +60,6 @@ private:
         bool attributes = false;
     };
 
-    void readHeader();
     SessionSection openSection(ESection section, const std::string& name);
     void readModel(const std::string& name);
     void instantiate(SessionSection& section, std::uint32_t count);
@@ -91,7 +90,6 @@ Reader::~Reader()
 
 Inner Reader::Read()
 {
-    readHeader();
     SessionSection nodes = openSection(ESection::Nodes, "nodes");
     SessionSection structure = openSection(ESection::Structure, "structure");
     SessionSection attributes = openSection(ESection::Attributes, "attributes");
@@ -120,20 +118,6 @@ Inner Reader::Read()
     const Inner root = findRoot(structure);
     requireOneTree(structure, root);
     return root_ = root;
-}
-
-void Reader::readHeader()
-{
-    auto& stream = file_.GetStream();
-    std::array<std::uint8_t, c_magic.size()> magic{};
-    std::uint32_t version = 0;
-    if (file_.GetSize() < sizeof magic + sizeof version) file_.RefuseToRead("is no session");
-    stream.ReadBuffer(magic.data(), magic.size());
-    if (magic != c_magic) file_.RefuseToRead("is no session");
-    stream >> version;
-    if (version != c_version) {
-        file_.RefuseToRead("version " + std::to_string(version) + " of the format is not known");
-    }
 }
 
 SessionSection Reader::openSection(ESection section, const std::string& name)
@@ -306,9 +290,24 @@ void Reader::requireOneTree(const SessionSection& section, const Inner& root)
 
 } // namespace
 
+void RequireHeader(std::span<const std::uint8_t> bytes)
+{
+    const SessionSection file("session", bytes, 0);
+    if (bytes.size() < c_headerBytes ||
+        !std::equal(c_magic.begin(), c_magic.end(), bytes.begin())) {
+        file.RefuseToRead("is no session");
+    }
+    std::uint32_t version = 0;
+    CyStreamReadBinaryBuffer(bytes.subspan(c_magic.size())) >> version;
+    if (version != c_version) {
+        file.RefuseToRead("version " + std::to_string(version) + " of the format is not known");
+    }
+}
+
 CbSmartPointer<ZeCTransformationNodeInner> ReadSession(std::span<const std::uint8_t> bytes)
 {
-    return Reader(bytes).Read();
+    RequireHeader(bytes);
+    return Reader(bytes.subspan(c_headerBytes)).Read();
 }
 
 } // namespace sessionfile

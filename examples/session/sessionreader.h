@@ -9,6 +9,9 @@
 namespace sessionfile
 {
 
+/// Throws: SessionError where bytes do not begin as a session of a known version.
+void RequireHeader(std::span<const std::uint8_t> bytes);
+
 /// Reads what WriteSession() wrote and returns the root of the tree, which is outside any data
 /// manager. Attributes of unknown classes, and models that no node refers to, are passed over.
 ///

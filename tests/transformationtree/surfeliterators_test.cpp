@@ -27,13 +27,13 @@ static_assert(std::ranges::view<ZeCTransformationNode::ZeCSurfelRange>);
 static_assert(std::ranges::input_range<ZeCTransformationNode::ZeCSurfelRange>);
 
 // Surfels whose positions differ from each other, and whose other attributes mostly do.
-Collection surfels(std::uint32_t count, float start = 0)
+Collection surfels(std::uint32_t count, std::uint32_t start = 0)
 {
     const auto collection = CbMake<ZeCSurfelCollectionQMT>(
         count, true, ZeCSurfelContainer::ESurfelAttributeSet{}, nullptr);
     for (std::uint32_t i = 0; i < count; ++i) {
-        const auto byte = static_cast<std::uint8_t>(start + static_cast<float>(i));
-        collection->GetPositionAccessor()[i] = {start + static_cast<float>(i), 1, 2};
+        const auto byte = static_cast<std::uint8_t>(start + i);
+        collection->GetPositionAccessor()[i] = {static_cast<float>(start + i), 1, 2};
         collection->GetNormalAccessor()[i] =
             ZeCQuantizedNormal::FromCode(static_cast<std::uint16_t>(byte * 251));
         collection->GetColorAccessor()[i] = {byte, 3, 4, 5};
@@ -58,10 +58,11 @@ Inner leavesWith(const std::vector<std::uint32_t>& counts)
     return root;
 }
 
+// The surfels of one leaf, as the walk of leaves, tested elsewhere, tells of them.
 struct LeafRun
 {
-    const ZeCSurfelContainer* container; // null for none
-    std::uint32_t count;
+    const ZeCSurfelContainer* container = nullptr;
+    std::uint32_t count = 0;
     CbMatrix4Rd trafo;
 };
 
@@ -72,24 +73,17 @@ struct Surfel
     const CbMatrix4Rd* trafo;
 };
 
-void collectRuns(const ZeCTransformationNode& node, const CbMatrix4Rd* trafo,
-                 std::vector<LeafRun>& runs)
+std::vector<LeafRun> runsIn(const ZeCTransformationNode& node)
 {
-    if (node.IsLeaf()) {
-        const auto model = node.GetModel();
-        const auto collection =
-            model ? model->GetSurfelCollection(ZeCModelQMT::ESurfelCollectionType::Standard)
-                  : nullptr;
-        runs.push_back({collection.Get(), collection ? collection->GetNrSurfels() : 0,
-                        trafo != nullptr ? *trafo : c_matIdentityD});
-        return;
+    std::vector<LeafRun> runs;
+    for (const auto& [leaf, trafo] : node.Leaves()) {
+        LeafRun& run = runs.emplace_back(LeafRun{.trafo = trafo});
+        const auto model = leaf.GetModel();
+        if (!model) continue;
+        run.container = model->BorrowSurfelCollection(ZeCModelQMT::ESurfelCollectionType::Standard);
+        if (run.container != nullptr) run.count = run.container->GetNrSurfels();
     }
-    const auto& inner = static_cast<const ZeCTransformationNodeInner&>(node);
-    for (auto child = inner.BeginChild(); child != inner.EndChild(); ++child) {
-        const CbMatrix4Rd& relative = (*child)->GetRelativeTrafo();
-        const CbMatrix4Rd product = trafo != nullptr ? ProductByHand(relative, *trafo) : relative;
-        collectRuns(**child, &product, runs);
-    }
+    return runs;
 }
 
 std::vector<Surfel> surfelsIn(const std::vector<LeafRun>& runs)
@@ -104,34 +98,25 @@ std::vector<Surfel> surfelsIn(const std::vector<LeafRun>& runs)
 Inner randomTree(std::mt19937& random)
 {
     std::vector<Inner> inners{CbMake<ZeCTransformationNodeInner>()};
-    inners[0]->SetRelativeTrafo(RandomPose(random));
-    float next = 0;
+    std::uint32_t next = 0;
     for (auto size = random() % 30; size > 0; --size) {
+        const Inner father = inners[random() % inners.size()];
+        const auto draw = random() % 8;
         Node child;
-        switch (random() % 8) {
-        case 0:
-            child = CbMake<ZeCTransformationNodeLeaf>();
-            break;
-        case 1:
-            child = CbMake<ZeCTransformationNodeLeaf>(CbMake<ZeCModelQMT>());
-            break;
-        case 2:
-            child = leafWith(surfels(0));
-            break;
-        case 3:
-        case 4:
+        if (draw < 2) {
             inners.push_back(CbMake<ZeCTransformationNodeInner>());
             inners.back()->SetModel(CbMake<ZeCModelQMT>(surfels(2), true), -1); // not walked
             child = inners.back();
-            break;
-        default:
+        } else if (draw < 4) {
+            const Model empty = draw == 2 ? Model(CbMake<ZeCModelQMT>()) : nullptr;
+            child = CbMake<ZeCTransformationNodeLeaf>(empty);
+        } else {
             const auto count = static_cast<std::uint32_t>(random() % 5);
             child = leafWith(surfels(count, next));
-            next += static_cast<float>(count);
+            next += count;
         }
         child->SetRelativeTrafo(RandomPose(random));
-        const auto others = inners.size() - (child == inners.back() ? 1 : 0);
-        LinkByHand(inners[random() % others], child);
+        LinkByHand(father, child);
     }
     return inners[0];
 }
@@ -223,8 +208,7 @@ TEST(SurfelsOfRandomTrees, AreThoseOfAllLeavesInOrder)
         std::mt19937 random(round);
         const Inner root = randomTree(random);
         for (const auto& [node, trafo] : root->Nodes()) {
-            std::vector<LeafRun> runs;
-            collectRuns(node, nullptr, runs);
+            const auto runs = runsIn(node);
             const auto all = surfelsIn(runs);
             checkWalk(node, runs);
             checkRange(node, all);

@@ -6,6 +6,7 @@
 #include "examples/scansession/scanfolder.h"
 #include "examples/scansession/scanner.h"
 #include "examples/scansession/session.h"
+#include "examples/session/replacementfile.h"
 #include "examples/session/sessionfile.h"
 #include "platform/messages/cymessagedispatcher.h"
 
@@ -113,6 +114,8 @@ void RunSession(const Options& options, std::ostream& out, std::ostream& err)
     if (std::filesystem::exists(options.out) && !std::filesystem::is_directory(options.out)) {
         throw InputError(options.out.string() + ": is no folder");
     }
+    // Given up at once: what can't be written shall be known before all the work.
+    if (options.save) const sessionfile::ReplacementFile attempt(*options.save);
     Timing timing;
     std::unique_ptr<const ScanSource> source;
     Session::Inner loaded;
@@ -137,6 +140,7 @@ void RunSession(const Options& options, std::ostream& out, std::ostream& err)
 
     const std::filesystem::path merged = options.out / "merged.ply";
     timing.writing.Start();
+    std::filesystem::create_directories(options.out);
     Bounds bounds;
     {
         Progress progress(err, style, "writing", session.GetNrScans());

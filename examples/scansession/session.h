@@ -53,7 +53,7 @@ public:
     void PrintTree(std::ostream& out) const;
     /// Writes the surfels of all leaves, leaf after leaf, in the frame of the root and in the unit
     /// of the scans. Calls @p leafDone after each leaf. All or nothing. Returns the box around
-    /// them. Throws: InputError where the file cannot be written.
+    /// them. Throws: std::system_error where the file cannot be written.
     Bounds WriteMerged(const std::filesystem::path& path,
                        const std::function<void()>& leafDone) const;
     /// Writes the whole session to a file. All or nothing.

@@ -29,7 +29,7 @@ struct Bounds
 /// Writes the surfels of all leaves at or below a node to a PLY file, leaf after leaf, in the frame
 /// of that node and in the unit of the scans. Calls @p leafDone after each leaf. All or nothing.
 /// Returns the box around them.
-/// Throws: InputError where the file cannot be written.
+/// Throws: std::system_error where the file cannot be written.
 Bounds WriteSurfels(const ZeCTransformationNode& top, const std::filesystem::path& path,
                     const std::function<void()>& leafDone);
 

@@ -10,7 +10,9 @@
 #include "examples/treeinspect/treetext.h"
 
 #include <exception>
+#include <filesystem>
 #include <iostream>
+#include <system_error>
 
 namespace treeinspect
 {
@@ -40,6 +42,12 @@ const ZeCTransformationNode& FindNode(const ZeCTransformationNode& root, const s
 
 void Inspect(const Options& options)
 {
+    for (const auto& place : {options.ply, options.dot}) {
+        std::error_code ignored; // the one is not there yet
+        if (place && std::filesystem::equivalent(*place, options.file, ignored)) {
+            throw scansession::InputError(place->string() + ": is the session file itself");
+        }
+    }
     const auto root = sessionfile::LoadSession(options.file);
     const auto& top = options.node.empty() ? *root : FindNode(*root, options.node);
     PrintTree(top, std::cout);
@@ -58,6 +66,7 @@ int main(int argc, char** argv)
     try {
         const auto options = treeinspect::ParseOptions(argc, argv, std::cout);
         if (options) treeinspect::Inspect(*options);
+        if (!std::cout.flush()) throw scansession::InputError("the output cannot be written");
         return 0;
     } catch (const sessionfile::SessionError& error) {
         std::cerr << "treeinspect: " << error.what() << '\n';

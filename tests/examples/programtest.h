@@ -25,9 +25,10 @@ protected:
 
     /// Waits for its end. The arguments must not hold quotation marks.
     [[nodiscard]] Result RunProgram(const std::string& program,
-                                    const std::vector<std::string>& arguments) const
+                                    const std::vector<std::string>& arguments,
+                                    const char* outName = "stdout.txt") const
     {
-        const auto out = Folder() / "stdout.txt";
+        const auto out = Folder() / outName; // or elsewhere, where the name is absolute
         const auto err = Folder() / "stderr.txt";
         std::string command = '"' + program + '"';
         for (const auto& argument : arguments) command += " \"" + argument + '"';
@@ -39,7 +40,7 @@ protected:
         const int status = std::system(command.c_str());
         const int exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 #endif
-        return {exitCode, Read(out), Read(err)};
+        return {exitCode, Read(Folder() / "stdout.txt"), Read(err)};
     }
 
     static void ExpectOneLine(const Result& result, const std::string& begin,

@@ -87,7 +87,7 @@ TEST_F(Scansession, WritesTheSimulatedSurfelsInTheFrameOfTheRoot)
     EXPECT_THAT(result.out, testing::StartsWith("Root\n  Model\n    Cluster 0\n      Optimizer\n"));
     EXPECT_THAT(result.out, HasSubstr("\n      Collector\n      Clipboard\n\n"));
     EXPECT_THAT(result.out, HasSubstr("scans:        3\nsurfels:      " + std::to_string(index)));
-    EXPECT_FALSE(std::filesystem::exists(Merged().string() + ".part"));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Out()), {}), 1);
 }
 
 TEST_F(Scansession, SplitsTheSessionAndBoundsTheFanOutWithoutChangingTheResult)
@@ -151,7 +151,8 @@ TEST_F(Scansession, GoesOnFromASavedSession)
     Write("a.session", Read(again).substr(0, 5000));
     ExpectRefused({"--load", file}, "a.session: session: cut short");
     ExpectRefused({"--load", file, "--clusters", "2"}, "--help");
-    ExpectRefused({"--frames", "1", "--save", Folder().string()}, "cannot be written");
+    const auto nowhere = (Folder() / "no" / "b").string();
+    ExpectRefused({"--scans", "none", "--save", nowhere}, "b: cannot be written");
 }
 
 TEST_F(Scansession, GivesTheSameBytesForTheSameSeed)

@@ -113,6 +113,16 @@ TEST_F(Treeinspect, EndsWith1ForAnInconsistentFileAnd2ForAnUnreadableOne)
     expectError(run({"--node", "twin"}), 2, "--node \"twin\": 2 nodes are described so");
     expectError(run({"--node", "none"}), 2, "0 nodes are described so");
     expectError(run({"--elephants"}), 2, "--help");
-    EXPECT_EQ(run({"--dot", Folder().string()}).exitCode, 2);
+    for (const char* option : {"--dot", "--ply"}) {
+        EXPECT_THAT(run({option, Folder().string()}).err, HasSubstr("cannot be written"));
+        EXPECT_THAT(run({option, (Folder() / "no/b").string()}).err, HasSubstr("cannot be writ"));
+        expectError(run({option, file()}), 2, "a.session: is the session file itself");
+    }
     EXPECT_EQ(run({"--help"}).exitCode, 0);
+    if (!std::filesystem::exists("/dev/full")) return;
+    for (const auto* program : {TREEINSPECT_PROGRAM, SCANSESSION_PROGRAM}) {
+        const auto result = RunProgram(program, {"--help"}, "/dev/full");
+        EXPECT_EQ(result.exitCode, 2);
+        ExpectOneLine(result, "", "output cannot be written");
+    }
 }

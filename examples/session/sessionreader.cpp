@@ -61,7 +61,7 @@ private:
     };
 
     SessionSection openSection(ESection section, const std::string& name);
-    void readModel(const std::string& name);
+    void readModels(std::uint32_t count);
     void instantiate(SessionSection& section, std::uint32_t count);
     void readStructure(SessionSection& section);
     void readNode(SessionSection& section);
@@ -97,7 +97,7 @@ Inner Reader::Read()
     // What is announced must be paid for in bytes before it takes memory.
     std::uint32_t nodeCount = 0;
     std::uint32_t modelCount = 0;
-    nodes.ReadRecord([&](auto& stream) { stream >> nodeCount >> modelCount; });
+    nodes.ReadRecord([&] { nodes.GetStream() >> nodeCount >> modelCount; });
     if (nodeCount > structure.GetSize() / c_smallestStructureRecord) {
         nodes.Refuse(std::to_string(nodeCount) + " nodes, whose structure has " +
                      std::to_string(structure.GetSize()) + " bytes");
@@ -106,10 +106,7 @@ Inner Reader::Read()
         nodes.Refuse(std::to_string(modelCount) + " models for " + std::to_string(nodeCount) +
                      " nodes");
     }
-    for (std::uint32_t i = 1; i <= modelCount; ++i) readModel("model " + std::to_string(i));
-    CbArray<CyUniqueID> models;
-    CbSingleton<ZeCModelSerializationIDMapper>::GetInstance().ListMappedModelIDs(models);
-    if (models.GetCount() != modelCount) file_.Refuse("two models have one id");
+    readModels(modelCount);
     if (file_.GetStream().Remaining() != 0) file_.RefuseToRead("more bytes than sections");
 
     instantiate(nodes, nodeCount);
@@ -153,22 +150,25 @@ void requireClassName(SessionSection& section)
         section.Refuse("class name of " + std::to_string(units) + " units");
 }
 
-void Reader::readModel(const std::string& name)
+void Reader::readModels(std::uint32_t count)
 {
     auto& mapper = CbSingleton<ZeCModelSerializationIDMapper>::GetInstance();
-    SessionSection section = openSection(ESection::Model, name);
-    if (section.GetSize() < c_smallestModel) section.Refuse("too short");
-    section.ReadRecord([&](auto& stream) {
-        requireClassName(section);
-        mapper.ReadModel(stream);
-    });
-    // What fills up a short section.
-    auto& stream = section.GetStream();
-    for (bool byte = false; section.GetSize() == c_smallestModel && stream.Remaining() != 0;) {
-        stream >> byte;
-        if (byte) section.Refuse("not filled up with zeros");
+    std::vector<CbSmartPointer<const ZeCModelQMT>> models;
+    for (std::uint32_t i = 1; i <= count; ++i) {
+        SessionSection section = openSection(ESection::Model, "model " + std::to_string(i));
+        if (section.GetSize() < c_smallestModel) section.Refuse("too short");
+        section.ReadRecord([&] {
+            requireClassName(section);
+            models.push_back(mapper.ReadModel(section.GetStream()));
+        });
+        if (section.GetSize() > c_smallestModel) section.RequireEnd(); // a short one is filled up
     }
-    section.RequireEnd();
+    for (const auto& model : models) {
+        const CyUniqueID id = model->GetID();
+        if (id.IsNil() || mapper.GetModel(id) != model) {
+            file_.Refuse("model id " + textOf(id) + " is nil or that of two models");
+        }
+    }
 }
 
 void Reader::instantiate(SessionSection& section, std::uint32_t count)
@@ -177,16 +177,16 @@ void Reader::instantiate(SessionSection& section, std::uint32_t count)
     nodes_.reserve(count);
     seen_.reserve(count);
     for (std::uint32_t i = 0; i < count; ++i) {
-        section.ReadRecord([&](auto& stream) {
+        section.ReadRecord([&] {
             requireClassName(section);
-            nodes_.push_back(mapper.ReadNodeAndInstantiate(stream));
+            nodes_.push_back(mapper.ReadNodeAndInstantiate(section.GetStream()));
         });
         seen_.emplace(nodes_.back().Get(), Seen());
     }
     section.RequireEnd();
     for (const auto& node : nodes_) {
         if (mapper.GetNode(node->GetID()) != node) {
-            section.Refuse("id " + textOf(*node) + " is nil or announced twice");
+            section.Refuse("node id " + textOf(*node) + " is nil or that of two nodes");
         }
     }
 }
@@ -194,7 +194,7 @@ void Reader::instantiate(SessionSection& section, std::uint32_t count)
 void Reader::readStructure(SessionSection& section)
 {
     for (std::size_t i = 0; i < nodes_.size(); ++i) {
-        section.ReadRecord([&](auto& /*stream*/) { readNode(section); });
+        section.ReadRecord([&] { readNode(section); });
     }
     section.RequireEnd();
 }
@@ -225,9 +225,10 @@ void Reader::readNode(SessionSection& section)
 void Reader::readAttributes(SessionSection& section)
 {
     std::uint32_t count = 0;
-    section.ReadRecord([&](auto& stream) { stream >> count; });
+    auto& stream = section.GetStream();
+    section.ReadRecord([&] { stream >> count; });
     for (; count > 0; --count) {
-        section.ReadRecord([&](auto& stream) {
+        section.ReadRecord([&] {
             const CyUniqueID id = readID(stream);
             ZeCTransformationNode& node = findNode(section, id);
             if (std::exchange(seen_[&node].attributes, true)) {

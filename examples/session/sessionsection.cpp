@@ -40,7 +40,7 @@ void SessionSection::RefuseToRead(const std::string& text) const
     throw SessionError(SessionError::EKind::Unreadable, place() + text);
 }
 
-void SessionSection::refuse(const CbException& error) const
+void SessionSection::rethrow(const CbException& error) const
 {
     if (dynamic_cast<const CbExceptionWrongFileVersion*>(&error) != nullptr) {
         RefuseToRead(error.what());

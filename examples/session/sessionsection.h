@@ -28,7 +28,7 @@ public:
     /// The bytes left, as a stream of their own: to look ahead.
     [[nodiscard]] CyStreamReadBinaryBuffer Peek() const noexcept;
 
-    /// Lets @p read take the next record off the stream.
+    /// Calls @p read, which takes the next record off the stream.
     /// Throws: SessionError for each CbException of it, which names the record and its place.
     template<class Read>
     void ReadRecord(const Read& read)
@@ -36,9 +36,9 @@ public:
         ++record_;
         recordOffset_ = GetOffset();
         try {
-            read(stream_);
+            read();
         } catch (const CbException& error) {
-            refuse(error);
+            rethrow(error);
         }
     }
     /// Throws: SessionError where bytes are left.
@@ -50,7 +50,7 @@ public:
     [[noreturn]] void RefuseToRead(const std::string& text) const;
 
 private:
-    [[noreturn]] void refuse(const CbException& error) const;
+    [[noreturn]] void rethrow(const CbException& error) const;
     [[nodiscard]] std::string place() const;
 
     std::string name_;

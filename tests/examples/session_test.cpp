@@ -136,7 +136,7 @@ TEST(Session, IsRefusedWhereItsRecordsAreNoTree)
              std::swap_ranges(r.structure[0].begin(), r.structure[0].begin() + 16,
                               r.structure[2].begin());
          }},
-        {"announced twice", no, [](Records& r) { r.announcements[0] = r.announcements[3]; }},
+        {"of two nodes", no, [](Records& r) { r.announcements[0] = r.announcements[3]; }},
         {"no inner node of the session", no, [](Records& r) { ++r.structure[0][20]; }},
         {"is not in the session", no, [](Records& r) { ++r.structure[0][36]; }},
         {"is not in the session", no, [](Records& r) { r.models.pop_back(); }},
@@ -147,8 +147,7 @@ TEST(Session, IsRefusedWhereItsRecordsAreNoTree)
         {"class name of 16777241", no, [](Records& r) { ++r.announcements[0][3]; }},
         {"no class of models", no, [](Records& r) { ++r.models[0][4]; }},
         {"too short", no, [](Records& r) { r.models[0].pop_back(); }},
-        {"filled up", no, [](Records& r) { r.models[0].back() = 1; }},
-        {"two models have one id", no, [](Records& r) { r.models.push_back(r.models[0]); }},
+        {"of two models", no, [](Records& r) { r.models.push_back(r.models[0]); }},
         {"models for 5 nodes", no, [](Records& r) { r.models.resize(6, r.models[0]); }},
         {"6 nodes, whose structure", no, [](Records& r) { r.nodeCount = 6; }},
         {"second record", no, [](Records& r) { r.attributes.push_back(r.attributes[0]); }},

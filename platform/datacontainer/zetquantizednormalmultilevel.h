@@ -87,9 +87,9 @@ private:
     static std::uint32_t cell(float coordinate) noexcept
     {
         constexpr int c_half = Cells / 2;
-        const int found = static_cast<int>(coordinate * c_half + c_half);
-        // The upper border counts as inside.
-        return static_cast<std::uint32_t>(found - found / Cells);
+        const auto found =
+            static_cast<std::uint32_t>(static_cast<std::int32_t>(coordinate * c_half + c_half));
+        return found - found / Cells; // the upper border counts as inside
     }
     static std::uint32_t evenBits(std::uint32_t bits) noexcept
     {

@@ -1,5 +1,6 @@
 #include "platform/datacontainer/internal/zecgridbatch.h"
 
+#include "platform/datacontainer/internal/widebuild.h"
 #include "platform/datacontainer/internal/zecgridcell.h"
 
 #include <algorithm>
@@ -9,13 +10,24 @@
 namespace
 {
 
+// Rounds half up, several elements at a time, which functions of the standard library are not built
+// for. Of the values below 2^22 of a float, and 2^31 of a double, the one just below a half is the
+// only one that is rounded the wrong way.
+template<class T>
+CB_ALWAYS_INLINE std::uint32_t rounded(T value) noexcept
+{
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings)
+    return static_cast<std::uint32_t>(static_cast<std::int32_t>(value + T{0.5}));
+}
+
 constexpr std::int32_t c_firstOutside = 1 << 30; ///< magnitude of indices that have no cell
 
 // Finds cells on one axis after the other, and where in them surfels lie. Returns whether all are
 // inside the grid. The quotient is a true one: with a reciprocal, surfels on borders would change
 // the cell. Short loops with nothing but arithmetic are worked on several elements at a time.
-bool findCells(const float* coordinates, std::size_t count, const ZeCGridBatch::Grid& grid,
-               std::int32_t* indices, std::uint32_t* fractions) noexcept
+CB_ALWAYS_INLINE bool findCells(const float* coordinates, std::size_t count,
+                                const ZeCGridBatch::Grid& grid, std::int32_t* indices,
+                                std::uint32_t* fractions) noexcept
 {
     constexpr double c_end = c_firstOutside;
     const double offset = grid.offset;
@@ -36,10 +48,23 @@ bool findCells(const float* coordinates, std::size_t count, const ZeCGridBatch::
         const auto index = static_cast<std::int32_t>(floors[i]);
         const double units = (quotients[i] - floors[i]) * ZeCGridCell::c_positionUnits;
         indices[i] = index;
-        fractions[i] = static_cast<std::uint32_t>(static_cast<std::int32_t>(units + 0.5));
+        fractions[i] = rounded(units);
         magnitudes |= std::abs(index);
     }
     return magnitudes < c_firstOutside;
+}
+
+bool findCellsPlain(const float* coordinates, std::size_t count, const ZeCGridBatch::Grid& grid,
+                    std::int32_t* indices, std::uint32_t* fractions) noexcept
+{
+    return findCells(coordinates, count, grid, indices, fractions);
+}
+
+CB_WIDE_BUILD bool findCellsWide(const float* coordinates, std::size_t count,
+                                 const ZeCGridBatch::Grid& grid, std::int32_t* indices,
+                                 std::uint32_t* fractions) noexcept
+{
+    return findCells(coordinates, count, grid, indices, fractions);
 }
 
 } // namespace
@@ -49,7 +74,8 @@ void ZeCGridBatch::Load(std::span<const CbVector3f> from, const ZeCQuantizedNorm
 {
     const std::size_t count = from.size();
     transformation.MapPositions(from.data(), positions, count);
-    const bool allInside = findCells(&positions[0].x, 3 * count, grid, indices, fractions);
+    static const auto find = CbFastestBuild(&findCellsPlain, &findCellsWide);
+    const bool allInside = find(&positions[0].x, 3 * count, grid, indices, fractions);
 
     ZeCSurfelTransformation::Directions mapped;
     for (std::size_t first = 0; first < count; first += mapped.c_size) {
@@ -58,8 +84,8 @@ void ZeCGridBatch::Load(std::span<const CbVector3f> from, const ZeCQuantizedNorm
         std::copy_n(mapped.codes, n, codes + first);
         for (int axis = 0; axis < 3; ++axis) {
             for (std::size_t i = 0; i < mapped.c_size; ++i) {
-                normals[axis][first + i] = static_cast<std::uint32_t>(static_cast<std::int32_t>(
-                    (mapped.axes[axis][i] + 1.0F) * ZeCGridCell::c_normalUnits + 0.5F));
+                normals[axis][first + i] =
+                    rounded((mapped.axes[axis][i] + 1.0F) * ZeCGridCell::c_normalUnits);
             }
         }
     }

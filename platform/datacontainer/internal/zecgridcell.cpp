@@ -47,5 +47,5 @@ std::uint8_t ZeCGridCell::GetMeanQuality(float samplingParameter) const noexcept
     const double wanted = samplingParameter;
     if (!std::isfinite(wanted) || count >= wanted) return mean(quality);
     const double sum = static_cast<double>(quality) / static_cast<double>(weight);
-    return static_cast<std::uint8_t>(sum * (count / wanted) + 0.5);
+    return static_cast<std::uint8_t>(std::lround(sum * (count / wanted)));
 }

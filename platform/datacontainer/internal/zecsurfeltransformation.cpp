@@ -1,10 +1,12 @@
 #include "platform/datacontainer/internal/zecsurfeltransformation.h"
 
+#include "platform/datacontainer/internal/widebuild.h"
+
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <limits>
 
 namespace
 {
@@ -89,53 +91,61 @@ CB_ALWAYS_INLINE std::uint16_t mapCode(std::uint16_t code, const CbMatrix4Rf& m)
                           n.x * m[0][2] + n.y * m[1][2] + n.z * m[2][2], code));
 }
 
-CB_ALWAYS_INLINE void mapDirection(std::uint16_t& code, const CbMatrix4Rf& m, float& x, float& y,
-                                   float& z) noexcept
-{
-    using Traits = ZeTQuantizedNormalMultiLevelTraitsFast;
-    const auto n = Traits::Decode<7>(code);
-    const float mappedX = n.x * m[0][0] + n.y * m[1][0] + n.z * m[2][0];
-    const float mappedY = n.x * m[0][1] + n.y * m[1][1] + n.z * m[2][1];
-    const float mappedZ = n.x * m[0][2] + n.y * m[1][2] + n.z * m[2][2];
-    code = static_cast<std::uint16_t>(Traits::Encode<7>(mappedX, mappedY, mappedZ, code));
-    const float square = mappedX * mappedX + mappedY * mappedY + mappedZ * mappedZ;
-    const bool valid = square > 0.0F && square < std::numeric_limits<float>::infinity();
-    const float keptSquare = n.x * n.x + n.y * n.y + n.z * n.z;
-    const float scale = 1.0F / std::sqrt(valid ? square : keptSquare);
-    x = (valid ? mappedX : n.x) * scale;
-    y = (valid ? mappedY : n.y) * scale;
-    z = (valid ? mappedZ : n.z) * scale;
-}
-
-using MapBlock = void (*)(std::uint16_t* codes, const CbMatrix4Rf& matrix) noexcept;
-
 CB_ALWAYS_INLINE void mapBlock(std::uint16_t* codes, const CbMatrix4Rf& matrix) noexcept
 {
     const CbMatrix4Rf m = matrix; // nothing that is written can be part of it
     for (std::size_t i = 0; i < c_block; ++i) codes[i] = mapCode(codes[i], m);
 }
 
-void mapBlockAnywhere(std::uint16_t* codes, const CbMatrix4Rf& matrix) noexcept
+void mapBlockPlain(std::uint16_t* codes, const CbMatrix4Rf& matrix) noexcept
 {
     mapBlock(codes, matrix);
 }
 
-// Twice as wide on processors that can. The same operations in the same order, never fused, so the
-// same bits.
-#if defined(__x86_64__) && defined(__GNUC__)
-__attribute__((target("avx2"))) void mapBlockWide(std::uint16_t* codes,
-                                                  const CbMatrix4Rf& matrix) noexcept
+CB_WIDE_BUILD void mapBlockWide(std::uint16_t* codes, const CbMatrix4Rf& matrix) noexcept
 {
     mapBlock(codes, matrix);
 }
 
-MapBlock fastestMapBlock() noexcept
+using Directions = ZeCSurfelTransformation::Directions;
+
+// Maps codes, and gives the directions before they become codes again, with length 1. Returns
+// whether all of them have a length.
+CB_ALWAYS_INLINE bool mapDirections(std::uint16_t* codes, const CbMatrix4Rf& matrix,
+                                    float (*axes)[Directions::c_size]) noexcept
 {
-    return __builtin_cpu_supports("avx2") ? &mapBlockWide : &mapBlockAnywhere;
+    using Traits = ZeTQuantizedNormalMultiLevelTraitsFast;
+    const CbMatrix4Rf m = matrix;
+    constexpr std::uint32_t c_largest = 0x7F7FFFFF; // the bits of the largest finite number
+    std::uint32_t broken = 0;                       // the highest bit is set if any is
+    for (std::size_t i = 0; i < Directions::c_size; ++i) {
+        const auto n = Traits::Decode<7>(codes[i]);
+        const float x = n.x * m[0][0] + n.y * m[1][0] + n.z * m[2][0];
+        const float y = n.x * m[0][1] + n.y * m[1][1] + n.z * m[2][1];
+        const float z = n.x * m[0][2] + n.y * m[1][2] + n.z * m[2][2];
+        codes[i] = static_cast<std::uint16_t>(Traits::Encode<7>(x, y, z, codes[i]));
+        const float square = x * x + y * y + z * z;
+        const auto bits = std::bit_cast<std::uint32_t>(square);
+        broken |= (bits - 1) | (c_largest - bits);
+        const float scale = 1.0F / std::sqrt(square);
+        axes[0][i] = x * scale;
+        axes[1][i] = y * scale;
+        axes[2][i] = z * scale;
+    }
+    return broken >> 31U == 0;
 }
-#else
-MapBlock fastestMapBlock() noexcept { return &mapBlockAnywhere; }
-#endif
+
+bool mapDirectionsPlain(std::uint16_t* codes, const CbMatrix4Rf& matrix,
+                        float (*axes)[Directions::c_size]) noexcept
+{
+    return mapDirections(codes, matrix, axes);
+}
+
+CB_WIDE_BUILD bool mapDirectionsWide(std::uint16_t* codes, const CbMatrix4Rf& matrix,
+                                     float (*axes)[Directions::c_size]) noexcept
+{
+    return mapDirections(codes, matrix, axes);
+}
 
 } // namespace
 
@@ -173,7 +183,7 @@ void ZeCSurfelTransformation::MapNormals(const ZeCQuantizedNormal* from, ZeCQuan
         std::memcpy(static_cast<void*>(to), from, count * sizeof *to);
         return;
     }
-    static const MapBlock mapWhole = fastestMapBlock();
+    static const auto mapWhole = CbFastestBuild(&mapBlockPlain, &mapBlockWide);
     std::uint16_t codes[c_block];
     for (; count >= c_block; count -= c_block, from += c_block, to += c_block) {
         std::memcpy(codes, from, sizeof codes);
@@ -188,11 +198,20 @@ void ZeCSurfelTransformation::MapNormals(const ZeCQuantizedNormal* from, ZeCQuan
 void ZeCSurfelTransformation::MapNormals(const ZeCQuantizedNormal* from, std::size_t count,
                                          Directions& to) const noexcept
 {
+    static const auto map = CbFastestBuild(&mapDirectionsPlain, &mapDirectionsWide);
     std::uint16_t codes[Directions::c_size] = {};
     std::memcpy(codes, from, count * sizeof *from);
-    const CbMatrix4Rf m = normals_;
-    for (std::size_t i = 0; i < Directions::c_size; ++i) {
-        mapDirection(codes[i], m, to.axes[0][i], to.axes[1][i], to.axes[2][i]);
-    }
+    const bool haveLength = map(codes, normals_, to.axes);
     std::memcpy(static_cast<void*>(to.codes), codes, sizeof codes);
+    if (haveLength) return;
+    // Some became so short that their squares vanish.
+    for (std::size_t i = 0; i < Directions::c_size; ++i) {
+        const float x = to.axes[0][i], y = to.axes[1][i], z = to.axes[2][i];
+        const float square = x * x + y * y + z * z;
+        if (square > 0.5F && square < 2.0F) continue;
+        const CbVector3f direction = to.codes[i].GetNormal();
+        to.axes[0][i] = direction.x;
+        to.axes[1][i] = direction.y;
+        to.axes[2][i] = direction.z;
+    }
 }

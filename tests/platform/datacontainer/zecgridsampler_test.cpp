@@ -385,6 +385,18 @@ TEST(GridSampler, KeepsEveryNormalThatIsAloneInItsCell)
     const auto moved = Neutral(0);
     moved->Append(*surfels, shift);
     ExpectSameSurfels(*moved, *Subsample({}, {{surfels, shift}}));
+
+    // Some normals become as short as 1e-30.
+    const CbMatrix4Rf flatten({1, 0, 1e-30F, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 1});
+    const auto expected = Neutral(0);
+    expected->Append(*surfels, flatten);
+    const auto actual = Subsample({}, {{surfels, flatten}});
+    ASSERT_EQ(65536U, actual->GetNrSurfels());
+    for (std::uint32_t i = 0; i < 65536; ++i) {
+        const auto a = Coordinates(expected->GetNormalAccessor()[i].GetNormal());
+        const auto b = Coordinates(actual->GetNormalAccessor()[i].GetNormal());
+        ASSERT_GT(std::inner_product(a.begin(), a.end(), b.begin(), 0.0), std::cos(1 / 57.3)) << i;
+    }
 }
 
 TEST(GridSampler, AddsUpMoreThanTheSumsOfOneCellSeemToHold)

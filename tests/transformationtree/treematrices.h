@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/math3d/cbmatrix4.h"
+#include "tests/platform/math3d/randommatrices.h"
 
 #include <bit>
 #include <cmath>
@@ -8,20 +8,6 @@
 #include <gmock/gmock.h>
 #include <limits>
 #include <random>
-
-/// The product written out: first, then second, summed over k from 0 to 3.
-inline CbMatrix4Rd ProductByHand(const CbMatrix4Rd& first, const CbMatrix4Rd& second)
-{
-    CbMatrix4Rd result;
-    for (int i = 0; i < 4; ++i) {
-        for (int j = 0; j < 4; ++j) {
-            double sum = first[i][0] * second[0][j];
-            for (int k = 1; k < 4; ++k) sum += first[i][k] * second[k][j];
-            result[i][j] = sum;
-        }
-    }
-    return result;
-}
 
 inline bool HasNaN(const CbMatrix4Rd& matrix) { return matrix != matrix; }
 

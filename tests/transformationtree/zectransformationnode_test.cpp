@@ -27,19 +27,6 @@ struct Revisions
     long long trafo;
 };
 
-TEST(ANewNode, IsLabelledByItsIdAndHasTwoConsecutiveRevisions)
-{
-    for (const Node& node :
-         {Node(CbMake<ZeCTransformationNodeInner>()), Node(CbMake<ZeCTransformationNodeLeaf>())}) {
-        EXPECT_NE(node->GetID(), ZeCTransformationNode::GetInvalidID());
-        EXPECT_EQ(node->GetName(), node->GetID().ToString());
-        EXPECT_EQ(node->GetNodeRevision(2), node->GetNodeRevision(1) + 1);
-        EXPECT_FALSE(node->IsVisible());
-        EXPECT_TRUE(node->IsKindOf(ZeCTransformationNode::RTTI));
-        EXPECT_EQ(node->Is(ZeCTransformationNodeLeaf::RTTI), node->IsLeaf());
-    }
-}
-
 TEST(ACopiedNode, IsADetachedTwinWithTheSameRevisions)
 {
     std::mt19937 random(1);

@@ -1,8 +1,7 @@
 #include "platform/attributes/zearttiattributecontainer.h"
 #include "platform/base/cbexceptionstream.h"
 #include "platform/base/cbexceptionwrongfileversion.h"
-#include "platform/base/cystreamreadbinarybuffer.h"
-#include "platform/base/cystreamwritebinarybuffer.h"
+#include "tests/support/storedbytes.h"
 
 #include <gmock/gmock.h>
 
@@ -90,29 +89,22 @@ protected:
         container.SetAttribute(make<Shared>(2));
     }
 
-    using Bytes = std::vector<std::uint8_t>;
-
     // What a writing function puts behind a version and a number of attributes.
     template<class Write>
     static Bytes record(std::uint32_t version, std::uint32_t count, Write write)
     {
-        CyStreamWriteBinaryBuffer stream;
-        stream.WriteVersion(version);
-        stream << count;
-        write(stream);
-        return {stream.GetBytes().begin(), stream.GetBytes().end()};
+        return Stored([&](auto& stream) {
+            stream << version << count;
+            write(stream);
+        });
     }
     Bytes stored() const
     {
-        CyStreamWriteBinaryBuffer stream;
-        container.Serialize(stream);
-        return {stream.GetBytes().begin(), stream.GetBytes().end()};
+        return Stored([&](auto& stream) { container.Serialize(stream); });
     }
     static void read(ZeARTTIAttributeContainer& into, const Bytes& bytes)
     {
-        CyStreamReadBinaryBuffer stream(bytes);
-        into.Serialize(stream);
-        EXPECT_EQ(stream.Remaining(), 0u);
+        EXPECT_EQ(ReadFrom(bytes, [&](auto& stream) { into.Serialize(stream); }), 0U);
     }
 
     ZeARTTIAttributeContainer container;
@@ -163,13 +155,6 @@ TEST_F(AttributesOfANode, AreStoredWithNameAndLengthAndReplaceTheOldOnesWhenRead
     read(other, stored());
     EXPECT_THAT(valuesOf(other), ElementsAre(1, 2));
     EXPECT_THAT(other.GetTypes(), ElementsAre(&Cloned::RTTI, &Shared::RTTI));
-
-    container.DeleteAttribute(Shared::RTTI);
-    EXPECT_THAT(stored(), ElementsAre(1, 0, 0, 0, // version
-                                      1, 0, 0, 0, // number of attributes
-                                      6, 0, 0, 0, 'C', 0, 'l', 0, 'o', 0, 'n', 0, 'e', 0, 'd', 0, //
-                                      4, 0, 0, 0, // bytes of the first one
-                                      1, 0, 0, 0));
 }
 
 TEST_F(AttributesOfANode, OfClassesThatCanNotBeMadeAreSkipped)
@@ -211,12 +196,7 @@ TEST_F(AttributesOfANode, SurviveAnyCutAndAnUnknownVersion)
         EXPECT_THAT(valuesOf(other), ElementsAre(9)) << length;
     }
     for (const std::uint32_t version : {0u, 2u}) {
-        try {
-            read(other, record(version, 0, [](auto&) {}));
-            ADD_FAILURE() << version;
-        } catch (const CbExceptionWrongFileVersion& exception) {
-            EXPECT_EQ(exception.GetFile(), "zearttiattributecontainer");
-        }
+        EXPECT_THROW(read(other, record(version, 0, [](auto&) {})), CbExceptionWrongFileVersion);
         EXPECT_THAT(valuesOf(other), ElementsAre(9));
     }
 }

@@ -20,6 +20,8 @@
 
 class CbStreamReadBinary;
 class CbStreamWriteBinary;
+class CyBoundingSphere;
+class ZeCNodeVector;
 class ZeCTransformationNodeInner;
 class ZeCTransformationNodeLeaf;
 
@@ -166,6 +168,21 @@ public:
     void SerializeAttributes(CbStreamReadBinary& stream);
     /// @}
 
+    /// Replaces an inner node's cached model by the merged surfels of the leaves below, in the
+    /// node's frame; does nothing for a leaf, whose model is given.
+    /// @param accurateCollection which of the leaves' collections to merge
+    /// @param cellSize as of ComputeSubsampling(); what is below says what it is with shifted grids
+    /// @param samplingParameter as of ComputeSubsampling()
+    /// @param shiftedGrids whether to sample on 125 grids, shifted by fifths of a cell on each
+    /// axis,
+    ///     and to keep all samples. Cell sizes that are not finite or have no fifth above zero give
+    ///     a model without surfels then.
+    /// @param ignored nothing
+    /// The new model answers for both types of collections; the revision it stands for is -1.
+    /// Throws: as ComputeSubsampling(), and CyExceptionNotInvertible where the accumulated
+    /// transformation of a leaf's father is singular; the cached model stays.
+    virtual void CreateModel(bool accurateCollection, float cellSize, float samplingParameter,
+                             bool shiftedGrids, float ignored) = 0;
     /// Returns the model: a leaf's scan, or an inner node's cached merged model; null for none.
     [[nodiscard]] virtual CbSmartPointer<const ZeCModelQMT> GetModel() const;
     /// Returns the revision that the model stands for, -1 where that is not known.
@@ -273,6 +290,37 @@ public:
     /// }
     /// @endcode
     [[nodiscard]] ZeCSurfelRange Surfels() const;
+    /// @}
+
+    /// @name Merging surfels
+    /// @{
+
+    /// Merges the surfels of a node vector into a new collection, in the frame that the elements'
+    /// transformations lead to. Elements without model or without such a collection add nothing.
+    /// @param type which collection of the models
+    /// @param cellSize side of the grid's cells in mm, each of which gives one surfel as
+    ///     ZeCGridSampler tells; 0 keeps all surfels, in the order of the elements
+    /// @param samplingParameter number of surfels in a cell from which on their quality counts
+    /// fully
+    /// @param halfOffset whether the grid is shifted by half a cell on each axis, and the surfels
+    /// of
+    ///     the best quality weigh 6.5 times as much as those of the worst
+    /// @param ignored nothing
+    /// @param extra is applied after the elements' transformations; null for none
+    /// Throws: CbException where there are more than 2^32-1 surfels, std::bad_alloc.
+    /// Threads: needs no handle; the models of a vector do not change.
+    /// Cost: linear; memory for the result and for about 150 bytes for each cell with surfels.
+    [[nodiscard]] static CbSmartPointer<ZeCSurfelCollectionQMT>
+    ComputeSubsampling(const ZeCNodeVector& nodes, ZeCModelQMT::ESurfelCollectionType type,
+                       float cellSize, float samplingParameter, bool halfOffset, float ignored,
+                       const CbMatrix4Rf* extra);
+    /// Does the same with the surfels inside at least one sphere, in the frame of the result; with
+    /// none where there are no spheres. A cell size of 0 keeps all surfels, wherever they are.
+    [[nodiscard]] static CbSmartPointer<ZeCSurfelCollectionQMT>
+    ComputeSubsampling(const ZeCNodeVector& nodes, ZeCModelQMT::ESurfelCollectionType type,
+                       const std::vector<CyBoundingSphere>& spheres, float cellSize,
+                       float samplingParameter, bool halfOffset, float ignored,
+                       const CbMatrix4Rf* extra);
     /// @}
 
 protected:

@@ -69,6 +69,8 @@ public:
     void SetModel(CbSmartPointer<const ZeCModelQMT> model, long long revision);
     /// Drops the model; its revision becomes -1.
     void DeleteModel();
+    void CreateModel(bool accurateCollection, float cellSize, float samplingParameter,
+                     bool shiftedGrids, float ignored) override;
     [[nodiscard]] long long GetModelRevision() const override { return modelRevision_; }
     /// @}
 

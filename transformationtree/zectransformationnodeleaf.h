@@ -27,6 +27,8 @@ public:
     /// Sets the flag. No revision changes.
     void SetIsNewEntryScan(bool isNewEntryScan) noexcept { newEntryScan_ = isNewEntryScan; }
 
+    /// Does nothing: a leaf's model is given, not built.
+    void CreateModel(bool, float, float, bool, float) override {}
     /// Returns the node's own model revision.
     [[nodiscard]] long long GetModelRevision() const override { return GetNodeRevision(1); }
     [[nodiscard]] bool IsLeaf() const override { return true; }

@@ -1,7 +1,7 @@
 #include "transformationtree/zennodeiterator.h"
 
+#include "platform/base/cbprefetch.h"
 #include "platform/math3d/cbmatrixinternal.h"
-#include "transformationtree/internal/prefetch.h"
 
 #include <algorithm>
 #include <atomic>
@@ -71,15 +71,15 @@ void Iterator::prefetchNode(const Path::Child& child) noexcept
 {
     if (!child) return;
     const auto* const hot = reinterpret_cast<const std::byte*>(&child->relativeTrafo_);
-    PrefetchForRead(hot);
-    PrefetchForRead(hot + 64);
-    PrefetchForRead(hot + sizeof(CbMatrix4Rd));
+    CbPrefetch(hot);
+    CbPrefetch(hot + 64);
+    CbPrefetch(hot + sizeof(CbMatrix4Rd));
 }
 
 void Iterator::prefetchChildren(const Path::Child& child) noexcept
 {
     if (!child || child->leaf_) return;
-    PrefetchForRead(static_cast<const ZeCTransformationNodeInner&>(*child).children_.data());
+    CbPrefetch(static_cast<const ZeCTransformationNodeInner&>(*child).children_.data());
 }
 
 void Iterator::prefetchSiblings(const Path::Child* position, const Path::Child* end) noexcept

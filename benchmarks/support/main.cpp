@@ -122,7 +122,7 @@ int main(int argc, char** argv)
     // The id map keeps the room that large trees took, and to check a small one would take longer.
     for (const auto& suite :
          {IsValidBenchmarks(), RemoveBenchmarks(), StreamBenchmarks(), WalkBenchmarks(),
-          HandleBenchmarks(), SurfelIteratorBenchmarks(), SurfelBenchmarks()}) {
+          HandleBenchmarks(), SurfelIteratorBenchmarks(), MergeBenchmarks(), SurfelBenchmarks()}) {
         for (const RatioBenchmark& benchmark : suite) {
             const std::string name = benchmark.work + "/" + std::to_string(benchmark.size);
             if (!std::regex_search(name, pattern)) continue;

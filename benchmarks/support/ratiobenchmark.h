@@ -56,4 +56,5 @@ struct RatioResult
 [[nodiscard]] std::vector<RatioBenchmark> RemoveBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> StreamBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> SurfelBenchmarks();
+[[nodiscard]] std::vector<RatioBenchmark> MergeBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> SurfelIteratorBenchmarks();

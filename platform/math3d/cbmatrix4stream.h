@@ -5,16 +5,18 @@
 #include "platform/math3d/cbmatrix4.h"
 
 /// Writes a version and the 16 values, group after group.
-inline void WriteMatrix(CbStreamWriteBinary& stream, const CbMatrix4Rd& matrix)
+template<class T>
+void WriteMatrix(CbStreamWriteBinary& stream, const CbMatrix4<T>& matrix)
 {
     stream.WriteVersion(1);
-    stream.WriteBuffer(matrix.data(), 16 * sizeof(double));
+    stream.WriteBuffer(matrix.data(), 16 * sizeof(T));
 }
 
 /// Reads what WriteMatrix() wrote, of whatever version: all have the 16 values.
 /// Throws: CbExceptionStream where the stream ends; the matrix keeps its values.
-inline void ReadMatrix(CbStreamReadBinary& stream, CbMatrix4Rd& matrix)
+template<class T>
+void ReadMatrix(CbStreamReadBinary& stream, CbMatrix4<T>& matrix)
 {
     stream.ReadAndCompareVersion(1);
-    stream.ReadBuffer(matrix.data(), 16 * sizeof(double));
+    stream.ReadBuffer(matrix.data(), 16 * sizeof(T));
 }

@@ -1,0 +1,41 @@
+#include "transformationtree/internal/storedsurfelcollection.h"
+
+#include "platform/base/cbcreate.h"
+#include "platform/base/cbexceptionstream.h"
+#include "platform/base/cystreamwritebinarybuffer.h"
+
+#include <limits>
+#include <string>
+
+void WriteSurfelCollection(CbStreamWriteBinary& stream, const CySurfelCollectionBase* collection)
+{
+    stream << (collection != nullptr);
+    if (collection == nullptr) return;
+    CyStreamWriteBinaryBuffer buffer;
+    collection->Serialize(buffer);
+    if (buffer.GetCount() > std::numeric_limits<std::uint32_t>::max()) {
+        throw CbExceptionStream(CB_HERE, "a surfel collection of " +
+                                             std::to_string(buffer.GetCount()) + " bytes");
+    }
+    stream << collection->GetClassNameW() << static_cast<std::uint32_t>(buffer.GetCount());
+    stream.WriteBuffer(buffer.GetData(), buffer.GetCount());
+}
+
+CbSmartPointer<CySurfelCollectionBase>
+ReadSurfelCollection(CbStreamReadBinary& stream,
+                     const CbSmartPointer<CySurfelCollectionBase>& current)
+{
+    bool isPresent = false;
+    stream >> isPresent;
+    if (!isPresent) return current;
+    CString className;
+    std::uint32_t bytes = 0;
+    stream >> className >> bytes;
+    auto collection = CbCreate<CySurfelCollectionBase>(className);
+    if (collection) {
+        collection->Serialize(stream); // knows its own end
+    } else {
+        stream.Skip(bytes);
+    }
+    return collection;
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/base/cbsmartpointer.h"
+#include "platform/base/cbstreamreadbinary.h"
+#include "platform/base/cbstreamwritebinary.h"
+#include "platform/datatree/cysurfelcollectionbase.h"
+
+/// Writes a collection with its class name and length, or that there is none.
+/// Throws: CbExceptionStream for more bytes than 32 bits can count, and what the collection's
+/// writer throws.
+void WriteSurfelCollection(CbStreamWriteBinary& stream, const CySurfelCollectionBase* collection);
+
+/// Reads what was written and returns it: @p current where there was none, null for a class that is
+/// not known. Throws: CbExceptionStream, and what the collection's reader throws.
+[[nodiscard]] CbSmartPointer<CySurfelCollectionBase>
+ReadSurfelCollection(CbStreamReadBinary& stream,
+                     const CbSmartPointer<CySurfelCollectionBase>& current);

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "platform/attributes/zearttiattribute.h"
+#include "platform/base/cbcriticalsection.h"
+#include "platform/base/cbsmartpointer.h"
+#include "platform/datatree/cysurfelcollectionbase.h"
+#include "transformationtree/transformationtreeapi.h"
+
+#include <cstdint>
+#include <utility>
+
+/// The surfels of a node's component that is connected with nothing else, to warn about.
+///
+/// A reset keeps the warning.
+///
+/// Threads: serialization is guarded; collection and revision are not.
+class TRANSFORMATIONTREE_API ZeCDisconnectedComponentWarningAttribute : public ZeARTTIAttribute
+{
+public:
+    static const CbRTTI RTTI;
+
+    ZeCDisconnectedComponentWarningAttribute() = default;
+    /// Shares the collection.
+    ZeCDisconnectedComponentWarningAttribute(const ZeCDisconnectedComponentWarningAttribute& other);
+    ZeCDisconnectedComponentWarningAttribute&
+    operator=(const ZeCDisconnectedComponentWarningAttribute&) = delete;
+
+    /// Makes an attribute without collection.
+    static IObject* CreateByFactory();
+    /// The clone has the same revision and shares the collection.
+    static IObject* CloneByFactory(const IObject& object);
+    [[nodiscard]] const CbRTTI& GetRTTI() const override;
+
+    /// The surfels to warn about, or null.
+    [[nodiscard]] CbSmartPointer<CySurfelCollectionBase> GetWarningSurfelCollection() const
+    {
+        return collection_;
+    }
+    void SetWarningSurfelCollection(CbSmartPointer<CySurfelCollectionBase> collection)
+    {
+        collection_ = std::move(collection);
+    }
+
+    /// The revision that the caller computed the warning of; -1 for none.
+    [[nodiscard]] long long GetWarningComputedRevision() const noexcept
+    {
+        return warningComputedRevision_;
+    }
+    void SetWarningComputedRevision(long long revision) noexcept
+    {
+        warningComputedRevision_ = revision;
+    }
+
+    /// Writes version 1: version and collection; the revision is not stored.
+    void Serialize(CbStreamWriteBinary& stream) const override;
+    /// Reads what was written. Where no collection was stored the present one stays, one of an
+    /// unknown class reads as null.
+    /// Throws: CbExceptionWrongFileVersion, CbExceptionStream and what the collection's reader
+    /// throws; the attribute stays as it was.
+    void Serialize(CbStreamReadBinary& stream) override;
+
+    /// Changes nothing and returns true. Threads: waits for serialization to end.
+    bool ResetAttribute() override;
+
+protected:
+    ~ZeCDisconnectedComponentWarningAttribute() override;
+
+private:
+    mutable CbCriticalSection section_;
+    CbSmartPointer<CySurfelCollectionBase> collection_;
+    std::int64_t warningComputedRevision_ = -1;
+};

@@ -1,0 +1,240 @@
+#pragma once
+
+#include "platform/attributes/zearttiattribute.h"
+#include "platform/base/cbcriticalsection.h"
+#include "platform/base/cbsmartpointer.h"
+#include "platform/base/cstring.h"
+#include "platform/base/ctime.h"
+#include "platform/base/cyuniqueid.h"
+#include "platform/datatree/cysurfelcollectionbase.h"
+#include "platform/math3d/cbmatrix4.h"
+#include "transformationtree/transformationtreeapi.h"
+
+#include <cstdint>
+#include <limits>
+#include <utility>
+
+class ZeCTransformationNodeInner;
+
+/// How far an image area, which is an inner node, has been correlated with a reference.
+///
+/// It holds what the area was correlated to, whether and how well; the transformations that were
+/// found; the state of jaw relaxation; whether the area is the scan of an impression; the revisions
+/// that this was done for; and the number of correlation tasks that wait for the area.
+///
+/// Threads: the number of tasks is guarded, all else is not: who needs several values that belong
+/// together enters GetCriticalSection().
+class TRANSFORMATIONTREE_API ZeCImageAreaDataAttribute : public ZeARTTIAttribute
+{
+public:
+    /// The application's; all values are kept as they are.
+    enum class ECorrelationLevel : std::int32_t
+    {
+        Default = 0
+    };
+
+    static const CbRTTI RTTI;
+
+    ZeCImageAreaDataAttribute();
+    ZeCImageAreaDataAttribute(const ZeCImageAreaDataAttribute&) = delete;
+    ZeCImageAreaDataAttribute& operator=(const ZeCImageAreaDataAttribute&) = delete;
+
+    /// Makes an attribute of an area that is not correlated.
+    static IObject* CreateByFactory();
+    [[nodiscard]] const CbRTTI& GetRTTI() const override;
+
+    /// @name Correlation
+    /// @{
+
+    /// Id of the object that the area was correlated to, as text; that of the nil id for none.
+    [[nodiscard]] const CString& GetCorrelationObjectID() const noexcept
+    {
+        return fields_.correlationObjectID;
+    }
+    void SetCorrelationObjectID(const CString& id) { fields_.correlationObjectID = id; }
+
+    [[nodiscard]] bool GetIsCorrelated() const noexcept { return fields_.isCorrelated; }
+    void SetIsCorrelated(bool isCorrelated) noexcept { fields_.isCorrelated = isCorrelated; }
+
+    [[nodiscard]] ECorrelationLevel GetCorrelationLevel() const noexcept
+    {
+        return fields_.correlationLevel;
+    }
+    void SetCorrelationLevel(ECorrelationLevel level) noexcept { fields_.correlationLevel = level; }
+
+    [[nodiscard]] const CbMatrix4Rf& GetCorrelationTrafo() const noexcept
+    {
+        return fields_.correlationTrafo;
+    }
+    void SetCorrelationTrafo(const CbMatrix4Rf& trafo) noexcept
+    {
+        fields_.correlationTrafo = trafo;
+    }
+    /// Returns a copy of the correlation transformation.
+    [[nodiscard]] CbMatrix4Rf GetCorrelationMatrix() const noexcept
+    {
+        return fields_.correlationTrafo;
+    }
+
+    /// The largest float where none was computed.
+    [[nodiscard]] float GetCorrelationError() const noexcept { return fields_.correlationError; }
+    void SetCorrelationError(float error) noexcept { fields_.correlationError = error; }
+
+    /// The correlation transformation that succeeded last. It is not stored.
+    [[nodiscard]] const CbMatrix4Rf& GetLastSuccessfulCorrelationTrafo() const noexcept
+    {
+        return fields_.lastSuccessfulCorrelationTrafo;
+    }
+    void SetLastSuccessfulCorrelationTrafo(const CbMatrix4Rf& trafo) noexcept
+    {
+        fields_.lastSuccessfulCorrelationTrafo = trafo;
+    }
+    /// @}
+
+    /// @name Jaw relaxation
+    /// @{
+
+    [[nodiscard]] bool GetIsJawRelaxed() const noexcept { return fields_.isJawRelaxed; }
+    void SetIsJawRelaxed(bool isRelaxed) noexcept { fields_.isJawRelaxed = isRelaxed; }
+
+    [[nodiscard]] const CbMatrix4Rf& GetJawRelaxationTrafo() const noexcept
+    {
+        return fields_.jawRelaxationTrafo;
+    }
+    void SetJawRelaxationTrafo(const CbMatrix4Rf& trafo) noexcept
+    {
+        fields_.jawRelaxationTrafo = trafo;
+    }
+    /// @}
+
+    [[nodiscard]] bool GetIsImpressionScan() const noexcept { return fields_.isImpressionScan; }
+    void SetIsImpressionScan(bool isImpression) noexcept
+    {
+        fields_.isImpressionScan = isImpression;
+    }
+    /// Returns a half turn about the y axis for the scan of an impression, otherwise the identity.
+    [[nodiscard]] CbMatrix4Rf GetImpressionMatrix() const noexcept;
+
+    /// The surfels that the application moves while it shows the area, or null. They are not
+    /// stored.
+    [[nodiscard]] CbSmartPointer<CySurfelCollectionBase> GetAnimation() const
+    {
+        return fields_.animation;
+    }
+    void SetAnimation(CbSmartPointer<CySurfelCollectionBase> animation)
+    {
+        fields_.animation = std::move(animation);
+    }
+
+    /// @name Revisions
+    /// Those that the work was last done for, -1 for none.
+    /// @{
+
+    [[nodiscard]] long long GetLastNodeRevision() const noexcept
+    {
+        return fields_.lastNodeRevision;
+    }
+    void SetLastNodeRevision(long long revision) noexcept { fields_.lastNodeRevision = revision; }
+
+    [[nodiscard]] long long GetLastAreaCorrelationRevision() const noexcept
+    {
+        return fields_.lastAreaCorrelationRevision;
+    }
+    void SetLastAreaCorrelationRevision(long long revision) noexcept
+    {
+        fields_.lastAreaCorrelationRevision = revision;
+    }
+
+    [[nodiscard]] long long GetLastRefAreaCorrelationRevision() const noexcept
+    {
+        return fields_.lastRefAreaCorrelationRevision;
+    }
+    void SetLastRefAreaCorrelationRevision(long long revision) noexcept
+    {
+        fields_.lastRefAreaCorrelationRevision = revision;
+    }
+
+    [[nodiscard]] const CString& GetLastGUID() const noexcept { return fields_.lastGUID; }
+    void SetLastGUID(const CString& guid) { fields_.lastGUID = guid; }
+
+    [[nodiscard]] long long GetLastGUIDRevision() const noexcept
+    {
+        return fields_.lastGUIDRevision;
+    }
+    void SetLastGUIDRevision(long long revision) noexcept { fields_.lastGUIDRevision = revision; }
+
+    [[nodiscard]] CTime GetTimeChanged() const noexcept { return fields_.timeChanged; }
+    void SetTimeChanged(CTime time) noexcept { fields_.timeChanged = time; }
+    /// @}
+
+    /// @name Correlation tasks that wait for the area
+    /// They are not stored. Threads: any time.
+    /// @{
+
+    /// Counts one more and returns the new number.
+    unsigned int IncrementEnqueuedAreaCorrelationTasks();
+    /// Counts one less and returns the new number; none less one is 2^32-1.
+    unsigned int DecrementEnqueuedAreaCorrelationTasks();
+    [[nodiscard]] unsigned int GetNumEnqueuedAreaCorrelationTasks() const;
+    /// @}
+
+    /// The section that guards the number of tasks, for several calls that belong together.
+    [[nodiscard]] CbCriticalSection& GetCriticalSection() const noexcept
+        CB_RETURN_CAPABILITY(section_)
+    {
+        return section_;
+    }
+
+    /// Resets the attribute and sets the three revisions of node and correlation to the newest one
+    /// at or below @p areaNode; null leaves them at -1.
+    void InitFromAreaNode(const CbSmartPointer<const ZeCTransformationNodeInner>& areaNode);
+
+    /// One line for logs, with all but the time.
+    [[nodiscard]] CString ToString() const;
+
+    /// Writes version 2.
+    void Serialize(CbStreamWriteBinary& stream) const override;
+    /// Reads any version. What it does not have stays as it is.
+    /// Throws: CbExceptionWrongFileVersion, CbExceptionStream; the attribute stays as it was.
+    void Serialize(CbStreamReadBinary& stream) override;
+
+    /// Becomes as a new one, with no tasks. Returns true.
+    bool ResetAttribute() override;
+
+protected:
+    ~ZeCImageAreaDataAttribute() override;
+
+private:
+    /// All that is not guarded.
+    struct Fields
+    {
+        CString correlationObjectID = CyUniqueID().ToString();
+        bool isCorrelated = false;
+        ECorrelationLevel correlationLevel = ECorrelationLevel::Default;
+        CbMatrix4Rf correlationTrafo;
+        float correlationError = std::numeric_limits<float>::max();
+        bool isJawRelaxed = false;
+        CbMatrix4Rf jawRelaxationTrafo;
+        bool isImpressionScan = false;
+        CbSmartPointer<CySurfelCollectionBase> animation;
+        CbMatrix4Rf lastSuccessfulCorrelationTrafo;
+        std::int64_t lastNodeRevision = -1;
+        std::int64_t lastAreaCorrelationRevision = -1;
+        std::int64_t lastRefAreaCorrelationRevision = -1;
+        CString lastGUID;
+        CTime timeChanged;
+        std::int64_t lastGUIDRevision = -1;
+    };
+
+    // Each version is the one before with something behind it.
+    static void writeVersion0(CbStreamWriteBinary& stream, const Fields& fields);
+    static void writeVersion1(CbStreamWriteBinary& stream, const Fields& fields);
+    static void writeVersion2(CbStreamWriteBinary& stream, const Fields& fields);
+    static void readVersion0(CbStreamReadBinary& stream, Fields& fields);
+    static void readVersion1(CbStreamReadBinary& stream, Fields& fields);
+    static void readVersion2(CbStreamReadBinary& stream, Fields& fields);
+
+    Fields fields_;
+    unsigned int numEnqueuedAreaCorrelationTasks_ CB_GUARDED_BY(section_) = 0;
+    mutable CbCriticalSection section_;
+};

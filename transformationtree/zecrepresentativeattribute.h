@@ -1,0 +1,54 @@
+#pragma once
+
+#include "platform/attributes/zearttiattribute.h"
+#include "transformationtree/transformationtreeapi.h"
+
+#include <cstdint>
+#include <limits>
+
+/// The voxel of a grid that a node represents.
+///
+/// Threads: not locked.
+class TRANSFORMATIONTREE_API ZeCRepresentativeAttribute : public ZeARTTIAttribute
+{
+public:
+    static const CbRTTI RTTI;
+
+    /// Represents no voxel: all three indices are the largest int.
+    ZeCRepresentativeAttribute() = default;
+    ZeCRepresentativeAttribute(const ZeCRepresentativeAttribute&) = default;
+    ZeCRepresentativeAttribute& operator=(const ZeCRepresentativeAttribute&) = default;
+
+    /// Makes an attribute that represents no voxel.
+    static IObject* CreateByFactory();
+    /// The clone has the same voxel.
+    static IObject* CloneByFactory(const IObject& object);
+    [[nodiscard]] const CbRTTI& GetRTTI() const override;
+
+    void SetGridVoxel(int x, int y, int z) noexcept;
+    void GetGridVoxel(int& x, int& y, int& z) const noexcept;
+
+    /// Writes version 1: version and indices.
+    void Serialize(CbStreamWriteBinary& stream) const override;
+    /// Reads what was written.
+    /// Throws: CbExceptionWrongFileVersion, CbExceptionStream; the voxel stays as it was.
+    void Serialize(CbStreamReadBinary& stream) override;
+    /// The indices x, y and z without a version.
+    void writeVersion1(CbStreamWriteBinary& stream) const;
+    /// Reads what writeVersion1() wrote.
+    /// Throws: CbExceptionStream where the stream ends; the voxel stays as it was.
+    void readVersion1(CbStreamReadBinary& stream);
+
+    /// Represents no voxel any more. Returns true.
+    bool ResetAttribute() override;
+
+protected:
+    ~ZeCRepresentativeAttribute() override;
+
+private:
+    static constexpr std::int32_t c_none = std::numeric_limits<std::int32_t>::max();
+
+    std::int32_t x_ = c_none;
+    std::int32_t y_ = c_none;
+    std::int32_t z_ = c_none;
+};

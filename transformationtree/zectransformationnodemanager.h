@@ -150,6 +150,17 @@ public:
     /// from outside it the subtree comes in, and to the outside it goes out. In front of itself a
     /// node keeps its place, and comes to the end below another father.
     void MoveNode(const Inner& newFather, const Node& node, const ConstNode& before);
+    /// Moves several nodes to the end of a new father's children, in their order; a node that is
+    /// named twice moves once. Otherwise as MoveNode() for each, but in one pass. The fathers that
+    /// they leave, each renewed once, lose their null entries and those whose node belongs to
+    /// another father by now.
+    void MoveNodes(const Inner& newFather, const std::vector<Node>& nodes);
+    /// Gives a father these children, and no others: they move there as by MoveNodes(), from
+    /// anywhere, and what else stands below the father is taken apart as by DeleteChildren().
+    /// Nothing happens where there were no children and are to be none.
+    /// Cost: linear in the number of nodes below the father, times the logarithm of that of the
+    /// new children.
+    void ReplaceChildren(const Inner& father, const std::vector<Node>& children);
     /// Registers a subtree and brings it into the data manager below the father of its top, where
     /// that is in it. Null changes nothing.
     void AddSubtreeToDataManager(const Node& node);
@@ -253,6 +264,16 @@ private:
     };
     void putInPlace(const Inner& father, const Node& oldChild, const Node& newChild,
                     EPlacing placing);
+    enum class EOthers
+    {
+        Keep,
+        Drop
+    };
+    /// @param others what happens to all else that stands below the father
+    void moveNodes(const Inner& newFather, const std::vector<Node>& nodes, EOthers others,
+                   const char* function);
+    /// Takes nodes from their fathers, which are these.
+    static void leaveFathers(const std::vector<Node>& nodes, const std::vector<Inner>& fathers);
     /// Inserts and links a child that has no father.
     static void insertLinked(const Inner& father, std::size_t index, const Node& child);
     /// Erases the entry of a child in a father that is not its own any more, and corrects an index.

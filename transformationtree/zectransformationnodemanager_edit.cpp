@@ -7,6 +7,7 @@
 #include "transformationtree/zectransformationnodemanager.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace
@@ -32,6 +33,44 @@ bool hasChildren(const ZeCTransformationNode& node)
 {
     return !node.IsLeaf() &&
            static_cast<const ZeCTransformationNodeInner&>(node).GetNrChildren() != 0;
+}
+
+// The nodes below a father, but for some with what is below them; children before their father.
+std::vector<CbSmartPointer<ZeCTransformationNode>>
+collectBelow(ZeCTransformationNodeInner& father,
+             std::vector<CbSmartPointer<ZeCTransformationNode>> leftOut)
+{
+    std::sort(leftOut.begin(), leftOut.end());
+    std::vector<CbSmartPointer<ZeCTransformationNode>> nodes;
+    WalkBelow<EDirection::Backward>(
+        father, [&](ZeCTransformationNode& child, const ZeCTransformationNodeInner& above) {
+            if (!child.IsChildOf(above)) return EVisit::Skip;
+            CbSmartPointer<ZeCTransformationNode> node(&child);
+            if (std::binary_search(leftOut.begin(), leftOut.end(), node)) return EVisit::Skip;
+            nodes.push_back(std::move(node));
+            return EVisit::Enter;
+        });
+    std::reverse(nodes.begin(), nodes.end());
+    return nodes;
+}
+
+// Each father once.
+std::vector<CbSmartPointer<ZeCTransformationNodeInner>>
+distinctFathers(const std::vector<CbSmartPointer<ZeCTransformationNode>>& nodes)
+{
+    std::vector<CbSmartPointer<ZeCTransformationNodeInner>> fathers;
+    for (const auto& node : nodes) {
+        if (auto father = node->GetFather()) fathers.push_back(std::move(father));
+    }
+    std::sort(fathers.begin(), fathers.end());
+    fathers.erase(std::unique(fathers.begin(), fathers.end()), fathers.end());
+    return fathers;
+}
+
+template<class T>
+void append(std::vector<T>& to, const std::vector<T>& more)
+{
+    to.insert(to.end(), more.begin(), more.end());
 }
 
 // Makes room for one more child, so that the next insertion can't fail.
@@ -151,19 +190,6 @@ void ZeCTransformationNodeManager::removeChild(
     father->NewNodeRevision(c_allRevisions);
 }
 
-void ZeCTransformationNodeManager::DeleteChildren(const Inner& father)
-{
-    if (!father || father->children_.empty()) return;
-    auto nodes = collectToRemove(father);
-    nodes.pop_back(); // the father itself
-    for (const Node& node : nodes) {
-        if (hasChildren(*node)) node->NewNodeRevision(c_allRevisions);
-        takeApart(node);
-    }
-    const auto entries = std::exchange(father->children_, {}); // go when the edit is done
-    father->NewNodeRevision(c_allRevisions);
-}
-
 void ZeCTransformationNodeManager::ReplaceChild(const Inner& father, const Node& oldChild,
                                                 const Node& newChild)
 {
@@ -257,6 +283,78 @@ void ZeCTransformationNodeManager::MoveNode(const Inner& newFather, const Node& 
         addNodesToDataManager(added);
     } else if (managed) {
         dataManager_.load()->MoveNode(handle, newFather).Acknowledge();
+    }
+}
+
+void ZeCTransformationNodeManager::MoveNodes(const Inner& newFather, const std::vector<Node>& nodes)
+{
+    moveNodes(newFather, nodes, EOthers::Keep, "ZeCTransformationNodeManager::MoveNodes");
+}
+
+void ZeCTransformationNodeManager::ReplaceChildren(const Inner& father,
+                                                   const std::vector<Node>& children)
+{
+    moveNodes(father, children, EOthers::Drop, "ZeCTransformationNodeManager::ReplaceChildren");
+}
+
+void ZeCTransformationNodeManager::DeleteChildren(const Inner& father)
+{
+    if (father) ReplaceChildren(father, {});
+}
+
+void ZeCTransformationNodeManager::moveNodes(const Inner& newFather, const std::vector<Node>& nodes,
+                                             EOthers others, const char* function)
+{
+    if (!newFather) throw CbException(__FILE__, __LINE__, function, "the father is null");
+    const Inner father = newFather; // may be held by what is dropped
+    auto& children = father->children_;
+    const bool drop = others == EOthers::Drop;
+    if (nodes.empty() && (!drop || children.empty())) return;
+    for (const Node& node : nodes) requireInsertable(father, node, __FILE__, __LINE__, function);
+
+    const bool managed = IsNodeInDataManager(father) && dataManager_.load() != nullptr;
+    Nodes comingIn;
+    std::vector<Node> leaving;
+    for (const Node& node : nodes) {
+        if (managed == IsNodeInDataManager(node)) continue;
+        managed ? append(comingIn, CollectPreOrder(*node)) : append(leaving, collectToRemove(node));
+    }
+    const auto oldFathers = distinctFathers(nodes);
+    const auto dropped = drop ? collectBelow(*father, nodes) : std::vector<Node>{};
+    ZeCTransformationNodeInner::Children entries;
+    entries.reserve((drop ? 0 : children.size()) + nodes.size());
+    (void)GetWriteHandle(father); // a thread's first handle needs memory too
+
+    removeNodesFromDataManager(leaving, false);
+    leaveFathers(nodes, oldFathers);
+    if (!drop) std::move(children.begin(), children.end(), std::back_inserter(entries));
+    entries.swap(children); // old ones go when the edit is done
+    for (const Node& node : nodes) {
+        if (!node->IsChildOf(*father)) insertLinked(father, children.size(), node);
+    }
+    if (managed) {
+        for (const Node& node : nodes) {
+            WriteHandle handle = GetWriteHandle(node); // empty for a node that comes in
+            dataManager_.load()->MoveNode(handle, father).Acknowledge();
+        }
+        addNodesToDataManager(comingIn);
+    }
+    // After the others have left, since with data nodes below it a node can't.
+    for (const Node& node : dropped) {
+        if (hasChildren(*node)) node->NewNodeRevision(c_allRevisions);
+        takeApart(node);
+    }
+    father->NewNodeRevision(c_allRevisions);
+}
+
+void ZeCTransformationNodeManager::leaveFathers(const std::vector<Node>& nodes,
+                                                const std::vector<Inner>& fathers)
+{
+    for (const Node& node : nodes) node->setFather(nullptr);
+    for (const Inner& father : fathers) {
+        std::erase_if(father->children_,
+                      [&](const Node& child) { return !child || !child->IsChildOf(*father); });
+        father->NewNodeRevision(c_allRevisions);
     }
 }
 

@@ -1,4 +1,4 @@
-// Building and removing.
+// Building and removing. Restructuring is in the source beside this one.
 
 #include "transformationtree/zectransformationtreeutility.h"
 
@@ -14,16 +14,6 @@ namespace
 {
 
 using EModified = ZeCMessageTreeStructureModified::EModificationType;
-
-// What is told about the removal of nodes, which are still where they are.
-ChangeMessages removalMessages(const std::vector<CbSmartPointer<ZeCTransformationNode>>& nodes)
-{
-    ChangeMessages messages;
-    for (const auto& node : nodes) {
-        messages.AddTreeStructureModified(node, node->GetFather(), EModified::eNodeRemoved);
-    }
-    return messages;
-}
 
 } // namespace
 
@@ -69,6 +59,19 @@ ZeCTransformationTreeUtility::Inner
 ZeCTransformationTreeUtility::PrepareForNextChild(const Inner& node, unsigned int maxChildren,
                                                   Inner& topNode)
 {
+    CreatedNodes created(getNodeManager());
+    ChangeMessages messages;
+    const Inner place = prepareForNextChild(node, maxChildren, topNode, created, messages);
+    created.Keep();
+    messages.Post();
+    return place;
+}
+
+ZeCTransformationTreeUtility::Inner
+ZeCTransformationTreeUtility::prepareForNextChild(const Inner& node, unsigned int maxChildren,
+                                                  Inner& topNode, CreatedNodes& created,
+                                                  ChangeMessages& messages)
+{
     const auto isFull = [&](const Inner& inner) { return inner->GetNrChildren() >= maxChildren; };
     std::size_t levels = 0; // of the branch that will lead down to where the node is
     Inner place = node;
@@ -80,8 +83,6 @@ ZeCTransformationTreeUtility::PrepareForNextChild(const Inner& node, unsigned in
     if (oldTop && (!topFather || maxChildren < 2)) return nullptr;
 
     auto& manager = getNodeManager();
-    CreatedNodes created(manager);
-    ChangeMessages messages;
     if (oldTop) {
         place = created.CreateInner(oldTop->GetDescription());
         place->ReserveChildren(2);
@@ -110,8 +111,6 @@ ZeCTransformationTreeUtility::PrepareForNextChild(const Inner& node, unsigned in
         manager.MoveNode(place, oldTop, branch);
         topNode = place;
     }
-    created.Keep();
-    messages.Post();
     return last;
 }
 
@@ -120,7 +119,7 @@ void ZeCTransformationTreeUtility::RemoveSubtree(const Node& removedNode, bool p
     const Node node = removedNode; // may be a reference into the children
     if (!node) return;
     ChangeMessages messages;
-    if (postMessages) messages = removalMessages(CollectPostOrder(*node));
+    if (postMessages) messages.AddRemoved(CollectPostOrder(*node));
     auto& manager = getNodeManager();
     if (!node->IsLeaf())
         manager.DeleteChildren(CbStaticPointerCast<ZeCTransformationNodeInner>(node));
@@ -137,7 +136,7 @@ void ZeCTransformationTreeUtility::RemoveChildren(const Inner& node, bool postMe
     if (postMessages) {
         auto nodes = CollectPostOrder(*node);
         nodes.pop_back(); // the node itself
-        messages = removalMessages(nodes);
+        messages.AddRemoved(nodes);
     }
     getNodeManager().DeleteChildren(node);
     messages.Post();

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "platform/base/cbmap.h"
 #include "platform/base/cbsingleton.h"
 #include "transformationtree/zectransformationnodeinner.h"
 #include "transformationtree/zectransformationnodeleaf.h"
 
+class ChangeMessages;
+class CreatedNodes;
 class ZeCTransformationNodeManager;
 
 /// Edits of whole subtrees, made of the node manager's edits; a singleton without a state.
@@ -30,6 +33,9 @@ public:
     using Inner = CbSmartPointer<ZeCTransformationNodeInner>;
     using Leaf = CbSmartPointer<ZeCTransformationNodeLeaf>;
     using Model = CbSmartPointer<const ZeCModelQMT>;
+    using ConstNode = CbSmartPointer<const ZeCTransformationNode>;
+    /// From nodes to nodes.
+    using NodeMap = CbMap<ConstNode, ConstNode>;
 
     ZeCTransformationTreeUtility(const ZeCTransformationTreeUtility&) = delete;
     ZeCTransformationTreeUtility& operator=(const ZeCTransformationTreeUtility&) = delete;
@@ -87,6 +93,65 @@ public:
     void ClearAndRemoveChildren(const Inner& node, bool postMessages);
     /// @}
 
+    /// @name Restructuring
+    /// Leaves keep their poses relative to the top of what is restructured. Null entries, and those
+    /// whose node has another father by now, take no part: they go with the lists they stand in.
+    /// @{
+
+    /// Moves the children of a node to the end of another's, in their order, and removes the node.
+    /// A child's transformation R becomes R followed by @p sourceToTarget, which leads from the
+    /// source's frame into the target's; the identity leaves it as it is, bit by bit. The target's
+    /// cached model is dropped; those of the nodes above it are not.
+    ///
+    /// Nothing happens where either is null, which is what a leaf casts to, or has no leaf below
+    /// it, where one is in the data manager and the other is not, and where the target is the
+    /// source or below it.
+    /// Messages, if @p postMessages is set: each child moved, the source removed, and the target's
+    /// model outdated if there was one. Locks: target, source and the source's father.
+    /// Cost: linear in the numbers of children of both.
+    void MergeInnerNodes(const Inner& source, const Inner& target,
+                         const CbMatrix4Rd& sourceToTarget, bool postMessages);
+    /// Returns a copy of a node with everything below it: new nodes with new ids, registered until
+    /// they are deleted, without father and outside the data manager. Null gives null.
+    ///
+    /// Copies have the transformation, description and visibility of their originals but not their
+    /// attributes, and leaves not their new-entry-scan flag. Leaves share their originals' models
+    /// or, if @p cloneModels is set, have clones of them where the model's class has a clone
+    /// function that gives one. With PropertiesAndModel inner nodes share the cached models in any
+    /// case, so that a new description of one of them shows in both. Entries whose node has another
+    /// father by now are copied like others, since walks enter them; null ones are left out.
+    /// Messages: none. Locks: a read handle on @p node suffices.
+    /// @param copyToSource receives, for each copy, the node it was made from; may be null
+    [[nodiscard]] Node CopySubtree(const ConstNode& node,
+                                   ZeCTransformationNode::EAttributesToCopy attributesToCopy,
+                                   NodeMap* copyToSource, bool cloneModels);
+    /// Builds the subtree below a node anew, with at most @p maxChildren children for each inner
+    /// node, all leaves at the same depth and in the order of a walk. An inner node is filled
+    /// before the next one is opened.
+    ///
+    /// The leaves are new ones, with new ids, for the same models, with the descriptions,
+    /// visibilities and clones of the attributes of the old ones, but not the new-entry-scan flag.
+    /// The inner nodes are new ones too, described "Inner" or, where they were the top for a time,
+    /// "ClusterDummy". All that was below @p root is removed; it keeps its own properties,
+    /// attributes and cached model.
+    ///
+    /// Messages: those of PrepareForNextChild(), always; if @p postMessages is set, each old node
+    /// removed as by RemoveChildren(), and the top of the new subtree, "ClusterDummy", removed from
+    /// a "ModelDummy" when its children have come to @p root. Locks: @p root.
+    /// Throws: CbException for null, for @p maxChildren below 1, and for 1 where there is more than
+    /// one leaf; CyExceptionNotInvertible where the accumulated transformation of a leaf's father
+    /// is singular.
+    void NormalizeTreeStructure(const Inner& root, int maxChildren, bool postMessages);
+    /// Makes all leaves below a node its children, in the order in which their models were scanned:
+    /// by acquisition sequence number, leaves without model last, equal ones by their ids. All
+    /// inner nodes below it are removed; its own cached model stays.
+    /// Messages, if @p postMessages is set: each leaf moved; then, for each inner node in the order
+    /// of a walk, those of RemoveSubtree(). A node that has gone with one above it is told again by
+    /// itself, without father. Locks: @p root.
+    /// Throws: CbException for null; CyExceptionNotInvertible as NormalizeTreeStructure().
+    void CollapseAll(const Inner& root, bool postMessages);
+    /// @}
+
 private:
     friend class CbSingleton<ZeCTransformationTreeUtility>;
 
@@ -94,6 +159,11 @@ private:
     ~ZeCTransformationTreeUtility() = default;
 
     [[nodiscard]] static ZeCTransformationNodeManager& getNodeManager();
+    /// PrepareForNextChild() as a part of a larger edit, which keeps the new nodes and posts the
+    /// messages.
+    [[nodiscard]] static Inner prepareForNextChild(const Inner& node, unsigned int maxChildren,
+                                                   Inner& topNode, CreatedNodes& created,
+                                                   ChangeMessages& messages);
 };
 
 extern template class TRANSFORMATIONTREE_API CbSingleton<ZeCTransformationTreeUtility>;

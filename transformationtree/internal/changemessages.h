@@ -15,6 +15,10 @@ public:
     /// @param father may be null
     void AddTreeStructureModified(const Node& node, const Node& father,
                                   ZeCMessageTreeStructureModified::EModificationType type);
+    /// That the nodes, which are still where they are, are removed from their fathers.
+    void AddRemoved(const std::vector<Node>& nodes);
+    /// That the model shows no longer what is below the node.
+    void AddModelOutdated(const Node& node, const ZeCModelQMT& model);
     /// With the node's relative transformation, in single precision.
     void AddTransformationChanged(const Node& node);
 

@@ -1,0 +1,261 @@
+// Merging, copying, normalising and collapsing.
+
+#include "platform/base/cbexception.h"
+#include "transformationtree/internal/changemessages.h"
+#include "transformationtree/internal/collectsubtree.h"
+#include "transformationtree/internal/creatednodes.h"
+#include "transformationtree/internal/subtreewalk.h"
+#include "transformationtree/zectransformationnodeiterators.h"
+#include "transformationtree/zectransformationnodemanager.h"
+#include "transformationtree/zectransformationtreeutility.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <limits>
+#include <string>
+#include <tuple>
+#include <utility>
+
+namespace
+{
+
+using EModified = ZeCMessageTreeStructureModified::EModificationType;
+using Utility = ZeCTransformationTreeUtility;
+
+// The children that are the node's own.
+std::vector<Utility::Node> ownChildren(const ZeCTransformationNodeInner& node)
+{
+    std::vector<Utility::Node> children;
+    children.reserve(node.GetNrChildren());
+    std::copy_if(node.BeginChild(), node.EndChild(), std::back_inserter(children),
+                 [&](const auto& child) { return child && child->IsChildOf(node); });
+    return children;
+}
+
+struct PosedLeaf
+{
+    Utility::Leaf leaf;
+    CbMatrix4Rd toRoot;
+};
+
+// The leaves below a root, in the order of a walk.
+std::vector<PosedLeaf> collectLeaves(const ZeCTransformationNodeInner& root)
+{
+    std::vector<PosedLeaf> leaves;
+    for (auto position = ++root.BeginNode(); position;) {
+        const ZeCTransformationNode& node = position.Borrow().node;
+        const auto father = position.GetFather();
+        if (!node.IsChildOf(static_cast<const ZeCTransformationNodeInner&>(*father))) {
+            position.IncrementToNextSibling();
+            continue;
+        }
+        if (node.IsLeaf()) {
+            const auto posed = *position;
+            leaves.push_back({posed.GetLeafNode(), posed.GetTrafo()});
+        }
+        ++position;
+    }
+    return leaves;
+}
+
+// Leaves in the order in which their models were scanned.
+void sortByScan(std::vector<PosedLeaf>& leaves)
+{
+    const auto key = [](const PosedLeaf& posed) {
+        const auto model = posed.leaf->GetModel();
+        return std::tuple(model ? model->GetAcquireSequenceNumber()
+                                : std::numeric_limits<std::uint64_t>::max(),
+                          posed.leaf->GetID());
+    };
+    std::sort(leaves.begin(), leaves.end(),
+              [&](const PosedLeaf& a, const PosedLeaf& b) { return key(a) < key(b); });
+}
+
+bool isAtOrBelow(Utility::Inner node, const Utility::Inner& top)
+{
+    while (node && node != top) node = node->GetFather();
+    return node != nullptr;
+}
+
+bool canMerge(const Utility::Inner& source, const Utility::Inner& target)
+{
+    using Manager = ZeCTransformationNodeManager;
+    return source && target && !target->EmptyLeafs() && !source->EmptyLeafs() &&
+           Manager::IsNodeInDataManager(target) == Manager::IsNodeInDataManager(source) &&
+           !isAtOrBelow(target, source);
+}
+
+// A clone of a model, or the model itself where it can't be cloned.
+Utility::Model cloneOf(const Utility::Model& model)
+{
+    const auto clone = model ? model->GetRTTI().getClone() : nullptr;
+    if (clone == nullptr) return model;
+    const CbSmartPointer<IObject> object(clone(*model));
+    const auto cloned = CbDynamicPointerCast<const ZeCModelQMT>(object);
+    return cloned ? cloned : model;
+}
+
+// What RemoveSubtree() would post for each inner node below a root, in the order of a walk, when
+// the leaves have gone: those below another one are removed with it, and once more by themselves.
+void addInnerNodesRemoved(ChangeMessages& messages, const ZeCTransformationNodeInner& root)
+{
+    const auto isLeaf = [](const auto& node) { return node->IsLeaf(); };
+    for (const auto& top : ownChildren(root)) {
+        if (top->IsLeaf()) continue;
+        auto nodes = CollectPostOrder(*top);
+        std::erase_if(nodes, isLeaf);
+        messages.AddRemoved(nodes);
+        auto again = CollectPreOrder(*top);
+        std::erase_if(again, isLeaf);
+        std::for_each(again.begin() + 1, again.end(), [&](ZeCTransformationNode* node) {
+            messages.AddTreeStructureModified(Utility::Node(node), nullptr,
+                                              EModified::eNodeRemoved);
+        });
+    }
+}
+
+} // namespace
+
+void ZeCTransformationTreeUtility::MergeInnerNodes(const Inner& source, const Inner& target,
+                                                   const CbMatrix4Rd& sourceToTarget,
+                                                   bool postMessages)
+{
+    if (!canMerge(source, target)) return;
+    const CbMatrix4Rd trafo = sourceToTarget; // may be a reference to a child's
+    const auto children = ownChildren(*source);
+    const Inner sourceFather = source->GetFather();
+    const Model outdated = target->GetModel();
+    ChangeMessages messages;
+    if (postMessages) {
+        for (const Node& child : children) {
+            messages.AddTreeStructureModified(child, target, EModified::eNodeMoved);
+        }
+        messages.AddTreeStructureModified(source, sourceFather, EModified::eNodeRemoved);
+        if (outdated) messages.AddModelOutdated(target, *outdated);
+    }
+
+    auto& manager = getNodeManager();
+    manager.MoveNodes(target, children); // fails, if at all, before anything has changed
+    // No product with the identity: it would turn -0.0 into 0.0.
+    const bool isIdentity = trafo == c_matIdentityD;
+    for (const Node& child : children) {
+        const CbMatrix4Rd& relative = child->GetRelativeTrafo();
+        child->SetRelativeTrafo(isIdentity ? relative : Compose(relative, trafo));
+    }
+    manager.RemoveChild(sourceFather, source);
+    manager.DeleteNode(source);
+    if (outdated) target->DeleteModel();
+    messages.Post();
+}
+
+ZeCTransformationTreeUtility::Node
+ZeCTransformationTreeUtility::CopySubtree(const ConstNode& node,
+                                          ZeCTransformationNode::EAttributesToCopy attributesToCopy,
+                                          NodeMap* copyToSource, bool cloneModels)
+{
+    if (!node) return nullptr;
+    auto& manager = getNodeManager();
+    CreatedNodes created(manager);
+    std::vector<std::pair<Node, const ZeCTransformationNode*>> copies;
+    const auto copyAlone = [&](const ZeCTransformationNode& source) -> Node {
+        Node copy;
+        if (source.IsLeaf()) {
+            const Model model = source.GetModel();
+            copy = created.CreateLeaf(cloneModels ? cloneOf(model) : model);
+        } else {
+            copy = created.CreateInner({});
+        }
+        copies.emplace_back(copy, &source);
+        return copy;
+    };
+    const Node top = copyAlone(*node);
+    if (!node->IsLeaf()) {
+        // The inner nodes from the top down to the one whose children are being copied.
+        std::vector<std::pair<Inner, const ZeCTransformationNode*>> path;
+        path.emplace_back(CbStaticPointerCast<ZeCTransformationNodeInner>(top), node.Get());
+        WalkBelow(static_cast<const ZeCTransformationNodeInner&>(*node),
+                  [&](const ZeCTransformationNode& child, const auto& father) {
+                      while (path.back().second != &father) path.pop_back();
+                      const Node copy = copyAlone(child);
+                      manager.AppendChild(path.back().first, copy, true);
+                      if (!child.IsLeaf()) {
+                          path.emplace_back(CbStaticPointerCast<ZeCTransformationNodeInner>(copy),
+                                            &child);
+                      }
+                      return EVisit::Enter;
+                  });
+    }
+
+    if (copyToSource != nullptr) copyToSource->Reserve(copyToSource->GetCount() + copies.size());
+    // With all children in place, since an inner node takes a model over from its like only.
+    for (const auto& [copy, source] : copies) {
+        copy->AssumeAttributes(ConstNode(source), attributesToCopy);
+    }
+    if (copyToSource != nullptr) {
+        for (const auto& [copy, source] : copies) copyToSource->Set(copy, ConstNode(source));
+    }
+    created.Keep();
+    return top;
+}
+
+void ZeCTransformationTreeUtility::NormalizeTreeStructure(const Inner& root, int maxChildren,
+                                                          bool postMessages)
+{
+    if (!root) throw CbException(CB_HERE, "there is no tree to normalise");
+    const auto leaves = collectLeaves(*root);
+    if (maxChildren < 1 || (maxChildren == 1 && leaves.size() > 1)) {
+        throw CbException(CB_HERE, "a fan-out of " + std::to_string(maxChildren) + " can't hold " +
+                                       std::to_string(leaves.size()) + " leaves");
+    }
+    auto& manager = getNodeManager();
+    CreatedNodes created(manager);
+    ChangeMessages messages;
+    const Inner modelDummy = created.CreateInner(CB_TEXT("ModelDummy"));
+    Inner top = created.CreateInner(CB_TEXT("ClusterDummy"));
+    manager.AppendChild(modelDummy, top, true);
+    Inner place = top;
+    for (const auto& [leaf, toRoot] : leaves) {
+        const Leaf newLeaf = created.CreateLeaf(leaf->GetModel());
+        newLeaf->AssumeAttributes(leaf,
+                                  ZeCTransformationNode::EAttributesToCopy::PropertiesAndModel);
+        newLeaf->CopyAttributesFrom(leaf->GetAllAttributes());
+        newLeaf->SetRelativeTrafo(toRoot);
+        place = prepareForNextChild(place, static_cast<unsigned int>(maxChildren), top, created,
+                                    messages);
+        manager.AppendChild(place, newLeaf, true);
+    }
+    if (postMessages) {
+        auto removed = CollectPostOrder(*root);
+        removed.back() = top; // instead of the root itself
+        messages.AddRemoved(removed);
+    }
+
+    manager.ReplaceChildren(root, ownChildren(*top));
+    created.Keep();
+    manager.RemoveChild(modelDummy, top);
+    manager.DeleteNode(top);
+    manager.DeleteNode(modelDummy);
+    messages.Post();
+}
+
+void ZeCTransformationTreeUtility::CollapseAll(const Inner& root, bool postMessages)
+{
+    if (!root) throw CbException(CB_HERE, "there is no tree to collapse");
+    auto leaves = collectLeaves(*root);
+    sortByScan(leaves);
+    std::vector<Node> children;
+    children.reserve(leaves.size());
+    for (const auto& posed : leaves) children.push_back(posed.leaf);
+    ChangeMessages messages;
+    if (postMessages) {
+        for (const Node& leaf : children) {
+            messages.AddTreeStructureModified(leaf, root, EModified::eNodeMoved);
+        }
+        addInnerNodesRemoved(messages, *root);
+    }
+
+    getNodeManager().ReplaceChildren(root, children);
+    for (const auto& [leaf, toRoot] : leaves) leaf->SetRelativeTrafo(toRoot);
+    messages.Post();
+}

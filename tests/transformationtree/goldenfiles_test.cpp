@@ -1,37 +1,10 @@
+#include "tests/transformationtree/goldenfiles.h"
 #include "tests/transformationtree/mappedrecords.h"
 #include "tests/transformationtree/treematrices.h"
 #include "transformationtree/zecleafnodevector.h"
 
-#include <fstream>
-#include <iomanip>
-#include <iterator>
-#include <sstream>
-
 namespace
 {
-
-std::string contentOf(const std::string& path)
-{
-    std::ifstream file(TREE_SOURCE_FOLDER "/" + path, std::ios::binary);
-    EXPECT_TRUE(file) << path;
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-Bytes golden(const std::string& name)
-{
-    const std::string content = contentOf("tests/golden/" + name);
-    return {content.begin(), content.end()};
-}
-
-std::string hexOf(const Bytes& bytes)
-{
-    std::ostringstream text;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        text << std::hex << std::setfill('0') << std::setw(2) << unsigned{bytes[i]}
-             << (i % 16 == 15 ? "\n" : " ");
-    }
-    return text.str();
-}
 
 // An attribute as applications have them.
 class Tooth : public ZeARTTIAttribute
@@ -65,7 +38,7 @@ class GoldenFiles : public testing::Test
 protected:
     GoldenFiles()
     {
-        ReadFrom(golden("model_1.bin"),
+        ReadFrom(Golden("model_1.bin"),
                  [&](auto& stream) { model = ModelMapper().ReadModel(stream); });
         TestAccess::SetId(*root, CountingId(1));
         root->SetDescription(CB_TEXT("Root"));
@@ -90,7 +63,7 @@ protected:
     template<class Write>
     static void expectWritten(const char* name, const Write& write)
     {
-        EXPECT_EQ(hexOf(Stored(write)), hexOf(golden(name))) << name;
+        EXPECT_EQ(HexOf(Stored(write)), HexOf(Golden(name))) << name;
     }
     template<class Object>
     static void expectSerialized(const char* name, const Object& object)
@@ -112,8 +85,8 @@ TEST_F(GoldenFiles, HoldNodes)
         expectWritten(name, [&node = node](auto& stream) { node->SerializeStructure(stream); });
         const CbSmartPointer<IObject> made(node->GetRTTI().getCreate()());
         const auto read = CbDynamicPointerCast<ZeCTransformationNode>(made);
-        EXPECT_EQ(ReadStructure(*read, golden(name)), 0U);
-        EXPECT_EQ(hexOf(StructureOf(*read)), hexOf(golden(name)));
+        EXPECT_EQ(ReadStructure(*read, Golden(name)), 0U);
+        EXPECT_EQ(HexOf(StructureOf(*read)), HexOf(Golden(name)));
     }
 }
 
@@ -121,15 +94,15 @@ TEST_F(GoldenFiles, HoldALeafWithoutFlag)
 {
     const Leaf read = CbMake<ZeCTransformationNodeLeaf>();
     read->SetIsNewEntryScan(true);
-    EXPECT_EQ(ReadStructure(*read, golden("leaf_1.bin")), 0U);
+    EXPECT_EQ(ReadStructure(*read, Golden("leaf_1.bin")), 0U);
     EXPECT_TRUE(read->IsNewEntryScan()) << "stays as it was";
-    EXPECT_EQ(hexOf(StructureOf(*read)), hexOf(golden("leaf_2.bin"))) << "else it is the same";
+    EXPECT_EQ(HexOf(StructureOf(*read)), HexOf(Golden("leaf_2.bin"))) << "else it is the same";
 }
 
 TEST_F(GoldenFiles, HoldNodeVectors)
 {
     ZeCNodeVector vector; // its revisions can only be read
-    ReadFrom(golden("nodevector_2.bin"), [&](auto& stream) { vector.Serialize(stream); });
+    ReadFrom(Golden("nodevector_2.bin"), [&](auto& stream) { vector.Serialize(stream); });
     expectSerialized("nodevector_2.bin", vector);
     const auto& elements = vector.GetElements();
     ASSERT_EQ(elements.size(), 2U);
@@ -143,7 +116,7 @@ TEST_F(GoldenFiles, HoldNodeVectors)
         stream.WriteVersion(1);
         TestAccess::WriteVersion1(vector, stream);
     });
-    ReadFrom(golden("nodevector_1.bin"), [&](auto& stream) { vector.Serialize(stream); });
+    ReadFrom(Golden("nodevector_1.bin"), [&](auto& stream) { vector.Serialize(stream); });
     ZeCNodeVector expected;
     expected.AddNode(leaf, pose);
     expected.AddNode(nullptr, c_matIdentityD);
@@ -174,7 +147,7 @@ TEST_F(GoldenFiles, HoldTheAttributesOfANode)
     tooth->number = 36;
     leaf->SetAttribute(tooth);
     expectWritten("attributes_1.bin", [&](auto& stream) { leaf->SerializeAttributes(stream); });
-    ReadFrom(golden("attributes_1.bin"), [&](auto& stream) { root->SerializeAttributes(stream); });
+    ReadFrom(Golden("attributes_1.bin"), [&](auto& stream) { root->SerializeAttributes(stream); });
     const auto read = root->GetAllAttributes().GetAttribute<Tooth>();
     ASSERT_TRUE(read);
     EXPECT_EQ(read->number, 36);
@@ -187,8 +160,8 @@ TEST_F(GoldenFiles, HoldTheAttributesOfANode)
 TEST(TheFormatPages, ShowTheGoldenFiles)
 {
     std::size_t count = 0;
-    for (const char* page : {"streams", "nodes", "models", "vector", "session"}) {
-        std::istringstream lines(contentOf("docs/formats/" + std::string(page) + ".md"));
+    for (const char* page : {"streams", "nodes", "attributes", "models", "vector", "session"}) {
+        std::istringstream lines(ContentOf("docs/formats/" + std::string(page) + ".md"));
         for (std::string line; std::getline(lines, line);) {
             if (line.rfind("```hex ", 0) != 0) continue;
             const std::string name = line.substr(7);
@@ -199,11 +172,11 @@ TEST(TheFormatPages, ShowTheGoldenFiles)
                     shown.push_back(static_cast<std::uint8_t>(byte));
                 }
             }
-            EXPECT_EQ(hexOf(shown), hexOf(golden(name))) << page << ", " << name;
+            EXPECT_EQ(HexOf(shown), HexOf(Golden(name))) << page << ", " << name;
             ++count;
         }
     }
-    EXPECT_EQ(count, 10U) << "files";
+    EXPECT_EQ(count, 17U) << "files";
 }
 
 } // namespace

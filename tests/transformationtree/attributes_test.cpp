@@ -1,0 +1,256 @@
+#include "platform/base/cbcreate.h"
+#include "platform/base/cbexceptionstream.h"
+#include "platform/base/cbexceptionwrongfileversion.h"
+#include "tests/support/scenario.h"
+#include "tests/transformationtree/attributerows.h"
+
+#include <gmock/gmock.h>
+
+namespace
+{
+
+using Attribute = CbSmartPointer<ZeARTTIAttribute>;
+
+Bytes stored(const ZeARTTIAttribute& attribute)
+{
+    return Stored([&](auto& stream) { attribute.Serialize(stream); });
+}
+
+std::size_t read(ZeARTTIAttribute& attribute, const Bytes& bytes)
+{
+    return ReadFrom(bytes, [&](auto& stream) { attribute.Serialize(stream); });
+}
+
+class EachAttribute : public testing::TestWithParam<AttributeRow>
+{
+protected:
+    EachAttribute() { row.fill(*filled); }
+
+    [[nodiscard]] Attribute make() const { return CbCreate<ZeARTTIAttribute>(row.className); }
+    [[nodiscard]] Bytes goldenOf(std::uint32_t version) const
+    {
+        return Golden(row.golden + ("_" + std::to_string(version) + ".bin"));
+    }
+
+    const AttributeRow row = GetParam();
+    const Attribute fresh = make();
+    const Attribute filled = make();
+};
+
+TEST_P(EachAttribute, HasDefaultsAndIsResetToThem)
+{
+    EXPECT_EQ(row.shown(*fresh), row.fresh);
+    EXPECT_EQ(row.shown(*filled), row.filled);
+    EXPECT_EQ(row.callReset(*filled), row.isReset);
+    EXPECT_EQ(row.shown(*filled), row.reset);
+}
+
+TEST_P(EachAttribute, IsClonedWhereItsClassCan)
+{
+    const auto clone = filled->GetRTTI().getClone();
+    ASSERT_EQ(clone != nullptr, row.isCloned);
+    if (!row.isCloned) return;
+    const Attribute copy(static_cast<ZeARTTIAttribute*>(clone(*filled)));
+    EXPECT_TRUE(copy->Is(filled->GetRTTI()));
+    EXPECT_EQ(row.shown(*copy), row.filled);
+}
+
+TEST_P(EachAttribute, ReadsTheGoldenFilesAndWritesTheNewest)
+{
+    EXPECT_EQ(HexOf(stored(*filled)), HexOf(goldenOf(row.newestVersion)));
+    for (std::uint32_t version = row.oldestVersion; version <= row.newestVersion; ++version) {
+        const Attribute into = make();
+        EXPECT_EQ(read(*into, goldenOf(version)), 0U);
+        EXPECT_EQ(row.shown(*into), row.read[version - row.oldestVersion]) << version;
+    }
+}
+
+TEST_P(EachAttribute, StaysAsItIsWhereARecordIsOfAnotherVersionOrCut)
+{
+    for (std::uint32_t version : {0U, row.newestVersion + 1, c_mostUint}) {
+        if (version >= row.oldestVersion && version <= row.newestVersion) continue;
+        Bytes bytes = goldenOf(row.newestVersion);
+        std::memcpy(bytes.data(), &version, sizeof version);
+        ExpectThrowsFrom<CbExceptionWrongFileVersion>(row.source, row.line,
+                                                      [&] { read(*filled, bytes); });
+    }
+    for (std::uint32_t version = row.oldestVersion; version <= row.newestVersion; ++version) {
+        for (Bytes bytes = goldenOf(version); !bytes.empty();) {
+            bytes.pop_back();
+            EXPECT_THROW(read(*fresh, bytes), CbExceptionStream) << bytes.size();
+            EXPECT_THROW(read(*filled, bytes), CbExceptionStream) << bytes.size();
+        }
+    }
+    EXPECT_EQ(row.shown(*fresh), row.fresh);
+    EXPECT_EQ(row.shown(*filled), row.filled);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EachAttribute, testing::ValuesIn(AttributeRows()),
+                         [](const auto& row) { return std::string(row.param.golden); });
+
+TEST(ANodesAttributes, ComeBackInTheirOrderAndAreIndependentAfterACopy)
+{
+    const auto node = CbMake<ZeCTransformationNodeInner>();
+    const auto copy = CbMake<ZeCTransformationNodeInner>();
+    const auto rows = AttributeRows();
+    for (const auto& row : rows) {
+        const auto attribute = CbCreate<ZeARTTIAttribute>(row.className);
+        row.fill(*attribute);
+        node->SetAttribute(attribute);
+    }
+    copy->CopyAttributesFrom(*node);
+    ReadFrom(Stored([&](auto& stream) { node->SerializeAttributes(stream); }),
+             [&](auto& stream) { node->SerializeAttributes(stream); });
+    ASSERT_EQ(node->GetAllAttributes().size(), rows.size());
+    auto attribute = node->GetAllAttributes().begin();
+    for (const auto& row : rows) EXPECT_EQ(row.shown(**attribute++), row.read.back());
+    EXPECT_EQ(copy->GetAllAttributes().GetTypes(), node->GetAllAttributes().GetTypes());
+
+    node->CopyAttributesFrom(*copy);
+    node->ResetAttributes();
+    attribute = copy->GetAllAttributes().begin();
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.shown(**attribute++), row.isCloned ? row.filled : row.reset);
+    }
+}
+
+std::string addressOf(const void* object)
+{
+    std::ostringstream out;
+    out << std::hex << std::uppercase << reinterpret_cast<std::uintptr_t>(object);
+    return out.str();
+}
+
+TEST(AnImageArea, TellsOfItselfInOneLine)
+{
+    const auto area = CbMake<ImageAreaData>();
+    const auto expectLine = [&](const std::string& rest) {
+        EXPECT_EQ(area->ToString().ToUtf8(), "Instance " + addressOf(area.Get()) + ": " + rest);
+    };
+    expectLine("running Tasks:0 corrObjID:00000000-0000-0000-0000-000000000000 isCorr:0 corrLvl:0 "
+               "corrTrafo==id corrErr:340282346638528859811704183484516925440.000000 isRelaxed:0 "
+               "relxTrafo==id isImpress:0 spAnimation:0 lastSuccCorrTrafo==id lastNodeRev:-1 "
+               "lastAreaCorrRev:-1 lastRefAreaCorrRev:-1 lastaGUID: lastaGUIDRef:-1");
+    Fill(*area);
+    area->SetCorrelationObjectID(CB_TEXT("object"));
+    area->SetCorrelationError(0.25F);
+    area->SetIsJawRelaxed(true);
+    area->SetLastGUID(CB_TEXT("guid"));
+    expectLine("running Tasks:4294967295 corrObjID:object isCorr:1 corrLvl:-2147483648 "
+               "corrTrafo!=id corrErr:0.250000 isRelaxed:1 relxTrafo!=id isImpress:1 spAnimation:" +
+               addressOf(area->GetAnimation().Get()) +
+               " lastSuccCorrTrafo!=id lastNodeRev:9223372036854775807 lastAreaCorrRev:4294967296 "
+               "lastRefAreaCorrRev:-4294967297 lastaGUID:guid lastaGUIDRef:-9223372036854775808");
+    area->SetJawRelaxationTrafo(ToFloat(Shift(-0.0, 0, 0)));
+    EXPECT_THAT(area->ToString().ToUtf8(), testing::HasSubstr("relxTrafo==id"));
+}
+
+TEST(AnImageArea, CountsTasksAndTurnsImpressions)
+{
+    const auto area = CbMake<ImageAreaData>();
+    EXPECT_EQ(area->IncrementEnqueuedAreaCorrelationTasks(), 1U);
+    EXPECT_EQ(area->IncrementEnqueuedAreaCorrelationTasks(), 2U);
+    EXPECT_EQ(area->DecrementEnqueuedAreaCorrelationTasks(), 1U);
+    EXPECT_EQ(area->GetImpressionMatrix(), c_matIdentityF);
+    area->SetIsImpressionScan(true);
+    EXPECT_EQ(TransformPoint({1, 2, 3}, area->GetImpressionMatrix()), (CbVector3f{-1, 2, -3}));
+    EXPECT_EQ(Compose(area->GetImpressionMatrix(), area->GetImpressionMatrix()), c_matIdentityF);
+    Fill(*area);
+    EXPECT_EQ(TextOf(area->GetCorrelationMatrix()), TextOf(area->GetCorrelationTrafo()));
+}
+
+TEST(AnImageArea, BeginsWithTheNewestRevisionOfItsNode)
+{
+    const auto row = AttributeRows()[3];
+    const auto area = CbMake<ImageAreaData>();
+    const Scenario tree("area(a, b)");
+    tree["b"]->SetNodeRevision(c_mostInt64, 2);
+    Fill(*area);
+    area->InitFromAreaNode(tree.GetInner("area"));
+    EXPECT_EQ(area->GetLastNodeRevision(), c_mostInt64);
+    EXPECT_EQ(area->GetLastAreaCorrelationRevision(), c_mostInt64);
+    EXPECT_EQ(area->GetLastRefAreaCorrelationRevision(), c_mostInt64);
+    EXPECT_EQ(area->GetLastGUIDRevision(), -1);
+    Fill(*area);
+    area->InitFromAreaNode(nullptr);
+    EXPECT_EQ(row.shown(*area), row.fresh);
+}
+
+TEST(TheJawsDirections, AreEstimatedAnewOnlyWhereAHistogramWasSet)
+{
+    ZeCQuantizedNormalBinning up;
+    up.Add(ZeCQuantizedNormal(CbVector3f{0, 1, 0}));
+    const auto jaw = CbMake<JawSemantics>();
+    jaw->SetOcclusalDirectionBinning(up);
+    EXPECT_EQ(jaw->GetOcclusalDirectionEstimate(), (CbVector3f{0, 0, -1})) << "one is not enough";
+    up.Add(ZeCQuantizedNormal(CbVector3f{0, 1, 0}));
+    jaw->SetExtraoralDirectionBinning(up);
+    EXPECT_NEAR(jaw->GetExtraoralDirectionEstimate().y, 1, 1e-3);
+    jaw->SetOcclusalDirectionBinning(up);
+    EXPECT_NEAR(jaw->GetOcclusalDirectionEstimate().y, 1, 1e-3);
+
+    Fill(*jaw);
+    EXPECT_EQ(TextOf(jaw->GetExtraoralDirectionEstimate()), "0.5 -0.25 1") << "as it was read";
+    jaw->SetOcclusalDirectionBinning(up);
+    EXPECT_EQ(TextOf(jaw->GetExtraoralDirectionEstimate()), "1 0 0") << "its histogram is empty";
+
+    // What has never been asked for is stored as it is: (0, 0, -1), (0, 0, 0), false.
+    const Bytes fresh = stored(*CbMake<JawSemantics>());
+    EXPECT_EQ(HexOf(Bytes(fresh.begin() + 4, fresh.begin() + 29)),
+              "00 00 00 00 00 00 00 00 00 00 80 bf 00 00 00 00\n00 00 00 00 00 00 00 00 00 ");
+}
+
+// Where a record's collection begins: behind the version, and a display mode.
+constexpr std::size_t c_hintsCollection = 8;
+constexpr std::size_t c_warningsCollection = 4;
+
+TEST(AStoredSurfelCollection, MayBeMissingUnknownOrOfAnotherLength)
+{
+    const auto expectBlocks = [](auto& attribute, const Bytes& golden, std::size_t begin,
+                                 const auto& get) {
+        const Bytes head(golden.begin(), golden.begin() + static_cast<long>(begin));
+        const auto record = [&](const auto& write) {
+            return Stored([&](auto& stream) {
+                stream.WriteBuffer(head.data(), head.size());
+                write(stream);
+            });
+        };
+        Bytes bytes = stored(attribute);
+        EXPECT_EQ(bytes.size(), begin + 1);
+        EXPECT_EQ(bytes.back(), 0) << "none";
+
+        read(attribute, golden);
+        const auto present = get(attribute);
+        EXPECT_TRUE(present);
+        EXPECT_EQ(read(attribute, record([](auto& stream) { stream << false; })), 0U);
+        EXPECT_EQ(get(attribute), present) << "stays";
+
+        bytes = golden;
+        bytes[begin + 5 + 44] = 1; // the length
+        EXPECT_EQ(read(attribute, bytes), 0U) << "a known class knows its own end";
+        EXPECT_NE(get(attribute), present);
+
+        for (const auto* name : {CB_TEXT("Unknown"), CB_TEXT("CySurfelCollectionBase"),
+                                 CB_TEXT("ZeCRepresentativeAttribute")}) {
+            read(attribute, golden);
+            const auto unknown = record([&](auto& stream) {
+                stream << true << CString(name) << std::uint32_t{3} << std::int32_t{0};
+            });
+            EXPECT_EQ(read(attribute, unknown), 1U) << "what follows is not touched";
+            EXPECT_FALSE(get(attribute)) << CString(name).ToUtf8();
+        }
+        read(attribute, golden);
+        const auto tooShort = record([](auto& stream) {
+            stream << true << CString(CB_TEXT("Unknown")) << c_mostUint << true;
+        });
+        EXPECT_THROW(read(attribute, tooShort), CbExceptionStream);
+        EXPECT_TRUE(get(attribute));
+    };
+    expectBlocks(*CbMake<RegistrationHints>(), Golden("registrationhints_1.bin"), c_hintsCollection,
+                 [](auto& hints) { return hints.GetRegistrationHintSurfelCollection(); });
+    expectBlocks(*CbMake<ComponentWarning>(), Golden("componentwarning_1.bin"),
+                 c_warningsCollection,
+                 [](auto& warning) { return warning.GetWarningSurfelCollection(); });
+}
+
+} // namespace

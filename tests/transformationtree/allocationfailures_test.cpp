@@ -140,6 +140,17 @@ TEST_F(WithoutMemory, EditsChangeNothing)
         {"remove a subtree", none, [&] { utility.RemoveSubtree(node("a"), true); }},
         {"remove children", none, [&] { utility.RemoveChildren(inner("root"), true); }},
         {"remove loose children", none, [&] { utility.RemoveChildren(top(), false); }},
+        {"merge", none,
+         [&] { utility.MergeInnerNodes(inner("b"), inner("f"), c_matIdentityD, true); }},
+        {"copy", none,
+         [&] {
+             ZeCTransformationTreeUtility::NodeMap map;
+             const auto all = ZeCTransformationNode::EAttributesToCopy::PropertiesAndModel;
+             (void)utility.CopySubtree(node("root"), all, &map, true);
+         }},
+        {"normalise", none, [&] { utility.NormalizeTreeStructure(inner("root"), 2, true); }},
+        {"normalise outside", none, [&] { utility.NormalizeTreeStructure(top(), 2, true); }},
+        {"collapse", lock, [&] { utility.CollapseAll(inner("root"), true); }},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);

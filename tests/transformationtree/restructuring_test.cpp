@@ -1,0 +1,503 @@
+// Merging, copying, normalising and collapsing of random trees, beside a naive tree that follows
+// the steps one by one.
+
+#include "platform/base/cbexception.h"
+#include "platform/math3d/cbmatrixinternal.h"
+#include "platform/math3d/cyexceptionnotinvertible.h"
+#include "tests/support/managerfixture.h"
+#include "tests/support/messagerecorder.h"
+#include "tests/support/rounds.h"
+#include "tests/support/scenario.h"
+#include "tests/transformationtree/treematrices.h"
+#include "transformationtree/zecbackgroundoptimizationloopcountattribute.h"
+#include "transformationtree/zectransformationnodeiterators.h"
+#include "transformationtree/zectransformationtreeutility.h"
+
+#include <deque>
+#include <functional>
+#include <set>
+#include <tuple>
+
+namespace
+{
+
+using EWhat = ZeCTransformationNode::EAttributesToCopy;
+using Texts = std::vector<std::string>;
+
+// A model whose clone function, if it has one, gives nothing.
+class OddModel final : public ZeCModelQMT
+{
+public:
+    explicit OddModel(const CbRTTI& type) : type_(type) {}
+    [[nodiscard]] const CbRTTI& GetRTTI() const override { return type_; }
+
+private:
+    const CbRTTI& type_;
+};
+
+const CbRTTI c_uncloned(CB_TEXT("Uncloned"), nullptr, nullptr, &ZeCModelQMT::RTTI);
+const CbRTTI c_clonedToNull(
+    CB_TEXT("ClonedToNull"), nullptr, [](const IObject&) -> IObject* { return nullptr; },
+    &ZeCModelQMT::RTTI);
+
+struct NaiveTreeNode
+{
+    std::string name;
+    bool leaf = false;
+    std::string star; ///< for a model
+    std::pair<std::uint64_t, CyUniqueID> order;
+    NaiveTreeNode* father = nullptr;
+    std::vector<NaiveTreeNode*> children = {};
+};
+
+// Does what is asked for step by step, and writes down what it posts.
+class NaiveUtility
+{
+public:
+    using N = NaiveTreeNode*;
+
+    N Read(const ZeCTransformationNode& node)
+    {
+        const auto model = node.GetModel();
+        const N copy = make(node.GetDescription().ToUtf8(), node.IsLeaf());
+        copy->star = model ? "*" : "";
+        copy->order = {model ? model->GetAcquireSequenceNumber() : ~0ULL, node.GetID()};
+        byNode[&node] = copy;
+        if (node.IsLeaf()) return copy;
+        const auto& inner = static_cast<const ZeCTransformationNodeInner&>(node);
+        for (auto i = inner.BeginChild(); i != inner.EndChild(); ++i) append(copy, Read(**i));
+        return copy;
+    }
+    void Merge(N source, N target)
+    {
+        while (!source->children.empty()) {
+            const N child = source->children.front();
+            move(child, target);
+            tell(posted, child, target, 3);
+        }
+        removeSubtree(source);
+        target->star = "";
+    }
+    void Normalize(N root, std::size_t maxChildren)
+    {
+        const N model = make("ModelDummy", false);
+        N top = make("ClusterDummy", false);
+        append(model, top);
+        N current = top;
+        for (const N leaf : allBelow(root)) {
+            if (!leaf->leaf) continue;
+            const N copy = make(leaf->name, true);
+            copy->star = leaf->star;
+            current = prepare(current, maxChildren, top);
+            top = model->children.back();
+            append(current, copy);
+        }
+        while (!root->children.empty()) removeSubtree(root->children.front());
+        while (!top->children.empty()) move(top->children.front(), root);
+        removeSubtree(top);
+    }
+    void Collapse(N root)
+    {
+        std::vector<N> leaves;
+        std::vector<N> inner;
+        for (const N node : allBelow(root)) (node->leaf ? leaves : inner).push_back(node);
+        std::sort(leaves.begin(), leaves.end(), [](N a, N b) { return a->order < b->order; });
+        for (const N leaf : leaves) {
+            move(leaf, root);
+            tell(posted, leaf, root, 3);
+        }
+        for (const N node : inner) removeSubtree(node);
+    }
+    [[nodiscard]] static std::string Text(N node)
+    {
+        std::string text = node->name + node->star;
+        if (node->leaf) return text;
+        const char* separator = "(";
+        for (const N child : node->children) text += std::exchange(separator, ", ") + Text(child);
+        return text + (node->children.empty() ? "()" : ")");
+    }
+
+    std::map<const ZeCTransformationNode*, N> byNode;
+    Texts always; ///< posted although nobody asked for it
+    Texts posted; ///< what is posted where it is asked for, behind the other
+
+private:
+    N make(std::string name, bool leaf)
+    {
+        nodes_.push_back({std::move(name), leaf, {}, {}});
+        return &nodes_.back();
+    }
+    static void append(N father, N child)
+    {
+        father->children.push_back(child);
+        child->father = father;
+    }
+    static void move(N child, N father)
+    {
+        remove(child);
+        append(father, child);
+    }
+    static void remove(N child)
+    {
+        if (child->father) std::erase(child->father->children, child);
+        child->father = nullptr;
+    }
+    static void tell(Texts& texts, N node, N father, int type)
+    {
+        texts.push_back("structure " + node->name + " < " + (father ? father->name : "none") + ' ' +
+                        std::to_string(type));
+    }
+    void removeSubtree(N node)
+    {
+        while (!node->children.empty()) removeSubtree(node->children.front());
+        const N father = node->father;
+        remove(node);
+        tell(posted, node, father, 2);
+    }
+    N prepare(N node, std::size_t maxChildren, N& top)
+    {
+        if (node->children.size() < maxChildren) return node;
+        if (node != top) {
+            const N place = prepare(node->father, maxChildren, top);
+            const N inner = make("Inner", false);
+            append(place, inner);
+            tell(always, inner, place, 1);
+            return inner;
+        }
+        const N newTop = make(top->name, false);
+        const N father = node->father;
+        append(father, newTop);
+        move(node, newTop);
+        tell(always, newTop, node, 5);
+        tell(always, node, newTop, 3);
+        top = newTop;
+        return prepare(node, maxChildren, top);
+    }
+    static std::vector<N> allBelow(N node)
+    {
+        std::vector<N> nodes;
+        for (const N child : node->children) {
+            nodes.push_back(child);
+            const auto below = allBelow(child);
+            nodes.insert(nodes.end(), below.begin(), below.end());
+        }
+        return nodes;
+    }
+
+    std::deque<NaiveTreeNode> nodes_;
+};
+
+class Restructuring : public NodeManagerTest
+{
+protected:
+    using Utility = ZeCTransformationTreeUtility;
+    using Attribute = ZeCBackgroundOptimizationLoopCountAttribute;
+    using Step = std::function<void()>;
+
+    [[nodiscard]] std::size_t number(std::size_t below) { return random_() % below; }
+
+    // Lets a step loose on random trees. Half of them hang in the data manager, under a write lock
+    // on the root.
+    void onRandomTrees(const Step& step, double tolerance = 0)
+    {
+        for (int round = 0; round < Rounds(2000) && !HasFailure(); ++round) {
+            SCOPED_TRACE(round);
+            const bool managed = round % 2 == 0;
+            root_ = managed ? manager().CreateRootNode() : manager().CreateInnerNode();
+            build(1 + number(60));
+            if (managed) handle_ = manager().GetWriteHandle(root_);
+            EXPECT_EQ(manager().TryLock(), managed);
+            EXPECT_TRUE(manager().IsValid());
+            naive_ = {};
+            naiveRoot_ = naive_.Read(*root_);
+            poses_ = poses();
+            tell_ = number(2) == 0;
+            step();
+            check(tolerance);
+            handle_.Release();
+            unsetRoot();
+            utility_.RemoveSubtree(root_, false);
+            EXPECT_EQ(TestAccess::CountIds(manager()), 0U);
+        }
+    }
+    void build(std::size_t size)
+    {
+        nodes_ = {root_};
+        inner_ = {root_};
+        for (unsigned i = 0; i < size; ++i) {
+            const auto model = CbMake<ZeCModelQMT>();
+            model->SetAcquireSequenceNumber(number(8));
+            const Inner father = number(3) == 0 ? inner_.back() : inner_[number(inner_.size())];
+            if (number(5) < 3) {
+                nodes_.emplace_back(manager().CreateLeafNode(number(4) != 0 ? model : nullptr));
+                const auto attribute = CbMake<Attribute>();
+                attribute->SetOptimizationLoopCount(i);
+                nodes_.back()->SetAttribute(attribute);
+            } else {
+                inner_.push_back(manager().CreateInnerNode());
+                if (number(2) == 0) inner_.back()->SetModel(model, 5);
+                nodes_.emplace_back(inner_.back());
+            }
+            nodes_.back()->SetRelativeTrafo(RandomPose(random_));
+            nodes_.back()->SetDescription(CString::FromUtf8(std::to_string(i)));
+            nodes_.back()->SetVisible(number(2) == 0);
+            manager().AppendChild(father, nodes_.back());
+        }
+    }
+    // The leaves' poses relative to the root, by what else they keep.
+    [[nodiscard]] std::map<std::string, CbMatrix4Rd> poses() const
+    {
+        std::map<std::string, CbMatrix4Rd> poses;
+        for (const auto& [leaf, toRoot] : root_->Leaves()) {
+            const auto attribute = leaf.GetAllAttributes().GetAttribute<Attribute>();
+            poses[leaf.GetDescription().ToUtf8() + (leaf.IsVisible() ? "+" : "-") +
+                  std::to_string(attribute->GetOptimizationLoopCount())] = toRoot;
+        }
+        return poses;
+    }
+    void check(double tolerance)
+    {
+        EXPECT_EQ(Describe(*root_), NaiveUtility::Text(naiveRoot_));
+        Texts messages = naive_.always;
+        if (tell_) messages.insert(messages.end(), naive_.posted.begin(), naive_.posted.end());
+        EXPECT_EQ(recorder_.Take(), messages);
+        const auto now = poses();
+        EXPECT_EQ(now.size(), poses_.size());
+        for (const auto& [name, pose] : poses_) {
+            ASSERT_TRUE(now.contains(name)) << name;
+            EXPECT_THAT(now.at(name), IsNear(pose, tolerance)) << name;
+        }
+        EXPECT_TRUE(manager().IsValid());
+        std::set<const ZeCTransformationNode*> left;
+        for (const auto& [node, trafo] : root_->Nodes()) left.insert(&node);
+        EXPECT_EQ(TestAccess::CountIds(manager()), left.size());
+        for (const Node& node : nodes_) {
+            const bool stays = left.contains(node.Get());
+            EXPECT_EQ(manager().GetNodeByID(node->GetID()) == node, stays);
+            EXPECT_TRUE(stays || (!node->GetFather() && !manager().IsNodeInDataManager(node)));
+        }
+    }
+
+    std::mt19937 random_{20240805};
+    Utility& utility_ = CbSingleton<Utility>::GetInstance();
+    MessageRecorder recorder_;
+    Manager::WriteHandle handle_;
+    bool tell_ = false;
+    Inner root_;
+    std::vector<Node> nodes_;
+    std::vector<Inner> inner_;
+    NaiveUtility naive_;
+    NaiveTreeNode* naiveRoot_ = nullptr;
+    std::map<std::string, CbMatrix4Rd> poses_;
+};
+
+TEST_F(Restructuring, MergesAsStepByStep)
+{
+    const Step merge = [&] {
+        const Inner source = inner_[number(inner_.size())];
+        const Inner target = inner_[number(inner_.size())];
+        bool refused = target->EmptyLeafs() || source->EmptyLeafs();
+        for (Inner above = target; above; above = above->GetFather()) {
+            refused = refused || above == source;
+        }
+        const auto model = target->GetModel();
+        if (!refused) {
+            naive_.Merge(naive_.byNode.at(source.Get()), naive_.byNode.at(target.Get()));
+            const std::string name = target->GetDescription().ToUtf8();
+            if (model) {
+                naive_.posted.push_back("surfels " + name + ' ' +
+                                        model->GetID().ToString().ToUtf8() + " 1");
+            }
+        }
+        CbMatrix4Rd rootToTarget = target->GetRelativeTrafo(root_);
+        CbMatrixInternal::Invert(rootToTarget);
+        utility_.MergeInnerNodes(source, target,
+                                 Compose(source->GetRelativeTrafo(root_), rootToTarget), tell_);
+    };
+    onRandomTrees(merge, 1e-9);
+}
+
+TEST_F(Restructuring, NormalisesAsStepByStep)
+{
+    onRandomTrees([&] {
+        const unsigned fanOut = 1 + static_cast<unsigned>(number(6));
+        if (fanOut == 1 && root_->GetNrLeafNodes() > 1) {
+            EXPECT_THROW(utility_.NormalizeTreeStructure(root_, 1, tell_), CbException);
+            return;
+        }
+        naiveRoot_->star = "*";
+        root_->SetModel(CbMake<ZeCModelQMT>(), 7);
+        naive_.Normalize(naiveRoot_, fanOut);
+        utility_.NormalizeTreeStructure(root_, static_cast<int>(fanOut), tell_);
+        for (const auto& [inner, trafo] : root_->InnerNodes()) {
+            EXPECT_LE(inner.GetNrChildren(), fanOut);
+        }
+    });
+}
+
+TEST_F(Restructuring, CollapsesAsStepByStep)
+{
+    onRandomTrees([&] {
+        naive_.Collapse(naiveRoot_);
+        utility_.CollapseAll(root_, tell_);
+    });
+}
+
+TEST_F(Restructuring, CopiesAreIndependent)
+{
+    const auto state = [](const Node& top) {
+        std::vector<std::tuple<CyUniqueID, long long, CbMatrix4Rd>> all;
+        for (const auto& [node, trafo] : top->Nodes()) {
+            all.emplace_back(node.GetID(), node.GetNodeRevision(3), node.GetRelativeTrafo());
+        }
+        return all;
+    };
+    onRandomTrees([&] {
+        const bool withModels = number(2) == 0;
+        const bool clone = number(2) == 0;
+        const Node source = nodes_[number(nodes_.size())];
+        const auto before = state(root_);
+        Utility::NodeMap map;
+        const Node copy = utility_.CopySubtree(
+            source, withModels ? EWhat::PropertiesAndModel : EWhat::Properties, &map, clone);
+        EXPECT_FALSE(copy->GetFather() || manager().IsNodeInDataManager(copy));
+        EXPECT_EQ(map.GetCount(), state(copy).size());
+        EXPECT_TRUE(manager().IsValid());
+        auto original = source->BeginNode();
+        for (const auto& [node, trafo] : copy->Nodes()) {
+            const ZeCTransformationNode& from = original.Borrow().node;
+            ASSERT_EQ(map.Find(Node(&node))->Get(), &from);
+            EXPECT_EQ(node.IsLeaf(), from.IsLeaf());
+            EXPECT_EQ(node.GetDescription(), from.GetDescription());
+            EXPECT_EQ(node.IsVisible(), from.IsVisible());
+            EXPECT_EQ(node.GetRelativeTrafo(), from.GetRelativeTrafo());
+            EXPECT_TRUE(node.GetAllAttributes().IsEmpty());
+            EXPECT_EQ(manager().GetNodeByID(node.GetID()).Get(), &node);
+            const Model model = node.IsLeaf() || withModels ? from.GetModel() : nullptr;
+            EXPECT_EQ(node.GetModel() == nullptr, model == nullptr);
+            EXPECT_EQ(node.GetModel() == model, !(clone && model && node.IsLeaf()));
+            node.SetRelativeTrafo(Shift(1, 2, 3));
+            ++original;
+        }
+        EXPECT_FALSE(original);
+        EXPECT_EQ(state(root_), before);
+
+        const Node second = utility_.CopySubtree(copy, EWhat::Properties, nullptr, clone);
+        const auto copied = state(second);
+        utility_.RemoveSubtree(copy, false);
+        EXPECT_EQ(state(root_), before);
+        EXPECT_EQ(state(second), copied);
+        utility_.RemoveSubtree(second, false);
+    });
+    for (const CbRTTI* type : {&c_uncloned, &c_clonedToNull}) {
+        const Model model = CbMake<OddModel>(*type);
+        const Node leaf = manager().CreateLeafNode(model);
+        EXPECT_EQ(utility_.CopySubtree(leaf, EWhat::Properties, nullptr, true)->GetModel(), model);
+    }
+    EXPECT_FALSE(utility_.CopySubtree(nullptr, EWhat::Properties, nullptr, true));
+}
+
+TEST_F(Restructuring, RefusesWhatItCannotDoAndChangesNothing)
+{
+    const std::string text = "root(a(b(c), d), e(f), empty(g()))";
+    const Scenario tree(text, Scenario::EBuilder::Manager);
+    const Scenario loose("top(x(y))", Scenario::EBuilder::Manager);
+    manager().SetRootNode(tree.GetRootInner());
+    handle_ = manager().GetWriteHandle(tree.GetRoot());
+    ASSERT_TRUE(manager().TryLock());
+    const auto revision = tree.GetRoot()->GetNodeRevisionSubtree(3);
+    const auto in = [&](const char* name) { return tree.GetInner(name); };
+    const std::pair<Inner, Inner> refused[] = {
+        {in("c"), in("e")},
+        {in("a"), in("f")},
+        {in("empty"), in("e")},
+        {in("e"), in("empty")},
+        {loose.GetInner("x"), in("e")},
+        {in("e"), loose.GetInner("x")},
+        {in("a"), in("a")},
+        {in("a"), in("b")},
+    };
+    for (const auto& [source, target] : refused) {
+        utility_.MergeInnerNodes(source, target, Shift(1, 2, 3), true);
+        EXPECT_EQ(Describe(*tree.GetRoot()) + Describe(*loose.GetRoot()), text + "top(x(y))");
+    }
+    for (const int fanOut : {1, 0, -1}) {
+        EXPECT_THROW(utility_.NormalizeTreeStructure(in("root"), fanOut, true), CbException);
+        EXPECT_THROW(utility_.NormalizeTreeStructure(nullptr, fanOut, true), CbException);
+    }
+    EXPECT_THROW(utility_.NormalizeTreeStructure(in("g"), 0, true), CbException);
+    EXPECT_THROW(utility_.CollapseAll(nullptr, true), CbException);
+    EXPECT_EQ(tree.GetRoot()->GetNodeRevisionSubtree(3), revision);
+
+    CbMatrix4Rd singular;
+    singular[1][1] = 0;
+    tree["b"]->SetRelativeTrafo(singular);
+    EXPECT_THROW(utility_.NormalizeTreeStructure(in("root"), 2, true), CyExceptionNotInvertible);
+    EXPECT_THROW(utility_.CollapseAll(in("root"), true), CyExceptionNotInvertible);
+    EXPECT_EQ(Describe(*tree.GetRoot()), text);
+    EXPECT_EQ(TestAccess::CountIds(manager()), 12U);
+    EXPECT_TRUE(recorder_.Take().empty());
+}
+
+TEST_F(Restructuring, MergesBySourceToTarget)
+{
+    const Scenario tree("root(a(b, c), d(e), f(g))");
+    const CbMatrix4Rd b = RandomPose(random_);
+    const CbMatrix4Rd c = RandomSparse(random_);
+    tree["b"]->SetRelativeTrafo(b);
+    tree["c"]->SetRelativeTrafo(c);
+    utility_.MergeInnerNodes(tree.GetInner("a"), tree.GetInner("d"), c_matIdentityD, false);
+    EXPECT_EQ(Describe(*tree.GetRoot()), "root(d(e, b, c), f(g))");
+    EXPECT_THAT(tree["c"]->GetRelativeTrafo(), HasBitsOf(c));
+    // A matrix that is changed by the merge itself.
+    utility_.MergeInnerNodes(tree.GetInner("d"), tree.GetInner("f"), tree["b"]->GetRelativeTrafo(),
+                             false);
+    EXPECT_THAT(tree["b"]->GetRelativeTrafo(), HasBitsOf(Compose(b, b)));
+    EXPECT_THAT(tree["c"]->GetRelativeTrafo(), HasBitsOf(Compose(c, b)));
+}
+
+// A place that a node has left for another father, and null entries.
+TEST_F(Restructuring, LeavesNodesWithTheirFathers)
+{
+    const auto build = [&] {
+        Scenario tree("root(a(b(c, null), d), e(f(g), null), h(i))");
+        manager().ExchangeChild(tree.GetInner("h"), tree["i"], tree["f"]);
+        return tree;
+    };
+    auto tree = build();
+    TestAccess::Children(*tree.GetInner("e")).push_back(tree["b"]); // walks find a leaf there
+    utility_.MergeInnerNodes(tree.GetInner("e"), tree.GetInner("h"), Shift(1, 2, 3), true);
+    EXPECT_EQ(Describe(*tree.GetRoot()), "root(a(b(c, null), d), h(f(g)))");
+    EXPECT_EQ(recorder_.Take(), Texts{"structure e < root 2"});
+    EXPECT_EQ(tree["f"]->GetRelativeTrafo(), c_matIdentityD);
+
+    tree = build();
+    utility_.CollapseAll(tree.GetInner("e"), false);
+    EXPECT_EQ(Describe(*tree.GetRoot()), "root(a(b(c, null), d), e(), h(f(g)))");
+    utility_.CollapseAll(tree.GetRootInner(), false);
+    EXPECT_EQ(tree.GetRootInner()->GetNrChildren(), 3U);
+    tree = build();
+    utility_.NormalizeTreeStructure(tree.GetRootInner(), 2, false);
+    EXPECT_EQ(Describe(*tree.GetRoot()), "root(ClusterDummy(c, d), Inner(g))");
+}
+
+TEST_F(Restructuring, TakesTreesOfAnyDepth)
+{
+    constexpr int depth = 100000;
+    const Inner root = manager().CreateInnerNode();
+    for (Inner at = root; TestAccess::CountIds(manager()) < 2 * depth;) {
+        const Inner below = manager().CreateInnerNode();
+        manager().AppendChild(at, manager().CreateLeafNode(nullptr));
+        manager().AppendChild(at, below);
+        at = below;
+    }
+    const auto copy = CbDynamicPointerCast<ZeCTransformationNodeInner>(
+        utility_.CopySubtree(root, EWhat::PropertiesAndModel, nullptr, false));
+    utility_.NormalizeTreeStructure(copy, 2, false);
+    utility_.CollapseAll(root, false);
+    EXPECT_EQ(root->GetNrChildren(), depth);
+    EXPECT_EQ(copy->GetNrLeafNodes(), depth);
+    EXPECT_TRUE(manager().IsValid());
+}
+
+} // namespace

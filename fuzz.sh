@@ -8,7 +8,7 @@ if [ $# -ne 1 ] || ! [[ $1 =~ ^[1-9][0-9]{0,6}$ ]]; then
   exit 2
 fi
 . cmake/packages.sh
-require_packages clang-14 libclang-rt-14-dev llvm-14 cmake ninja-build libgtest-dev libgmock-dev libcli11-dev
+require_packages clang-14 libclang-rt-14-dev llvm-14 cmake ninja-build libgtest-dev libgmock-dev libcli11-dev libpng-dev
 
 quietly cmake --preset fuzz
 quietly cmake --build --preset fuzz

@@ -4,7 +4,7 @@
 set -euo pipefail
 here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" >/dev/null && pwd)
 . "$here/cmake/packages.sh"
-require_packages g++ cmake ninja-build libcli11-dev
+require_packages g++ cmake ninja-build libcli11-dev libpng-dev
 
 # Options of the program name files relative to where the caller stands.
 build="$here/build/run"

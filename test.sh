@@ -4,7 +4,7 @@
 set -euo pipefail
 cd -- "$(dirname -- "${BASH_SOURCE[0]}")" >/dev/null
 . cmake/packages.sh
-require_packages g++ cmake ninja-build libgtest-dev libgmock-dev libcli11-dev
+require_packages g++ cmake ninja-build libgtest-dev libgmock-dev libcli11-dev libpng-dev
 
 # ctest skips only what all of its exclusions name, so there is one for the soaks and the caller's.
 excluded=soak

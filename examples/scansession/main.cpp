@@ -1,5 +1,5 @@
 // A scan session from end to end: takes depth images, hangs each as a leaf with its pose into the
-// transformation tree, and writes the surfels of all leaves in the frame of the root.
+// transformation tree, and writes and draws the surfels of all leaves in the frame of the root.
 
 #include "examples/scansession/inputerror.h"
 #include "examples/scansession/options.h"

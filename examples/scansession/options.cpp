@@ -1,23 +1,42 @@
 #include "examples/scansession/options.h"
 
+#include "examples/scansession/textfile.h"
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <limits>
 #include <string>
 
 namespace scansession
 {
 
+namespace
+{
+
+/// Accepts what is finite and above 0 as a float too.
+std::string CheckLength(const std::string& text)
+{
+    using Limits = std::numeric_limits<float>;
+    const auto length = ParseNumber(text);
+    const bool isLength = length && *length >= Limits::denorm_min() && *length <= Limits::max();
+    return isLength ? std::string() : text + " is no finite number above 0";
+}
+
+} // namespace
+
 std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostream& help)
 {
     CLI::App app(
         "Builds the transformation tree of a scan session, simulated or from range scans, or loads "
-        "it, and writes the surfels of all its leaves in the frame of the root to OUT/merged.ply.",
+        "it, writes the surfels of all its leaves in the frame of the root to OUT/merged.ply, and "
+        "draws them in OUT/overview.png.",
         "scansession");
     Options options;
     std::string scans;
     std::string poses;
     std::string load;
     std::string save;
+    float cell = 0.0F;
     std::string out = options.out.string();
     auto* const scansOption =
         app.add_option("--scans", scans,
@@ -62,6 +81,15 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostr
         ->check(CLI::Range(2, 100000))
         ->capture_default_str()
         ->excludes(loadOption);
+    auto* const cellOption =
+        app.add_option("--cell", cell,
+                       "Merge the scans of every cluster to one surfel for each cell of that side; "
+                       "written to OUT/model.ply, and drawn")
+            ->type_name("SIZE")
+            ->check(CheckLength);
+    app.add_flag("--shifted", options.shifted,
+                 "Merge on 125 shifted grids and keep all surfels of them")
+        ->needs(cellOption);
     app.add_flag("--quiet", options.quiet, "Print neither tree, summary nor progress");
 
     try {
@@ -78,6 +106,7 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostr
     if (*posesOption) options.poses = poses;
     if (*loadOption) options.load = load;
     if (*saveOption) options.save = save;
+    if (*cellOption) options.cell = cell;
     options.out = out;
     return options;
 }

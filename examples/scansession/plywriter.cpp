@@ -12,7 +12,7 @@ namespace
 std::string HeaderFor(std::uint64_t count)
 {
     std::string header = "ply\nformat binary_little_endian 1.0\n"
-                         "comment surfels of all scans at or below a node, in its frame\n"
+                         "comment surfels at or below a node, in its frame\n"
                          "element vertex " +
                          std::to_string(count) + '\n';
     for (const std::string_view name : {"x", "y", "z", "nx", "ny", "nz"}) {

@@ -2,10 +2,13 @@
 
 #include "examples/scansession/changecounter.h"
 #include "examples/scansession/inputerror.h"
+#include "examples/scansession/overview.h"
+#include "examples/scansession/pngwriter.h"
 #include "examples/scansession/progress.h"
 #include "examples/scansession/scanfolder.h"
 #include "examples/scansession/scanner.h"
 #include "examples/scansession/session.h"
+#include "examples/scansession/surfelexport.h"
 #include "examples/session/replacementfile.h"
 #include "examples/session/sessionfile.h"
 #include "platform/messages/cymessagedispatcher.h"
@@ -42,6 +45,7 @@ struct Timing
 {
     Stopwatch taking;
     Stopwatch building;
+    Stopwatch merging;
     Stopwatch writing;
 };
 
@@ -86,8 +90,35 @@ std::unique_ptr<const ScanSource> OpenSource(const Options& options, std::ostrea
     return source;
 }
 
-void PrintSummary(const std::string& stage, const Session& session, const ChangeCounter& changes,
-                  const Bounds& bounds, const std::filesystem::path& merged, const Timing& timing,
+/// What came out of a session.
+struct Results
+{
+    std::vector<MergedCluster> merged; ///< none without a cell size
+    Bounds bounds;                     ///< of the scans
+    std::vector<std::filesystem::path> files;
+};
+
+/// Writes the scans, the models of the clusters where there are any for the cell size, and draws
+/// the ones or the others.
+void WriteResults(const Session& session, const Options& options, Progress& progress,
+                  Results& results)
+{
+    const auto write = [&](const Surface& surface, const char* name) {
+        results.files.push_back(options.out / name);
+        return WriteSurfels(surface, results.files.back(), [&] { progress.Advance(); });
+    };
+    Surface surface = session.GetScans();
+    results.bounds = write(surface, "merged.ply");
+    if (options.cell) {
+        surface = session.GetClusterModels();
+        write(surface, "model.ply");
+    }
+    results.files.push_back(options.out / "overview.png");
+    WritePng(DrawOverview(surface), results.files.back());
+}
+
+void PrintSummary(const std::string& stage, const Session& session, const Options& options,
+                  const ChangeCounter& changes, const Results& results, const Timing& timing,
                   std::ostream& out)
 {
     const auto point = [&](const Vec3& p) -> std::ostream& {
@@ -97,14 +128,20 @@ void PrintSummary(const std::string& stage, const Session& session, const Change
     out << "\nscans:        " << session.GetNrScans() << "\nsurfels:      " << surfels << '\n';
     if (surfels > 0) {
         out << "bounding box: ";
-        point(bounds.least) << " to ";
-        point(bounds.largest) << '\n';
+        point(results.bounds.least) << " to ";
+        point(results.bounds.largest) << '\n';
+    }
+    for (const auto& cluster : results.merged) {
+        out << "model:        " << cluster.name << ", " << cluster.scanned << " surfels merged to "
+            << cluster.merged << " in " << (options.shifted ? "shifted " : "") << "cells of "
+            << *options.cell << '\n';
     }
     out << "messages:     " << changes.Summary() << '\n';
     out << std::fixed << std::setprecision(2) << "time:         " << timing.taking.Seconds()
         << " s " << stage << ", " << timing.building.Seconds() << " s building the tree, "
-        << timing.writing.Seconds() << " s writing\n"
-        << std::defaultfloat << std::setprecision(6) << "written:      " << merged.string() << '\n';
+        << timing.merging.Seconds() << " s merging, " << timing.writing.Seconds() << " s writing\n"
+        << std::defaultfloat << std::setprecision(6);
+    for (const auto& file : results.files) out << "written:      " << file.string() << '\n';
 }
 
 } // namespace
@@ -135,19 +172,25 @@ void RunSession(const Options& options, std::ostream& out, std::ostream& err)
         Progress progress(err, style, stage, source->Count());
         TakeScans(*source, options.clusters, session, progress, timing);
     }
+    Results results;
+    if (options.cell) {
+        Progress progress(err, style, "merging", session.GetNrClusters());
+        timing.merging.Start();
+        results.merged =
+            session.MergeClusters(*options.cell, options.shifted, [&] { progress.Advance(); });
+        timing.merging.Stop();
+    }
     if (options.save) session.Save(*options.save);
     if (!options.quiet) session.PrintTree(out);
 
-    const std::filesystem::path merged = options.out / "merged.ply";
     timing.writing.Start();
     std::filesystem::create_directories(options.out);
-    Bounds bounds;
     {
-        Progress progress(err, style, "writing", session.GetNrScans());
-        bounds = session.WriteMerged(merged, [&] { progress.Advance(); });
+        Progress progress(err, style, "writing", session.GetNrScans() + results.merged.size());
+        WriteResults(session, options, progress, results);
     }
     timing.writing.Stop();
-    if (!options.quiet) PrintSummary(stage, session, changes, bounds, merged, timing, out);
+    if (!options.quiet) PrintSummary(stage, session, options, changes, results, timing, out);
 }
 
 } // namespace scansession

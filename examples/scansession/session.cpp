@@ -18,6 +18,10 @@ namespace
 /// Deeper levels are not told apart: the lines of a chain would grow without bound.
 constexpr int c_deepestIndent = 40;
 
+/// From that many surfels in a cell on the quality of a merged surfel is that of its sources.
+constexpr float c_surfelsForFullQuality = 4.0F;
+constexpr unsigned int c_allRevisions = 3;
+
 ZeCTransformationNodeManager& Manager()
 {
     return CbSingleton<ZeCTransformationNodeManager>::GetInstance();
@@ -115,7 +119,7 @@ std::uint64_t Session::GetNrSurfels() const
 {
     const auto root = tree_->GetRoot();
     const auto lock = Manager().GetSingleReadHandleLocked(root);
-    return CountSurfels(*root);
+    return CountSurfels(LeavesOf(*root));
 }
 
 void Session::PrintTree(std::ostream& out) const
@@ -131,19 +135,55 @@ void Session::PrintTree(std::ostream& out) const
         out << node.GetDescription().ToUtf8();
         if (node.IsLeaf()) {
             const Vec3 origin = MapPoint({}, trafo);
-            out << ": " << CountSurfels(node) << " surfels, from (" << origin.x << ", " << origin.y
-                << ", " << origin.z << ')';
+            out << ": " << CountSurfels(LeavesOf(node)) << " surfels, from (" << origin.x << ", "
+                << origin.y << ", " << origin.z << ')';
         }
         out << '\n';
     }
 }
 
-Bounds Session::WriteMerged(const std::filesystem::path& path,
-                            const std::function<void()>& leafDone) const
+SessionTree::Clusters Session::clusters() const
+{
+    SessionTree::Clusters clusters;
+    const auto lock = Manager().GetSingleReadHandleLocked(tree_->GetRoot());
+    tree_->GetClusterNodes(tree_->GetModelNode(), clusters);
+    return clusters;
+}
+
+std::vector<MergedCluster> Session::MergeClusters(float cellSize, bool shiftedGrids,
+                                                  const std::function<void()>& clusterDone)
+{
+    std::vector<MergedCluster> merged;
+    for (const auto& cluster : clusters()) {
+        const auto lock = Manager().GetSingleWriteHandleLocked(cluster);
+        cluster->CreateModel(false, cellSize, c_surfelsForFullQuality, shiftedGrids, 0.0F);
+        const auto model = cluster->GetModel();
+        cluster->SetModel(model, cluster->GetNodeRevisionSubtree(c_allRevisions));
+        merged.push_back({cluster->GetDescription().ToUtf8(), CountSurfels(LeavesOf(*cluster)),
+                          CountSurfels({{model, {}}})});
+        clusterDone();
+    }
+    return merged;
+}
+
+Surface Session::GetScans() const
 {
     const auto root = tree_->GetRoot();
     const auto lock = Manager().GetSingleReadHandleLocked(root);
-    return WriteSurfels(*root, path, leafDone);
+    return LeavesOf(*root);
+}
+
+Surface Session::GetClusterModels() const
+{
+    const auto root = tree_->GetRoot();
+    const auto lock = Manager().GetSingleReadHandleLocked(root);
+    Surface surface;
+    for (const auto& cluster : clusters()) {
+        if (auto model = cluster->GetModel()) {
+            surface.push_back({std::move(model), cluster->GetRelativeTrafo(root)});
+        }
+    }
+    return surface;
 }
 
 void Session::Save(const std::filesystem::path& path) const

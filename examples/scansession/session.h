@@ -2,7 +2,7 @@
 
 #include "examples/scansession/scan.h"
 #include "examples/scansession/sessiontree.h"
-#include "examples/scansession/surfelexport.h"
+#include "examples/scansession/surface.h"
 #include "platform/base/cbsmartpointer.h"
 #include "platform/datacontainer/zecsurfelcollectionqmt.h"
 #include "platform/datatree/cydatamanager.h"
@@ -12,6 +12,8 @@
 #include <filesystem>
 #include <functional>
 #include <iosfwd>
+#include <string>
+#include <vector>
 
 namespace scansession
 {
@@ -19,6 +21,14 @@ namespace scansession
 /// Packs the surfels of a scan, still in the frame of the scan.
 [[nodiscard]] CbSmartPointer<ZeCSurfelCollectionQMT>
 PackSurfels(const std::vector<Surfel>& surfels);
+
+/// What merging the scans of a cluster came to.
+struct MergedCluster
+{
+    std::string name;
+    std::uint64_t scanned; ///< surfels of its leaves
+    std::uint64_t merged;  ///< surfels of its model
+};
 
 /// A scan session: a data manager with a tree, whose clusters hold a leaf for each scan below their
 /// optimizers.
@@ -47,20 +57,29 @@ public:
 
     /// Number of leaves.
     [[nodiscard]] std::uint64_t GetNrScans() const;
+    [[nodiscard]] std::uint64_t GetNrClusters() const { return clusters().GetCount(); }
     /// Number of surfels of all leaves.
     [[nodiscard]] std::uint64_t GetNrSurfels() const;
     /// Prints a line for each node, children indented below their father.
     void PrintTree(std::ostream& out) const;
-    /// Writes the surfels of all leaves, leaf after leaf, in the frame of the root and in the unit
-    /// of the scans. Calls @p leafDone after each leaf. All or nothing. Returns the box around
-    /// them. Throws: std::system_error where the file cannot be written.
-    Bounds WriteMerged(const std::filesystem::path& path,
-                       const std::function<void()>& leafDone) const;
+    /// Gives every cluster a new cached model of its scans, and the subtree revision with it. Calls
+    /// @p clusterDone after each cluster.
+    /// @param cellSize as of ZeCTransformationNode::CreateModel()
+    /// @param shiftedGrids as well
+    std::vector<MergedCluster> MergeClusters(float cellSize, bool shiftedGrids,
+                                             const std::function<void()>& clusterDone);
+    /// The surfels of all leaves, in the frame of the root and in the unit of the scans.
+    [[nodiscard]] Surface GetScans() const;
+    /// The cached models of the clusters, in the same frame.
+    [[nodiscard]] Surface GetClusterModels() const;
     /// Writes the whole session to a file. All or nothing.
     /// Throws: as sessionfile::SaveSession().
     void Save(const std::filesystem::path& path) const;
 
 private:
+    /// The children of the model node that have the shape of a cluster.
+    [[nodiscard]] SessionTree::Clusters clusters() const;
+
     CyDataManager dataManager_;
     CbSmartPointer<SessionTree> tree_;
     Inner optimizer_; ///< of the active cluster: the top of its subtree of scans

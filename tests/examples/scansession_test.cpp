@@ -1,12 +1,15 @@
 #include "examples/scansession/ply.h"
 #include "examples/scansession/poses.h"
 #include "examples/scansession/scanner.h"
+#include "examples/session/sessionfile.h"
 #include "tests/examples/programtest.h"
 #include "tests/examples/scandata.h"
+#include "transformationtree/transformationtree.h"
 
 #include <algorithm>
 #include <cmath>
 #include <gmock/gmock.h>
+#include <png.h>
 #include <regex>
 
 using namespace scansession;
@@ -39,6 +42,11 @@ protected:
         EXPECT_EQ(result.exitCode, 2);
         ExpectOneLine(result, "scansession: ", reason);
         EXPECT_FALSE(std::filesystem::exists(Out())) << "left behind";
+    }
+
+    [[nodiscard]] std::size_t CountIn(const char* name) const
+    {
+        return ReadPly(Out() / name).Find("vertex")->count;
     }
 
     /// The columns of the vertices written, as points.
@@ -87,7 +95,7 @@ TEST_F(Scansession, WritesTheSimulatedSurfelsInTheFrameOfTheRoot)
     EXPECT_THAT(result.out, testing::StartsWith("Root\n  Model\n    Cluster 0\n      Optimizer\n"));
     EXPECT_THAT(result.out, HasSubstr("\n      Collector\n      Clipboard\n\n"));
     EXPECT_THAT(result.out, HasSubstr("scans:        3\nsurfels:      " + std::to_string(index)));
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Out()), {}), 1);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Out()), {}), 2);
 }
 
 TEST_F(Scansession, SplitsTheSessionAndBoundsTheFanOutWithoutChangingTheResult)
@@ -153,6 +161,67 @@ TEST_F(Scansession, GoesOnFromASavedSession)
     ExpectRefused({"--load", file, "--clusters", "2"}, "--help");
     const auto nowhere = (Folder() / "no" / "b").string();
     ExpectRefused({"--scans", "none", "--save", nowhere}, "b: cannot be written");
+}
+
+TEST_F(Scansession, MergesTheScansOfEachClusterInTheFrameOfTheRoot)
+{
+    const auto file = (Folder() / "a.session").string();
+    const auto result = Run({"--frames", "3", "--clusters", "2", "--cell", "0.5", "--save", file});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_THAT(result.out, testing::ContainsRegex("model:        Cluster 1, [0-9]+ surfels "
+                                                   "merged to [0-9]+ in cells of 0.5\n"));
+    const std::size_t merged = CountIn("model.ply");
+    EXPECT_LT(merged, CountIn("merged.ply") / 4);
+
+    const auto root = sessionfile::LoadSession(file);
+    std::size_t stored = 0;
+    for (const auto& [node, trafo] : root->CachedLeaves()) {
+        ASSERT_FALSE(node.IsLeaf()) << "no model above";
+        using EType = ZeCModelQMT::ESurfelCollectionType;
+        stored += node.GetModel()->BorrowSurfelCollection(EType::Standard)->GetNrSurfels();
+        EXPECT_EQ(node.GetModelRevision(), node.GetNodeRevisionSubtree(3));
+    }
+    EXPECT_EQ(merged, stored);
+
+    CbMatrix4Rd shift;
+    shift[3][0] = 1000.0;
+    root->FrontCachedLeaf()->SetRelativeTrafo(shift);
+    sessionfile::SaveSession(file, root);
+    ASSERT_EQ(Run({"--load", file, "--cell", "0.5", "--shifted"}).exitCode, 0);
+    EXPECT_GT(CountIn("model.ply"), merged);
+    const PlyFile model = ReadPly(Out() / "model.ply");
+    const auto& x = model.Find("vertex")->Find("x")->values;
+    EXPECT_GT(x.front(), 900.0);
+    EXPECT_LT(x.back(), 100.0);
+}
+
+TEST_F(Scansession, DrawsThreeViews)
+{
+    ASSERT_EQ(Run({"--frames", "3", "--quiet"}).exitCode, 0);
+    const std::string scans = Read(Out() / "overview.png");
+    ASSERT_EQ(Run({"--frames", "3", "--quiet", "--cell", "2"}).exitCode, 0);
+    const std::string models = Read(Out() / "overview.png");
+    EXPECT_NE(models, scans);
+    for (const auto& content : {scans, models}) {
+        png_image image{};
+        image.version = PNG_IMAGE_VERSION;
+        ASSERT_TRUE(png_image_begin_read_from_memory(&image, content.data(), content.size()));
+        ASSERT_EQ(image.width, 1500U);
+        ASSERT_EQ(image.height, 600U);
+        image.format = PNG_FORMAT_RGBA;
+        std::vector<std::uint32_t> pixels(std::size_t{1500} * 600);
+        ASSERT_TRUE(png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr));
+        std::array<int, 3> drawn{};
+        for (std::size_t i = 0; i < pixels.size(); ++i) {
+            if (pixels[i] != pixels[0]) ++drawn.at(i % 1500 / 500);
+        }
+        EXPECT_THAT(drawn, testing::Each(testing::Gt(500 * 600 / 20)));
+    }
+    std::filesystem::remove(Out() / "overview.png");
+    std::filesystem::create_directory(Out() / "overview.png");
+    const auto result = Run({"--frames", "1"});
+    EXPECT_EQ(result.exitCode, 2);
+    ExpectOneLine(result, "scansession: ", "overview.png: cannot be written");
 }
 
 TEST_F(Scansession, GivesTheSameBytesForTheSameSeed)
@@ -258,14 +327,18 @@ TEST_F(Scansession, RefusesCommandLinesThatItDoesNotUnderstand)
     for (const auto& line :
          {Line{"--elephants"}, Line{"--frames", "0"}, Line{"--frames", "many"}, Line{"--seed"},
           Line{"stray"}, Line{"--poses", "p.conf"}, Line{"--max-children", "1"},
-          Line{"--clusters", "0"}, Line{"--seed", "-1"}, Line{"--scans", ".", "--frames", "3"}}) {
+          Line{"--clusters", "0"}, Line{"--seed", "-1"}, Line{"--cell", "0"}, Line{"--cell", "-1"},
+          Line{"--cell", "nan"}, Line{"--cell", "inf"}, Line{"--cell", "1e39"},
+          Line{"--cell", "1e-99"}, Line{"--cell", "1mm"}, Line{"--shifted"},
+          Line{"--scans", ".", "--frames", "3"}}) {
         SCOPED_TRACE(line[0]);
         ExpectRefused(line, "--help");
     }
     const auto help = Run({"--help"});
     EXPECT_EQ(help.exitCode, 0);
-    for (const auto* option : {"--scans", "--poses", "--out", "--seed", "--frames", "--clusters",
-                               "--max-children", "--load", "--save", "--quiet"}) {
+    for (const auto* option :
+         {"--scans", "--poses", "--out", "--seed", "--frames", "--clusters", "--max-children",
+          "--load", "--save", "--cell", "--shifted", "--quiet"}) {
         EXPECT_THAT(help.out, HasSubstr(option));
     }
 }

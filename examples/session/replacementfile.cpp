@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <string>
 #include <utility>
 
 #ifdef _WIN32
@@ -42,11 +43,15 @@ bool syncFile(std::FILE* file)
 
 } // namespace
 
-ReplacementFile::ReplacementFile(const std::filesystem::path& path)
-    : path_(std::filesystem::weakly_canonical(path)), part_(path_)
+ReplacementFile::ReplacementFile(const std::filesystem::path& path) : path_(path)
 {
     std::error_code error;
-    const auto older = std::filesystem::status(path_, error);
+    auto goal = std::filesystem::weakly_canonical(path, error);
+    if (error) fail(error);
+    if (!goal.has_filename()) fail(std::make_error_code(std::errc::no_such_file_or_directory));
+    path_ = part_ = std::move(goal);
+    // Still a link only where it leads nowhere.
+    const auto older = std::filesystem::symlink_status(path_, error);
     const bool isReplaced = std::filesystem::exists(older);
     if (isReplaced && !std::filesystem::is_regular_file(older)) {
         fail(std::make_error_code(std::errc::file_exists));
@@ -96,7 +101,8 @@ void ReplacementFile::flush()
 
 void ReplacementFile::fail(std::error_code reason) const
 {
-    throw std::system_error(reason, path_.string() + ": cannot be written");
+    const std::string name = path_.empty() ? "''" : path_.string();
+    throw std::system_error(reason, name + ": cannot be written");
 }
 
 } // namespace sessionfile

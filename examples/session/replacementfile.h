@@ -14,7 +14,8 @@ namespace sessionfile
 ///
 /// What is written goes to a new file `<name>.<id>.part` beside the goal, which Commit() renames.
 /// Without Commit() the destructor removes that file, and the goal stays as it was. An older file
-/// hands down its permissions; where the goal is a link, the file that it leads to is replaced.
+/// hands down its permissions; where the goal is a link, the file that it leads to is replaced, and
+/// a link that leads nowhere is refused, as is whatever else is no regular file.
 class ReplacementFile : public CbStreamWriteBinary
 {
 public:

@@ -1,11 +1,13 @@
 #include "tests/examples/sessionrecords.h"
 #include "tests/support/failingallocations.h"
 #include "tests/support/managerfixture.h"
+#include "tests/support/rounds.h"
 
 #include <fstream>
 #include <functional>
 #include <gmock/gmock.h>
 #include <iterator>
+#include <random>
 
 using namespace sessionfile;
 using EKind = SessionError::EKind;
@@ -66,19 +68,48 @@ TEST(Session, OfVersion1IsTheGoldenFile)
 TEST(Session, ComesBackFromRecordsInAnyOrder)
 {
     const SampleTree tree;
-    EXPECT_EQ(SessionOf(ReadSession(Records(tree).Join())), SessionOf(tree.root));
+    Records records(tree);
+    tree.a->SetAttribute(CbMake<Note>());
+    records.attributes.push_back(Stored([&](auto& stream) {
+        NodeMapper().WriteNodeByReference(stream, tree.a);
+        tree.a->SerializeAttributes(stream);
+    }));
+    std::mt19937 random(21);
+    for (int round = 0; round < Rounds(200); ++round) {
+        for (auto* const section :
+             {&records.announcements, &records.structure, &records.attributes, &records.models}) {
+            std::shuffle(section->begin(), section->end(), random);
+        }
+        ASSERT_EQ(SessionOf(ReadSession(records.Join())), SessionOf(tree.root)) << round;
+    }
+}
+
+TEST(Session, KnowsNothingThatWasMappedBefore)
+{
+    const SampleTree tree;
+    Records records(tree);
+    records.models.pop_back();
+    Map(tree.cluster->GetModel());
+    EXPECT_THAT(ErrorOf(records.Join()), HasSubstr("is not in the session"));
+    Map(tree.a);
+    EXPECT_NO_THROW(SessionOf(tree.root));
 }
 
 class RestoredSession : public NodeManagerTest
 {};
 
-TEST_F(RestoredSession, IsValidBelowTheManager)
+TEST_F(RestoredSession, IsEditedBelowTheManager)
 {
     const SampleTree tree;
     const Inner root = ReadSession(SessionOf(tree.root));
     manager().SetRootNode(root);
-    const auto lock = manager().GetSingleReadHandleLocked(root);
+    const auto lock = manager().GetSingleWriteHandleLocked(root);
     EXPECT_TRUE(manager().IsValid());
+    const auto cluster = CbStaticPointerCast<ZeCTransformationNodeInner>(root->FrontChild());
+    manager().MoveNode(root, cluster->FrontChild(), nullptr);
+    manager().AppendChild(cluster, manager().CreateLeafNode(nullptr));
+    EXPECT_TRUE(manager().IsValid());
+    EXPECT_EQ(Describe(*root), "root(*(, ), *, *)");
 }
 
 TEST(Session, OfAChainOf100000NodesIsRead)

@@ -1,6 +1,8 @@
 // Bytes that were cut, damaged or made to harm.
 
+#include "examples/session/sessionfile.h"
 #include "tests/examples/sessionrecords.h"
+#include "tests/examples/tempfolder.h"
 #include "tests/support/failingallocations.h"
 #include "tests/support/rounds.h"
 
@@ -33,8 +35,26 @@ TEST(Session, IsUnreadableWhereverItIsCutOrDamaged)
     EXPECT_EQ(ErrorOf(bytes), "session: more bytes than sections");
 }
 
+TEST(Session, IsInconsistentWhereverASectionIsCut)
+{
+    for (const auto section :
+         {&Records::announcements, &Records::structure, &Records::attributes, &Records::models}) {
+        Records records{SampleTree()};
+        Bytes& last = (records.*section).back();
+        while (!last.empty()) {
+            last.pop_back();
+            auto kind = EKind::Unreadable;
+            EXPECT_NE(ErrorOf(records.Join(), &kind), "") << last.size();
+            EXPECT_EQ(kind, EKind::Inconsistent) << last.size();
+        }
+    }
+}
+
+class HarmfulSession : public TempFolder
+{};
+
 // Each as large as 4 MiB allow.
-TEST(Session, TakesLittleMemoryWhateverItsBytesSay)
+TEST_F(HarmfulSession, TakesLittleMemoryWhateverItsBytesSay)
 {
     constexpr std::size_t c_most = std::size_t{4} << 20;
     const auto fill = [](std::vector<Bytes>& records, std::size_t bytes) {
@@ -67,10 +87,11 @@ TEST(Session, TakesLittleMemoryWhateverItsBytesSay)
     for (const auto& bytes : {announcements.Join(), models.Join(), star(312, false),
                               star(1352, true), SessionOf(tree.root)}) {
         EXPECT_GT(bytes.size(), c_most - 20000);
+        const auto path = Write("a.session", std::string(bytes.begin(), bytes.end()));
         const std::size_t before = AllocatedBytes();
         StartAllocationPeak();
         try {
-            (void)ReadSession(bytes);
+            (void)LoadSession(path);
         } catch (const SessionError&) {
         }
         EXPECT_LT(AllocationPeak() - before, 4 * c_most);

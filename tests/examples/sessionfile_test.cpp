@@ -160,6 +160,12 @@ TEST_F(SessionFile, KeepsItsPermissionsAndTheLinksToIt)
     EXPECT_EQ(Read(path()), "new");
     EXPECT_EQ(std::filesystem::status(path()).permissions(),
               perms::owner_read | perms::owner_write);
+
+    const auto nowhere = Folder() / "nowhere";
+    std::filesystem::create_symlink("nothing", nowhere);
+    EXPECT_THROW(ReplacementFile{nowhere}, std::system_error);
+    EXPECT_TRUE(std::filesystem::is_symlink(nowhere));
+    EXPECT_THROW(ReplacementFile{""}, std::system_error);
 }
 #endif
 

@@ -16,7 +16,7 @@ quietly cmake --build --preset fuzz
 cd build/fuzz
 findings=$PWD/findings
 mkdir -p "$findings"
-targets=(noderecords nodevector session)
+targets=(attributes noderecords nodevector session)
 running=()
 trap '[ ${#running[@]} -eq 0 ] || kill "${running[@]}" 2>/dev/null || true' EXIT
 for target in "${targets[@]}"; do

@@ -54,7 +54,8 @@ ReplacementFile::ReplacementFile(const std::filesystem::path& path) : path_(path
     const auto older = std::filesystem::symlink_status(path_, error);
     const bool isReplaced = std::filesystem::exists(older);
     if (isReplaced && !std::filesystem::is_regular_file(older)) {
-        fail(std::make_error_code(std::errc::file_exists));
+        const bool isFolder = std::filesystem::is_directory(older);
+        fail(std::make_error_code(isFolder ? std::errc::is_a_directory : std::errc::file_exists));
     }
     CyUniqueID id;
     id.Renew();

@@ -40,7 +40,8 @@ const ZeCTransformationNode& FindNode(const ZeCTransformationNode& root, const s
     return *found;
 }
 
-void Inspect(const Options& options)
+/// Sees to it that no output replaces the session file or the other output.
+void RequireDifferentFiles(const Options& options)
 {
     for (const auto& place : {options.ply, options.dot}) {
         std::error_code ignored; // the one is not there yet
@@ -48,6 +49,17 @@ void Inspect(const Options& options)
             throw scansession::InputError(place->string() + ": is the session file itself");
         }
     }
+    const auto whole = [](const std::filesystem::path& path) {
+        return std::filesystem::weakly_canonical(std::filesystem::current_path() / path);
+    };
+    if (options.ply && options.dot && whole(*options.ply) == whole(*options.dot)) {
+        throw scansession::InputError(options.dot->string() + ": is named by --ply and --dot");
+    }
+}
+
+void Inspect(const Options& options)
+{
+    RequireDifferentFiles(options);
     const auto root = sessionfile::LoadSession(options.file);
     const auto& top = options.node.empty() ? *root : FindNode(*root, options.node);
     PrintTree(top, std::cout);

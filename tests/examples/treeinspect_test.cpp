@@ -118,6 +118,10 @@ TEST_F(Treeinspect, EndsWith1ForAnInconsistentFileAnd2ForAnUnreadableOne)
         EXPECT_THAT(run({option, (Folder() / "no/b").string()}).err, HasSubstr("cannot be writ"));
         expectError(run({option, file()}), 2, "a.session: is the session file itself");
     }
+    const auto both = (Folder() / "both").string();
+    expectError(run({"--ply", both, "--dot", (Folder() / "./both").string()}), 2,
+                "both: is named by --ply and --dot");
+    EXPECT_FALSE(std::filesystem::exists(both));
     EXPECT_EQ(run({"--help"}).exitCode, 0);
     if (!std::filesystem::exists("/dev/full")) return;
     for (const auto* program : {TREEINSPECT_PROGRAM, SCANSESSION_PROGRAM}) {

@@ -10,17 +10,17 @@ namespace scansession
 namespace
 {
 
-constexpr float c_ambient = 0.2F;
+constexpr double c_ambient = 0.2;
 /// Normals that are nearly at a right angle to the line of sight are left out: their discs would be
 /// lines.
-constexpr float c_leastNormalZ = 0.05F;
+constexpr double c_leastNormalZ = 0.05;
 
 /// In pixels; single precision tells depths apart well up to there.
 constexpr double c_farthest = 1e5;
 
 constexpr int c_blockSide = 16;   // of the blocks that the density is measured in, in pixels
 constexpr float c_overlap = 1.5F; // radius of the discs, in distances between surfels
-constexpr float c_leastRadius = 1.0F;
+constexpr float c_leastRadius = 1.5F;
 
 std::uint8_t ToByte(float value)
 {
@@ -43,29 +43,37 @@ void OrthographicView::add(const SurfacePoint& point)
     const Vec3 towardsEye = Cross(p.right, p.up);
     const double normalZ = Dot(point.normal, towardsEye);
     const Vec3 offset = (point.position - p.centre) * p.scale;
-    const double x = 0.5 * p.width + Dot(offset, p.right);
-    const double y = 0.5 * p.height - Dot(offset, p.up);
+    const double x = 0.5 * (p.width - 1) + Dot(offset, p.right);
+    const double y = 0.5 * (p.height - 1) - Dot(offset, p.up);
     const double z = Dot(offset, towardsEye);
     // Asked so that what is no number is left out too.
     const bool isInside =
-        x >= 0.0 && x < p.width && y >= 0.0 && y < p.height && std::abs(z) <= c_farthest;
+        x >= 0.0 && x <= p.width - 1 && y >= 0.0 && y <= p.height - 1 && std::abs(z) <= c_farthest;
     if (!isInside || !(normalZ >= c_leastNormalZ)) return;
-    discs_.push_back({static_cast<float>(x), static_cast<float>(y), static_cast<float>(z),
+    const double light = c_ambient + (1.0 - c_ambient) * normalZ;
+    const auto lit = [&](std::uint8_t value) { return static_cast<float>(light * value); };
+    discs_.push_back({static_cast<float>(x),
+                      static_cast<float>(y),
+                      static_cast<float>(z),
                       static_cast<float>(Dot(point.normal, p.right)),
-                      static_cast<float>(-Dot(point.normal, p.up)), static_cast<float>(normalZ),
-                      point.colour});
+                      static_cast<float>(-Dot(point.normal, p.up)),
+                      static_cast<float>(normalZ),
+                      {lit(point.colour[0]), lit(point.colour[1]), lit(point.colour[2])}});
+}
+
+std::size_t OrthographicView::pixelAt(int x, int y) const
+{
+    return static_cast<std::size_t>(y) * static_cast<std::size_t>(placement_.width) +
+           static_cast<std::size_t>(x);
 }
 
 float OrthographicView::discRadius() const
 {
-    const int columns = placement_.width / c_blockSide + 1;
-    const int rows = placement_.height / c_blockSide + 1;
-    std::vector<unsigned> counts(static_cast<std::size_t>(columns * rows));
-    for (const Disc& disc : discs_) {
-        const int column = static_cast<int>(disc.x) / c_blockSide;
-        const int row = static_cast<int>(disc.y) / c_blockSide;
-        ++counts[static_cast<std::size_t>(row * columns + column)];
-    }
+    std::vector<unsigned> counts(pixelAt(0, placement_.height)); // each at its block's corner
+    const auto cornerOf = [](float place) {
+        return static_cast<int>(place) / c_blockSide * c_blockSide;
+    };
+    for (const Disc& disc : discs_) ++counts[pixelAt(cornerOf(disc.x), cornerOf(disc.y))];
     counts.erase(std::remove(counts.begin(), counts.end(), 0U), counts.end());
     if (counts.empty()) return c_leastRadius;
     const auto median = counts.begin() + static_cast<std::ptrdiff_t>(counts.size() / 2);
@@ -91,14 +99,14 @@ void OrthographicView::visitPixels(const Disc& disc, float radius, const Visit& 
             const float dz = -(disc.normalX * dx + disc.normalY * dy) / disc.normalZ;
             const float weight = 1.0F - (dx * dx + dy * dy + dz * dz) / (radius * radius);
             if (weight <= 0.0F) continue;
-            visit(static_cast<std::size_t>(y * placement_.width + x), disc.z + dz, weight);
+            visit(pixelAt(x, y), disc.z + dz, weight);
         }
     }
 }
 
 std::vector<float> OrthographicView::frontDepths(float radius) const
 {
-    std::vector<float> depths(static_cast<std::size_t>(placement_.width * placement_.height),
+    std::vector<float> depths(pixelAt(0, placement_.height),
                               -std::numeric_limits<float>::infinity());
     for (const Disc& disc : discs_) {
         visitPixels(disc, radius, [&](std::size_t pixel, float depth, float /*weight*/) {
@@ -113,13 +121,10 @@ std::vector<OrthographicView::Blend> OrthographicView::blendFront(float radius) 
     const auto depths = frontDepths(radius);
     std::vector<Blend> blends(depths.size());
     for (const Disc& disc : discs_) {
-        const float light = c_ambient + (1.0F - c_ambient) * disc.normalZ;
         visitPixels(disc, radius, [&](std::size_t pixel, float depth, float weight) {
             if (depth < depths[pixel] - radius) return; // hidden
             Blend& blend = blends[pixel];
-            blend.red += weight * light * disc.colour[0];
-            blend.green += weight * light * disc.colour[1];
-            blend.blue += weight * light * disc.colour[2];
+            for (std::size_t i = 0; i < 3; ++i) blend.colour[i] += weight * disc.colour[i];
             blend.weight += weight;
         });
     }
@@ -131,11 +136,10 @@ void OrthographicView::Draw(Picture& picture, int left, int top) const
     const auto blends = blendFront(discRadius());
     for (int y = 0; y < placement_.height; ++y) {
         for (int x = 0; x < placement_.width; ++x) {
-            const Blend& blend = blends[static_cast<std::size_t>(y * placement_.width + x)];
+            const Blend& blend = blends[pixelAt(x, y)];
             if (blend.weight <= 0.0F) continue;
-            picture.Set(left + x, top + y,
-                        {ToByte(blend.red / blend.weight), ToByte(blend.green / blend.weight),
-                         ToByte(blend.blue / blend.weight)});
+            const auto mean = [&](std::size_t i) { return ToByte(blend.colour[i] / blend.weight); };
+            picture.Set(left + x, top + y, {mean(0), mean(1), mean(2)});
         }
     }
 }

@@ -3,6 +3,8 @@
 #include "examples/scansession/picture.h"
 #include "examples/scansession/surface.h"
 
+#include <array>
+#include <cstddef>
 #include <vector>
 
 namespace scansession
@@ -34,23 +36,23 @@ public:
     void Draw(Picture& picture, int left, int top) const;
 
 private:
-    /// A surfel in the picture. Lengths are pixels: x to the right, y down, z towards the eye.
+    /// A surfel in the picture. Lengths are pixels: x to the right, y down, z towards the eye. The
+    /// pixels' middles stand at whole numbers.
     struct Disc
     {
         float x, y, z;
         float normalX, normalY, normalZ;
-        Rgb colour;
+        std::array<float, 3> colour; ///< as lit
     };
     /// The sums of the weighted colours of what makes up the front.
     struct Blend
     {
-        float red = 0.0F;
-        float green = 0.0F;
-        float blue = 0.0F;
+        std::array<float, 3> colour{};
         float weight = 0.0F;
     };
 
     void add(const SurfacePoint& point);
+    [[nodiscard]] std::size_t pixelAt(int x, int y) const;
     [[nodiscard]] float discRadius() const;
     template<class Visit>
     void visitPixels(const Disc& disc, float radius, const Visit& visit) const;

@@ -22,7 +22,8 @@
 /// reads behind the last model's surfels.
 ///
 /// Lifetime: keeps the models alive. Goes on with the models and transformations of the moment at
-/// which it was made. Threads: many may read one iterator; each is faster with a copy of its own,
+/// which it was made. One whose assignment throws std::bad_alloc is good for nothing but another.
+/// Threads: many may read one iterator; each is faster with a copy of its own,
 /// since a getter first looks where the last one found its surfel.
 /// Cost: constant for a surfel of the same leaf as the last one's, else a binary search among the
 /// leaves. References are not counted.

@@ -15,12 +15,14 @@ namespace
 
 void printTable(const RatioResult& result)
 {
-    std::printf("%-28s %9zu %10.1f ns  %6.2f x  +-%4.1f %%  %-9s  %s\n", result.work.c_str(),
-                result.size, result.ns, result.ratio, 100 * result.spread,
-                result.goal == 0 ? ""
-                : result.ratio <= result.goal
-                    ? ("<= " + std::to_string(result.goal)).substr(0, 7).c_str()
-                    : "MISSED",
+    char goal[32] = "";
+    if (result.goal != 0) {
+        const bool reached = result.ratio <= result.goal;
+        std::snprintf(goal, sizeof goal, "%s %.3g%s", reached ? "<=" : ">", result.goal,
+                      reached ? "" : " MISSED");
+    }
+    std::printf("%-28s %9zu %10.1f ns  %6.3f x  +-%4.1f %%  %-15s  %s\n", result.work.c_str(),
+                result.size, result.ns, result.ratio, 100 * result.spread, goal,
                 result.reference.c_str());
     if (result.peak > 0) {
         std::printf("%-28s %9s %10.1f MB  at most; the reference %.1f MB\n", "", "", result.peak,
@@ -116,13 +118,13 @@ int main(int argc, char** argv)
     // A process that never had a second thread gets cheaper counting from the C library.
     std::thread([] {}).join();
 
-    std::printf("%-28s %9s %13s  %8s  %8s  %-9s  %s\n", "work", "size", "per item", "ratio",
+    std::printf("%-28s %9s %13s  %8s  %8s  %-15s  %s\n", "work", "size", "per item", "ratio",
                 "spread", "goal", "reference");
     std::vector<RatioResult> results;
     // The id map keeps the room that large trees took, and to check a small one would take longer.
-    for (const auto& suite :
-         {IsValidBenchmarks(), RemoveBenchmarks(), StreamBenchmarks(), WalkBenchmarks(),
-          HandleBenchmarks(), SurfelIteratorBenchmarks(), MergeBenchmarks(), SurfelBenchmarks()}) {
+    for (const auto& suite : {IsValidBenchmarks(), RemoveBenchmarks(), StreamBenchmarks(),
+                              WalkBenchmarks(), HandleBenchmarks(), SurfelIteratorBenchmarks(),
+                              MergeBenchmarks(), SubsampleBenchmarks(), ShiftedBenchmarks()}) {
         for (const RatioBenchmark& benchmark : suite) {
             const std::string name = benchmark.work + "/" + std::to_string(benchmark.size);
             if (!std::regex_search(name, pattern)) continue;

@@ -55,6 +55,7 @@ struct RatioResult
 [[nodiscard]] std::vector<RatioBenchmark> IsValidBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> RemoveBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> StreamBenchmarks();
-[[nodiscard]] std::vector<RatioBenchmark> SurfelBenchmarks();
+[[nodiscard]] std::vector<RatioBenchmark> SubsampleBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> MergeBenchmarks();
+[[nodiscard]] std::vector<RatioBenchmark> ShiftedBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> SurfelIteratorBenchmarks();

@@ -58,7 +58,7 @@ Collection mergePlain(const std::vector<SyntheticScan>& scans)
 std::vector<RatioBenchmark> MergeBenchmarks()
 {
     std::vector<RatioBenchmark> benchmarks;
-    for (const std::size_t size : {1000000, 5000000}) {
+    for (const std::size_t size : {100000, 1000000, 5000000}) {
         const auto prepare = [size] {
             const auto scans =
                 std::make_shared<const std::vector<SyntheticScan>>(MakeSyntheticScans(size));

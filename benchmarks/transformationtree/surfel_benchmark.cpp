@@ -137,7 +137,7 @@ Sum readByNumber(const ZeCTransformationNode& root)
 std::vector<RatioBenchmark> SurfelIteratorBenchmarks()
 {
     std::vector<RatioBenchmark> benchmarks;
-    for (const std::size_t size : {1000000, 5000000}) {
+    for (const std::size_t size : {100000, 1000000, 5000000}) {
         benchmarks.push_back(surfelBenchmark("surfels/sequential", size, 2, &readSequentially));
         benchmarks.push_back(surfelBenchmark("surfels/range", size, 2, &readRange));
         benchmarks.push_back(surfelBenchmark("surfels/random", size, 4, &readByNumber));

@@ -2,34 +2,17 @@
 
 #include "platform/base/cbexception.h"
 #include "platform/datacontainer/internal/zecgridcells.h"
+#include "platform/datacontainer/internal/zecsurfelwriter.h"
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <string>
-
-namespace
-{
-
-std::array<std::uint16_t, 256> weightsByQuality(double gain)
-{
-    constexpr double c_least = 256;
-    const double clamped = std::isfinite(gain) ? std::clamp(gain, 1.0, 8.0) : 1.0;
-    std::array<std::uint16_t, 256> weights;
-    for (std::size_t quality = 0; quality < weights.size(); ++quality) {
-        const double more = c_least * (clamped - 1.0) * static_cast<double>(quality) / 255.0;
-        weights[quality] = static_cast<std::uint16_t>(c_least + std::floor(more + 0.5));
-    }
-    return weights;
-}
-
-} // namespace
+#include <utility>
 
 ZeCGridSampler::ZeCGridSampler(float cellSize, float offset, float qualityGain)
-    : cellSize_(std::isfinite(cellSize) ? std::fabs(static_cast<double>(cellSize))
-                                        : std::numeric_limits<double>::quiet_NaN()),
+    : cellSize_(cellSize),
       offset_(offset),
-      weights_(weightsByQuality(qualityGain)),
+      weights_(ZeCGridWeights(qualityGain)),
       cells_(std::make_unique<ZeCGridCells>())
 {}
 
@@ -66,12 +49,14 @@ void ZeCGridSampler::addSurfels(const ZeCSurfelContainer& surfels,
     const auto tissueTypes = surfels.GetTissueTypeAccessor();
     const auto boundaryFlags = surfels.GetBoundaryFlagAccessor();
     const auto curvatures = surfels.GetCurvatureAccessor();
+    const ZeCGrid grid(cellSize_, offset_);
     const ZeCSurfelTransformation map(transformation != nullptr ? *transformation : c_matIdentityF);
     ZeCGridBatch batch;
     ZeCGridCell* cells[ZeCGridBatch::c_size];
     for (std::size_t first = 0, n = 0; first < added; first += n) {
         n = std::min(added - first, ZeCGridBatch::c_size);
-        batch.Load(positions.subspan(first, n), normals.data() + first, map, {cellSize_, offset_});
+        batch.LoadPositions(positions.subspan(first, n), map, grid);
+        batch.LoadNormals(normals.subspan(first, n), map);
         if (spheres != nullptr) batch.Restrict(*spheres);
         cells_->Find(batch, cells);
         // Two loops, because of the many arrays.
@@ -101,30 +86,17 @@ void ZeCGridSampler::GetSubsampled(ZeCSurfelContainer& destination, float sampli
         throw CbException(CB_HERE, std::to_string(destination.GetNrSurfels()) + " surfels for " +
                                        std::to_string(GetNrOfUsedCells()) + " used cells");
     }
-    const auto positions = destination.GetPositionAccessor();
-    const auto normals = destination.GetNormalAccessor();
-    const auto colors = destination.GetColorAccessor();
-    const auto qualities = destination.GetQualityAccessor();
-    const auto tissueTypes = destination.GetTissueTypeAccessor();
-    const auto boundaryFlags = destination.GetBoundaryFlagAccessor();
-    const auto curvatures = destination.GetCurvatureAccessor();
+    auto noCells = release ? std::make_unique<ZeCGridCells>() : nullptr;
+    const ZeCGrid grid(cellSize_, offset_);
+    const ZeCSurfelWriter writer(destination);
     std::size_t i = 0;
     cells_->VisitInOrder([&](auto x, auto y, auto z, ZeCGridCell& cell) {
-        cell.CarryPositions();
-        const auto position = [&](std::int32_t index, int axis) {
-            return static_cast<float>(offset_ + (index + cell.GetMeanPosition(axis)) * cellSize_);
-        };
-        positions[i] = {position(x, 0), position(y, 1), position(z, 2)};
-        normals[i] = cell.GetMeanNormal();
-        colors[i] = cell.GetMeanColor();
-        qualities.data()[i] = cell.GetMeanQuality(samplingParameter);
-        tissueTypes[i] = cells_->GetTissueType(cell);
-        boundaryFlags[i] = cell.IsBoundary();
-        curvatures[i] = cell.GetMeanCurvature();
+        writer.Write(
+            i, cell.GetMeans({x, y, z}, grid, samplingParameter, cells_->GetTissueType(cell)));
         ++i;
     });
     if (release) {
-        cells_ = std::make_unique<ZeCGridCells>();
+        cells_ = std::move(noCells);
         numberPassedIn_ = 0;
     }
 }

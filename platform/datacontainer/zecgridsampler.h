@@ -43,8 +43,8 @@ public:
     /// @param transformation from the frame of the surfels into that of the result; null is the
     ///     identity. Normals are mapped as by ZeCSurfelContainer::CopySurfel, but not quantised.
     /// Throws: CbException where more than 2^32-1 surfels would have been passed in; none is added.
-    /// Cost: linear; memory is taken for used cells alone, about 150 bytes for each. Where it ends,
-    /// std::bad_alloc is thrown and a part of the surfels has been added.
+    /// Cost: linear; memory is taken for used cells alone, 130 to 200 bytes for each. Where it
+    /// ends, std::bad_alloc is thrown and some of the surfels have been added.
     void AddSurfels(const ZeCSurfelContainer& surfels, const CbMatrix4Rf* transformation);
     /// Adds only those of them that lie inside at least one sphere.
     /// @param spheres in the frame of the result; if there are none, no surfel is added
@@ -66,7 +66,8 @@ public:
     /// nearly cancel, as on the sheets of a thin wall, give that of the heaviest surfel. The tissue
     /// type is the one with most weight, of several the smallest; a boundary needs more than half
     /// of the weight. Spare bytes of colours become 0.
-    /// Throws: CbException for a destination of another size; nothing is written or given up.
+    /// Throws: CbException for a destination of another size, std::bad_alloc; nothing is written or
+    /// given up.
     void GetSubsampled(ZeCSurfelContainer& destination, float samplingParameter,
                        ZeCSurfelContainer::ESurfelAttributeSet attributeSet, bool release);
 
@@ -74,8 +75,8 @@ private:
     void addSurfels(const ZeCSurfelContainer& surfels, const CbMatrix4Rf* transformation,
                     const std::span<const CyBoundingSphere>* spheres);
 
-    double cellSize_; ///< not negative; NaN where nothing is accepted
-    double offset_;
+    float cellSize_;
+    float offset_;
     std::array<std::uint16_t, 256> weights_; ///< by quality
     std::uint32_t numberPassedIn_ = 0;       ///< surfels, accepted or not
     std::unique_ptr<ZeCGridCells> cells_;

@@ -40,6 +40,8 @@ ZeCSurfelArrays::ZeCSurfelArrays(std::uint32_t count)
     block_.reset(static_cast<std::byte*>(::operator new(capacity_* c_bytesPerSurfel, c_alignment)));
 }
 
+ZeCSurfelArrays::~ZeCSurfelArrays() = default;
+
 ZeCSurfelArrays::ZeCSurfelArrays(const ZeCSurfelArrays& other) : ZeCSurfelArrays(other.size_)
 {
     copyFrom(other);

@@ -29,7 +29,7 @@ public:
         Swap(other);
         return *this;
     }
-    ~ZeCSurfelArrays() = default;
+    ~ZeCSurfelArrays();
 
     /// Number of surfels, and the number there is room for.
     [[nodiscard]] std::uint32_t GetSize() const noexcept { return size_; }

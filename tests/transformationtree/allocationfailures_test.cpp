@@ -1,5 +1,6 @@
 // Edits are all or nothing: each allocation that an edit makes fails once.
 
+#include "platform/datacontainer/zecgridsampler.h"
 #include "tests/support/failingallocations.h"
 #include "tests/support/managerfixture.h"
 #include "tests/support/scenario.h"
@@ -206,6 +207,37 @@ TEST_F(WithoutMemory, ATreeObjectLeavesItsNodesBehind)
     clusters = nullptr;
     FailAllocationsAfter(-1);
     EXPECT_EQ(describe(), before);
+}
+
+TEST(AGridSampler, KeepsWhatItHasWhereMemoryEnds)
+{
+    constexpr std::uint32_t c_count = 9000;
+    const auto surfels = CbMake<ZeCSurfelCollectionQMT>(
+        c_count, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
+    for (std::uint32_t i = 0; i < c_count; ++i) {
+        surfels->GetPositionAccessor()[i].x = static_cast<float>(i / 2);
+        surfels->GetTissueTypeAccessor()[i] = i % 2;
+    }
+    bool done = false;
+    for (long allocations = 0; !done; ++allocations) {
+        ASSERT_LT(allocations, 1000);
+        ZeCGridSampler sampler(1, 0, 1);
+        FailAllocationsAfter(allocations);
+        try {
+            sampler.AddSurfels(*surfels, nullptr);
+            done = true;
+        } catch (const std::bad_alloc&) {
+        }
+        FailAllocationsAfter(-1);
+        const std::uint32_t count = sampler.GetNrOfUsedCells();
+        const auto result = CbMake<ZeCSurfelCollectionQMT>(
+            count, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
+        sampler.GetSubsampled(*result, 1, {}, false);
+        for (std::uint32_t i = 0; i < count; ++i) {
+            ASSERT_EQ(result->GetPositionAccessor()[i].x, static_cast<float>(i)) << allocations;
+        }
+        EXPECT_EQ(count == c_count / 2, done);
+    }
 }
 
 } // namespace

@@ -138,6 +138,12 @@ TEST_F(MergedScans, MakeTheModelOfAnInnerNode)
     root->CreateModel(true, 0, 1, false, 0);
     ExpectSameSurfels(*expected, *root->GetModel()->GetSurfelCollection(EType::Standard));
 
+    const Inner empty = CbMake<ZeCTransformationNodeInner>();
+    empty->CreateModel(false, 1, 1, false, 0);
+    EXPECT_EQ(empty->GetModel()->GetSurfelCollection(EType::Standard)->GetNrSurfels(), 0U);
+    EXPECT_TRUE(empty->GetBoundingBox(c_matIdentityD).IsEmpty());
+    EXPECT_TRUE(empty->EmptyLeafs());
+
     const auto kept = root->FrontLeaf()->GetModel();
     root->FrontLeaf()->CreateModel(false, 1, 1, false, 0);
     EXPECT_EQ(root->FrontLeaf()->GetModel(), kept);

@@ -20,14 +20,13 @@ CB_ALWAYS_INLINE std::uint32_t rounded(T value) noexcept
     return static_cast<std::uint32_t>(static_cast<std::int32_t>(value + T{0.5}));
 }
 
-constexpr std::int32_t c_firstOutside = 1 << 30; ///< magnitude of indices that have no cell
+constexpr std::int32_t c_firstOutside = ZeCGridBatch::c_firstOutside;
 
 // Finds cells on one axis after the other, and where in them surfels lie. Returns whether all are
 // inside the grid. The quotient is a true one: with a reciprocal, surfels on borders would change
 // the cell. Short loops with nothing but arithmetic are worked on several elements at a time.
-CB_ALWAYS_INLINE bool findCells(const float* coordinates, std::size_t count,
-                                const ZeCGridBatch::Grid& grid, std::int32_t* indices,
-                                std::uint32_t* fractions) noexcept
+CB_ALWAYS_INLINE bool findCells(const float* coordinates, std::size_t count, const ZeCGrid& grid,
+                                std::int32_t* indices, std::uint32_t* fractions) noexcept
 {
     constexpr double c_end = c_firstOutside;
     const double offset = grid.offset;
@@ -54,41 +53,27 @@ CB_ALWAYS_INLINE bool findCells(const float* coordinates, std::size_t count,
     return magnitudes < c_firstOutside;
 }
 
-bool findCellsPlain(const float* coordinates, std::size_t count, const ZeCGridBatch::Grid& grid,
+bool findCellsPlain(const float* coordinates, std::size_t count, const ZeCGrid& grid,
                     std::int32_t* indices, std::uint32_t* fractions) noexcept
 {
     return findCells(coordinates, count, grid, indices, fractions);
 }
 
-CB_WIDE_BUILD bool findCellsWide(const float* coordinates, std::size_t count,
-                                 const ZeCGridBatch::Grid& grid, std::int32_t* indices,
-                                 std::uint32_t* fractions) noexcept
+CB_WIDE_BUILD bool findCellsWide(const float* coordinates, std::size_t count, const ZeCGrid& grid,
+                                 std::int32_t* indices, std::uint32_t* fractions) noexcept
 {
     return findCells(coordinates, count, grid, indices, fractions);
 }
 
 } // namespace
 
-void ZeCGridBatch::Load(std::span<const CbVector3f> from, const ZeCQuantizedNormal* fromNormals,
-                        const ZeCSurfelTransformation& transformation, const Grid& grid)
+void ZeCGridBatch::LoadPositions(std::span<const CbVector3f> from,
+                                 const ZeCSurfelTransformation& transformation, const ZeCGrid& grid)
 {
     const std::size_t count = from.size();
     transformation.MapPositions(from.data(), positions, count);
     static const auto find = CbFastestBuild(&findCellsPlain, &findCellsWide);
     const bool allInside = find(&positions[0].x, 3 * count, grid, indices, fractions);
-
-    ZeCSurfelTransformation::Directions mapped;
-    for (std::size_t first = 0; first < count; first += mapped.c_size) {
-        const std::size_t n = std::min(count - first, mapped.c_size);
-        transformation.MapNormals(fromNormals + first, n, mapped);
-        std::copy_n(mapped.codes, n, codes + first);
-        for (int axis = 0; axis < 3; ++axis) {
-            for (std::size_t i = 0; i < mapped.c_size; ++i) {
-                normals[axis][first + i] =
-                    rounded((mapped.axes[axis][i] + 1.0F) * ZeCGridCell::c_normalUnits);
-            }
-        }
-    }
 
     std::iota(accepted, accepted + count, std::uint16_t{0});
     numberOfAccepted = count;
@@ -98,6 +83,23 @@ void ZeCGridBatch::Load(std::span<const CbVector3f> from, const ZeCQuantizedNorm
         return std::any_of(index, index + 3,
                            [](std::int32_t i) { return std::abs(i) >= c_firstOutside; });
     });
+}
+
+void ZeCGridBatch::LoadNormals(std::span<const ZeCQuantizedNormal> from,
+                               const ZeCSurfelTransformation& transformation)
+{
+    ZeCSurfelTransformation::Directions mapped;
+    for (std::size_t first = 0; first < from.size(); first += mapped.c_size) {
+        const std::size_t n = std::min(from.size() - first, mapped.c_size);
+        transformation.MapNormals(from.data() + first, n, mapped);
+        std::copy_n(mapped.codes, n, codes + first);
+        for (int axis = 0; axis < 3; ++axis) {
+            for (std::size_t i = 0; i < mapped.c_size; ++i) {
+                normals[axis][first + i] =
+                    rounded((mapped.axes[axis][i] + 1.0F) * ZeCGridCell::c_normalUnits);
+            }
+        }
+    }
 }
 
 void ZeCGridBatch::Restrict(std::span<const CyBoundingSphere> spheres) noexcept

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/datacontainer/internal/zecgrid.h"
 #include "platform/datacontainer/internal/zecsurfeltransformation.h"
 #include "platform/math3d/cyboundingsphere.h"
 
@@ -12,25 +13,22 @@
 struct ZeCGridBatch
 {
     static constexpr std::size_t c_size = 256;
+    static constexpr std::int32_t c_firstOutside = 1 << 30; ///< magnitude of indices without a cell
 
-    /// The cells of a grid: cell k of an axis is from `offset + k*cellSize` on.
-    struct Grid
-    {
-        double cellSize; ///< NaN for a grid that accepts nothing
-        double offset;
-    };
-
-    /// Maps surfels into the frame of the grid and finds their cells.
-    /// @param positions at most c_size, which have @p normals
-    void Load(std::span<const CbVector3f> positions, const ZeCQuantizedNormal* normals,
-              const ZeCSurfelTransformation& transformation, const Grid& grid);
+    /// Maps surfels into the frame of the grid, finds their cells and accepts those that have one.
+    /// @param from at most c_size positions
+    void LoadPositions(std::span<const CbVector3f> from,
+                       const ZeCSurfelTransformation& transformation, const ZeCGrid& grid);
+    /// Maps the normals of the same surfels.
+    void LoadNormals(std::span<const ZeCQuantizedNormal> from,
+                     const ZeCSurfelTransformation& transformation);
     /// Accepts only surfels inside one of the spheres from now on.
     void Restrict(std::span<const CyBoundingSphere> spheres) noexcept;
 
     CbVector3f positions[c_size];        ///< mapped
     std::int32_t indices[3 * c_size];    ///< of the cells, three for each surfel
-    std::uint32_t fractions[3 * c_size]; ///< as ZeCGridSample::position
-    std::uint32_t normals[3][c_size];    ///< as ZeCGridSample::normal, axis by axis
+    std::uint32_t fractions[3 * c_size]; ///< in cells, as ZeCGridCell::AddGeometry takes them
+    std::uint32_t normals[3][c_size];    ///< axis by axis, likewise
     ZeCQuantizedNormal codes[c_size];    ///< of the mapped normals
     std::uint16_t accepted[c_size];      ///< ascending numbers of the surfels that have a cell
     std::size_t numberOfAccepted;

@@ -18,14 +18,26 @@ void ZeCGridCell::CarryPositions() noexcept
     }
 }
 
-double ZeCGridCell::GetMeanPosition(int axis) const noexcept
+ZeCSurfel ZeCGridCell::GetMeans(const std::array<std::int32_t, 3>& index, const ZeCGrid& grid,
+                                float samplingParameter, std::uint8_t meanTissueType) noexcept
 {
-    const double sum =
-        std::ldexp(positionCarry[axis], c_carryBits) + static_cast<double>(position[axis]);
-    return sum / (static_cast<double>(weight) * c_positionUnits);
+    CarryPositions(); // so that the same sums give the same bits
+    const double units = static_cast<double>(weight) * c_positionUnits;
+    const auto coordinate = [&](std::size_t axis) {
+        const double sum =
+            std::ldexp(positionCarry[axis], c_carryBits) + static_cast<double>(position[axis]);
+        return static_cast<float>(grid.offset + (index[axis] + sum / units) * grid.cellSize);
+    };
+    return {{coordinate(0), coordinate(1), coordinate(2)},
+            meanNormal(),
+            {mean(color[0]), mean(color[1]), mean(color[2]), 0},
+            meanQuality(samplingParameter),
+            meanTissueType,
+            2 * boundary > weight,
+            mean(curvature)};
 }
 
-ZeCQuantizedNormal ZeCGridCell::GetMeanNormal() const noexcept
+ZeCQuantizedNormal ZeCGridCell::meanNormal() const noexcept
 {
     constexpr double c_leastLength = 0.1; // of what the weight would give for equal normals
     const std::uint64_t bias = weight * c_normalUnits;
@@ -42,10 +54,11 @@ ZeCQuantizedNormal ZeCGridCell::GetMeanNormal() const noexcept
         CbVector3f{static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)});
 }
 
-std::uint8_t ZeCGridCell::GetMeanQuality(float samplingParameter) const noexcept
+std::uint8_t ZeCGridCell::meanQuality(float samplingParameter) const noexcept
 {
     const double wanted = samplingParameter;
     if (!std::isfinite(wanted) || count >= wanted) return mean(quality);
-    const double sum = static_cast<double>(quality) / static_cast<double>(weight);
-    return static_cast<std::uint8_t>(std::lround(sum * (count / wanted)));
+    // One division of exact products, so that halves are halves.
+    const double sum = static_cast<double>(quality) * count;
+    return static_cast<std::uint8_t>(std::lround(sum / (static_cast<double>(weight) * wanted)));
 }

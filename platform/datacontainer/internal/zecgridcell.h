@@ -1,8 +1,9 @@
 #pragma once
 
-#include "platform/datacontainer/zeccompressedcolor.h"
-#include "platform/datacontainer/zecquantizednormal.h"
+#include "platform/datacontainer/internal/zecgrid.h"
+#include "platform/datacontainer/internal/zecsurfelwriter.h"
 
+#include <array>
 #include <cstdint>
 
 /// Weighted sums of the surfels of one cell, but for their tissue types, which can't be averaged.
@@ -16,6 +17,11 @@ struct alignas(64) ZeCGridCell
     static constexpr std::uint32_t c_positionUnits = 1U << 28U;
     static constexpr std::uint32_t c_normalUnits = 1U << 19U;
 
+    /// What is largest for the heaviest of some surfels, of several for the smallest code.
+    [[nodiscard]] static std::uint32_t RankOf(std::uint32_t w, ZeCQuantizedNormal code) noexcept
+    {
+        return w << 16U | (0xFFFFU - code.GetCode());
+    }
     /// Adds where a surfel lies and how.
     /// @param w its weight, 256 to 2048
     /// @param fractions three, from the cell's lower corner, c_positionUnits for its size
@@ -33,7 +39,7 @@ struct alignas(64) ZeCGridCell
         normal[1] += y * wide;
         normal[2] += z * wide;
         ++count;
-        const std::uint32_t rank = w << 16U | (0xFFFFU - code.GetCode());
+        const std::uint32_t rank = RankOf(w, code);
         if (heaviest < rank) heaviest = rank;
         if (((position[0] | position[1] | position[2]) >> 63U) != 0) CarryPositions();
     }
@@ -52,28 +58,20 @@ struct alignas(64) ZeCGridCell
     /// Moves the upper bits of the sums of positions, the only ones that can become too large.
     void CarryPositions() noexcept;
 
-    /// The mean position on an axis, from the cell's lower corner in sizes of the cell. For cells
-    /// whose positions have been carried last of all.
-    [[nodiscard]] double GetMeanPosition(int axis) const noexcept;
-    /// The mean normal or, where opposing sheets nearly cancel, that of the heaviest surfel; of
-    /// equally heavy ones the one with the smallest code.
-    [[nodiscard]] ZeCQuantizedNormal GetMeanNormal() const noexcept;
-    [[nodiscard]] ZeCCompressedColor GetMeanColor() const noexcept
-    {
-        return {mean(color[0]), mean(color[1]), mean(color[2]), 0};
-    }
-    [[nodiscard]] std::uint8_t GetMeanCurvature() const noexcept { return mean(curvature); }
-    /// The mean quality, lowered where there are fewer surfels than @p samplingParameter.
-    [[nodiscard]] std::uint8_t GetMeanQuality(float samplingParameter) const noexcept;
-    /// True where surfels with more than half of the weight lie on a boundary.
-    [[nodiscard]] bool IsBoundary() const noexcept { return 2 * boundary > weight; }
+    /// Returns the surfel that stands for those of the cell: their weighted means. Where normals of
+    /// opposing sheets nearly cancel, it has that of the heaviest surfel, of equally heavy ones the
+    /// one with the smallest code; fewer surfels than @p samplingParameter lower the quality; it
+    /// lies on a boundary where surfels with more than half of the weight do.
+    /// @param index of the cell on each axis
+    [[nodiscard]] ZeCSurfel GetMeans(const std::array<std::int32_t, 3>& index, const ZeCGrid& grid,
+                                     float samplingParameter, std::uint8_t meanTissueType) noexcept;
 
     // The first cache line.
     std::uint64_t weight;
     std::uint64_t position[3]; ///< without what was carried
     std::uint64_t normal[3];
     std::uint32_t count;    ///< number of surfels
-    std::uint32_t heaviest; ///< the largest weight, and below it the inverted bits of a code
+    std::uint32_t heaviest; ///< the largest rank
     // The second one.
     std::uint64_t color[3];
     std::uint64_t curvature;
@@ -84,6 +82,8 @@ struct alignas(64) ZeCGridCell
     std::uint8_t tissueType;        ///< kept by the owner of the cells
 
 private:
+    [[nodiscard]] ZeCQuantizedNormal meanNormal() const noexcept;
+    [[nodiscard]] std::uint8_t meanQuality(float samplingParameter) const noexcept;
     // Rounds half up.
     [[nodiscard]] std::uint8_t mean(std::uint64_t sum) const noexcept
     {

@@ -1,9 +1,11 @@
 #include "platform/datacontainer/internal/zecgridcells.h"
 
+#include <algorithm>
+
 void ZeCGridCells::Find(const ZeCGridBatch& batch, ZeCGridCell** cells)
 {
     static_assert(ZeCGridBatch::c_size <= ZeCGridBricks::c_batch);
-    bricks_.MakeRoom(count_);
+    makeRoom(batch.numberOfAccepted);
 
     std::uint32_t* numbers[ZeCGridBatch::c_size];
     for (std::size_t i = 0; i < batch.numberOfAccepted; ++i) {
@@ -37,17 +39,27 @@ std::uint8_t ZeCGridCells::GetTissueType(const ZeCGridCell& cell) const noexcept
     return best;
 }
 
-std::uint32_t ZeCGridCells::makeCell()
+void ZeCGridCells::makeRoom(std::size_t numberOfSurfels)
 {
-    if (count_ == chunks_.size() * c_chunk) {
+    bricks_.MakeRoom(count_);
+    while (chunks_.size() * c_chunk < count_ + numberOfSurfels) {
         chunks_.push_back(std::make_unique_for_overwrite<ZeCGridCell[]>(c_chunk));
     }
+    if (otherTissues_.capacity() - otherTissues_.size() < numberOfSurfels) {
+        otherTissues_.reserve(
+            std::max(2 * otherTissues_.capacity(), otherTissues_.size() + numberOfSurfels));
+    }
+}
+
+std::uint32_t ZeCGridCells::makeCell() noexcept
+{
     ++count_;
     cell(count_) = {};
     return count_;
 }
 
-void ZeCGridCells::addOtherTissue(ZeCGridCell& cell, std::uint32_t weight, std::uint8_t type)
+void ZeCGridCells::addOtherTissue(ZeCGridCell& cell, std::uint32_t weight,
+                                  std::uint8_t type) noexcept
 {
     if (cell.count == 0) {
         cell.tissueType = type;

@@ -16,10 +16,11 @@ public:
     [[nodiscard]] std::uint32_t GetCount() const noexcept { return count_; }
 
     /// Finds the cells of the accepted surfels of a batch, in their order, and makes those that are
-    /// not used yet, empty.
+    /// not used yet, empty. Takes all the memory that adding the batch needs, before it makes any
+    /// cell: where std::bad_alloc is thrown, nothing has changed.
     void Find(const ZeCGridBatch& batch, ZeCGridCell** cells);
     /// Adds a surfel's weight to the tissue type it has. Before its geometry is added.
-    void AddTissueType(ZeCGridCell& cell, std::uint32_t weight, std::uint8_t type)
+    void AddTissueType(ZeCGridCell& cell, std::uint32_t weight, std::uint8_t type) noexcept
     {
         if (cell.tissueType != type) addOtherTissue(cell, weight, type);
     }
@@ -45,8 +46,9 @@ private:
     {
         return chunks_[(number - 1) / c_chunk][(number - 1) % c_chunk];
     }
-    [[nodiscard]] std::uint32_t makeCell();
-    void addOtherTissue(ZeCGridCell& cell, std::uint32_t weight, std::uint8_t type);
+    void makeRoom(std::size_t numberOfSurfels);
+    [[nodiscard]] std::uint32_t makeCell() noexcept;
+    void addOtherTissue(ZeCGridCell& cell, std::uint32_t weight, std::uint8_t type) noexcept;
 
     ZeCGridBricks bricks_; ///< knows the cells by number, which counts from 1
     std::vector<std::unique_ptr<ZeCGridCell[]>> chunks_;

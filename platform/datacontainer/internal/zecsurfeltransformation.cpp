@@ -116,8 +116,10 @@ CB_ALWAYS_INLINE bool mapDirections(std::uint16_t* codes, const CbMatrix4Rf& mat
 {
     using Traits = ZeTQuantizedNormalMultiLevelTraitsFast;
     const CbMatrix4Rf m = matrix;
-    constexpr std::uint32_t c_largest = 0x7F7FFFFF; // the bits of the largest finite number
-    std::uint32_t broken = 0;                       // the highest bit is set if any is
+    // The bits of the smallest and the largest number that has full precision.
+    constexpr std::uint32_t c_smallest = 0x00800000;
+    constexpr std::uint32_t c_largest = 0x7F7FFFFF;
+    std::uint32_t broken = 0; // the highest bit is set if any square is beyond them
     for (std::size_t i = 0; i < Directions::c_size; ++i) {
         const auto n = Traits::Decode<7>(codes[i]);
         const float x = n.x * m[0][0] + n.y * m[1][0] + n.z * m[2][0];
@@ -126,7 +128,7 @@ CB_ALWAYS_INLINE bool mapDirections(std::uint16_t* codes, const CbMatrix4Rf& mat
         codes[i] = static_cast<std::uint16_t>(Traits::Encode<7>(x, y, z, codes[i]));
         const float square = x * x + y * y + z * z;
         const auto bits = std::bit_cast<std::uint32_t>(square);
-        broken |= (bits - 1) | (c_largest - bits);
+        broken |= (bits - c_smallest) | (c_largest - bits);
         const float scale = 1.0F / std::sqrt(square);
         axes[0][i] = x * scale;
         axes[1][i] = y * scale;
@@ -204,11 +206,12 @@ void ZeCSurfelTransformation::MapNormals(const ZeCQuantizedNormal* from, std::si
     const bool haveLength = map(codes, normals_, to.axes);
     std::memcpy(static_cast<void*>(to.codes), codes, sizeof codes);
     if (haveLength) return;
-    // Some became so short that their squares vanish.
+    constexpr float c_tolerance = 1e-6F; // more than what rounding makes of the others
+    // Some became so short that their squares have lost bits.
     for (std::size_t i = 0; i < Directions::c_size; ++i) {
         const float x = to.axes[0][i], y = to.axes[1][i], z = to.axes[2][i];
         const float square = x * x + y * y + z * z;
-        if (square > 0.5F && square < 2.0F) continue;
+        if (std::fabs(square - 1.0F) < c_tolerance) continue;
         const CbVector3f direction = to.codes[i].GetNormal();
         to.axes[0][i] = direction.x;
         to.axes[1][i] = direction.y;

@@ -1,0 +1,191 @@
+#pragma once
+
+// Sampling on a grid in the naive way: a map of cells, sums in double precision.
+
+#include "platform/datacontainer/zecgridsampler.h"
+#include "tests/platform/datacontainer/surfels.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <map>
+#include <numeric>
+#include <vector>
+
+using Collection = CbSmartPointer<ZeCSurfelCollectionQMT>;
+
+inline constexpr auto c_attributes = ZeCSurfelContainer::ESurfelAttributeSet::Subsampled;
+inline constexpr float c_infinity = std::numeric_limits<float>::infinity();
+inline constexpr float c_nan = std::numeric_limits<float>::quiet_NaN();
+
+/// Arguments of a sampler.
+struct Grid
+{
+    float cellSize = 1.0F;
+    float offset = 0.0F;
+    float gain = 1.0F;
+    float samplingParameter = 1.0F;
+};
+
+struct Scan
+{
+    Collection surfels;
+    CbMatrix4Rf toResult;
+};
+
+inline Collection Neutral(std::uint32_t count)
+{
+    return CbMake<ZeCSurfelCollectionQMT>(count, true, c_attributes, nullptr);
+}
+
+inline Collection ResultOf(ZeCGridSampler& sampler, float samplingParameter = 1.0F)
+{
+    auto result = Neutral(sampler.GetNrOfUsedCells());
+    sampler.GetSubsampled(*result, samplingParameter, c_attributes, false);
+    return result;
+}
+
+inline Collection Subsample(const Grid& grid, const std::vector<Scan>& scans)
+{
+    ZeCGridSampler sampler(grid.cellSize, grid.offset, grid.gain);
+    for (const Scan& scan : scans) sampler.AddSurfels(*scan.surfels, &scan.toResult);
+    return ResultOf(sampler, grid.samplingParameter);
+}
+
+inline Collection Pick(const ZeCSurfelContainer& from, const std::vector<std::uint32_t>& surfels)
+{
+    auto picked = Neutral(static_cast<std::uint32_t>(surfels.size()));
+    for (std::uint32_t i = 0; i < surfels.size(); ++i) {
+        picked->CopySurfel(i, from, surfels[i], false, c_matIdentityF);
+    }
+    return picked;
+}
+
+inline std::array<double, 3> Coordinates(const CbVector3f& v) { return {v.x, v.y, v.z}; }
+
+struct NaiveCell
+{
+    std::array<double, 3> position{}, normal{}, color{};
+    double weight = 0, count = 0, curvature = 0, quality = 0, boundary = 0;
+    std::map<int, double> tissueTypes;
+    std::pair<double, int> heaviest{0, 0}; // weight and inverted code
+};
+using NaiveCells = std::map<std::array<double, 3>, NaiveCell>;
+
+inline NaiveCells NaiveSubsample(const Grid& grid, const std::vector<Scan>& scans)
+{
+    NaiveCells cells;
+    const double gain = std::clamp<double>(grid.gain, 1, 8);
+    for (const Scan& scan : scans) {
+        const auto mapped = Neutral(0);
+        mapped->Append(*scan.surfels, scan.toResult);
+        for (std::uint32_t i = 0; i < mapped->GetNrSurfels(); ++i) {
+            const auto p = Coordinates(mapped->GetPositionAccessor()[i]);
+            std::array<double, 3> index;
+            bool accepted = true;
+            for (int k = 0; k < 3; ++k) {
+                index[k] = std::floor((p[k] - grid.offset) / std::fabs(grid.cellSize));
+                accepted = accepted && std::fabs(index[k]) < 1073741824.0;
+            }
+            if (!accepted) continue;
+            NaiveCell& cell = cells[index];
+            const double quality = mapped->GetQualityAccessor().data()[i];
+            const double w = 256 + std::floor(256 * (gain - 1) * quality / 255 + 0.5);
+            const auto n = Coordinates(mapped->GetNormalAccessor()[i].GetNormal());
+            const auto c = mapped->GetColorAccessor()[i];
+            const std::array<double, 3> color = {double(c.r), double(c.g), double(c.b)};
+            for (int k = 0; k < 3; ++k) {
+                cell.position[k] += w * p[k];
+                cell.normal[k] += w * n[k];
+                cell.color[k] += w * color[k];
+            }
+            cell.weight += w;
+            cell.count += 1;
+            cell.curvature += w * mapped->GetCurvatureAccessor()[i];
+            cell.quality += w * quality;
+            cell.boundary += mapped->GetBoundaryFlagAccessor()[i] ? w : 0;
+            cell.tissueTypes[mapped->GetTissueTypeAccessor()[i]] += w;
+            cell.heaviest = std::max(cell.heaviest,
+                                     std::pair(w, -int{mapped->GetNormalAccessor()[i].GetCode()}));
+        }
+    }
+    return cells;
+}
+
+inline void ExpectNormal(const NaiveCell& cell, ZeCQuantizedNormal actual)
+{
+    const auto n = Coordinates(actual.GetNormal());
+    const double length = std::sqrt(
+        std::inner_product(cell.normal.begin(), cell.normal.end(), cell.normal.begin(), 0.0));
+    const double cosine = std::inner_product(n.begin(), n.end(), cell.normal.begin(), 0.0) / length;
+    // The naive way sums quantised normals, which are off by up to a degree each.
+    if (length > 0.14 * cell.weight) {
+        ASSERT_GT(cosine, std::cos(8 / 57.3));
+    }
+    if (length < 0.07 * cell.weight) {
+        ASSERT_EQ(-cell.heaviest.second, actual.GetCode());
+    }
+}
+
+/// Expects the surfels of a sampler to be those that the naive way gives.
+inline void ExpectMeans(const Grid& grid, const std::vector<Scan>& scans)
+{
+    const auto expected = NaiveSubsample(grid, scans);
+    const auto actual = Subsample(grid, scans);
+    ASSERT_EQ(expected.size(), actual->GetNrSurfels());
+    std::uint32_t i = 0;
+    for (const auto& [index, cell] : expected) { // in ascending order of the indices
+        SCOPED_TRACE("surfel " + std::to_string(i));
+        const double w = cell.weight;
+        const auto position = Coordinates(actual->GetPositionAccessor()[i]);
+        for (int k = 0; k < 3; ++k) {
+            const auto mean = static_cast<float>(cell.position[k] / w);
+            const double step = std::fabs(double(std::nextafter(mean, c_infinity)) - mean);
+            ASSERT_NEAR(cell.position[k] / w, position[k], 1e-6 * std::fabs(grid.cellSize) + step);
+        }
+        const auto rounded = [w](double sum) { return static_cast<int>(sum / w + 0.5); };
+        const auto color = actual->GetColorAccessor()[i];
+        ASSERT_EQ(rounded(cell.color[0]), color.r);
+        ASSERT_EQ(rounded(cell.color[1]), color.g);
+        ASSERT_EQ(rounded(cell.color[2]), color.b);
+        ASSERT_EQ(rounded(cell.curvature), actual->GetCurvatureAccessor()[i]);
+        const bool lowers = grid.samplingParameter > 1 && grid.samplingParameter < c_infinity;
+        const double factor = lowers ? std::min(1.0, cell.count / grid.samplingParameter) : 1.0;
+        ASSERT_EQ(rounded(cell.quality * factor), actual->GetQualityAccessor().data()[i]);
+        ASSERT_EQ(2 * cell.boundary > w, actual->GetBoundaryFlagAccessor()[i]);
+        const auto tissue =
+            std::max_element(cell.tissueTypes.begin(), cell.tissueTypes.end(),
+                             [](const auto& a, const auto& b) { return a.second < b.second; });
+        ASSERT_EQ(tissue->first, actual->GetTissueTypeAccessor()[i]);
+        ASSERT_NO_FATAL_FAILURE(ExpectNormal(cell, actual->GetNormalAccessor()[i]));
+        ++i;
+    }
+}
+
+inline CbMatrix4Rf TurnAndShift(float angle, float shift)
+{
+    CbMatrix4Rf m;
+    m[0][0] = m[1][1] = std::cos(angle);
+    m[0][1] = std::sin(angle);
+    m[1][0] = -std::sin(angle);
+    m[3][0] = m[3][1] = m[3][2] = shift;
+    return m;
+}
+
+/// Three overlapping scans in frames of their own; coordinates up to @p size.
+inline std::vector<Scan> RandomScans(std::mt19937& random, std::uint32_t count, float size)
+{
+    CbMatrix4Rf stretch = TurnAndShift(1, size / 2);
+    stretch[2][2] = 0.25F;
+    std::vector<Scan> scans = {{RandomSurfels(random, count), c_matIdentityF},
+                               {RandomSurfels(random, count / 2), TurnAndShift(2, -size / 3)},
+                               {RandomSurfels(random, count / 3), stretch}};
+    for (const Scan& scan : scans) {
+        for (auto& p : scan.surfels->GetPositionAccessor()) {
+            p = {p.x * size / 40, p.y * size / 40, p.z * size / 40};
+        }
+        for (auto& type : scan.surfels->GetTissueTypeAccessor()) type %= 5;
+    }
+    return scans;
+}

@@ -1,0 +1,125 @@
+#include "platform/datacontainer/zecshiftedgridsampler.h"
+#include "tests/platform/datacontainer/naivesampler.h"
+#include "tests/support/rounds.h"
+
+#include <optional>
+
+namespace
+{
+
+using Shifts = ZeCShiftedGridSampler::Shifts;
+
+Shifts ShiftsOf(float cellSize)
+{
+    Shifts shifts;
+    float next = cellSize / 5 * 0.5F;
+    for (float& shift : shifts) {
+        shift = next;
+        next += cellSize / 5;
+    }
+    return shifts;
+}
+
+CbMatrix4Rf ShiftBy(float x, float y, float z)
+{
+    return CbMatrix4Rf({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, x, y, z, 1});
+}
+
+// One run after the other.
+Collection SampleOneByOne(const Grid& grid, const std::vector<Scan>& scans)
+{
+    auto result = Neutral(0);
+    const Shifts shifts = ShiftsOf(grid.cellSize);
+    for (int i = 0; i < 125; ++i) {
+        const float x = shifts[i / 25], y = shifts[i / 5 % 5], z = shifts[i % 5];
+        std::vector<Scan> shifted = scans;
+        for (Scan& scan : shifted) scan.toResult = Compose(scan.toResult, ShiftBy(x, y, z));
+        result->Append(*Subsample(grid, shifted), ShiftBy(-x, -y, -z));
+    }
+    return result;
+}
+
+// Nothing where it can't be done together.
+std::optional<Collection> SampleTogether(const Grid& grid, const std::vector<Scan>& scans)
+{
+    ZeCShiftedGridSampler sampler(grid.cellSize, grid.offset, grid.gain, ShiftsOf(grid.cellSize));
+    for (const Scan& scan : scans) {
+        if (!sampler.AddSurfels(*scan.surfels, scan.toResult)) return std::nullopt;
+    }
+    const auto result = Neutral(0);
+    sampler.AppendSubsampled(*result, grid.samplingParameter);
+    return result;
+}
+
+void ExpectSameTogether(const Grid& grid, const std::vector<Scan>& scans)
+{
+    const auto together = SampleTogether(grid, scans);
+    ASSERT_TRUE(together);
+    ExpectSameSurfels(*SampleOneByOne(grid, scans), **together);
+}
+
+} // namespace
+
+TEST(ShiftedGrids, GiveTheBytesOfOneRunAfterTheOther)
+{
+    std::mt19937 random(30);
+    for (int round = 0; round < Rounds(10); ++round) {
+        for (const float cellSize : {0.1F, 0.25F, 0.5F, 1.0F}) {
+            SCOPED_TRACE(cellSize);
+            // From about one surfel in each group that shares its cells to dozens.
+            const float size = cellSize * static_cast<float>(1 << random() % 4);
+            const auto scans = RandomScans(random, 1000, size);
+            ASSERT_NO_FATAL_FAILURE(ExpectSameTogether({cellSize, cellSize / 2, 6.5F, 3}, scans));
+        }
+    }
+    ExpectSameTogether({1, 0.5F, 6.5F, 1}, {});
+}
+
+TEST(ShiftedGrids, GiveTheSameBytesForSurfelsOnBorders)
+{
+    std::mt19937 random(31);
+    for (const float cellSize : {0.23F, 0.25F, 1.0F / 3, 7e-5F}) {
+        SCOPED_TRACE(cellSize);
+        const Shifts shifts = ShiftsOf(cellSize);
+        const auto surfels = RandomSurfels(random, 2000);
+        for (auto& position : surfels->GetPositionAccessor()) {
+            for (float CbVector3f::*axis : {&CbVector3f::x, &CbVector3f::y, &CbVector3f::z}) {
+                const auto cells = static_cast<float>(static_cast<int>(random() % 9) - 4);
+                float border = cells * cellSize - shifts[random() % 5] + cellSize / 2;
+                const auto kind = random() % 3;
+                if (kind == 1) border = std::nextafter(border, c_infinity);
+                if (kind == 2) border = std::nextafter(border, -c_infinity);
+                position.*axis = border;
+            }
+        }
+        ASSERT_NO_FATAL_FAILURE(ExpectSameTogether({cellSize, cellSize / 2, 6.5F, 1},
+                                                   {{surfels, {}}, {surfels, TurnAndShift(1, 0)}}));
+    }
+}
+
+TEST(ShiftedGrids, LeaveOutWhatHasNoCellAndTellWhatTheyCanNotDo)
+{
+    std::mt19937 random(32);
+    const Grid grid{1, 0.5F, 6.5F, 1};
+    const auto surfels = RandomSurfels(random, 2000);
+    for (const float lost : {c_nan, c_infinity, -3e38F, 3e38F}) {
+        (&surfels->GetPositionAccessor()[random() % 2000].x)[random() % 3] = lost;
+    }
+    const CbMatrix4Rf turn = TurnAndShift(1, 3);
+    ExpectSameTogether(grid, {{surfels, turn}});
+
+    const auto with = [&](int group, int place, float value) {
+        CbMatrix4Rf m = turn;
+        m[group][place] = value;
+        return m;
+    };
+    for (const CbMatrix4Rf& m : {with(0, 3, 0.1F), with(3, 3, 2), with(1, 1, c_nan)}) {
+        EXPECT_FALSE(SampleTogether(grid, {{surfels, m}}));
+    }
+    // Cells that all 125 grids have, but too far off.
+    for (const float farOff : {9e6F, 1e8F, 1073741824.0F}) {
+        const auto far = RandomSurfels(random, 10);
+        far->GetPositionAccessor()[7].y = farOff;
+        EXPECT_FALSE(SampleTogether(grid, {{far, {}}})) << farOff;
+    }
+}

@@ -1,7 +1,10 @@
 #include "examples/treeinspect/treetext.h"
 
+#include "examples/treeinspect/attributetext.h"
+#include "examples/treeinspect/posetext.h"
 #include "examples/treeinspect/subtree.h"
 
+#include <algorithm>
 #include <string>
 
 namespace treeinspect
@@ -12,19 +15,6 @@ namespace
 
 /// Deeper levels are told by a number: a chain's lines would grow without bound.
 constexpr std::size_t c_deepestIndent = 40;
-
-void PrintPose(const CbMatrix4Rd& pose, std::ostream& out)
-{
-    out << ", pose";
-    if (pose == c_matIdentityD) {
-        out << " identity";
-        return;
-    }
-    for (std::size_t i = 0; i < 4; ++i) {
-        if (i > 0) out << " |";
-        for (std::size_t j = 0; j < 4; ++j) out << ' ' << pose[i][j];
-    }
-}
 
 void PrintNode(const SubtreeNode& entry, std::ostream& out)
 {
@@ -43,8 +33,14 @@ void PrintNode(const SubtreeNode& entry, std::ostream& out)
         out << ", merged surfels " << CountOwnSurfels(*node) << " of revision "
             << node->GetModelRevision();
     }
+    out << ", pose ";
     PrintPose(node->GetRelativeTrafo(), out);
     out << '\n';
+    for (const auto& attribute : node->GetAllAttributes()) {
+        out << std::string(2 * (std::min(depth, c_deepestIndent) + 1), ' ') << "- ";
+        PrintAttribute(*attribute, out);
+        out << '\n';
+    }
 }
 
 } // namespace

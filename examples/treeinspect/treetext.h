@@ -9,7 +9,8 @@ namespace treeinspect
 
 /// Prints a line for each node at or below @p top, children indented below their father:
 /// description, kind, id, revisions (model and transformation), surfels and pose, which are the 16
-/// values of the transformation into the father's frame. Then a line of totals.
+/// values of the transformation into the father's frame; and below it a line for each of the node's
+/// attributes. Then a line of totals.
 void PrintTree(const ZeCTransformationNode& top, std::ostream& out);
 
 } // namespace treeinspect

@@ -1,7 +1,9 @@
 #include "examples/scansession/ply.h"
 #include "examples/session/sessionfile.h"
+#include "platform/base/cbcreate.h"
 #include "tests/examples/programtest.h"
 #include "tests/examples/sessionrecords.h"
+#include "tests/transformationtree/attributerows.h"
 
 using testing::HasSubstr;
 
@@ -56,6 +58,39 @@ TEST_F(Treeinspect, PrintsTheTree)
 
 nodes 5, leaves 3, surfels 4
 )");
+}
+
+TEST_F(Treeinspect, PrintsAttributes)
+{
+    for (const auto& row : AttributeRows()) {
+        tree.a->SetAttribute(CbCreate<ZeARTTIAttribute>(row.className));
+        tree.b->SetAttribute(CbCreate<ZeARTTIAttribute>(row.className));
+        row.fill(*tree.b->GetAllAttributes().GetAttribute(*CbRTTI::Find(row.className)));
+    }
+    const auto fresh = run({"--node", tree.a->GetID().ToString().ToUtf8()});
+    EXPECT_EQ(fresh.out.substr(fresh.out.find('\n')), R"(
+  - ZeCAreaPropertiesAttribute: orientation strategy 0
+  - ZeCBackgroundOptimizationLoopCountAttribute: 0 loops
+  - ZeCRepresentativeAttribute: no voxel
+  - ZeCImageAreaDataAttribute: not correlated to "00000000-0000-0000-0000-000000000000", level 0, error 3.40282e+38, pose identity, jaw not relaxed, pose identity, no impression, revisions -1 -1 -1, last GUID "" of revision -1, changed at 0
+  - ZeCJawSemanticsAttribute: occlusal 0 0 -1 of 0 directions of revision -1, extraoral 1 0 0 of 0 directions
+  - ZeCRegistrationHintsAttribute: 0 surfels, display mode 0
+  - ZeCDisconnectedComponentWarningAttribute: 0 surfels
+
+nodes 1, leaves 1, surfels 2
+)");
+    const auto full = run({"--node", tree.b->GetID().ToString().ToUtf8()});
+    for (const auto* part :
+         {"\n  - ZeCBackgroundOptimizationLoopCountAttribute: 4294967295 loops\n",
+          "\n  - ZeCRepresentativeAttribute: voxel -2147483648 -1 2147483647\n",
+          ": correlated to \"a\uFFFDz\", level -2147483648, error ",
+          "pose -1 0 0 0 | 0 1 0 0 | 0 0 -1 0 | 0 0 0 1, impression, revisions 9223372036854775807 "
+          "4294967296 -4294967297, last GUID \"\uFFFD?\" of revision -9223372036854775808, changed "
+          "at -9223372036854775807\n",
+          " of 4294967298 directions of revision -9223372036854775808, extraoral 0.5 -0.25 1 of 0 ",
+          "\n  - ZeCRegistrationHintsAttribute: 1 surfels, display mode 4294967295\n"}) {
+        EXPECT_THAT(full.out, HasSubstr(part));
+    }
 }
 
 TEST_F(Treeinspect, ExportsASubtree)

@@ -219,6 +219,9 @@ struct AttributeRow
     std::string (*shown)(const ZeARTTIAttribute&) = nullptr;
     bool (*callReset)(ZeARTTIAttribute&) = nullptr;
 
+    /// For the names of tests.
+    friend void PrintTo(const AttributeRow& row, std::ostream* out) { *out << row.golden; }
+
     /// With the functions of an attribute class.
     template<class T>
     AttributeRow Of() const

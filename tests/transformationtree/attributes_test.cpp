@@ -1,10 +1,12 @@
 #include "platform/base/cbcreate.h"
 #include "platform/base/cbexceptionstream.h"
 #include "platform/base/cbexceptionwrongfileversion.h"
+#include "tests/support/rounds.h"
 #include "tests/support/scenario.h"
 #include "tests/transformationtree/attributerows.h"
 
 #include <gmock/gmock.h>
+#include <thread>
 
 namespace
 {
@@ -251,6 +253,38 @@ TEST(AStoredSurfelCollection, MayBeMissingUnknownOrOfAnotherLength)
     expectBlocks(*CbMake<ComponentWarning>(), Golden("componentwarning_1.bin"),
                  c_warningsCollection,
                  [](auto& warning) { return warning.GetWarningSurfelCollection(); });
+}
+
+TEST(AttributesThreads, AreGuarded)
+{
+    const auto area = CbMake<ImageAreaData>();
+    const auto areaProperties = CbMake<AreaProperties>();
+    const auto hints = CbMake<RegistrationHints>();
+    const auto jaw = CbMake<JawSemantics>();
+    const auto loops = CbMake<LoopCount>();
+    const auto work = [&] {
+        for (int round = 0; round < Rounds(1000); ++round) {
+            area->IncrementEnqueuedAreaCorrelationTasks();
+            areaProperties->SetOrientationStrategy(AreaProperties::EOrientationStrategy::Default);
+            read(*areaProperties, stored(*areaProperties));
+            hints->SetRegistrationHintSurfelCollection(CbMake<ZeCSurfelCollectionQMT>());
+            hints->SetDisplayMode(RegistrationHints::ESurfelCollectionDisplayMode{2});
+            hints->SetComputationStatus(RegistrationHints::EComputationStatus{3});
+            read(*hints, stored(*hints));
+            EXPECT_TRUE(hints->GetRegistrationHintSurfelCollection());
+            hints->ResetAttribute();
+            jaw->SetOcclusalDirectionBinningRevision(round);
+            EXPECT_EQ(jaw->GetExtraoralDirectionEstimate(), (CbVector3f{1, 0, 0}));
+            jaw->ResetAttribute();
+            loops->SetOptimizationLoopCount(7);
+            read(*loops, stored(*loops));
+            EXPECT_EQ(loops->GetOptimizationLoopCount(), 7U);
+        }
+    };
+    std::thread other(work);
+    work();
+    other.join();
+    EXPECT_EQ(area->GetNumEnqueuedAreaCorrelationTasks(), 2U * Rounds(1000));
 }
 
 } // namespace

@@ -150,16 +150,16 @@ public:
     /// from outside it the subtree comes in, and to the outside it goes out. In front of itself a
     /// node keeps its place, and comes to the end below another father.
     void MoveNode(const Inner& newFather, const Node& node, const ConstNode& before);
-    /// Moves several nodes to the end of a new father's children, in their order; a node that is
-    /// named twice moves once. Otherwise as MoveNode() for each, but in one pass. The fathers that
-    /// they leave, each renewed once, lose their null entries and those whose node belongs to
-    /// another father by now.
+    /// Moves several nodes to the end of a new father's children, in their order, as MoveNode()
+    /// would one after the other, but in one pass. The fathers that they leave, each renewed once,
+    /// also lose null entries and those whose node belongs to another father by now.
+    /// Throws: CbException also for a node that is named twice.
+    /// Cost: linear in the numbers of children of the fathers, but for sorting the nodes.
     void MoveNodes(const Inner& newFather, const std::vector<Node>& nodes);
     /// Gives a father these children, and no others: they move there as by MoveNodes(), from
     /// anywhere, and what else stands below the father is taken apart as by DeleteChildren().
     /// Nothing happens where there were no children and are to be none.
-    /// Cost: linear in the number of nodes below the father, times the logarithm of that of the
-    /// new children.
+    /// Cost: linear in the number of nodes below the father, each searched for among the children.
     void ReplaceChildren(const Inner& father, const std::vector<Node>& children);
     /// Registers a subtree and brings it into the data manager below the father of its top, where
     /// that is in it. Null changes nothing.
@@ -272,8 +272,10 @@ private:
     /// @param others what happens to all else that stands below the father
     void moveNodes(const Inner& newFather, const std::vector<Node>& nodes, EOthers others,
                    const char* function);
-    /// Takes nodes from their fathers, which are these.
-    static void leaveFathers(const std::vector<Node>& nodes, const std::vector<Inner>& fathers);
+    /// Takes nodes from the lists of their fathers, which are these, and gives them a new one,
+    /// which does not list them yet.
+    static void relink(const Nodes& nodes, const std::vector<Inner>& oldFathers,
+                       const Inner& newFather);
     /// Inserts and links a child that has no father.
     static void insertLinked(const Inner& father, std::size_t index, const Node& child);
     /// Erases the entry of a child in a father that is not its own any more, and corrects an index.

@@ -7,6 +7,7 @@
 #include "transformationtree/zectransformationnodemanager.h"
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
 #include <utility>
 
@@ -35,19 +36,19 @@ bool hasChildren(const ZeCTransformationNode& node)
            static_cast<const ZeCTransformationNodeInner&>(node).GetNrChildren() != 0;
 }
 
-// The nodes below a father, but for some with what is below them; children before their father.
+// The nodes below a father, but for some, sorted ones, with what is below them; children before
+// their father.
 std::vector<CbSmartPointer<ZeCTransformationNode>>
-collectBelow(ZeCTransformationNodeInner& father,
-             std::vector<CbSmartPointer<ZeCTransformationNode>> leftOut)
+collectBelow(ZeCTransformationNodeInner& father, const std::vector<ZeCTransformationNode*>& leftOut)
 {
-    std::sort(leftOut.begin(), leftOut.end());
     std::vector<CbSmartPointer<ZeCTransformationNode>> nodes;
     WalkBelow<EDirection::Backward>(
         father, [&](ZeCTransformationNode& child, const ZeCTransformationNodeInner& above) {
             if (!child.IsChildOf(above)) return EVisit::Skip;
-            CbSmartPointer<ZeCTransformationNode> node(&child);
-            if (std::binary_search(leftOut.begin(), leftOut.end(), node)) return EVisit::Skip;
-            nodes.push_back(std::move(node));
+            if (std::binary_search(leftOut.begin(), leftOut.end(), &child, std::less<>{})) {
+                return EVisit::Skip;
+            }
+            nodes.emplace_back(&child);
             return EVisit::Enter;
         });
     std::reverse(nodes.begin(), nodes.end());
@@ -56,10 +57,11 @@ collectBelow(ZeCTransformationNodeInner& father,
 
 // Each father once.
 std::vector<CbSmartPointer<ZeCTransformationNodeInner>>
-distinctFathers(const std::vector<CbSmartPointer<ZeCTransformationNode>>& nodes)
+distinctFathers(const std::vector<ZeCTransformationNode*>& nodes)
 {
     std::vector<CbSmartPointer<ZeCTransformationNodeInner>> fathers;
-    for (const auto& node : nodes) {
+    for (const ZeCTransformationNode* const node : nodes) {
+        if (!fathers.empty() && node->IsChildOf(*fathers.back())) continue;
         if (auto father = node->GetFather()) fathers.push_back(std::move(father));
     }
     std::sort(fathers.begin(), fathers.end());
@@ -311,6 +313,14 @@ void ZeCTransformationNodeManager::moveNodes(const Inner& newFather, const std::
     const bool drop = others == EOthers::Drop;
     if (nodes.empty() && (!drop || children.empty())) return;
     for (const Node& node : nodes) requireInsertable(father, node, __FILE__, __LINE__, function);
+    // By address, which is quicker where nodes lie scattered.
+    Nodes sorted;
+    sorted.reserve(nodes.size());
+    for (const Node& node : nodes) sorted.push_back(node.Get());
+    std::sort(sorted.begin(), sorted.end(), std::less<>{});
+    if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end()) {
+        throw CbException(__FILE__, __LINE__, function, "a node is named twice");
+    }
 
     const bool managed = IsNodeInDataManager(father) && dataManager_.load() != nullptr;
     Nodes comingIn;
@@ -319,19 +329,17 @@ void ZeCTransformationNodeManager::moveNodes(const Inner& newFather, const std::
         if (managed == IsNodeInDataManager(node)) continue;
         managed ? append(comingIn, CollectPreOrder(*node)) : append(leaving, collectToRemove(node));
     }
-    const auto oldFathers = distinctFathers(nodes);
-    const auto dropped = drop ? collectBelow(*father, nodes) : std::vector<Node>{};
+    const auto oldFathers = distinctFathers(sorted);
+    const auto dropped = drop ? collectBelow(*father, sorted) : std::vector<Node>{};
     ZeCTransformationNodeInner::Children entries;
     entries.reserve((drop ? 0 : children.size()) + nodes.size());
     (void)GetWriteHandle(father); // a thread's first handle needs memory too
 
     removeNodesFromDataManager(leaving, false);
-    leaveFathers(nodes, oldFathers);
+    relink(sorted, oldFathers, father);
     if (!drop) std::move(children.begin(), children.end(), std::back_inserter(entries));
+    append(entries, nodes);
     entries.swap(children); // old ones go when the edit is done
-    for (const Node& node : nodes) {
-        if (!node->IsChildOf(*father)) insertLinked(father, children.size(), node);
-    }
     if (managed) {
         for (const Node& node : nodes) {
             WriteHandle handle = GetWriteHandle(node); // empty for a node that comes in
@@ -347,15 +355,20 @@ void ZeCTransformationNodeManager::moveNodes(const Inner& newFather, const std::
     father->NewNodeRevision(c_allRevisions);
 }
 
-void ZeCTransformationNodeManager::leaveFathers(const std::vector<Node>& nodes,
-                                                const std::vector<Inner>& fathers)
+void ZeCTransformationNodeManager::relink(const Nodes& nodes, const std::vector<Inner>& oldFathers,
+                                          const Inner& newFather)
 {
-    for (const Node& node : nodes) node->setFather(nullptr);
-    for (const Inner& father : fathers) {
+    for (ZeCTransformationNode* const node : nodes) {
+        std::size_t index = 0;
+        eraseStaleEntry(*newFather, Node(node), index);
+        node->setFather(nullptr);
+    }
+    for (const Inner& father : oldFathers) {
         std::erase_if(father->children_,
                       [&](const Node& child) { return !child || !child->IsChildOf(*father); });
         father->NewNodeRevision(c_allRevisions);
     }
+    for (ZeCTransformationNode* const node : nodes) node->setFather(newFather);
 }
 
 void ZeCTransformationNodeManager::takeApart(const Node& node)

@@ -14,7 +14,6 @@
 #include <iterator>
 #include <limits>
 #include <string>
-#include <tuple>
 #include <utility>
 
 namespace
@@ -31,6 +30,16 @@ std::vector<Utility::Node> ownChildren(const ZeCTransformationNodeInner& node)
     std::copy_if(node.BeginChild(), node.EndChild(), std::back_inserter(children),
                  [&](const auto& child) { return child && child->IsChildOf(node); });
     return children;
+}
+
+// The order in which models were scanned, where leaves without model come last, then by the ids.
+using ScanOrder = std::pair<std::uint64_t, CyUniqueID>;
+
+ScanOrder scanOrderOf(const ZeCTransformationNodeLeaf& leaf)
+{
+    const auto model = leaf.GetModel();
+    return {model ? model->GetAcquireSequenceNumber() : std::numeric_limits<std::uint64_t>::max(),
+            leaf.GetID()};
 }
 
 struct PosedLeaf
@@ -59,17 +68,17 @@ std::vector<PosedLeaf> collectLeaves(const ZeCTransformationNodeInner& root)
     return leaves;
 }
 
-// Leaves in the order in which their models were scanned.
-void sortByScan(std::vector<PosedLeaf>& leaves)
+std::vector<Utility::Node> sortedByScan(const std::vector<PosedLeaf>& leaves)
 {
-    const auto key = [](const PosedLeaf& posed) {
-        const auto model = posed.leaf->GetModel();
-        return std::tuple(model ? model->GetAcquireSequenceNumber()
-                                : std::numeric_limits<std::uint64_t>::max(),
-                          posed.leaf->GetID());
-    };
-    std::sort(leaves.begin(), leaves.end(),
-              [&](const PosedLeaf& a, const PosedLeaf& b) { return key(a) < key(b); });
+    // Leaves may be scattered in memory: each is looked at once, not at every comparison.
+    std::vector<std::pair<ScanOrder, std::size_t>> order;
+    order.reserve(leaves.size());
+    for (const auto& posed : leaves) order.emplace_back(scanOrderOf(*posed.leaf), order.size());
+    std::sort(order.begin(), order.end());
+    std::vector<Utility::Node> sorted;
+    sorted.reserve(leaves.size());
+    for (const auto& [scan, index] : order) sorted.push_back(leaves[index].leaf);
+    return sorted;
 }
 
 bool isAtOrBelow(Utility::Inner node, const Utility::Inner& top)
@@ -242,20 +251,17 @@ void ZeCTransformationTreeUtility::NormalizeTreeStructure(const Inner& root, int
 void ZeCTransformationTreeUtility::CollapseAll(const Inner& root, bool postMessages)
 {
     if (!root) throw CbException(CB_HERE, "there is no tree to collapse");
-    auto leaves = collectLeaves(*root);
-    sortByScan(leaves);
-    std::vector<Node> children;
-    children.reserve(leaves.size());
-    for (const auto& posed : leaves) children.push_back(posed.leaf);
+    const auto leaves = collectLeaves(*root);
+    const auto sorted = sortedByScan(leaves);
     ChangeMessages messages;
     if (postMessages) {
-        for (const Node& leaf : children) {
+        for (const Node& leaf : sorted) {
             messages.AddTreeStructureModified(leaf, root, EModified::eNodeMoved);
         }
         addInnerNodesRemoved(messages, *root);
     }
 
-    getNodeManager().ReplaceChildren(root, children);
+    getNodeManager().ReplaceChildren(root, sorted);
     for (const auto& [leaf, toRoot] : leaves) leaf->SetRelativeTrafo(toRoot);
     messages.Post();
 }

@@ -66,6 +66,10 @@ constexpr GrowthGoal c_growthGoals[] = {
     {"remove/chain/outside", &RatioResult::ns, "time", 3},
     {"remove/wide", &RatioResult::ns, "time", 4},
     {"remove/wide/outside", &RatioResult::ns, "time", 4},
+    {"restructure/merge", &RatioResult::ns, "time", 4},
+    {"restructure/copy", &RatioResult::ns, "time", 4},
+    {"restructure/normalize", &RatioResult::ns, "time", 4},
+    {"restructure/collapse", &RatioResult::ns, "time", 4},
 };
 
 std::optional<RatioResult> growthOf(const GrowthGoal& growth,
@@ -122,9 +126,10 @@ int main(int argc, char** argv)
                 "spread", "goal", "reference");
     std::vector<RatioResult> results;
     // The id map keeps the room that large trees took, and to check a small one would take longer.
-    for (const auto& suite : {IsValidBenchmarks(), RemoveBenchmarks(), StreamBenchmarks(),
-                              WalkBenchmarks(), HandleBenchmarks(), SurfelIteratorBenchmarks(),
-                              MergeBenchmarks(), SubsampleBenchmarks(), ShiftedBenchmarks()}) {
+    for (const auto& suite :
+         {IsValidBenchmarks(), RemoveBenchmarks(), RestructureBenchmarks(), StreamBenchmarks(),
+          WalkBenchmarks(), HandleBenchmarks(), SurfelIteratorBenchmarks(), MergeBenchmarks(),
+          SubsampleBenchmarks(), ShiftedBenchmarks()}) {
         for (const RatioBenchmark& benchmark : suite) {
             const std::string name = benchmark.work + "/" + std::to_string(benchmark.size);
             if (!std::regex_search(name, pattern)) continue;

@@ -54,6 +54,7 @@ struct RatioResult
 [[nodiscard]] std::vector<RatioBenchmark> HandleBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> IsValidBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> RemoveBenchmarks();
+[[nodiscard]] std::vector<RatioBenchmark> RestructureBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> StreamBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> SubsampleBenchmarks();
 [[nodiscard]] std::vector<RatioBenchmark> MergeBenchmarks();

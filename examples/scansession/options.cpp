@@ -36,6 +36,7 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostr
     std::string poses;
     std::string load;
     std::string save;
+    int normalize = 0;
     float cell = 0.0F;
     std::string out = options.out.string();
     auto* const scansOption =
@@ -81,6 +82,15 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostr
         ->check(CLI::Range(2, 100000))
         ->capture_default_str()
         ->excludes(loadOption);
+    app.add_flag("--merge-clusters", options.mergeClusters,
+                 "Then move all scans into the first cluster");
+    app.add_flag("--collapse", options.collapse,
+                 "Then hang the scans of each cluster directly below its optimizer");
+    auto* const normalizeOption =
+        app.add_option("--normalize", normalize,
+                       "Then build the tree of each cluster anew, with so many children for a node")
+            ->type_name("N")
+            ->check(CLI::Range(2, 100000));
     auto* const cellOption =
         app.add_option("--cell", cell,
                        "Merge the scans of every cluster to one surfel for each cell of that side; "
@@ -106,6 +116,7 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostr
     if (*posesOption) options.poses = poses;
     if (*loadOption) options.load = load;
     if (*saveOption) options.save = save;
+    if (*normalizeOption) options.normalize = normalize;
     if (*cellOption) options.cell = cell;
     options.out = out;
     return options;

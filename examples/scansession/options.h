@@ -21,8 +21,11 @@ struct Options
     std::size_t frames = 120;
     std::size_t clusters = 1;
     unsigned int maxChildren = 16; ///< of each inner node at or below an optimizer; at least 2
-    std::optional<float> cell;     ///< for a merged model of every cluster: finite, above 0
-    bool shifted = false;          ///< whether those come from shifted grids; only with a cell
+    bool mergeClusters = false;
+    bool collapse = false;
+    std::optional<int> normalize; ///< children of each node below an optimizer; at least 2
+    std::optional<float> cell;    ///< for a merged model of every cluster: finite, above 0
+    bool shifted = false;         ///< whether those come from shifted grids; only with a cell
     bool quiet = false;
 };
 

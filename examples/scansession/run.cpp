@@ -11,6 +11,7 @@
 #include "examples/scansession/surfelexport.h"
 #include "examples/session/replacementfile.h"
 #include "examples/session/sessionfile.h"
+#include "platform/math3d/cyexceptionnotinvertible.h"
 #include "platform/messages/cymessagedispatcher.h"
 
 #include <algorithm>
@@ -88,6 +89,27 @@ std::unique_ptr<const ScanSource> OpenSource(const Options& options, std::ostrea
                          ": more than the number of scans, " + std::to_string(source->Count()));
     }
     return source;
+}
+
+/// Gives the tree the shape that the options ask for, and prints the one it had.
+void Restructure(const Options& options, Session& session, Timing& timing, std::ostream& out)
+{
+    if (!options.mergeClusters && !options.collapse && !options.normalize) return;
+    if (!options.quiet) {
+        out << "before:\n";
+        session.PrintTree(out);
+        out << "\nafter:\n";
+    }
+    timing.building.Start();
+    try {
+        if (options.mergeClusters) session.JoinClusters();
+        if (options.collapse) session.CollapseClusters();
+        if (options.normalize) session.NormalizeClusters(*options.normalize);
+    } catch (const CyExceptionNotInvertible&) {
+        throw InputError("the session has a pose that can't be inverted"); // a loaded one
+    }
+    CyMessageDispatcher::GetInstance().DispatchMessages();
+    timing.building.Stop();
 }
 
 /// What came out of a session.
@@ -172,6 +194,7 @@ void RunSession(const Options& options, std::ostream& out, std::ostream& err)
         Progress progress(err, style, stage, source->Count());
         TakeScans(*source, options.clusters, session, progress, timing);
     }
+    Restructure(options, session, timing, out);
     Results results;
     if (options.cell) {
         Progress progress(err, style, "merging", session.GetNrClusters());

@@ -68,6 +68,15 @@ public:
     /// @param shiftedGrids as well
     std::vector<MergedCluster> MergeClusters(float cellSize, bool shiftedGrids,
                                              const std::function<void()>& clusterDone);
+    /// Moves the scans of all clusters below the optimizer of the first cluster that has any there,
+    /// and removes the others. One that has scans outside its optimizer stays as it is. This and
+    /// the next two are for a session that takes no more scans; they tell what they do by messages.
+    void JoinClusters();
+    /// Hangs the scans of each optimizer directly below it, in the order of their taking.
+    void CollapseClusters();
+    /// Builds the subtree below each optimizer anew, with at most @p maxChildren children for each
+    /// node; at least 2.
+    void NormalizeClusters(int maxChildren);
     /// The surfels of all leaves, in the frame of the root and in the unit of the scans.
     [[nodiscard]] Surface GetScans() const;
     /// The cached models of the clusters, in the same frame.
@@ -79,6 +88,8 @@ public:
 private:
     /// The children of the model node that have the shape of a cluster.
     [[nodiscard]] SessionTree::Clusters clusters() const;
+    /// Under a write handle on the model node.
+    void forEachOptimizer(const std::function<void(const Inner&)>& edit);
 
     CyDataManager dataManager_;
     CbSmartPointer<SessionTree> tree_;

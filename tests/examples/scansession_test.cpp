@@ -4,6 +4,7 @@
 #include "examples/session/sessionfile.h"
 #include "tests/examples/programtest.h"
 #include "tests/examples/scandata.h"
+#include "tests/support/scenario.h"
 #include "transformationtree/transformationtree.h"
 
 #include <algorithm>
@@ -134,6 +135,32 @@ TEST_F(Scansession, SplitsTheSessionAndBoundsTheFanOutWithoutChangingTheResult)
     std::filesystem::remove_all(Out());
     ExpectRefused({"--frames", "2", "--clusters", "3"},
                   "--clusters 3: more than the number of scans, 2\n");
+}
+
+TEST_F(Scansession, GivesTheTreeAnotherShapeWithoutChangingTheResult)
+{
+    const std::vector<std::string> built{"--frames", "5", "--clusters", "2", "--max-children", "2"};
+    ASSERT_EQ(Run(built).exitCode, 0);
+    const std::string whole = Read(Merged());
+    const std::pair<std::vector<std::string>, const char*> rows[] = {
+        {{"--merge-clusters"},
+         "Optimizer(frame 0*, frame 1*, Optimizer(frame 2*, frame 3*), Inner(frame 4*))"},
+        {{"--collapse"}, "Optimizer(frame 2*, frame 3*, frame 4*)"},
+        {{"--collapse", "--merge-clusters", "--normalize", "3"},
+         "Optimizer(ClusterDummy(frame 0*, frame 1*, frame 2*), Inner(frame 3*, frame 4*))"},
+    };
+    for (const auto& [options, shape] : rows) {
+        auto arguments = built;
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        arguments.insert(arguments.end(), {"--save", (Folder() / "a.session").string()});
+        const auto result = Run(arguments);
+        ASSERT_EQ(result.exitCode, 0) << result.err;
+        EXPECT_EQ(Read(Merged()), whole);
+        EXPECT_THAT(result.out, testing::StartsWith("before:\nRoot\n"));
+        EXPECT_THAT(result.out, HasSubstr("\n\nafter:\nRoot\n"));
+        const auto root = sessionfile::LoadSession(Folder() / "a.session");
+        EXPECT_THAT(Describe(*root), HasSubstr(shape));
+    }
 }
 
 TEST_F(Scansession, GoesOnFromASavedSession)

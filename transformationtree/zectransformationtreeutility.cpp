@@ -61,7 +61,7 @@ ZeCTransformationTreeUtility::PrepareForNextChild(const Inner& node, unsigned in
 {
     CreatedNodes created(getNodeManager());
     ChangeMessages messages;
-    const Inner place = prepareForNextChild(node, maxChildren, topNode, created, messages);
+    Inner place = prepareForNextChild(node, maxChildren, topNode, created, messages);
     created.Keep();
     messages.Post();
     return place;

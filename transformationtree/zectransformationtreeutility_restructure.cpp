@@ -178,7 +178,7 @@ ZeCTransformationTreeUtility::CopySubtree(const ConstNode& node,
         copies.emplace_back(copy, &source);
         return copy;
     };
-    const Node top = copyAlone(*node);
+    Node top = copyAlone(*node);
     if (!node->IsLeaf()) {
         // The inner nodes from the top down to the one whose children are being copied.
         std::vector<std::pair<Inner, const ZeCTransformationNode*>> path;

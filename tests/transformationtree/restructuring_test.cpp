@@ -8,12 +8,12 @@
 #include "tests/support/messagerecorder.h"
 #include "tests/support/rounds.h"
 #include "tests/support/scenario.h"
+#include "tests/transformationtree/naiveutility.h"
 #include "tests/transformationtree/treematrices.h"
 #include "transformationtree/zecbackgroundoptimizationloopcountattribute.h"
 #include "transformationtree/zectransformationnodeiterators.h"
 #include "transformationtree/zectransformationtreeutility.h"
 
-#include <deque>
 #include <functional>
 #include <set>
 #include <tuple>
@@ -22,7 +22,7 @@ namespace
 {
 
 using EWhat = ZeCTransformationNode::EAttributesToCopy;
-using Texts = std::vector<std::string>;
+using Texts = NaiveUtility::Texts;
 
 // A model whose clone function, if it has one, gives nothing.
 class OddModel final : public ZeCModelQMT
@@ -39,153 +39,6 @@ const CbRTTI c_uncloned(CB_TEXT("Uncloned"), nullptr, nullptr, &ZeCModelQMT::RTT
 const CbRTTI c_clonedToNull(
     CB_TEXT("ClonedToNull"), nullptr, [](const IObject&) -> IObject* { return nullptr; },
     &ZeCModelQMT::RTTI);
-
-struct NaiveTreeNode
-{
-    std::string name;
-    bool leaf = false;
-    std::string star; ///< for a model
-    std::pair<std::uint64_t, CyUniqueID> order;
-    NaiveTreeNode* father = nullptr;
-    std::vector<NaiveTreeNode*> children = {};
-};
-
-// Does what is asked for step by step, and writes down what it posts.
-class NaiveUtility
-{
-public:
-    using N = NaiveTreeNode*;
-
-    N Read(const ZeCTransformationNode& node)
-    {
-        const auto model = node.GetModel();
-        const N copy = make(node.GetDescription().ToUtf8(), node.IsLeaf());
-        copy->star = model ? "*" : "";
-        copy->order = {model ? model->GetAcquireSequenceNumber() : ~0ULL, node.GetID()};
-        byNode[&node] = copy;
-        if (node.IsLeaf()) return copy;
-        const auto& inner = static_cast<const ZeCTransformationNodeInner&>(node);
-        for (auto i = inner.BeginChild(); i != inner.EndChild(); ++i) append(copy, Read(**i));
-        return copy;
-    }
-    void Merge(N source, N target)
-    {
-        while (!source->children.empty()) {
-            const N child = source->children.front();
-            move(child, target);
-            tell(posted, child, target, 3);
-        }
-        removeSubtree(source);
-        target->star = "";
-    }
-    void Normalize(N root, std::size_t maxChildren)
-    {
-        const N model = make("ModelDummy", false);
-        N top = make("ClusterDummy", false);
-        append(model, top);
-        N current = top;
-        for (const N leaf : allBelow(root)) {
-            if (!leaf->leaf) continue;
-            const N copy = make(leaf->name, true);
-            copy->star = leaf->star;
-            current = prepare(current, maxChildren, top);
-            top = model->children.back();
-            append(current, copy);
-        }
-        while (!root->children.empty()) removeSubtree(root->children.front());
-        while (!top->children.empty()) move(top->children.front(), root);
-        removeSubtree(top);
-    }
-    void Collapse(N root)
-    {
-        std::vector<N> leaves;
-        std::vector<N> inner;
-        for (const N node : allBelow(root)) (node->leaf ? leaves : inner).push_back(node);
-        std::sort(leaves.begin(), leaves.end(), [](N a, N b) { return a->order < b->order; });
-        for (const N leaf : leaves) {
-            move(leaf, root);
-            tell(posted, leaf, root, 3);
-        }
-        for (const N node : inner) removeSubtree(node);
-    }
-    [[nodiscard]] static std::string Text(N node)
-    {
-        std::string text = node->name + node->star;
-        if (node->leaf) return text;
-        const char* separator = "(";
-        for (const N child : node->children) text += std::exchange(separator, ", ") + Text(child);
-        return text + (node->children.empty() ? "()" : ")");
-    }
-
-    std::map<const ZeCTransformationNode*, N> byNode;
-    Texts always; ///< posted although nobody asked for it
-    Texts posted; ///< what is posted where it is asked for, behind the other
-
-private:
-    N make(std::string name, bool leaf)
-    {
-        nodes_.push_back({std::move(name), leaf, {}, {}});
-        return &nodes_.back();
-    }
-    static void append(N father, N child)
-    {
-        father->children.push_back(child);
-        child->father = father;
-    }
-    static void move(N child, N father)
-    {
-        remove(child);
-        append(father, child);
-    }
-    static void remove(N child)
-    {
-        if (child->father) std::erase(child->father->children, child);
-        child->father = nullptr;
-    }
-    static void tell(Texts& texts, N node, N father, int type)
-    {
-        texts.push_back("structure " + node->name + " < " + (father ? father->name : "none") + ' ' +
-                        std::to_string(type));
-    }
-    void removeSubtree(N node)
-    {
-        while (!node->children.empty()) removeSubtree(node->children.front());
-        const N father = node->father;
-        remove(node);
-        tell(posted, node, father, 2);
-    }
-    N prepare(N node, std::size_t maxChildren, N& top)
-    {
-        if (node->children.size() < maxChildren) return node;
-        if (node != top) {
-            const N place = prepare(node->father, maxChildren, top);
-            const N inner = make("Inner", false);
-            append(place, inner);
-            tell(always, inner, place, 1);
-            return inner;
-        }
-        const N newTop = make(top->name, false);
-        const N father = node->father;
-        append(father, newTop);
-        move(node, newTop);
-        tell(always, newTop, node, 5);
-        tell(always, node, newTop, 3);
-        top = newTop;
-        return prepare(node, maxChildren, top);
-    }
-    static std::vector<N> allBelow(N node)
-    {
-        std::vector<N> nodes;
-        for (const N child : node->children) {
-            nodes.push_back(child);
-            const auto below = allBelow(child);
-            nodes.insert(nodes.end(), below.begin(), below.end());
-        }
-        return nodes;
-    }
-
-    std::deque<NaiveTreeNode> nodes_;
-};
 
 class Restructuring : public NodeManagerTest
 {
@@ -479,6 +332,33 @@ TEST_F(Restructuring, LeavesNodesWithTheirFathers)
     tree = build();
     utility_.NormalizeTreeStructure(tree.GetRootInner(), 2, false);
     EXPECT_EQ(Describe(*tree.GetRoot()), "root(ClusterDummy(c, d), Inner(g))");
+}
+
+TEST_F(Restructuring, MovesManyNodesAtOnce)
+{
+    const Scenario tree("root(a(b, c(d)), e(f))", Scenario::EBuilder::Manager);
+    const Scenario loose("top(x(y), z)", Scenario::EBuilder::Manager);
+    const auto describe = [&] { return Describe(*tree.GetRoot()) + Describe(*loose.GetRoot()); };
+    manager().SetRootNode(tree.GetRootInner());
+    const Inner a = tree.GetInner("a");
+    const std::vector<Node> refused[] = {
+        {tree["f"], tree["f"]}, {tree["f"], nullptr}, {tree["f"], tree["root"]}, {tree["f"], a}};
+    for (const auto& nodes : refused) {
+        EXPECT_THROW(manager().MoveNodes(a, nodes), CbException);
+        EXPECT_THROW(manager().ReplaceChildren(a, nodes), CbException);
+    }
+    EXPECT_THROW(manager().MoveNodes(nullptr, {}), CbException);
+    EXPECT_EQ(describe(), "root(a(b, c(d)), e(f))top(x(y), z)");
+
+    manager().MoveNodes(a, {loose["x"], tree["f"], tree["b"]}); // in, across and to the end
+    EXPECT_EQ(describe(), "root(a(c(d), x(y), f, b), e())top(z)");
+    EXPECT_TRUE(manager().IsNodeInDataManager(loose["y"]));
+    manager().ReplaceChildren(loose.GetRootInner(), {tree["d"], tree["e"]}); // out
+    EXPECT_EQ(describe(), "root(a(c(), x(y), f, b))top(d, e())");
+    EXPECT_FALSE(manager().IsNodeInDataManager(tree["d"]));
+    EXPECT_FALSE(manager().GetNodeByID(loose["z"]->GetID()));
+    const auto handle = manager().GetWriteHandle(tree.GetRoot());
+    EXPECT_TRUE(manager().TryLock() && manager().IsValid());
 }
 
 TEST_F(Restructuring, TakesTreesOfAnyDepth)

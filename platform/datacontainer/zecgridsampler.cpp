@@ -1,6 +1,7 @@
 #include "platform/datacontainer/zecgridsampler.h"
 
 #include "platform/base/cbexception.h"
+#include "platform/datacontainer/internal/widebuild.h"
 #include "platform/datacontainer/internal/zecgridcells.h"
 #include "platform/datacontainer/internal/zecsurfelwriter.h"
 
@@ -8,6 +9,53 @@
 #include <limits>
 #include <string>
 #include <utility>
+
+namespace
+{
+
+/// Where the attributes of the surfels of a batch stand.
+struct Source
+{
+    const std::uint16_t* weights; ///< by quality
+    const ZeCCompressedColor* colors;
+    const std::uint8_t* qualities;
+    const std::uint8_t* tissueTypes;
+    const bool* boundaryFlags;
+    const std::uint8_t* curvatures;
+};
+
+// Adds the accepted surfels to their cells. In two loops, because of the many arrays.
+CB_ALWAYS_INLINE void addBatch(const ZeCGridBatch& batch, const Source& source,
+                               ZeCGridCell* const* cells, ZeCGridCells& allCells) noexcept
+{
+    for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
+        const std::size_t i = batch.accepted[a];
+        const std::uint32_t weight = source.weights[source.qualities[i]];
+        allCells.AddTissueType(*cells[a], weight, source.tissueTypes[i]);
+        cells[a]->AddGeometry(weight, batch.fractions + 3 * i, batch.normals[0][i],
+                              batch.normals[1][i], batch.normals[2][i], batch.codes[i]);
+    }
+    for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
+        const std::size_t i = batch.accepted[a];
+        const std::uint8_t quality = source.qualities[i];
+        cells[a]->AddAttributes(source.weights[quality], source.colors[i], source.curvatures[i],
+                                quality, source.boundaryFlags[i]);
+    }
+}
+
+void addPlain(const ZeCGridBatch& batch, const Source& source, ZeCGridCell* const* cells,
+              ZeCGridCells& allCells) noexcept
+{
+    addBatch(batch, source, cells, allCells);
+}
+
+CB_WIDE_BUILD void addWide(const ZeCGridBatch& batch, const Source& source,
+                           ZeCGridCell* const* cells, ZeCGridCells& allCells) noexcept
+{
+    addBatch(batch, source, cells, allCells);
+}
+
+} // namespace
 
 ZeCGridSampler::ZeCGridSampler(float cellSize, float offset, float qualityGain)
     : cellSize_(cellSize),
@@ -53,26 +101,20 @@ void ZeCGridSampler::addSurfels(const ZeCSurfelContainer& surfels,
     const ZeCSurfelTransformation map(transformation != nullptr ? *transformation : c_matIdentityF);
     ZeCGridBatch batch;
     ZeCGridCell* cells[ZeCGridBatch::c_size];
+    static const auto add = CbFastestBuild(&addPlain, &addWide);
     for (std::size_t first = 0, n = 0; first < added; first += n) {
         n = std::min(added - first, ZeCGridBatch::c_size);
         batch.LoadPositions(positions.subspan(first, n), map, grid);
         batch.LoadNormals(normals.subspan(first, n), map);
         if (spheres != nullptr) batch.Restrict(*spheres);
         cells_->Find(batch, cells);
-        // Two loops, because of the many arrays.
-        for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
-            const std::size_t i = batch.accepted[a];
-            const std::uint32_t weight = weights_[qualities.data()[first + i]];
-            cells_->AddTissueType(*cells[a], weight, tissueTypes[first + i]);
-            cells[a]->AddGeometry(weight, batch.fractions + 3 * i, batch.normals[0][i],
-                                  batch.normals[1][i], batch.normals[2][i], batch.codes[i]);
-        }
-        for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
-            const std::size_t i = first + batch.accepted[a];
-            const std::uint8_t quality = qualities.data()[i];
-            cells[a]->AddAttributes(weights_[quality], colors[i], curvatures[i], quality,
-                                    boundaryFlags[i]);
-        }
+        const Source source{weights_.data(),
+                            colors.data() + first,
+                            qualities.data() + first,
+                            tissueTypes.data() + first,
+                            boundaryFlags.data() + first,
+                            curvatures.data() + first};
+        add(batch, source, cells, *cells_);
     }
 }
 

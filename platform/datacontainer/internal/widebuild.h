@@ -8,13 +8,13 @@
 #define CB_WIDE_BUILD
 #endif
 
-/// Returns the wide build of a function where the processor can run it, else the other one. For
-/// initialising statics.
+/// Whether this process runs the wide builds: where the processor can, and the environment variable
+/// TREE_PLAIN_KERNELS is empty or not set. Found out once.
+[[nodiscard]] bool CbRunsWideBuild() noexcept;
+
+/// Returns the build of a function that this process runs. For initialising statics.
 template<class Function>
-Function* CbFastestBuild(Function* plain, [[maybe_unused]] Function* wide) noexcept
+[[nodiscard]] Function* CbFastestBuild(Function* plain, Function* wide) noexcept
 {
-#if defined(__x86_64__) && defined(__GNUC__) && !defined(_WIN32)
-    if (__builtin_cpu_supports("avx2")) return wide;
-#endif
-    return plain;
+    return CbRunsWideBuild() ? wide : plain;
 }

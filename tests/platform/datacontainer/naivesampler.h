@@ -43,6 +43,7 @@ inline Collection ResultOf(ZeCGridSampler& sampler, float samplingParameter = 1.
 {
     auto result = Neutral(sampler.GetNrOfUsedCells());
     sampler.GetSubsampled(*result, samplingParameter, c_attributes, false);
+    AddToDigest(*result);
     return result;
 }
 

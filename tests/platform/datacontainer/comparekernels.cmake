@@ -1,0 +1,18 @@
+# Runs the tests of PROGRAM that match FILTER with either build of the kernels: both must pass, with
+# the same digest of their results.
+foreach(plain "" 1)
+  set(ENV{TREE_PLAIN_KERNELS} "${plain}")
+  execute_process(COMMAND ${PROGRAM} --gtest_filter=${FILTER}
+    OUTPUT_VARIABLE output RESULT_VARIABLE result)
+  string(REGEX MATCH "digest of the results: [0-9a-f]+" digest "${output}")
+  if(NOT result EQUAL 0 OR NOT digest)
+    message(FATAL_ERROR "TREE_PLAIN_KERNELS='${plain}': ${result}\n${output}")
+  endif()
+  message("TREE_PLAIN_KERNELS='${plain}': ${digest}")
+  list(APPEND digests "${digest}")
+endforeach()
+list(REMOVE_DUPLICATES digests)
+list(LENGTH digests count)
+if(NOT count EQUAL 1)
+  message(FATAL_ERROR "The kernels give different results")
+endif()

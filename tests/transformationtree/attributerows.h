@@ -203,8 +203,7 @@ inline std::string Shown(const ComponentWarning& warning)
 struct AttributeRow
 {
     const CbWChar* className = nullptr;
-    const char* source = nullptr; ///< where other versions are refused
-    unsigned line = 0;
+    unsigned line = 0;            ///< of the class's source, where other versions are refused
     const char* golden = nullptr; ///< files of all versions begin so; they hold what Fill() sets
     std::uint32_t oldestVersion = 1;
     std::uint32_t newestVersion = 1;
@@ -212,8 +211,8 @@ struct AttributeRow
     bool isReset = true;
     std::string fresh;
     std::string filled;
-    std::string reset;             ///< a filled one
-    std::vector<std::string> read; ///< into a fresh one, in all versions
+    std::string reset{};             ///< a filled one; as a fresh one where it is empty
+    std::vector<std::string> read{}; ///< into a fresh one, in all versions; as a filled one
 
     void (*fill)(ZeARTTIAttribute&) = nullptr;
     std::string (*shown)(const ZeARTTIAttribute&) = nullptr;
@@ -227,6 +226,8 @@ struct AttributeRow
     AttributeRow Of() const
     {
         AttributeRow row = *this;
+        if (row.reset.empty()) row.reset = row.fresh;
+        if (row.read.empty()) row.read = {row.filled};
         row.fill = [](ZeARTTIAttribute& attribute) { Fill(static_cast<T&>(attribute)); };
         row.shown = [](const ZeARTTIAttribute& attribute) {
             return Shown(static_cast<const T&>(attribute));
@@ -256,38 +257,30 @@ inline std::vector<AttributeRow> AttributeRows()
         "7fc00001 -0 2, 0.5 -0.25 1, <0 3: -3145728 0 1572864>"
         "<255 4294967295: 4503599626321920 -4503599626321920 1>, , -9223372036854775808";
     return {AttributeRow{.className = CB_TEXT("ZeCAreaPropertiesAttribute"),
-                         .source = "zecareapropertiesattribute",
                          .line = 51,
                          .golden = "areaproperties",
                          .fresh = "0",
                          .filled = "-2147483648",
-                         .reset = "0",
                          .read = {"0"}}
                 .Of<AreaProperties>(),
             AttributeRow{.className = CB_TEXT("ZeCBackgroundOptimizationLoopCountAttribute"),
-                         .source = "zecbackgroundoptimizationloopcountattribute",
                          .line = 51,
                          .golden = "loopcount",
                          .isCloned = true,
                          .isReset = false,
                          .fresh = "0",
                          .filled = "4294967295",
-                         .reset = "4294967295",
-                         .read = {"4294967295"}}
+                         .reset = "4294967295"}
                 .Of<LoopCount>(),
             AttributeRow{.className = CB_TEXT("ZeCRepresentativeAttribute"),
-                         .source = "zecrepresentativeattribute",
                          .line = 41,
                          .golden = "representative",
                          .isCloned = true,
                          .fresh = "2147483647, 2147483647, 2147483647",
-                         .filled = "-2147483648, -1, 2147483647",
-                         .reset = "2147483647, 2147483647, 2147483647",
-                         .read = {"-2147483648, -1, 2147483647"}}
+                         .filled = "-2147483648, -1, 2147483647"}
                 .Of<Representative>(),
             AttributeRow{
                 .className = CB_TEXT("ZeCImageAreaDataAttribute"),
-                .source = "zecimageareadataattribute",
                 .line = 259,
                 .golden = "imageareadata",
                 .oldestVersion = 0,
@@ -295,22 +288,17 @@ inline std::vector<AttributeRow> AttributeRows()
                 .fresh = freshArea,
                 .filled = storedArea + "4294967296, -4294967297, -9223372036854775807, 0 surfels, "
                                        "id 14:7, 4294967295",
-                .reset = freshArea,
                 .read = {storedArea + "-1, -1, 0, null, id, 0",
                          storedArea + "4294967296, -4294967297, 0, null, id, 0",
                          storedArea + "4294967296, -4294967297, -9223372036854775807, null, id, 0"}}
                 .Of<ImageAreaData>(),
             AttributeRow{.className = CB_TEXT("ZeCJawSemanticsAttribute"),
-                         .source = "zecjawsemanticsattribute",
                          .line = 124,
                          .golden = "jawsemantics",
                          .fresh = "0 0 -1, 1 0 0, , , -1",
-                         .filled = storedJaw,
-                         .reset = "0 0 -1, 1 0 0, , , -1",
-                         .read = {storedJaw}}
+                         .filled = storedJaw}
                 .Of<JawSemantics>(),
             AttributeRow{.className = CB_TEXT("ZeCRegistrationHintsAttribute"),
-                         .source = "zecregistrationhintsattribute",
                          .line = 85,
                          .golden = "registrationhints",
                          .isCloned = true,
@@ -320,7 +308,6 @@ inline std::vector<AttributeRow> AttributeRows()
                          .read = {"1 surfels, 4294967295, 0, 0, -1"}}
                 .Of<RegistrationHints>(),
             AttributeRow{.className = CB_TEXT("ZeCDisconnectedComponentWarningAttribute"),
-                         .source = "zecdisconnectedcomponentwarningattribute",
                          .line = 66,
                          .golden = "componentwarning",
                          .isCloned = true,

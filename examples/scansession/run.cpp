@@ -27,6 +27,11 @@ namespace scansession
 namespace
 {
 
+// The results, in the folder for them.
+constexpr const char* c_merged = "merged.ply";
+constexpr const char* c_model = "model.ply";
+constexpr const char* c_overview = "overview.png";
+
 /// Adds up the time between Start() and Stop().
 class Stopwatch
 {
@@ -130,12 +135,12 @@ void WriteResults(const Session& session, const Options& options, Progress& prog
         return WriteSurfels(surface, results.files.back(), [&] { progress.Advance(); });
     };
     Surface surface = session.GetScans();
-    results.bounds = write(surface, "merged.ply");
+    results.bounds = write(surface, c_merged);
     if (options.cell) {
         surface = session.GetClusterModels();
-        write(surface, "model.ply");
+        write(surface, c_model);
     }
-    results.files.push_back(options.out / "overview.png");
+    results.files.push_back(options.out / c_overview);
     WritePng(DrawOverview(surface), results.files.back());
 }
 
@@ -166,15 +171,32 @@ void PrintSummary(const std::string& stage, const Session& session, const Option
     for (const auto& file : results.files) out << "written:      " << file.string() << '\n';
 }
 
+/// Makes the folder for the results and looks whether all can be written: what can't shall be known
+/// before all the work. Sessions must not be where a result goes.
+void CheckOutputs(const Options& options)
+{
+    std::error_code error;
+    std::filesystem::create_directories(options.out, error);
+    if (error) {
+        throw InputError(options.out.string() + ": cannot be created: " + error.message());
+    }
+    for (const char* const name : {c_merged, c_model, c_overview}) {
+        for (const auto& session : {options.load, options.save}) {
+            const auto result = std::filesystem::weakly_canonical(options.out / name, error);
+            if (session && std::filesystem::weakly_canonical(*session, error) == result) {
+                throw InputError(session->string() + ": is where a result goes");
+            }
+        }
+    }
+    // Given up at once.
+    if (options.save) const sessionfile::ReplacementFile attempt(*options.save);
+}
+
 } // namespace
 
 void RunSession(const Options& options, std::ostream& out, std::ostream& err)
 {
-    if (std::filesystem::exists(options.out) && !std::filesystem::is_directory(options.out)) {
-        throw InputError(options.out.string() + ": is no folder");
-    }
-    // Given up at once: what can't be written shall be known before all the work.
-    if (options.save) const sessionfile::ReplacementFile attempt(*options.save);
+    CheckOutputs(options);
     Timing timing;
     std::unique_ptr<const ScanSource> source;
     Session::Inner loaded;
@@ -207,7 +229,6 @@ void RunSession(const Options& options, std::ostream& out, std::ostream& err)
     if (!options.quiet) session.PrintTree(out);
 
     timing.writing.Start();
-    std::filesystem::create_directories(options.out);
     {
         Progress progress(err, style, "writing", session.GetNrScans() + results.merged.size());
         WriteResults(session, options, progress, results);

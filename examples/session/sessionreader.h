@@ -21,8 +21,7 @@ void RequireHeader(std::span<const std::uint8_t> bytes);
 /// tree is given out: it is one tree, and every node that a record names is in it.
 ///
 /// Throws: SessionError; nothing is left behind. The memory taken beside @p bytes, also where they
-/// were made to harm, is at most three times their size; six times where attributes hold many
-/// collections of a few surfels each.
+/// were made to harm, is at most three times their size.
 /// Threads: one at a time writes or reads sessions. Cost: linear; recursion-free.
 [[nodiscard]] CbSmartPointer<ZeCTransformationNodeInner>
 ReadSession(std::span<const std::uint8_t> bytes);

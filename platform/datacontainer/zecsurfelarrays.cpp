@@ -16,8 +16,10 @@ static_assert(sizeof(CbVector3f) == 12 && sizeof(ZeCQuantizedNormal) == 2 &&
 
 constexpr std::size_t paddedCapacity(std::size_t count)
 {
-    return (count + ZeCSurfelArrays::c_group - 1) / ZeCSurfelArrays::c_group *
-           ZeCSurfelArrays::c_group;
+    constexpr std::size_t c_group = 64;
+    constexpr std::size_t c_few = 16; // many collections that are stored for later hold one or two
+    if (0 < count && count <= c_few) return c_few;
+    return (count + c_group - 1) / c_group * c_group;
 }
 
 template<class T>

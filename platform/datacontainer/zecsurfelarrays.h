@@ -11,12 +11,10 @@
 /// The memory of a surfel container: seven arrays in one block, 22 bytes per surfel.
 ///
 /// Each array starts at a multiple of 64 bytes and has room for a multiple of 64 surfels, so that
-/// loops over whole groups need no tail.
+/// loops over whole groups need no tail; where there are up to 16 surfels, it is 16 of both.
 class PLATFORM_API ZeCSurfelArrays
 {
 public:
-    /// Surfels that the room is a multiple of.
-    static constexpr std::size_t c_group = 64;
     static constexpr std::size_t c_bytesPerSurfel = 22;
 
     ZeCSurfelArrays() noexcept = default;
@@ -74,6 +72,6 @@ private:
     void copyFrom(const ZeCSurfelArrays& other) noexcept;
 
     std::unique_ptr<std::byte, Free> block_; ///< null where capacity_ is 0
-    std::size_t capacity_ = 0;               ///< multiple of c_group, not below size_
+    std::size_t capacity_ = 0;               ///< 16 or a multiple of 64; not below size_
     std::uint32_t size_ = 0;
 };

@@ -5,7 +5,10 @@
 #include "tests/examples/tempfolder.h"
 #include "tests/support/failingallocations.h"
 #include "tests/support/rounds.h"
+#include "transformationtree/zecdisconnectedcomponentwarningattribute.h"
+#include "transformationtree/zecregistrationhintsattribute.h"
 
+#include <functional>
 #include <gmock/gmock.h>
 #include <random>
 
@@ -61,19 +64,30 @@ TEST_F(HarmfulSession, TakesLittleMemoryWhateverItsBytesSay)
         const Bytes record = records[0];
         records.assign(bytes / record.size(), record);
     };
-    const auto star = [](std::size_t bytesPerLeaf, bool withModels) {
+    const auto surfel = [] {
+        return CbMake<Collection>(1U, true, Collection::ESurfelAttributeSet::Complete, nullptr);
+    };
+    const auto plain = [] { return CbMake<ZeCTransformationNodeLeaf>(); };
+    const auto withModel = [&] {
+        return CbMake<ZeCTransformationNodeLeaf>(CbMake<ZeCModelQMT>(surfel(), surfel()));
+    };
+    const auto withAttributes = [&] {
+        const Leaf leaf = plain();
+        const auto hints = CbMake<ZeCRegistrationHintsAttribute>();
+        hints->SetRegistrationHintSurfelCollection(surfel());
+        leaf->SetAttribute(hints);
+        const auto warning = CbMake<ZeCDisconnectedComponentWarningAttribute>();
+        warning->SetWarningSurfelCollection(surfel());
+        leaf->SetAttribute(warning);
+        return leaf;
+    };
+    const auto star = [](const std::function<Leaf()>& makeLeaf) {
         const Inner root = CbMake<ZeCTransformationNodeInner>();
-        for (std::size_t i = 0; i < c_most / bytesPerLeaf - 10; ++i) {
-            Model model;
-            if (withModels) {
-                const auto surfel = [] {
-                    return CbMake<Collection>(1U, true, Collection::ESurfelAttributeSet::Complete,
-                                              nullptr);
-                };
-                model = CbMake<ZeCModelQMT>(surfel(), surfel());
-            }
-            LinkByHand(root, CbMake<ZeCTransformationNodeLeaf>(model));
-        }
+        LinkByHand(root, makeLeaf());
+        const std::size_t one = SessionOf(root).size();
+        LinkByHand(root, makeLeaf());
+        const std::size_t each = SessionOf(root).size() - one;
+        for (std::size_t i = 4; i < c_most / each; ++i) LinkByHand(root, makeLeaf());
         return SessionOf(root);
     };
     const SampleTree tree;
@@ -84,8 +98,8 @@ TEST_F(HarmfulSession, TakesLittleMemoryWhateverItsBytesSay)
     fill(models.models, c_most);
     tree.root->SetDescription(CString(std::u16string(c_most / 2 - 2000, u'x')));
 
-    for (const auto& bytes : {announcements.Join(), models.Join(), star(312, false),
-                              star(1352, true), SessionOf(tree.root)}) {
+    for (const auto& bytes : {announcements.Join(), models.Join(), star(plain), star(withModel),
+                              star(withAttributes), SessionOf(tree.root)}) {
         EXPECT_GT(bytes.size(), c_most - 20000);
         const auto path = Write("a.session", std::string(bytes.begin(), bytes.end()));
         const std::size_t before = AllocatedBytes();

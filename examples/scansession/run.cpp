@@ -171,25 +171,28 @@ void PrintSummary(const std::string& stage, const Session& session, const Option
     for (const auto& file : results.files) out << "written:      " << file.string() << '\n';
 }
 
-/// Makes the folder for the results and looks whether all can be written: what can't shall be known
-/// before all the work. Sessions must not be where a result goes.
+/// Looks whether the results can be written: what can't shall be known before all the work. A
+/// session must not be where a result goes.
 void CheckOutputs(const Options& options)
 {
-    std::error_code error;
-    std::filesystem::create_directories(options.out, error);
-    if (error) {
-        throw InputError(options.out.string() + ": cannot be created: " + error.message());
+    if (std::filesystem::exists(options.out) && !std::filesystem::is_directory(options.out)) {
+        throw InputError(options.out.string() + ": is no folder");
     }
     for (const char* const name : {c_merged, c_model, c_overview}) {
+        const auto whole = [](const std::filesystem::path& path) {
+            return std::filesystem::weakly_canonical(std::filesystem::current_path() / path);
+        };
         for (const auto& session : {options.load, options.save}) {
-            const auto result = std::filesystem::weakly_canonical(options.out / name, error);
-            if (session && std::filesystem::weakly_canonical(*session, error) == result) {
+            if (session && whole(*session) == whole(options.out / name)) {
                 throw InputError(session->string() + ": is where a result goes");
             }
         }
     }
+    auto folder = std::filesystem::absolute(options.out);
+    while (!std::filesystem::exists(folder)) folder = folder.parent_path(); // made later
     // Given up at once.
-    if (options.save) const sessionfile::ReplacementFile attempt(*options.save);
+    const sessionfile::ReplacementFile result(folder / c_merged);
+    if (options.save) const sessionfile::ReplacementFile session(*options.save);
 }
 
 } // namespace
@@ -229,6 +232,7 @@ void RunSession(const Options& options, std::ostream& out, std::ostream& err)
     if (!options.quiet) session.PrintTree(out);
 
     timing.writing.Start();
+    std::filesystem::create_directories(options.out);
     {
         Progress progress(err, style, "writing", session.GetNrScans() + results.merged.size());
         WriteResults(session, options, progress, results);

@@ -345,6 +345,11 @@ TEST_F(Scansession, LeavesWhatStandsAtTheOutputPlace)
     std::filesystem::remove(Out());
     Write("out/merged.ply", "older");
     EXPECT_EQ(Run({"--scans", (Folder() / "scans").string()}).exitCode, 2);
+    for (const char* const option : {"--save", "--load"}) {
+        const auto session = Out() / ".." / "out" / "merged.ply";
+        const auto result = Run({"--quiet", option, session.string()});
+        EXPECT_THAT(result.err, HasSubstr("merged.ply: is where a result goes\n"));
+    }
     EXPECT_EQ(Read(Merged()), "older");
 }
 

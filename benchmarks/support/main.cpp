@@ -30,7 +30,7 @@ void printTable(const RatioResult& result)
     std::printf("%-28s %9zu %10.1f ns  %6.3f x  +-%4.1f %%  %-15s  %s\n", result.work.c_str(),
                 result.size, result.ns, result.ratio, 100 * result.spread,
                 judge(result.ratio, result.goal).c_str(), result.reference.c_str());
-    if (result.peak > 0) {
+    if (result.peak > 0 && result.referencePeak > 0) {
         const double ratio = result.peak / result.referencePeak;
         std::printf("%-28s %9s %10.1f MB  %6.3f x  %9s %-15s  of the reference's %.1f MB\n", "", "",
                     result.peak, ratio, "", judge(ratio, result.memoryGoal).c_str(),

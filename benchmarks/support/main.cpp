@@ -1,5 +1,6 @@
-// Measures the library against hand-written references and prints the ratios.
+// Measures the library against hand-written references and other libraries; prints the ratios.
 
+#include "benchmarks/peers/peers.h"
 #include "benchmarks/support/ratiobenchmark.h"
 
 #include <CLI/CLI.hpp>
@@ -13,19 +14,26 @@
 namespace
 {
 
+// Empty where there is no goal.
+std::string judge(double ratio, double goal)
+{
+    if (goal == 0) return "";
+    const bool reached = ratio <= goal;
+    char text[32];
+    std::snprintf(text, sizeof text, "%s %.3g%s", reached ? "<=" : ">", goal,
+                  reached ? "" : " MISSED");
+    return text;
+}
+
 void printTable(const RatioResult& result)
 {
-    char goal[32] = "";
-    if (result.goal != 0) {
-        const bool reached = result.ratio <= result.goal;
-        std::snprintf(goal, sizeof goal, "%s %.3g%s", reached ? "<=" : ">", result.goal,
-                      reached ? "" : " MISSED");
-    }
     std::printf("%-28s %9zu %10.1f ns  %6.3f x  +-%4.1f %%  %-15s  %s\n", result.work.c_str(),
-                result.size, result.ns, result.ratio, 100 * result.spread, goal,
-                result.reference.c_str());
-    if (result.peak > 0) {
-        std::printf("%-28s %9s %10.1f MB  at most; the reference %.1f MB\n", "", "", result.peak,
+                result.size, result.ns, result.ratio, 100 * result.spread,
+                judge(result.ratio, result.goal).c_str(), result.reference.c_str());
+    if (result.peak > 0 && result.referencePeak > 0) {
+        const double ratio = result.peak / result.referencePeak;
+        std::printf("%-28s %9s %10.1f MB  %6.3f x  %9s %-15s  of the reference's %.1f MB\n", "", "",
+                    result.peak, ratio, "", judge(ratio, result.memoryGoal).c_str(),
                     result.referencePeak);
     }
     std::fflush(stdout);
@@ -40,12 +48,20 @@ void writeJson(std::ostream& out, const std::vector<RatioResult>& results)
             << R"(, "ns": )" << r.ns << R"(, "reference": ")" << r.reference << R"(", "ratio": )"
             << r.ratio << R"(, "spread": )" << r.spread << R"(, "goal": )" << r.goal;
         if (r.peak > 0) {
-            out << R"(, "peak": )" << r.peak << R"(, "referencePeak": )" << r.referencePeak;
+            out << R"(, "peak": )" << r.peak << R"(, "referencePeak": )" << r.referencePeak
+                << R"(, "memoryGoal": )" << r.memoryGoal;
         }
         out << "}";
         separator = ",\n";
     }
     out << "\n]\n";
+}
+
+void tellMissing(const PeerLibrary& peer)
+{
+    if (peer.makePeer == nullptr) {
+        std::printf("Not compared with %s: %s is not installed\n", peer.name, peer.package);
+    }
 }
 
 // How much worse a figure of a work may be at its largest size than at its smallest.
@@ -97,7 +113,7 @@ std::optional<RatioResult> growthOf(const GrowthGoal& growth,
 
 int main(int argc, char** argv)
 {
-    CLI::App app{"Measures the library against hand-written references"};
+    CLI::App app{"Measures the library against hand-written references and other libraries"};
     std::string filter;
     std::string json;
     bool quick = false;
@@ -122,6 +138,8 @@ int main(int argc, char** argv)
     // A process that never had a second thread gets cheaper counting from the C library.
     std::thread([] {}).join();
 
+    tellMissing(Pcl());
+    tellMissing(Open3d());
     std::printf("%-28s %9s %13s  %8s  %8s  %-15s  %s\n", "work", "size", "per item", "ratio",
                 "spread", "goal", "reference");
     std::vector<RatioResult> results;

@@ -74,5 +74,6 @@ RatioResult Measure(const RatioBenchmark& benchmark, int runs)
             spread,
             benchmark.goal,
             peak,
-            referencePeak};
+            referencePeak,
+            benchmark.memoryGoal};
 }

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// A piece of work measured against a reference that does the same job by hand.
+/// A piece of work measured against a reference that does the same job, mostly by hand.
 ///
 /// Both run alternately in one process, so that a drift of the machine's speed hits both; what
 /// counts is the median of the ratios of neighbouring runs.
@@ -30,7 +30,8 @@ struct RatioBenchmark
     double goal;           ///< largest ratio that is good; 0, also in the JSON, for none
     /// Builds the input and both ways; what they capture lives as long as they do.
     std::function<Pair()> prepare;
-    bool memory = false; ///< whether the peak memory of both ways is of interest
+    bool memory = false;   ///< whether the peak memory of both ways is of interest
+    double memoryGoal = 0; ///< largest ratio of the peaks that is good; 0 for none
 };
 
 struct RatioResult
@@ -44,6 +45,7 @@ struct RatioResult
     double goal;
     double peak = 0;          ///< most memory in use at a time, in MB; 0 where nobody asked
     double referencePeak = 0; ///< the same of the reference
+    double memoryGoal = 0;
 };
 
 /// Measures one benchmark: @p runs alternating runs of both ways after a warm-up of each.

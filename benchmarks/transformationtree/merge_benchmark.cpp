@@ -1,5 +1,6 @@
 // Merging the surfels of all scans into one collection, each with its transformation.
 
+#include "benchmarks/peers/peers.h"
 #include "benchmarks/support/ratiobenchmark.h"
 #include "benchmarks/support/syntheticscans.h"
 #include "transformationtree/transformationtree.h"
@@ -53,6 +54,12 @@ Collection mergePlain(const std::vector<SyntheticScan>& scans)
     return merged;
 }
 
+Collection merge(const ZeCNodeVector& nodes)
+{
+    return ZeCTransformationNode::ComputeSubsampling(
+        nodes, ZeCModelQMT::ESurfelCollectionType::Standard, 0, 1, false, 0, nullptr);
+}
+
 } // namespace
 
 std::vector<RatioBenchmark> MergeBenchmarks()
@@ -63,15 +70,23 @@ std::vector<RatioBenchmark> MergeBenchmarks()
             const auto scans =
                 std::make_shared<const std::vector<SyntheticScan>>(MakeSyntheticScans(size));
             const ZeCNodeVector nodes = vectorOf(*scans);
-            return RatioBenchmark::Pair{
-                [=] {
-                    benchmark::DoNotOptimize(ZeCTransformationNode::ComputeSubsampling(
-                        nodes, ZeCModelQMT::ESurfelCollectionType::Standard, 0, 1, false, 0,
-                        nullptr));
-                },
-                [=] { benchmark::DoNotOptimize(mergePlain(*scans)); }};
+            return RatioBenchmark::Pair{[=] { benchmark::DoNotOptimize(merge(nodes)); },
+                                        [=] { benchmark::DoNotOptimize(mergePlain(*scans)); }};
         };
         benchmarks.push_back({"merge/all", size, size, "loop over the same arrays", 1.3, prepare});
+
+        const auto makePeer = Pcl().makePeer;
+        if (size < 1000000 || makePeer == nullptr) continue;
+        const auto prepareWithPeer = [size, makePeer] {
+            const auto scans = MakeSyntheticScans(size);
+            const ZeCNodeVector nodes = vectorOf(scans);
+            const std::shared_ptr<const Peer> peer = makePeer(scans);
+            return RatioBenchmark::Pair{[=] { benchmark::DoNotOptimize(merge(nodes)); },
+                                        [=] { benchmark::DoNotOptimize(peer->Merge()); }};
+        };
+        benchmarks.push_back({"merge/all/pcl", size, size,
+                              "PCL transform, concatenate: position, normal, colour only", 0.5,
+                              prepareWithPeer});
     }
     return benchmarks;
 }

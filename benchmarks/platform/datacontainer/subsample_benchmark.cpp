@@ -1,11 +1,13 @@
 // Merging the surfels of overlapping scans on a grid.
 
+#include "benchmarks/peers/peers.h"
 #include "benchmarks/support/ratiobenchmark.h"
 #include "benchmarks/support/syntheticscans.h"
 #include "platform/datacontainer/zecgridsampler.h"
 
 #include <benchmark/benchmark.h>
 #include <cmath>
+#include <cstdlib>
 
 namespace
 {
@@ -153,6 +155,43 @@ RatioBenchmark subsampleBenchmark(const char* name, std::size_t size, float cell
             true};
 }
 
+struct PeerWork
+{
+    const char* name;
+    float cellSize;
+    PeerLibrary library;
+    const char* reference;
+    double goal;
+    double memoryGoal;
+};
+
+// Ours averages the other attributes as well.
+std::vector<PeerWork> peerWorks()
+{
+    const char* plainKernels = std::getenv("TREE_PLAIN_KERNELS");
+    const double goal = plainKernels != nullptr && *plainKernels != 0 ? 1.0 / 3 : 1.0 / 4;
+    const char* pcl = "PCL VoxelGrid: position, normal, colour only";
+    const char* open3d = "Open3D VoxelDownSample: position, normal, colour only";
+    return {{"subsample/0.1/pcl", 0.1F, Pcl(), pcl, goal, 0.5},
+            {"subsample/0.25/pcl", 0.25F, Pcl(), pcl, goal, 0.5},
+            {"subsample/1/pcl", 1.0F, Pcl(), pcl, 0, 0.5},
+            {"subsample/0.1/open3d", 0.1F, Open3d(), open3d, 0, 0},
+            {"subsample/0.25/open3d", 0.25F, Open3d(), open3d, 0, 0},
+            {"subsample/1/open3d", 1.0F, Open3d(), open3d, 1.0 / 3, 0}};
+}
+
+RatioBenchmark peerBenchmark(const PeerWork& work, std::size_t size)
+{
+    const auto prepare = [size, cellSize = work.cellSize, makePeer = work.library.makePeer] {
+        const auto scans =
+            std::make_shared<const std::vector<SyntheticScan>>(MakeSyntheticScans(size));
+        const std::shared_ptr<const Peer> peer = makePeer(*scans);
+        return RatioBenchmark::Pair{[=] { benchmark::DoNotOptimize(subsample(*scans, cellSize)); },
+                                    [=] { benchmark::DoNotOptimize(peer->Subsample(cellSize)); }};
+    };
+    return {work.name, size, size, work.reference, work.goal, prepare, true, work.memoryGoal};
+}
+
 } // namespace
 
 std::vector<RatioBenchmark> SubsampleBenchmarks()
@@ -162,6 +201,10 @@ std::vector<RatioBenchmark> SubsampleBenchmarks()
         benchmarks.push_back(subsampleBenchmark("subsample/0.1", size, 0.1F));
         benchmarks.push_back(subsampleBenchmark("subsample/0.25", size, 0.25F));
         benchmarks.push_back(subsampleBenchmark("subsample/1", size, 1.0F));
+        for (const PeerWork& work : peerWorks()) {
+            if (size < 1000000 || work.library.makePeer == nullptr) continue;
+            benchmarks.push_back(peerBenchmark(work, size));
+        }
     }
     return benchmarks;
 }

@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-/// How the area below a node is to be treated. Copies of nodes share it.
+/// How the area below a node is to be treated. Copies of nodes share the attribute.
 ///
 /// Threads: guards itself.
 class TRANSFORMATIONTREE_API ZeCAreaPropertiesAttribute : public ZeARTTIAttribute
@@ -18,6 +18,7 @@ public:
         Default = 0
     };
 
+    /// The record of this class.
     static const CbRTTI RTTI;
 
     ZeCAreaPropertiesAttribute() = default;
@@ -28,6 +29,7 @@ public:
     static IObject* CreateByFactory();
     [[nodiscard]] const CbRTTI& GetRTTI() const override;
 
+    /// The strategy, default until it is set; not stored.
     [[nodiscard]] EOrientationStrategy GetOrientationStrategy() const;
     void SetOrientationStrategy(EOrientationStrategy strategy);
 

@@ -30,7 +30,7 @@ IObject* ZeCBackgroundOptimizationLoopCountAttribute::CreateByFactory()
 IObject* ZeCBackgroundOptimizationLoopCountAttribute::CloneByFactory(const IObject& object)
 {
     return new ZeCBackgroundOptimizationLoopCountAttribute(
-        static_cast<const ZeCBackgroundOptimizationLoopCountAttribute&>(object));
+        dynamic_cast<const ZeCBackgroundOptimizationLoopCountAttribute&>(object));
 }
 
 const CbRTTI& ZeCBackgroundOptimizationLoopCountAttribute::GetRTTI() const { return RTTI; }

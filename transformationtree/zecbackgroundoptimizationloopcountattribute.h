@@ -10,6 +10,7 @@
 class TRANSFORMATIONTREE_API ZeCBackgroundOptimizationLoopCountAttribute : public ZeARTTIAttribute
 {
 public:
+    /// The record of this class.
     static const CbRTTI RTTI;
 
     ZeCBackgroundOptimizationLoopCountAttribute() = default;
@@ -21,9 +22,11 @@ public:
     /// Makes an attribute with count 0.
     static IObject* CreateByFactory();
     /// The clone has the same count.
+    /// Throws: std::bad_cast for an object of another class.
     static IObject* CloneByFactory(const IObject& object);
     [[nodiscard]] const CbRTTI& GetRTTI() const override;
 
+    /// The number of loops; all values are kept as they are.
     [[nodiscard]] unsigned int GetOptimizationLoopCount() const;
     void SetOptimizationLoopCount(unsigned int count);
 

@@ -22,6 +22,17 @@ ZeCDisconnectedComponentWarningAttribute::ZeCDisconnectedComponentWarningAttribu
     warningComputedRevision_ = other.warningComputedRevision_;
 }
 
+// What was held goes with the copy, after the lock.
+ZeCDisconnectedComponentWarningAttribute& ZeCDisconnectedComponentWarningAttribute::operator=(
+    const ZeCDisconnectedComponentWarningAttribute& other)
+{
+    ZeCDisconnectedComponentWarningAttribute copy(other);
+    const CbCriticalSectionLock lock(section_);
+    collection_.Swap(copy.collection_);
+    warningComputedRevision_ = copy.warningComputedRevision_;
+    return *this;
+}
+
 ZeCDisconnectedComponentWarningAttribute::~ZeCDisconnectedComponentWarningAttribute() = default;
 
 IObject* ZeCDisconnectedComponentWarningAttribute::CreateByFactory()
@@ -32,7 +43,7 @@ IObject* ZeCDisconnectedComponentWarningAttribute::CreateByFactory()
 IObject* ZeCDisconnectedComponentWarningAttribute::CloneByFactory(const IObject& object)
 {
     return new ZeCDisconnectedComponentWarningAttribute(
-        static_cast<const ZeCDisconnectedComponentWarningAttribute&>(object));
+        dynamic_cast<const ZeCDisconnectedComponentWarningAttribute&>(object));
 }
 
 const CbRTTI& ZeCDisconnectedComponentWarningAttribute::GetRTTI() const { return RTTI; }
@@ -46,10 +57,11 @@ void ZeCDisconnectedComponentWarningAttribute::Serialize(CbStreamWriteBinary& st
 
 void ZeCDisconnectedComponentWarningAttribute::Serialize(CbStreamReadBinary& stream)
 {
-    CbSmartPointer<CySurfelCollectionBase> collection; // the old one goes after the lock
+    CbSmartPointer<CySurfelCollectionBase> collection; // released after the lock
     const CbCriticalSectionLock lock(section_);
     stream.ReadVersion(c_version, "zecdisconnectedcomponentwarningattribute", 66);
-    collection = ReadSurfelCollection(stream, collection_);
+    collection = collection_;
+    ReadSurfelCollection(stream, collection);
     collection_.Swap(collection);
 }
 

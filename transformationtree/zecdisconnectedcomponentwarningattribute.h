@@ -17,17 +17,19 @@
 class TRANSFORMATIONTREE_API ZeCDisconnectedComponentWarningAttribute : public ZeARTTIAttribute
 {
 public:
+    /// The record of this class.
     static const CbRTTI RTTI;
 
     ZeCDisconnectedComponentWarningAttribute() = default;
     /// Shares the collection.
     ZeCDisconnectedComponentWarningAttribute(const ZeCDisconnectedComponentWarningAttribute& other);
     ZeCDisconnectedComponentWarningAttribute&
-    operator=(const ZeCDisconnectedComponentWarningAttribute&) = delete;
+    operator=(const ZeCDisconnectedComponentWarningAttribute& other);
 
     /// Makes an attribute without collection.
     static IObject* CreateByFactory();
     /// The clone has the same revision and shares the collection.
+    /// Throws: std::bad_cast for an object of another class.
     static IObject* CloneByFactory(const IObject& object);
     [[nodiscard]] const CbRTTI& GetRTTI() const override;
 

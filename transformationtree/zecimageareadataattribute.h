@@ -20,7 +20,8 @@ class ZeCTransformationNodeInner;
 ///
 /// It holds what the area was correlated to, whether and how well; the transformations that were
 /// found; the state of jaw relaxation; whether the area is the scan of an impression; the revisions
-/// that this was done for; and the number of correlation tasks that wait for the area.
+/// that this was done for; and the number of correlation tasks that wait for the area. Copies of
+/// nodes share the attribute.
 ///
 /// Threads: the number of tasks is guarded, all else is not: who needs several values that belong
 /// together enters GetCriticalSection().
@@ -33,6 +34,7 @@ public:
         Default = 0
     };
 
+    /// The record of this class.
     static const CbRTTI RTTI;
 
     ZeCImageAreaDataAttribute();
@@ -53,15 +55,19 @@ public:
     }
     void SetCorrelationObjectID(const CString& id) { fields_.correlationObjectID = id; }
 
+    /// True where the area has been correlated with that object.
     [[nodiscard]] bool GetIsCorrelated() const noexcept { return fields_.isCorrelated; }
     void SetIsCorrelated(bool isCorrelated) noexcept { fields_.isCorrelated = isCorrelated; }
 
+    /// How well the area is correlated.
     [[nodiscard]] ECorrelationLevel GetCorrelationLevel() const noexcept
     {
         return fields_.correlationLevel;
     }
     void SetCorrelationLevel(ECorrelationLevel level) noexcept { fields_.correlationLevel = level; }
 
+    /// The transformation that the correlation found, in mm; the identity for none. Its frames and
+    /// direction are the application's.
     [[nodiscard]] const CbMatrix4Rf& GetCorrelationTrafo() const noexcept
     {
         return fields_.correlationTrafo;
@@ -80,7 +86,7 @@ public:
     [[nodiscard]] float GetCorrelationError() const noexcept { return fields_.correlationError; }
     void SetCorrelationError(float error) noexcept { fields_.correlationError = error; }
 
-    /// The correlation transformation that succeeded last. It is not stored.
+    /// The correlation transformation that succeeded last; the identity for none. It is not stored.
     [[nodiscard]] const CbMatrix4Rf& GetLastSuccessfulCorrelationTrafo() const noexcept
     {
         return fields_.lastSuccessfulCorrelationTrafo;
@@ -94,9 +100,12 @@ public:
     /// @name Jaw relaxation
     /// @{
 
+    /// True where the jaw that the area belongs to has been relaxed.
     [[nodiscard]] bool GetIsJawRelaxed() const noexcept { return fields_.isJawRelaxed; }
     void SetIsJawRelaxed(bool isRelaxed) noexcept { fields_.isJawRelaxed = isRelaxed; }
 
+    /// The transformation that the relaxation found, in mm; the identity for none. Its frames and
+    /// direction are the application's.
     [[nodiscard]] const CbMatrix4Rf& GetJawRelaxationTrafo() const noexcept
     {
         return fields_.jawRelaxationTrafo;
@@ -107,6 +116,7 @@ public:
     }
     /// @}
 
+    /// True where the area is the scan of an impression, not of teeth.
     [[nodiscard]] bool GetIsImpressionScan() const noexcept { return fields_.isImpressionScan; }
     void SetIsImpressionScan(bool isImpression) noexcept
     {
@@ -154,6 +164,7 @@ public:
         fields_.lastRefAreaCorrelationRevision = revision;
     }
 
+    /// The id, as text, that the GUID revision belongs to; empty for none.
     [[nodiscard]] const CString& GetLastGUID() const noexcept { return fields_.lastGUID; }
     void SetLastGUID(const CString& guid) { fields_.lastGUID = guid; }
 
@@ -163,6 +174,7 @@ public:
     }
     void SetLastGUIDRevision(long long revision) noexcept { fields_.lastGUIDRevision = revision; }
 
+    /// When the application last changed the attribute; 0 for never.
     [[nodiscard]] CTime GetTimeChanged() const noexcept { return fields_.timeChanged; }
     void SetTimeChanged(CTime time) noexcept { fields_.timeChanged = time; }
     /// @}
@@ -208,7 +220,7 @@ private:
     /// All that is not guarded.
     struct Fields
     {
-        CString correlationObjectID = CyUniqueID().ToString();
+        CString correlationObjectID = CyUniqueID::GetInvalidID().ToString();
         bool isCorrelated = false;
         ECorrelationLevel correlationLevel = ECorrelationLevel::Default;
         CbMatrix4Rf correlationTrafo;

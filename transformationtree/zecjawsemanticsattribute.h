@@ -9,16 +9,19 @@
 #include <atomic>
 #include <cstdint>
 
-/// Where the surfaces of a jaw look: histograms of the occlusal and of the extraoral directions,
-/// and an estimate of each mean direction, in the frame that the histograms were made in.
+/// In which directions the surfaces of a jaw face: histograms of the occlusal and of the extraoral
+/// directions, and an estimate of each mean direction, in the frame that the histograms were made
+/// in. Copies of nodes share the attribute.
 ///
-/// Estimates are computed when they are asked for, after a histogram was set.
+/// Estimates are computed when they are asked for, after a histogram was set. Those that were read
+/// as up to date come back as they were stored.
 ///
 /// Threads: estimates, revision and reset are guarded. Setting and reading the histograms and
 /// serialization are not.
 class TRANSFORMATIONTREE_API ZeCJawSemanticsAttribute : public ZeARTTIAttribute
 {
 public:
+    /// The record of this class.
     static const CbRTTI RTTI;
 
     /// Both histograms are empty.
@@ -30,10 +33,12 @@ public:
     static IObject* CreateByFactory();
     [[nodiscard]] const CbRTTI& GetRTTI() const override;
 
+    /// The histogram of the occlusal directions.
     [[nodiscard]] const ZeCQuantizedNormalBinning& GetOcclusalDirectionBinning() const noexcept
     {
         return occlusalDirectionBinning_;
     }
+    /// The histogram of the extraoral directions.
     [[nodiscard]] const ZeCQuantizedNormalBinning& GetExtraoralDirectionBinning() const noexcept
     {
         return extraoralDirectionBinning_;
@@ -46,9 +51,11 @@ public:
     [[nodiscard]] long long GetOcclusalDirectionBinningRevision() const;
     void SetOcclusalDirectionBinningRevision(long long revision);
 
-    /// Returns the mean direction of the cells with more than one normal; (0, 0, -1) for none.
+    /// Returns the mean direction of the cells with more than one normal; (0, 0, -1)
+    /// where there is no such cell or their normals cancel out.
     [[nodiscard]] CbVector3f GetOcclusalDirectionEstimate() const;
-    /// Returns the mean direction of the cells with more than one normal; (1, 0, 0) for none.
+    /// Returns the mean direction of the cells with more than one normal; (1, 0, 0)
+    /// where there is no such cell or their normals cancel out.
     [[nodiscard]] CbVector3f GetExtraoralDirectionEstimate() const;
 
     /// Writes version 1: version, estimates as they are, whether they are up to date, histograms

@@ -25,6 +25,20 @@ ZeCRegistrationHintsAttribute::ZeCRegistrationHintsAttribute(
     hintsComputedRevision_ = other.hintsComputedRevision_;
 }
 
+// What was held goes with the copy, after the lock. The copy is nobody else's and needs none.
+ZeCRegistrationHintsAttribute& ZeCRegistrationHintsAttribute::operator=(
+    const ZeCRegistrationHintsAttribute& other) CB_NO_THREAD_SAFETY_ANALYSIS
+{
+    ZeCRegistrationHintsAttribute copy(other);
+    const CbCriticalSectionLock lock(section_);
+    collection_.Swap(copy.collection_);
+    displayMode_ = copy.displayMode_;
+    computationStatus_ = copy.computationStatus_;
+    triangulations_.swap(copy.triangulations_);
+    hintsComputedRevision_ = copy.hintsComputedRevision_;
+    return *this;
+}
+
 ZeCRegistrationHintsAttribute::~ZeCRegistrationHintsAttribute() = default;
 
 IObject* ZeCRegistrationHintsAttribute::CreateByFactory()
@@ -35,7 +49,7 @@ IObject* ZeCRegistrationHintsAttribute::CreateByFactory()
 IObject* ZeCRegistrationHintsAttribute::CloneByFactory(const IObject& object)
 {
     return new ZeCRegistrationHintsAttribute(
-        static_cast<const ZeCRegistrationHintsAttribute&>(object));
+        dynamic_cast<const ZeCRegistrationHintsAttribute&>(object));
 }
 
 const CbRTTI& ZeCRegistrationHintsAttribute::GetRTTI() const { return RTTI; }
@@ -96,12 +110,13 @@ void ZeCRegistrationHintsAttribute::Serialize(CbStreamWriteBinary& stream) const
 
 void ZeCRegistrationHintsAttribute::Serialize(CbStreamReadBinary& stream)
 {
-    CbSmartPointer<CySurfelCollectionBase> collection; // the old one goes after the lock
+    CbSmartPointer<CySurfelCollectionBase> collection; // released after the lock
     const CbCriticalSectionLock lock(section_);
     stream.ReadVersion(c_version, "zecregistrationhintsattribute", 85);
     std::uint32_t displayMode = 0;
     stream >> displayMode;
-    collection = ReadSurfelCollection(stream, collection_);
+    collection = collection_;
+    ReadSurfelCollection(stream, collection);
     displayMode_ = static_cast<ESurfelCollectionDisplayMode>(displayMode);
     collection_.Swap(collection);
 }

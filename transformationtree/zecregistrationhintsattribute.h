@@ -30,16 +30,18 @@ public:
     };
     using Triangulations = std::vector<CbSmartPointer<CyTriangulationBase>>;
 
+    /// The record of this class.
     static const CbRTTI RTTI;
 
     ZeCRegistrationHintsAttribute() = default;
     /// Shares the collection and the triangulations.
     ZeCRegistrationHintsAttribute(const ZeCRegistrationHintsAttribute& other);
-    ZeCRegistrationHintsAttribute& operator=(const ZeCRegistrationHintsAttribute&) = delete;
+    ZeCRegistrationHintsAttribute& operator=(const ZeCRegistrationHintsAttribute& other);
 
     /// Makes an attribute without collection and triangulations.
     static IObject* CreateByFactory();
     /// The clone has all that the copy constructor copies.
+    /// Throws: std::bad_cast for an object of another class.
     static IObject* CloneByFactory(const IObject& object);
     [[nodiscard]] const CbRTTI& GetRTTI() const override;
 
@@ -48,12 +50,15 @@ public:
     GetRegistrationHintSurfelCollection() const;
     void SetRegistrationHintSurfelCollection(CbSmartPointer<CySurfelCollectionBase> collection);
 
+    /// How the hints are displayed.
     [[nodiscard]] ESurfelCollectionDisplayMode GetDisplayMode() const;
     void SetDisplayMode(ESurfelCollectionDisplayMode mode);
 
+    /// How far the computation of the hints has come; not stored.
     [[nodiscard]] EComputationStatus GetComputationStatus() const;
     void SetComputationStatus(EComputationStatus status);
 
+    /// Triangulations of the hints; not stored.
     /// Lifetime: until they are set, or the attribute is reset.
     [[nodiscard]] const Triangulations& GetTriangulations() const noexcept
     {

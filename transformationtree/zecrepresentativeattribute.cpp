@@ -20,7 +20,7 @@ IObject* ZeCRepresentativeAttribute::CreateByFactory() { return new ZeCRepresent
 
 IObject* ZeCRepresentativeAttribute::CloneByFactory(const IObject& object)
 {
-    return new ZeCRepresentativeAttribute(static_cast<const ZeCRepresentativeAttribute&>(object));
+    return new ZeCRepresentativeAttribute(dynamic_cast<const ZeCRepresentativeAttribute&>(object));
 }
 
 const CbRTTI& ZeCRepresentativeAttribute::GetRTTI() const { return RTTI; }

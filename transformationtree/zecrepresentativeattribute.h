@@ -12,6 +12,7 @@
 class TRANSFORMATIONTREE_API ZeCRepresentativeAttribute : public ZeARTTIAttribute
 {
 public:
+    /// The record of this class.
     static const CbRTTI RTTI;
 
     /// Represents no voxel: all three indices are the largest int.
@@ -22,10 +23,13 @@ public:
     /// Makes an attribute that represents no voxel.
     static IObject* CreateByFactory();
     /// The clone has the same voxel.
+    /// Throws: std::bad_cast for an object of another class.
     static IObject* CloneByFactory(const IObject& object);
     [[nodiscard]] const CbRTTI& GetRTTI() const override;
 
+    /// Represents the voxel with these indices; the grid is the application's.
     void SetGridVoxel(int x, int y, int z) noexcept;
+    /// Gives the indices of the voxel: 2147483647 each for none.
     void GetGridVoxel(int& x, int& y, int& z) const noexcept;
 
     /// Writes version 1: version and indices.

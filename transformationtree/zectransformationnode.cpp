@@ -74,7 +74,7 @@ ZeCTransformationNode::~ZeCTransformationNode() = default;
 
 const CyUniqueID& ZeCTransformationNode::GetInvalidID() noexcept
 {
-    static constexpr CyUniqueID id;
+    static constexpr CyUniqueID id = CyUniqueID::GetInvalidID();
     return id;
 }
 

@@ -279,8 +279,8 @@ private:
     /// Inserts and links a child that has no father.
     static void insertLinked(const Inner& father, std::size_t index, const Node& child);
     /// Erases the entry of a child in a father that is not its own any more, and corrects an index.
-    static void eraseStaleEntry(ZeCTransformationNodeInner& father, const Node& child,
-                                std::size_t& index);
+    static void eraseStaleEntry(ZeCTransformationNodeInner& father,
+                                const ZeCTransformationNode& child, std::size_t& index);
     /// Takes a node out for good, those below it first: not in the data manager, no id, no links.
     void takeApart(const Node& node);
     /// Cuts the links to the father and, as far as this node has them, to the children.

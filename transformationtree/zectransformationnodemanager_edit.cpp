@@ -119,10 +119,11 @@ void ZeCTransformationNodeManager::requireInsertable(const Inner& father, const 
 }
 
 void ZeCTransformationNodeManager::eraseStaleEntry(ZeCTransformationNodeInner& father,
-                                                   const Node& child, std::size_t& index)
+                                                   const ZeCTransformationNode& child,
+                                                   std::size_t& index)
 {
-    if (!child->mayBeStale() || child->IsChildOf(father)) return;
-    const std::size_t stale = indexOf(father, child);
+    if (!child.mayBeStale() || child.IsChildOf(father)) return;
+    const std::size_t stale = indexOf(father, CbSmartPointer<const ZeCTransformationNode>(&child));
     if (stale == father.children_.size()) return;
     father.children_.erase(father.children_.begin() + static_cast<std::ptrdiff_t>(stale));
     if (stale < index) --index;
@@ -131,7 +132,7 @@ void ZeCTransformationNodeManager::eraseStaleEntry(ZeCTransformationNodeInner& f
 void ZeCTransformationNodeManager::insertLinked(const Inner& father, std::size_t index,
                                                 const Node& child)
 {
-    eraseStaleEntry(*father, child, index);
+    eraseStaleEntry(*father, *child, index);
     father->children_.insert(father->children_.begin() + static_cast<std::ptrdiff_t>(index), child);
     child->setFather(father);
 }
@@ -243,7 +244,7 @@ void ZeCTransformationNodeManager::putInPlace(const Inner& father, const Node& o
     if (IsNodeInDataManager(child)) removeNodesFromDataManager(leaving, false);
     // The old father of the new child goes on listing it.
     if (child->GetFather()) child->setMayBeStale();
-    eraseStaleEntry(*father, child, index);
+    eraseStaleEntry(*father, *child, index);
     father->children_[index] = child;
     child->setFather(father);
     addNodesToDataManager(added);
@@ -360,7 +361,7 @@ void ZeCTransformationNodeManager::relink(const Nodes& nodes, const std::vector<
 {
     for (ZeCTransformationNode* const node : nodes) {
         std::size_t index = 0;
-        eraseStaleEntry(*newFather, Node(node), index);
+        eraseStaleEntry(*newFather, *node, index);
         node->setFather(nullptr);
     }
     for (const Inner& father : oldFathers) {

@@ -5,6 +5,7 @@
 #include "platform/datacontainer/zecsurfelcontainer.h"
 #include "transformationtree/transformationtree.h"
 
+#include <cstdint>
 #include <limits>
 
 namespace treeinspect
@@ -15,8 +16,13 @@ namespace
 
 void PrintSurfels(const CbSmartPointer<const CySurfelCollectionBase>& collection, std::ostream& out)
 {
-    const auto surfels = CbDynamicPointerCast<const ZeCSurfelContainer>(collection);
-    out << (surfels ? surfels->GetNrSurfels() : 0) << " surfels";
+    if (!collection) {
+        out << "no surfels";
+    } else if (const auto surfels = CbDynamicPointerCast<const ZeCSurfelContainer>(collection)) {
+        out << surfels->GetNrSurfels() << " surfels";
+    } else {
+        out << collection->GetClassNameW().ToUtf8();
+    }
 }
 
 void PrintDirections(const CbVector3f& mean, const ZeCQuantizedNormalBinning& binning,

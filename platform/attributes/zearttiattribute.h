@@ -34,8 +34,8 @@ protected:
     ZeARTTIAttribute& operator=(const ZeARTTIAttribute&) = default;
     ~ZeARTTIAttribute() override;
 
-    /// Sets all fields back to their defaults and returns true. An attribute that keeps its content
-    /// through a reset does not override this: it changes nothing and returns false.
+    /// Sets back what the class says, and returns true. Where it is not overridden nothing changes,
+    /// and it returns false.
     virtual bool ResetAttribute();
 
 private:

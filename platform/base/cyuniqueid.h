@@ -23,6 +23,9 @@ public:
     constexpr CyUniqueID() noexcept = default;
     constexpr explicit CyUniqueID(const Bytes& bytes) noexcept : bytes_(bytes) {}
 
+    /// The id that stands for none: nil.
+    [[nodiscard]] static constexpr CyUniqueID GetInvalidID() noexcept { return {}; }
+
     /// Becomes a new random id (version 4), never nil.
     /// Threads: each thread has its own generator. Cost: no system call after a thread's first id.
     void Renew();

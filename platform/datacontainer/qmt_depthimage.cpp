@@ -9,7 +9,7 @@ IObject* QMT_DepthImage::CreateByFactory() { return new QMT_DepthImage; }
 
 IObject* QMT_DepthImage::CloneByFactory(const IObject& object)
 {
-    return new QMT_DepthImage(static_cast<const QMT_DepthImage&>(object));
+    return new QMT_DepthImage(dynamic_cast<const QMT_DepthImage&>(object));
 }
 
 const CbRTTI& QMT_DepthImage::GetRTTI() const { return RTTI; }

@@ -70,7 +70,7 @@ IObject* ZeCModelQMT::CreateByFactory() { return new ZeCModelQMT; }
 
 IObject* ZeCModelQMT::CloneByFactory(const IObject& object)
 {
-    return new ZeCModelQMT(static_cast<const ZeCModelQMT&>(object));
+    return new ZeCModelQMT(dynamic_cast<const ZeCModelQMT&>(object));
 }
 
 const CbRTTI& ZeCModelQMT::GetRTTI() const { return RTTI; }

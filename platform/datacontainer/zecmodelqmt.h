@@ -46,6 +46,7 @@ public:
     /// Makes a model without collections.
     static IObject* CreateByFactory();
     /// The clone has a new id and shares the collections.
+    /// Throws: std::bad_cast for an object of another class.
     static IObject* CloneByFactory(const IObject& object);
     [[nodiscard]] const CbRTTI& GetRTTI() const override;
     [[nodiscard]] CbReferenceCounter& getReferenceCounter() const noexcept override

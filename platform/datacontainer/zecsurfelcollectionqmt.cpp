@@ -43,7 +43,7 @@ IObject* ZeCSurfelCollectionQMT::CreateByFactory() { return new ZeCSurfelCollect
 
 IObject* ZeCSurfelCollectionQMT::CloneByFactory(const IObject& object)
 {
-    return new ZeCSurfelCollectionQMT(static_cast<const ZeCSurfelCollectionQMT&>(object));
+    return new ZeCSurfelCollectionQMT(dynamic_cast<const ZeCSurfelCollectionQMT&>(object));
 }
 
 const CbRTTI& ZeCSurfelCollectionQMT::GetRTTI() const { return RTTI; }

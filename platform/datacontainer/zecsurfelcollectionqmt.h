@@ -30,6 +30,7 @@ public:
     /// Makes an empty collection with attribute set 0.
     static IObject* CreateByFactory();
     /// The clone has copies of all surfels and the same ray image.
+    /// Throws: std::bad_cast for an object of another class.
     static IObject* CloneByFactory(const IObject& object);
     [[nodiscard]] const CbRTTI& GetRTTI() const override;
 

@@ -10,7 +10,7 @@ IObject* CyNode::CreateByFactory() { return new CyNode; }
 
 IObject* CyNode::CloneByFactory(const IObject& object)
 {
-    return new CyNode(static_cast<const CyNode&>(object));
+    return new CyNode(dynamic_cast<const CyNode&>(object));
 }
 
 CyNode::CyNode() = default;

@@ -23,8 +23,13 @@ class CyDataManager;
 class PLATFORM_API CyNode : public CbReferenceCounted, public IObject
 {
 public:
+    /// The record of this class.
     static const CbRTTI RTTI;
+
+    /// Makes a node as the default constructor does.
     static IObject* CreateByFactory();
+    /// The clone is as the copy constructor makes it.
+    /// Throws: std::bad_cast for an object of another class.
     static IObject* CloneByFactory(const IObject& object);
 
     CyNode();

@@ -20,16 +20,10 @@ using Representative = ZeCRepresentativeAttribute;
 
 // Texts in which different values differ, NaN and lone surrogates too.
 
-template<std::integral T>
-std::string TextOf(T value)
-{
-    return std::to_string(value);
-}
-
 template<class T>
-requires std::is_enum_v<T> std::string TextOf(T value)
+requires std::integral<T> || std::is_enum_v<T> std::string TextOf(T value)
 {
-    return std::to_string(static_cast<std::underlying_type_t<T>>(value));
+    return std::to_string(static_cast<std::int64_t>(value));
 }
 
 inline std::string TextOf(float value)
@@ -37,6 +31,13 @@ inline std::string TextOf(float value)
     std::ostringstream out;
     value == value ? out << value : out << std::hex << std::bit_cast<std::uint32_t>(value);
     return out.str();
+}
+
+template<class... T>
+std::string LineOf(const T&... values)
+{
+    std::string line = ((TextOf(values) + ", ") + ...);
+    return line.substr(0, line.size() - 2);
 }
 
 inline std::string TextOf(const CString& value)
@@ -69,8 +70,7 @@ inline std::string TextOf(const ZeCQuantizedNormalBinning& binning)
 {
     std::string text;
     for (const auto& bin : binning.GetBins()) {
-        text += '<' + TextOf(bin.code) + ' ' + TextOf(bin.count) + ": " + TextOf(bin.sum[0]) + ' ' +
-                TextOf(bin.sum[1]) + ' ' + TextOf(bin.sum[2]) + '>';
+        text += '<' + LineOf(bin.code, bin.count, bin.sum[0], bin.sum[1], bin.sum[2]) + '>';
     }
     return text;
 }
@@ -80,13 +80,6 @@ std::string TextOf(const CbSmartPointer<T>& collection)
 {
     const auto* const surfels = dynamic_cast<const ZeCSurfelCollectionQMT*>(collection.Get());
     return surfels != nullptr ? TextOf(surfels->GetNrSurfels()) + " surfels" : "null";
-}
-
-template<class... T>
-std::string LineOf(const T&... values)
-{
-    std::string line = ((TextOf(values) + ", ") + ...);
-    return line.substr(0, line.size() - 2);
 }
 
 constexpr auto c_mostInt64 = std::numeric_limits<std::int64_t>::max();
@@ -127,7 +120,7 @@ inline void Fill(ImageAreaData& area)
 {
     CbMatrix4Rf trafo = ToFloat(Shift(2.5, -0.0, 0));
     trafo[3][2] = std::bit_cast<float>(0xFFF0BEADU);
-    area.SetCorrelationObjectID(CString(CString::View(u"a\xD800z")));
+    area.SetCorrelationObjectID(CB_TEXT("a\xD800z"));
     area.SetIsCorrelated(true);
     area.SetCorrelationLevel(ImageAreaData::ECorrelationLevel{c_leastInt});
     area.SetCorrelationTrafo(trafo);
@@ -141,7 +134,7 @@ inline void Fill(ImageAreaData& area)
     area.SetLastNodeRevision(c_mostInt64);
     area.SetLastAreaCorrelationRevision(1LL << 32);
     area.SetLastRefAreaCorrelationRevision(-(1LL << 32) - 1);
-    area.SetLastGUID(CString(CString::View(u"\xDFFF\0", 2)));
+    area.SetLastGUID(CString(CString::View(CB_TEXT("\xDFFF\0"), 2)));
     area.SetTimeChanged(CTime(c_leastInt64 + 1));
     area.SetLastGUIDRevision(c_leastInt64);
     area.DecrementEnqueuedAreaCorrelationTasks();
@@ -213,10 +206,10 @@ struct AttributeRow
     std::string filled;
     std::string reset{};             ///< a filled one; as a fresh one where it is empty
     std::vector<std::string> read{}; ///< into a fresh one, in all versions; as a filled one
+    std::string kept{}; ///< after a fresh one is read into a filled one; as a fresh one
 
     void (*fill)(ZeARTTIAttribute&) = nullptr;
     std::string (*shown)(const ZeARTTIAttribute&) = nullptr;
-    bool (*callReset)(ZeARTTIAttribute&) = nullptr;
 
     /// For the names of tests.
     friend void PrintTo(const AttributeRow& row, std::ostream* out) { *out << row.golden; }
@@ -228,19 +221,10 @@ struct AttributeRow
         AttributeRow row = *this;
         if (row.reset.empty()) row.reset = row.fresh;
         if (row.read.empty()) row.read = {row.filled};
+        if (row.kept.empty()) row.kept = row.fresh;
         row.fill = [](ZeARTTIAttribute& attribute) { Fill(static_cast<T&>(attribute)); };
         row.shown = [](const ZeARTTIAttribute& attribute) {
             return Shown(static_cast<const T&>(attribute));
-        };
-        row.callReset = [](ZeARTTIAttribute& attribute) {
-            if constexpr (requires(T & object) { object.ResetAttribute(); }) {
-                return static_cast<T&>(attribute).ResetAttribute();
-            } else {
-                ZeARTTIAttributeContainer container;
-                container.SetAttribute(CbSmartPointer<ZeARTTIAttribute>(&attribute));
-                container.ResetAttributes();
-                return false;
-            }
         };
         return row;
     }
@@ -249,13 +233,13 @@ struct AttributeRow
 inline std::vector<AttributeRow> AttributeRows()
 {
     const std::string freshArea = "00000000-0000-0000-0000-000000000000, 0, 0, id, 3.40282e+38, 0, "
-                                  "id, 0, -1, , -1, -1, -1, 0, null, id, 0";
+                                  "id, 0, -1, , -1, -1, -1, 0, ";
     const std::string storedArea =
         "a\\d800z, 1, -2147483648, id 12:2.5 13:-0 14:fff0bead, ffadbeef, 0, id 0:-1 10:-1, 1, "
         "9223372036854775807, \\dfff\\0, -9223372036854775808, ";
     const std::string storedJaw =
-        "7fc00001 -0 2, 0.5 -0.25 1, <0 3: -3145728 0 1572864>"
-        "<255 4294967295: 4503599626321920 -4503599626321920 1>, , -9223372036854775808";
+        "7fc00001 -0 2, 0.5 -0.25 1, <0, 3, -3145728, 0, 1572864>"
+        "<255, 4294967295, 4503599626321920, -4503599626321920, 1>, , -9223372036854775808";
     return {AttributeRow{.className = CB_TEXT("ZeCAreaPropertiesAttribute"),
                          .line = 51,
                          .golden = "areaproperties",
@@ -285,12 +269,13 @@ inline std::vector<AttributeRow> AttributeRows()
                 .golden = "imageareadata",
                 .oldestVersion = 0,
                 .newestVersion = 2,
-                .fresh = freshArea,
+                .fresh = freshArea + "null, id, 0",
                 .filled = storedArea + "4294967296, -4294967297, -9223372036854775807, 0 surfels, "
                                        "id 14:7, 4294967295",
                 .read = {storedArea + "-1, -1, 0, null, id, 0",
                          storedArea + "4294967296, -4294967297, 0, null, id, 0",
-                         storedArea + "4294967296, -4294967297, -9223372036854775807, null, id, 0"}}
+                         storedArea + "4294967296, -4294967297, -9223372036854775807, null, id, 0"},
+                .kept = freshArea + "0 surfels, id 14:7, 4294967295"}
                 .Of<ImageAreaData>(),
             AttributeRow{.className = CB_TEXT("ZeCJawSemanticsAttribute"),
                          .line = 124,
@@ -305,7 +290,8 @@ inline std::vector<AttributeRow> AttributeRows()
                          .fresh = "null, 0, 0, 0, -1",
                          .filled = "1 surfels, 4294967295, -2147483648, 3, 9223372036854775807",
                          .reset = "1 surfels, 0, 0, 0, 9223372036854775807",
-                         .read = {"1 surfels, 4294967295, 0, 0, -1"}}
+                         .read = {"1 surfels, 4294967295, 0, 0, -1"},
+                         .kept = "1 surfels, 0, -2147483648, 3, 9223372036854775807"}
                 .Of<RegistrationHints>(),
             AttributeRow{.className = CB_TEXT("ZeCDisconnectedComponentWarningAttribute"),
                          .line = 66,
@@ -314,6 +300,7 @@ inline std::vector<AttributeRow> AttributeRows()
                          .fresh = "null, -1",
                          .filled = "0 surfels, -9223372036854775808",
                          .reset = "0 surfels, -9223372036854775808",
-                         .read = {"0 surfels, -1"}}
+                         .read = {"0 surfels, -1"},
+                         .kept = "0 surfels, -9223372036854775808"}
                 .Of<ComponentWarning>()};
 }

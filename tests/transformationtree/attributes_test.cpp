@@ -24,6 +24,12 @@ std::size_t read(ZeARTTIAttribute& attribute, const Bytes& bytes)
     return ReadFrom(bytes, [&](auto& stream) { attribute.Serialize(stream); });
 }
 
+// Opens the reset of all attributes.
+struct AnyReset : ZeARTTIAttribute
+{
+    using ZeARTTIAttribute::ResetAttribute;
+};
+
 class EachAttribute : public testing::TestWithParam<AttributeRow>
 {
 protected:
@@ -44,7 +50,7 @@ TEST_P(EachAttribute, HasDefaultsAndIsResetToThem)
 {
     EXPECT_EQ(row.shown(*fresh), row.fresh);
     EXPECT_EQ(row.shown(*filled), row.filled);
-    EXPECT_EQ(row.callReset(*filled), row.isReset);
+    EXPECT_EQ(((*filled).*&AnyReset::ResetAttribute)(), row.isReset);
     EXPECT_EQ(row.shown(*filled), row.reset);
 }
 
@@ -56,6 +62,13 @@ TEST_P(EachAttribute, IsClonedWhereItsClassCan)
     const Attribute copy(static_cast<ZeARTTIAttribute*>(clone(*filled)));
     EXPECT_TRUE(copy->Is(filled->GetRTTI()));
     EXPECT_EQ(row.shown(*copy), row.filled);
+    EXPECT_THROW(clone(*CbMake<ZeCSurfelCollectionQMT>()), std::bad_cast);
+}
+
+TEST_P(EachAttribute, KeepsOnlyWhatIsNotStoredWhereItReads)
+{
+    EXPECT_EQ(read(*filled, stored(*fresh)), 0U);
+    EXPECT_EQ(row.shown(*filled), row.kept);
 }
 
 TEST_P(EachAttribute, ReadsTheGoldenFilesAndWritesTheNewest)
@@ -92,6 +105,18 @@ TEST_P(EachAttribute, StaysAsItIsWhereARecordIsOfAnotherVersionOrCut)
 
 INSTANTIATE_TEST_SUITE_P(All, EachAttribute, testing::ValuesIn(AttributeRows()),
                          [](const auto& row) { return std::string(row.param.golden); });
+
+TEST(AnAssignedAttribute, BecomesAsTheOther)
+{
+    const auto expectAssigned = [](const auto& from, const auto& to) {
+        Fill(*from);
+        EXPECT_EQ(Shown(*to = *from), Shown(*from));
+        EXPECT_EQ(Shown(*to = *to), Shown(*from));
+    };
+    expectAssigned(CbMake<ComponentWarning>(), CbMake<ComponentWarning>());
+    expectAssigned(CbMake<RegistrationHints>(), CbMake<RegistrationHints>());
+    expectAssigned(CbMake<Representative>(), CbMake<Representative>());
+}
 
 TEST(ANodesAttributes, ComeBackInTheirOrderAndAreIndependentAfterACopy)
 {
@@ -150,6 +175,21 @@ TEST(AnImageArea, TellsOfItselfInOneLine)
     EXPECT_THAT(area->ToString().ToUtf8(), testing::HasSubstr("relxTrafo==id"));
 }
 
+TEST(AnImageArea, MarksEachTransformationThatIsNotTheIdentity)
+{
+    using Set = void (ImageAreaData::*)(const CbMatrix4Rf&);
+    for (const auto& [label, set] :
+         {std::pair<std::string, Set>(" corrTrafo", &ImageAreaData::SetCorrelationTrafo),
+          {" relxTrafo", &ImageAreaData::SetJawRelaxationTrafo},
+          {" lastSuccCorrTrafo", &ImageAreaData::SetLastSuccessfulCorrelationTrafo}}) {
+        const auto area = CbMake<ImageAreaData>();
+        std::string expected = area->ToString().ToUtf8();
+        expected.replace(expected.find(label + "==id") + label.size(), 2, "!=");
+        (area.Get()->*set)(ToFloat(Shift(0, 0, 7)));
+        EXPECT_EQ(area->ToString().ToUtf8(), expected);
+    }
+}
+
 TEST(AnImageArea, CountsTasksAndTurnsImpressions)
 {
     const auto area = CbMake<ImageAreaData>();
@@ -166,43 +206,78 @@ TEST(AnImageArea, CountsTasksAndTurnsImpressions)
 
 TEST(AnImageArea, BeginsWithTheNewestRevisionOfItsNode)
 {
-    const auto row = AttributeRows()[3];
     const auto area = CbMake<ImageAreaData>();
+    const auto expected = CbMake<ImageAreaData>();
     const Scenario tree("area(a, b)");
     tree["b"]->SetNodeRevision(c_mostInt64, 2);
     Fill(*area);
-    area->InitFromAreaNode(tree.GetInner("area"));
-    EXPECT_EQ(area->GetLastNodeRevision(), c_mostInt64);
-    EXPECT_EQ(area->GetLastAreaCorrelationRevision(), c_mostInt64);
-    EXPECT_EQ(area->GetLastRefAreaCorrelationRevision(), c_mostInt64);
-    EXPECT_EQ(area->GetLastGUIDRevision(), -1);
-    Fill(*area);
     area->InitFromAreaNode(nullptr);
-    EXPECT_EQ(row.shown(*area), row.fresh);
+    EXPECT_EQ(Shown(*area), Shown(*expected));
+    Fill(*area);
+    area->InitFromAreaNode(tree.GetInner("area"));
+    expected->SetLastNodeRevision(c_mostInt64);
+    expected->SetLastAreaCorrelationRevision(c_mostInt64);
+    expected->SetLastRefAreaCorrelationRevision(c_mostInt64);
+    EXPECT_EQ(Shown(*area), Shown(*expected));
+}
+
+TEST(AnImageArea, KeepsWhatAnOlderVersionDoesNotHave)
+{
+    const auto area = CbMake<ImageAreaData>();
+    area->SetLastAreaCorrelationRevision(5);
+    area->SetLastRefAreaCorrelationRevision(6);
+    area->SetTimeChanged(CTime(7));
+    for (const auto& [golden, kept] : {std::pair("imageareadata_0.bin", "5, 6, 7"),
+                                       {"imageareadata_1.bin", "4294967296, -4294967297, 7"}}) {
+        read(*area, Golden(golden));
+        EXPECT_EQ(LineOf(area->GetLastAreaCorrelationRevision(),
+                         area->GetLastRefAreaCorrelationRevision(),
+                         area->GetTimeChanged().GetTime()),
+                  kept);
+    }
 }
 
 TEST(TheJawsDirections, AreEstimatedAnewOnlyWhereAHistogramWasSet)
 {
-    ZeCQuantizedNormalBinning up;
-    up.Add(ZeCQuantizedNormal(CbVector3f{0, 1, 0}));
+    const auto twice = [](const CbVector3f& direction) {
+        ZeCQuantizedNormalBinning binning;
+        for (int i = 0; i < 2; ++i) binning.Add(ZeCQuantizedNormal(direction));
+        return binning;
+    };
+    const auto mean = [](const auto& binning) {
+        return binning.ComputeMeanDirectionAboveThresholdCount(1);
+    };
+    const auto expectStored = [](const JawSemantics& jaw, const CbVector3f& occlusal,
+                                 const CbVector3f& extraoral, bool isUpToDate) {
+        const Bytes bytes = stored(jaw);
+        EXPECT_EQ(HexOf(Bytes(bytes.begin() + 4, bytes.begin() + 29)),
+                  HexOf(Stored([&](auto& stream) {
+                      stream << occlusal.x << occlusal.y << occlusal.z;
+                      stream << extraoral.x << extraoral.y << extraoral.z << isUpToDate;
+                  })));
+    };
+    const auto y = twice({0, 1, 0});
+    const auto x = twice({-1, 0, 0});
+    ZeCQuantizedNormalBinning once;
+    once.Add(ZeCQuantizedNormal(CbVector3f{0, 1, 0}));
+
     const auto jaw = CbMake<JawSemantics>();
-    jaw->SetOcclusalDirectionBinning(up);
+    expectStored(*jaw, {0, 0, -1}, {0, 0, 0}, false);
+    jaw->SetOcclusalDirectionBinning(once);
     EXPECT_EQ(jaw->GetOcclusalDirectionEstimate(), (CbVector3f{0, 0, -1})) << "one is not enough";
-    up.Add(ZeCQuantizedNormal(CbVector3f{0, 1, 0}));
-    jaw->SetExtraoralDirectionBinning(up);
-    EXPECT_NEAR(jaw->GetExtraoralDirectionEstimate().y, 1, 1e-3);
-    jaw->SetOcclusalDirectionBinning(up);
-    EXPECT_NEAR(jaw->GetOcclusalDirectionEstimate().y, 1, 1e-3);
+    jaw->SetExtraoralDirectionBinning(x);
+    EXPECT_EQ(jaw->GetExtraoralDirectionEstimate(), mean(x));
+    jaw->SetOcclusalDirectionBinning(y);
+    EXPECT_EQ(jaw->GetOcclusalDirectionEstimate(), mean(y));
+    expectStored(*jaw, mean(y), mean(x), true);
 
     Fill(*jaw);
-    EXPECT_EQ(TextOf(jaw->GetExtraoralDirectionEstimate()), "0.5 -0.25 1") << "as it was read";
-    jaw->SetOcclusalDirectionBinning(up);
-    EXPECT_EQ(TextOf(jaw->GetExtraoralDirectionEstimate()), "1 0 0") << "its histogram is empty";
-
-    // What has never been asked for is stored as it is: (0, 0, -1), (0, 0, 0), false.
-    const Bytes fresh = stored(*CbMake<JawSemantics>());
-    EXPECT_EQ(HexOf(Bytes(fresh.begin() + 4, fresh.begin() + 29)),
-              "00 00 00 00 00 00 00 00 00 00 80 bf 00 00 00 00\n00 00 00 00 00 00 00 00 00 ");
+    EXPECT_EQ(jaw->GetExtraoralDirectionEstimate(), (CbVector3f{0.5F, -0.25F, 1})) << "as read";
+    jaw->SetOcclusalDirectionBinning(y);
+    EXPECT_EQ(jaw->GetExtraoralDirectionEstimate(), (CbVector3f{1, 0, 0})) << "it has no histogram";
+    Fill(*jaw);
+    jaw->ResetAttribute();
+    expectStored(*jaw, {0, 0, -1}, {0.5F, -0.25F, 1}, false);
 }
 
 // Where a record's collection begins: behind the version, and a display mode.

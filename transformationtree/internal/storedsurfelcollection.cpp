@@ -21,21 +21,19 @@ void WriteSurfelCollection(CbStreamWriteBinary& stream, const CySurfelCollection
     stream.WriteBuffer(buffer.GetData(), buffer.GetCount());
 }
 
-CbSmartPointer<CySurfelCollectionBase>
-ReadSurfelCollection(CbStreamReadBinary& stream,
-                     const CbSmartPointer<CySurfelCollectionBase>& current)
+void ReadSurfelCollection(CbStreamReadBinary& stream,
+                          CbSmartPointer<CySurfelCollectionBase>& collection)
 {
     bool isPresent = false;
     stream >> isPresent;
-    if (!isPresent) return current;
+    if (!isPresent) return;
     CString className;
     std::uint32_t bytes = 0;
     stream >> className >> bytes;
-    auto collection = CbCreate<CySurfelCollectionBase>(className);
+    collection = CbCreate<CySurfelCollectionBase>(className);
     if (collection) {
         collection->Serialize(stream); // knows its own end
     } else {
         stream.Skip(bytes);
     }
-    return collection;
 }

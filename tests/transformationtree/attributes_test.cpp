@@ -239,9 +239,9 @@ TEST(AnImageArea, KeepsWhatAnOlderVersionDoesNotHave)
 
 TEST(TheJawsDirections, AreEstimatedAnewOnlyWhereAHistogramWasSet)
 {
-    const auto twice = [](const CbVector3f& direction) {
+    const auto normals = [](int count, const CbVector3f& direction) {
         ZeCQuantizedNormalBinning binning;
-        for (int i = 0; i < 2; ++i) binning.Add(ZeCQuantizedNormal(direction));
+        for (; count > 0; --count) binning.Add(ZeCQuantizedNormal(direction));
         return binning;
     };
     const auto mean = [](const auto& binning) {
@@ -256,14 +256,11 @@ TEST(TheJawsDirections, AreEstimatedAnewOnlyWhereAHistogramWasSet)
                       stream << extraoral.x << extraoral.y << extraoral.z << isUpToDate;
                   })));
     };
-    const auto y = twice({0, 1, 0});
-    const auto x = twice({-1, 0, 0});
-    ZeCQuantizedNormalBinning once;
-    once.Add(ZeCQuantizedNormal(CbVector3f{0, 1, 0}));
-
+    const auto x = normals(2, {-1, 0, 0});
+    const auto y = normals(2, {0, 1, 0});
     const auto jaw = CbMake<JawSemantics>();
     expectStored(*jaw, {0, 0, -1}, {0, 0, 0}, false);
-    jaw->SetOcclusalDirectionBinning(once);
+    jaw->SetOcclusalDirectionBinning(normals(1, {0, 1, 0}));
     EXPECT_EQ(jaw->GetOcclusalDirectionEstimate(), (CbVector3f{0, 0, -1})) << "one is not enough";
     jaw->SetExtraoralDirectionBinning(x);
     EXPECT_EQ(jaw->GetExtraoralDirectionEstimate(), mean(x));

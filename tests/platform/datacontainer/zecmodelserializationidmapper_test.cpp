@@ -2,10 +2,12 @@
 #include "platform/base/cbexceptionwrongfileversion.h"
 #include "platform/datacontainer/qmt_depthimage.h"
 #include "platform/datacontainer/zecmodelserializationidmapper.h"
+#include "platform/datatree/cynode.h"
 #include "tests/platform/datacontainer/surfels.h"
 #include "tests/support/storedbytes.h"
 
 #include <cstring>
+#include <typeinfo>
 
 namespace
 {
@@ -76,6 +78,11 @@ TEST_F(StoredModels, ComeBackAsAWholeAndAreFoundByTheirIds)
     const Model model = CbMake<ZeCModelQMT>();
     const CbSmartPointer<IObject> clone(model->GetRTTI().getClone()(*model));
     EXPECT_NE(CbDynamicPointerCast<ZeCModelQMT>(clone)->GetID(), model->GetID());
+    const auto surfels = CbMake<ZeCSurfelCollectionQMT>();
+    EXPECT_THROW(ZeCSurfelCollectionQMT::CloneByFactory(*model), std::bad_cast);
+    EXPECT_THROW(ZeCModelQMT::CloneByFactory(*surfels), std::bad_cast);
+    EXPECT_THROW(QMT_DepthImage::CloneByFactory(*model), std::bad_cast) << "only a base of it";
+    EXPECT_THROW(CyNode::CloneByFactory(*model), std::bad_cast);
     const Bytes reference = Stored([&](auto& stream) {
         mapper().WriteModelByReference(stream, model);
         mapper().WriteModelByReference(stream, nullptr);

@@ -154,12 +154,16 @@ public:
     /// would one after the other, but in one pass. The fathers that they leave, each renewed once,
     /// also lose null entries and those whose node belongs to another father by now.
     /// Throws: CbException also for a node that is named twice.
-    /// Cost: linear in the numbers of children of the fathers, but for sorting the nodes.
+    /// Cost: linear in the numbers of nodes, of children that stay with the fathers they leave, of
+    /// nodes that come into the data manager or go out of it, and of levels above the new father,
+    /// but for sorting nodes and levels. Where a node at or above the new father was exchanged,
+    /// each inner node is searched for among the levels, and below it for the new father.
     void MoveNodes(const Inner& newFather, const std::vector<Node>& nodes);
     /// Gives a father these children, and no others: they move there as by MoveNodes(), from
     /// anywhere, and what else stands below the father is taken apart as by DeleteChildren().
     /// Nothing happens where there were no children and are to be none.
-    /// Cost: linear in the number of nodes below the father, each searched for among the children.
+    /// Cost: as MoveNodes(), and linear in the number of nodes below the father, each of which is
+    /// searched for among the sorted children.
     void ReplaceChildren(const Inner& father, const std::vector<Node>& children);
     /// Registers a subtree and brings it into the data manager below the father of its top, where
     /// that is in it. Null changes nothing.
@@ -272,8 +276,8 @@ private:
     /// @param others what happens to all else that stands below the father
     void moveNodes(const Inner& newFather, const std::vector<Node>& nodes, EOthers others,
                    const char* function);
-    /// Takes nodes from the lists of their fathers, which are these, and gives them a new one,
-    /// which does not list them yet.
+    /// Takes sorted nodes from the lists of their fathers, which are these, and gives them a new
+    /// one, which does not list them yet.
     static void relink(const Nodes& nodes, const std::vector<Inner>& oldFathers,
                        const Inner& newFather);
     /// Inserts and links a child that has no father.
@@ -287,9 +291,12 @@ private:
     static void cutLinks(const Node& node);
     /// True where the children's lists lead from @p top to @p node.
     [[nodiscard]] static bool leadsTo(const ZeCTransformationNodeInner& top, const Inner& node);
+    /// The node and those above it, sorted; empty where entries may list one of them elsewhere.
+    [[nodiscard]] static Nodes collectUpwards(const Inner& node);
     /// Throws, from the given place, where a child may not come below a father.
+    /// @param atOrAboveFather see collectUpwards(); empty to find out for this child alone
     void requireInsertable(const Inner& father, const Node& child, const char* file, unsigned line,
-                           const char* function) const;
+                           const char* function, const Nodes& atOrAboveFather = {}) const;
 
     // Checking. The section is left alone, as IsValid() says.
     CheckReturn checkIsNodeConsistent(const ConstNode& node) const;

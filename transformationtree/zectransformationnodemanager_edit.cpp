@@ -8,20 +8,12 @@
 
 #include <algorithm>
 #include <functional>
-#include <iterator>
 #include <utility>
 
 namespace
 {
 
 constexpr unsigned int c_allRevisions = 0xFFFFFFFF;
-
-// True where `node` is `top` or stands below it.
-bool isAtOrBelow(CbSmartPointer<const ZeCTransformationNode> node, const ZeCTransformationNode& top)
-{
-    while (node && node.Get() != &top) node = node->GetFather();
-    return node != nullptr;
-}
 
 // The index of an entry in a father's children; their number where there is none.
 std::size_t indexOf(const ZeCTransformationNodeInner& father,
@@ -36,6 +28,11 @@ bool hasChildren(const ZeCTransformationNode& node)
            static_cast<const ZeCTransformationNodeInner&>(node).GetNrChildren() != 0;
 }
 
+bool contains(const std::vector<ZeCTransformationNode*>& sorted, const ZeCTransformationNode* node)
+{
+    return std::binary_search(sorted.begin(), sorted.end(), node, std::less<>{});
+}
+
 // The nodes below a father, but for some, sorted ones, with what is below them; children before
 // their father.
 std::vector<CbSmartPointer<ZeCTransformationNode>>
@@ -45,9 +42,7 @@ collectBelow(ZeCTransformationNodeInner& father, const std::vector<ZeCTransforma
     WalkBelow<EDirection::Backward>(
         father, [&](ZeCTransformationNode& child, const ZeCTransformationNodeInner& above) {
             if (!child.IsChildOf(above)) return EVisit::Skip;
-            if (std::binary_search(leftOut.begin(), leftOut.end(), &child, std::less<>{})) {
-                return EVisit::Skip;
-            }
+            if (contains(leftOut, &child)) return EVisit::Skip;
             nodes.emplace_back(&child);
             return EVisit::Enter;
         });
@@ -75,11 +70,12 @@ void append(std::vector<T>& to, const std::vector<T>& more)
     to.insert(to.end(), more.begin(), more.end());
 }
 
-// Makes room for one more child, so that the next insertion can't fail.
-void reserveOneMore(ZeCTransformationNodeInner::Children& children)
+// Makes room for more children, so that their insertion can't fail.
+void reserveMore(ZeCTransformationNodeInner::Children& children, std::size_t number)
 {
-    if (children.size() == children.capacity()) {
-        children.reserve(std::max<std::size_t>(4, 2 * children.capacity()));
+    const std::size_t needed = children.size() + number;
+    if (needed > children.capacity()) {
+        children.reserve(std::max<std::size_t>({4, 2 * children.capacity(), needed}));
     }
 }
 
@@ -102,7 +98,8 @@ bool ZeCTransformationNodeManager::leadsTo(const ZeCTransformationNodeInner& top
 
 void ZeCTransformationNodeManager::requireInsertable(const Inner& father, const Node& child,
                                                      const char* file, unsigned line,
-                                                     const char* function) const
+                                                     const char* function,
+                                                     const Nodes& atOrAboveFather) const
 {
     const auto require = [&](bool condition, const char* otherwise) {
         if (!condition) throw CbException(file, line, function, otherwise);
@@ -112,10 +109,25 @@ void ZeCTransformationNodeManager::requireInsertable(const Inner& father, const 
     if (child->IsLeaf()) return;
     require(child != father, "the node would be its own father");
     const auto& inner = static_cast<const ZeCTransformationNodeInner&>(*child);
+    const auto wouldBeBelowItself = [&] {
+        if (atOrAboveFather.empty()) return leadsTo(inner, father);
+        return contains(atOrAboveFather, child.Get());
+    };
     // Nothing can stand below a childless node, so deep chains are built without looking up.
-    require(inner.GetNrChildren() == 0 || !leadsTo(inner, father),
+    require(inner.GetNrChildren() == 0 || !wouldBeBelowItself(),
             "the node would stand below itself");
     require(&inner != rootAddress_.load(), "the manager's root can't be a child");
+}
+
+ZeCTransformationNodeManager::Nodes ZeCTransformationNodeManager::collectUpwards(const Inner& node)
+{
+    Nodes nodes;
+    for (Inner above = node; above; above = above->GetFather()) {
+        if (above->mayBeStale()) return {};
+        nodes.push_back(above.Get());
+    }
+    std::sort(nodes.begin(), nodes.end(), std::less<>{});
+    return nodes;
 }
 
 void ZeCTransformationNodeManager::eraseStaleEntry(ZeCTransformationNodeInner& father,
@@ -174,7 +186,10 @@ void ZeCTransformationNodeManager::AppendChild(const Inner& father, const Node& 
 void ZeCTransformationNodeManager::RemoveChild(const Inner& father, const Node& child)
 {
     if (!father) return;
-    const auto position = std::as_const(*father).FindChild(child);
+    // The last one is found at once, for whoever takes children away from the back.
+    const bool last = child && child == father->BackChild();
+    const auto& children = std::as_const(*father);
+    const auto position = last ? children.LastChild() : children.FindChild(child);
     if (position != std::as_const(*father).EndChild()) removeChild(father, position);
 }
 
@@ -218,7 +233,7 @@ void ZeCTransformationNodeManager::putInPlace(const Inner& father, const Node& o
     if (index == father->children_.size() || child == old) return;
     requireInsertable(father, child, __FILE__, __LINE__, function);
     const bool own = old && old->IsChildOf(*father);
-    if (child->IsChildOf(*father) || (replace && own && isAtOrBelow(child, *old))) {
+    if (child->IsChildOf(*father) || (replace && own && IsAtOrBelow(*child, *old))) {
         throw CbException(__FILE__, __LINE__, function,
                           "the new child is the father's already, or below the old child");
     }
@@ -265,7 +280,7 @@ void ZeCTransformationNodeManager::MoveNode(const Inner& newFather, const Node& 
     const Nodes added = comesIn ? CollectPreOrder(*node) : Nodes{};
     WriteHandle handle = managed && !comesIn ? GetWriteHandle(node) : WriteHandle();
     const std::size_t oldIndex = oldFather ? indexOf(*oldFather, node) : 0;
-    if (!stays) reserveOneMore(newFather->children_);
+    if (!stays) reserveMore(newFather->children_, 1);
 
     if (oldFather && managed) {
         auto& children = oldFather->children_;
@@ -313,7 +328,12 @@ void ZeCTransformationNodeManager::moveNodes(const Inner& newFather, const std::
     auto& children = father->children_;
     const bool drop = others == EOthers::Drop;
     if (nodes.empty() && (!drop || children.empty())) return;
-    for (const Node& node : nodes) requireInsertable(father, node, __FILE__, __LINE__, function);
+    const bool anyHasChildren = std::any_of(
+        nodes.begin(), nodes.end(), [](const Node& node) { return node && hasChildren(*node); });
+    const Nodes atOrAboveFather = anyHasChildren ? collectUpwards(father) : Nodes{};
+    for (const Node& node : nodes) {
+        requireInsertable(father, node, __FILE__, __LINE__, function, atOrAboveFather);
+    }
     // By address, which is quicker where nodes lie scattered.
     Nodes sorted;
     sorted.reserve(nodes.size());
@@ -332,15 +352,17 @@ void ZeCTransformationNodeManager::moveNodes(const Inner& newFather, const std::
     }
     const auto oldFathers = distinctFathers(sorted);
     const auto dropped = drop ? collectBelow(*father, sorted) : std::vector<Node>{};
-    ZeCTransformationNodeInner::Children entries;
-    entries.reserve((drop ? 0 : children.size()) + nodes.size());
+    auto entries = drop ? nodes : ZeCTransformationNodeInner::Children{};
+    if (!drop) reserveMore(children, nodes.size());
     (void)GetWriteHandle(father); // a thread's first handle needs memory too
 
     removeNodesFromDataManager(leaving, false);
     relink(sorted, oldFathers, father);
-    if (!drop) std::move(children.begin(), children.end(), std::back_inserter(entries));
-    append(entries, nodes);
-    entries.swap(children); // old ones go when the edit is done
+    if (drop) {
+        entries.swap(children); // old ones go when the edit is done
+    } else {
+        append(children, nodes);
+    }
     if (managed) {
         for (const Node& node : nodes) {
             WriteHandle handle = GetWriteHandle(node); // empty for a node that comes in
@@ -359,11 +381,11 @@ void ZeCTransformationNodeManager::moveNodes(const Inner& newFather, const std::
 void ZeCTransformationNodeManager::relink(const Nodes& nodes, const std::vector<Inner>& oldFathers,
                                           const Inner& newFather)
 {
-    for (ZeCTransformationNode* const node : nodes) {
-        std::size_t index = 0;
-        eraseStaleEntry(*newFather, *node, index);
-        node->setFather(nullptr);
+    if (std::any_of(nodes.begin(), nodes.end(), [](auto* node) { return node->mayBeStale(); })) {
+        std::erase_if(newFather->children_,
+                      [&](const Node& child) { return contains(nodes, child.Get()); });
     }
+    for (ZeCTransformationNode* const node : nodes) node->setFather(nullptr);
     for (const Inner& father : oldFathers) {
         std::erase_if(father->children_,
                       [&](const Node& child) { return !child || !child->IsChildOf(*father); });

@@ -94,21 +94,24 @@ public:
     /// @}
 
     /// @name Restructuring
-    /// Leaves keep their poses relative to the top of what is restructured. Null entries, and those
-    /// whose node has another father by now, take no part: they go with the lists they stand in.
+    /// Leaves keep their poses relative to the top of what is restructured. But for CopySubtree(),
+    /// null entries, and those whose node has another father by now, take no part: they go with the
+    /// lists they stand in.
     /// @{
 
     /// Moves the children of a node to the end of another's, in their order, and removes the node.
     /// A child's transformation R becomes R followed by @p sourceToTarget, which leads from the
     /// source's frame into the target's; the identity leaves it as it is, bit by bit. The target's
-    /// cached model is dropped; those of the nodes above it are not.
+    /// cached model is dropped; those of the nodes above it are not. The target's revisions become
+    /// newer than the children's.
     ///
     /// Nothing happens where either is null, which is what a leaf casts to, or has no leaf below
     /// it, where one is in the data manager and the other is not, and where the target is the
     /// source or below it.
     /// Messages, if @p postMessages is set: each child moved, the source removed, and the target's
     /// model outdated if there was one. Locks: target, source and the source's father.
-    /// Cost: linear in the numbers of children of both.
+    /// Cost: linear in the numbers of the source's children and siblings and of levels above the
+    /// target, over many merges into one target, too; and finding a leaf below either.
     void MergeInnerNodes(const Inner& source, const Inner& target,
                          const CbMatrix4Rd& sourceToTarget, bool postMessages);
     /// Returns a copy of a node with everything below it: new nodes with new ids, registered until
@@ -120,7 +123,8 @@ public:
     /// function that gives one. With PropertiesAndModel inner nodes share the cached models in any
     /// case, so that a new description of one of them shows in both. Entries whose node has another
     /// father by now are copied like others, since walks enter them; null ones are left out.
-    /// Messages: none. Locks: a read handle on @p node suffices.
+    /// Messages: none. Locks: a read handle on @p node suffices. Cost: linear in the number of
+    /// nodes.
     /// @param copyToSource receives, for each copy, the node it was made from; may be null
     [[nodiscard]] Node CopySubtree(const ConstNode& node,
                                    ZeCTransformationNode::EAttributesToCopy attributesToCopy,
@@ -141,14 +145,18 @@ public:
     /// Throws: CbException for null, for @p maxChildren below 1, and for 1 where there is more than
     /// one leaf; CyExceptionNotInvertible where the accumulated transformation of a leaf's father
     /// is singular.
+    /// Cost: linear in the number of nodes below @p root, but for sorting its new children.
     void NormalizeTreeStructure(const Inner& root, int maxChildren, bool postMessages);
     /// Makes all leaves below a node its children, in the order in which their models were scanned:
     /// by acquisition sequence number, leaves without model last, equal ones by their ids. All
-    /// inner nodes below it are removed; its own cached model stays.
+    /// inner nodes below it are removed; its own cached model stays. Its revisions become newer
+    /// than the leaves'.
     /// Messages, if @p postMessages is set: each leaf moved; then, for each inner node in the order
     /// of a walk, those of RemoveSubtree(). A node that has gone with one above it is told again by
     /// itself, without father. Locks: @p root.
     /// Throws: CbException for null; CyExceptionNotInvertible as NormalizeTreeStructure().
+    /// Cost: linear in the number of nodes below @p root, but for sorting the leaves, among which
+    /// the nodes are searched for.
     void CollapseAll(const Inner& root, bool postMessages);
     /// @}
 

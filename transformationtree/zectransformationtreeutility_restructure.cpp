@@ -22,6 +22,8 @@ namespace
 using EModified = ZeCMessageTreeStructureModified::EModificationType;
 using Utility = ZeCTransformationTreeUtility;
 
+constexpr unsigned int c_allRevisions = 0xFFFFFFFF;
+
 // The children that are the node's own.
 std::vector<Utility::Node> ownChildren(const ZeCTransformationNodeInner& node)
 {
@@ -48,18 +50,24 @@ struct PosedLeaf
     CbMatrix4Rd toRoot;
 };
 
+// Tells entries whose node has another father by now.
+struct OwnershipIterator : ZeCTransformationNode::ZeNNodeIterator
+{
+    explicit OwnershipIterator(const ZeNNodeIterator& position) : ZeNNodeIterator(position) {}
+
+    [[nodiscard]] bool IsOnStaleEntry() const { return !topNode().IsChildOf(topFather()); }
+};
+
 // The leaves below a root, in the order of a walk.
 std::vector<PosedLeaf> collectLeaves(const ZeCTransformationNodeInner& root)
 {
     std::vector<PosedLeaf> leaves;
-    for (auto position = ++root.BeginNode(); position;) {
-        const ZeCTransformationNode& node = position.Borrow().node;
-        const auto father = position.GetFather();
-        if (!node.IsChildOf(static_cast<const ZeCTransformationNodeInner&>(*father))) {
+    for (OwnershipIterator position(++root.BeginNode()); position;) {
+        if (position.IsOnStaleEntry()) {
             position.IncrementToNextSibling();
             continue;
         }
-        if (node.IsLeaf()) {
+        if (position.Borrow().node.IsLeaf()) {
             const auto posed = *position;
             leaves.push_back({posed.GetLeafNode(), posed.GetTrafo()});
         }
@@ -81,18 +89,12 @@ std::vector<Utility::Node> sortedByScan(const std::vector<PosedLeaf>& leaves)
     return sorted;
 }
 
-bool isAtOrBelow(Utility::Inner node, const Utility::Inner& top)
-{
-    while (node && node != top) node = node->GetFather();
-    return node != nullptr;
-}
-
 bool canMerge(const Utility::Inner& source, const Utility::Inner& target)
 {
     using Manager = ZeCTransformationNodeManager;
     return source && target && !target->EmptyLeafs() && !source->EmptyLeafs() &&
            Manager::IsNodeInDataManager(target) == Manager::IsNodeInDataManager(source) &&
-           !isAtOrBelow(target, source);
+           !IsAtOrBelow(*target, *source);
 }
 
 // A clone of a model, or the model itself where it can't be cloned.
@@ -145,13 +147,19 @@ void ZeCTransformationTreeUtility::MergeInnerNodes(const Inner& source, const In
     }
 
     auto& manager = getNodeManager();
-    manager.MoveNodes(target, children); // fails, if at all, before anything has changed
+    // Fails, if at all, before anything has changed.
+    if (children.empty()) {
+        manager.DeleteChildren(source); // only entries of nodes that are not its own
+    } else {
+        manager.MoveNodes(target, children);
+    }
     // No product with the identity: it would turn -0.0 into 0.0.
     const bool isIdentity = trafo == c_matIdentityD;
     for (const Node& child : children) {
         const CbMatrix4Rd& relative = child->GetRelativeTrafo();
         child->SetRelativeTrafo(isIdentity ? relative : Compose(relative, trafo));
     }
+    target->NewNodeRevision(c_allRevisions); // newer than the children
     manager.RemoveChild(sourceFather, source);
     manager.DeleteNode(source);
     if (outdated) target->DeleteModel();
@@ -263,5 +271,6 @@ void ZeCTransformationTreeUtility::CollapseAll(const Inner& root, bool postMessa
 
     getNodeManager().ReplaceChildren(root, sorted);
     for (const auto& [leaf, toRoot] : leaves) leaf->SetRelativeTrafo(toRoot);
+    root->NewNodeRevision(c_allRevisions); // newer than the leaves
     messages.Post();
 }

@@ -20,6 +20,16 @@ enum class EDirection
     Backward
 };
 
+/// True where @p node is @p top or stands below it.
+[[nodiscard]] inline bool IsAtOrBelow(const ZeCTransformationNode& node,
+                                      const ZeCTransformationNode& top)
+{
+    if (&node == &top) return true;
+    auto above = node.GetFather();
+    while (above && above.Get() != &top) above = above->GetFather();
+    return above != nullptr;
+}
+
 /// Visits the nodes below @p top depth-first, fathers before children, without transformations and
 /// without recursion. @p visit gets each node, and the inner node that lists it, and returns an
 /// EVisit. Null children are passed over.

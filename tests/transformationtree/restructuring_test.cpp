@@ -58,6 +58,8 @@ protected:
             const bool managed = round % 2 == 0;
             root_ = managed ? manager().CreateRootNode() : manager().CreateInnerNode();
             build(1 + number(60));
+            rootModel_ = number(2) == 0 ? CbMake<ZeCModelQMT>() : nullptr;
+            if (rootModel_) root_->SetModel(rootModel_, 7);
             if (managed) handle_ = manager().GetWriteHandle(root_);
             EXPECT_EQ(manager().TryLock(), managed);
             EXPECT_TRUE(manager().IsValid());
@@ -82,7 +84,9 @@ protected:
             model->SetAcquireSequenceNumber(number(8));
             const Inner father = number(3) == 0 ? inner_.back() : inner_[number(inner_.size())];
             if (number(5) < 3) {
-                nodes_.emplace_back(manager().CreateLeafNode(number(4) != 0 ? model : nullptr));
+                const Leaf leaf = manager().CreateLeafNode(number(4) != 0 ? model : nullptr);
+                leaf->SetIsNewEntryScan(true);
+                nodes_.emplace_back(leaf);
                 const auto attribute = CbMake<Attribute>();
                 attribute->SetOptimizationLoopCount(i);
                 nodes_.back()->SetAttribute(attribute);
@@ -97,14 +101,16 @@ protected:
             manager().AppendChild(father, nodes_.back());
         }
     }
-    // The leaves' poses relative to the root, by what else they keep.
-    [[nodiscard]] std::map<std::string, CbMatrix4Rd> poses() const
+    // The leaves' models and poses relative to the root, by what else they keep.
+    using Poses = std::map<std::string, std::pair<Model, CbMatrix4Rd>>;
+    [[nodiscard]] Poses poses() const
     {
-        std::map<std::string, CbMatrix4Rd> poses;
+        Poses poses;
         for (const auto& [leaf, toRoot] : root_->Leaves()) {
             const auto attribute = leaf.GetAllAttributes().GetAttribute<Attribute>();
             poses[leaf.GetDescription().ToUtf8() + (leaf.IsVisible() ? "+" : "-") +
-                  std::to_string(attribute->GetOptimizationLoopCount())] = toRoot;
+                  std::to_string(attribute->GetOptimizationLoopCount())] = {leaf.GetModel(),
+                                                                            toRoot};
         }
         return poses;
     }
@@ -116,10 +122,14 @@ protected:
         EXPECT_EQ(recorder_.Take(), messages);
         const auto now = poses();
         EXPECT_EQ(now.size(), poses_.size());
-        for (const auto& [name, pose] : poses_) {
+        for (const auto& [name, leaf] : poses_) {
             ASSERT_TRUE(now.contains(name)) << name;
-            EXPECT_THAT(now.at(name), IsNear(pose, tolerance)) << name;
+            EXPECT_EQ(now.at(name).first, leaf.first) << name;
+            EXPECT_THAT(now.at(name).second, IsNear(leaf.second, tolerance)) << name;
         }
+        const Model model = naiveRoot_->star.empty() ? nullptr : rootModel_;
+        EXPECT_EQ(root_->GetModel(), model);
+        EXPECT_EQ(root_->GetModelRevision(), model ? 7 : -1);
         EXPECT_TRUE(manager().IsValid());
         std::set<const ZeCTransformationNode*> left;
         for (const auto& [node, trafo] : root_->Nodes()) left.insert(&node);
@@ -129,6 +139,18 @@ protected:
             EXPECT_EQ(manager().GetNodeByID(node->GetID()) == node, stays);
             EXPECT_TRUE(stays || (!node->GetFather() && !manager().IsNodeInDataManager(node)));
         }
+    }
+
+    // The nodes with newer revisions of their models (m) and transformations (t).
+    static std::string renewed(const Scenario& tree, long long since)
+    {
+        std::string text;
+        for (const auto& [name, node] : tree.GetNodes()) {
+            const bool model = node->GetNodeRevision(1) > since;
+            const bool trafo = node->GetNodeRevision(2) > since;
+            if (model || trafo) text += name + (model ? ":m" : ":") + (trafo ? "t " : " ");
+        }
+        return text;
     }
 
     std::mt19937 random_{20240805};
@@ -141,7 +163,8 @@ protected:
     std::vector<Inner> inner_;
     NaiveUtility naive_;
     NaiveTreeNode* naiveRoot_ = nullptr;
-    std::map<std::string, CbMatrix4Rd> poses_;
+    Model rootModel_;
+    Poses poses_;
 };
 
 TEST_F(Restructuring, MergesAsStepByStep)
@@ -178,13 +201,13 @@ TEST_F(Restructuring, NormalisesAsStepByStep)
             EXPECT_THROW(utility_.NormalizeTreeStructure(root_, 1, tell_), CbException);
             return;
         }
-        naiveRoot_->star = "*";
-        root_->SetModel(CbMake<ZeCModelQMT>(), 7);
         naive_.Normalize(naiveRoot_, fanOut);
         utility_.NormalizeTreeStructure(root_, static_cast<int>(fanOut), tell_);
         for (const auto& [inner, trafo] : root_->InnerNodes()) {
             EXPECT_LE(inner.GetNrChildren(), fanOut);
         }
+        for (const auto& [leaf, trafo] : root_->Leaves()) EXPECT_FALSE(leaf.IsNewEntryScan());
+        for (const Node& node : nodes_) node->ResetAttributes(); // the new leaves have clones
     });
 }
 
@@ -299,14 +322,28 @@ TEST_F(Restructuring, MergesBySourceToTarget)
     const CbMatrix4Rd c = RandomSparse(random_);
     tree["b"]->SetRelativeTrafo(b);
     tree["c"]->SetRelativeTrafo(c);
+    const auto since = TestAccess::NextGlobalNodeRevision();
     utility_.MergeInnerNodes(tree.GetInner("a"), tree.GetInner("d"), c_matIdentityD, false);
     EXPECT_EQ(Describe(*tree.GetRoot()), "root(d(e, b, c), f(g))");
+    EXPECT_EQ(renewed(tree, since), "a:mt b:t c:t d:mt root:mt ");
+    EXPECT_GT(tree["d"]->GetNodeRevision(1), tree["c"]->GetNodeRevision(2));
     EXPECT_THAT(tree["c"]->GetRelativeTrafo(), HasBitsOf(c));
     // A matrix that is changed by the merge itself.
     utility_.MergeInnerNodes(tree.GetInner("d"), tree.GetInner("f"), tree["b"]->GetRelativeTrafo(),
                              false);
     EXPECT_THAT(tree["b"]->GetRelativeTrafo(), HasBitsOf(Compose(b, b)));
     EXPECT_THAT(tree["c"]->GetRelativeTrafo(), HasBitsOf(Compose(c, b)));
+}
+
+TEST_F(Restructuring, RenewsTheRootOfCollapsedLeavesLast)
+{
+    const Scenario tree("top(root(a(b, c(d)), e))");
+    const auto since = TestAccess::NextGlobalNodeRevision();
+    utility_.CollapseAll(tree.GetInner("root"), false);
+    EXPECT_EQ(renewed(tree, since), "a:mt b:t c:mt d:t e:t root:mt ");
+    for (const char* leaf : {"b", "d", "e"}) {
+        EXPECT_GT(tree["root"]->GetNodeRevision(1), tree[leaf]->GetNodeRevision(2));
+    }
 }
 
 // A place that a node has left for another father, and null entries.
@@ -321,6 +358,7 @@ TEST_F(Restructuring, LeavesNodesWithTheirFathers)
     TestAccess::Children(*tree.GetInner("e")).push_back(tree["b"]); // walks find a leaf there
     utility_.MergeInnerNodes(tree.GetInner("e"), tree.GetInner("h"), Shift(1, 2, 3), true);
     EXPECT_EQ(Describe(*tree.GetRoot()), "root(a(b(c, null), d), h(f(g)))");
+    EXPECT_EQ(Describe(*tree["e"]), "e()");
     EXPECT_EQ(recorder_.Take(), Texts{"structure e < root 2"});
     EXPECT_EQ(tree["f"]->GetRelativeTrafo(), c_matIdentityD);
 
@@ -332,6 +370,15 @@ TEST_F(Restructuring, LeavesNodesWithTheirFathers)
     tree = build();
     utility_.NormalizeTreeStructure(tree.GetRootInner(), 2, false);
     EXPECT_EQ(Describe(*tree.GetRoot()), "root(ClusterDummy(c, d), Inner(g))");
+
+    tree = build();
+    EXPECT_EQ(Describe(*utility_.CopySubtree(tree["e"], EWhat::Properties, nullptr, false)),
+              "e(f(g))");
+    for (const char* above : {"h", "e"}) { // both lead to it
+        EXPECT_THROW(manager().MoveNodes(tree.GetInner("f"), {tree[above]}), CbException);
+    }
+    manager().MoveNodes(tree.GetInner("e"), {tree["f"], tree["c"]});
+    EXPECT_EQ(Describe(*tree.GetRoot()), "root(a(b(), d), e(null, f(g), c), h())");
 }
 
 TEST_F(Restructuring, MovesManyNodesAtOnce)
@@ -347,10 +394,13 @@ TEST_F(Restructuring, MovesManyNodesAtOnce)
         EXPECT_THROW(manager().MoveNodes(a, nodes), CbException);
         EXPECT_THROW(manager().ReplaceChildren(a, nodes), CbException);
     }
+    EXPECT_THROW(manager().MoveNodes(tree.GetInner("c"), {tree["f"], a}), CbException);
     EXPECT_THROW(manager().MoveNodes(nullptr, {}), CbException);
     EXPECT_EQ(describe(), "root(a(b, c(d)), e(f))top(x(y), z)");
 
+    const auto since = TestAccess::NextGlobalNodeRevision();
     manager().MoveNodes(a, {loose["x"], tree["f"], tree["b"]}); // in, across and to the end
+    EXPECT_EQ(renewed(tree, since) + renewed(loose, since), "a:mt e:mt top:mt ");
     EXPECT_EQ(describe(), "root(a(c(d), x(y), f, b), e())top(z)");
     EXPECT_TRUE(manager().IsNodeInDataManager(loose["y"]));
     manager().ReplaceChildren(loose.GetRootInner(), {tree["d"], tree["e"]}); // out

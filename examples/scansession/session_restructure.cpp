@@ -37,15 +37,12 @@ void Session::JoinClusters()
             target = source;
             continue;
         }
-        if (HasScans(SessionTree::GetCollectorNode(cluster)) ||
-            HasScans(SessionTree::GetClipboardNode(cluster))) {
-            continue;
-        }
+        if (cluster->GetNrLeafNodes() != source->GetNrLeafNodes()) continue; // others beside it
         CbMatrix4Rd rootToTarget = target->GetRelativeTrafo(root);
         CbMatrixInternal::Invert(rootToTarget);
         const auto sourceToTarget = Compose(source->GetRelativeTrafo(root), rootToTarget);
         Utility().MergeInnerNodes(source, target, sourceToTarget, true);
-        Utility().RemoveSubtree(cluster, true);
+        if (cluster->EmptyLeafs()) Utility().RemoveSubtree(cluster, true);
     }
 }
 

@@ -161,6 +161,15 @@ TEST_F(Scansession, GivesTheTreeAnotherShapeWithoutChangingTheResult)
         const auto root = sessionfile::LoadSession(Folder() / "a.session");
         EXPECT_THAT(Describe(*root), HasSubstr(shape));
     }
+    // A scan in the place of a collector.
+    const auto file = (Folder() / "a.session").string();
+    const Scenario tree("Root(Model(Cluster 0(Optimizer(a*), Collector(), Clipboard()), "
+                        "Cluster 1(second(b*), c*, last())))");
+    tree["second"]->SetDescription(CB_TEXT("Optimizer"));
+    sessionfile::SaveSession(file, tree.GetRootInner());
+    const auto result = Run({"--load", file, "--merge-clusters", "--save", file});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(Describe(*sessionfile::LoadSession(file)), Describe(*tree.GetRoot()));
 }
 
 TEST_F(Scansession, GoesOnFromASavedSession)

@@ -83,6 +83,7 @@ constexpr GrowthGoal c_growthGoals[] = {
     {"remove/wide", &RatioResult::ns, "time", 4},
     {"remove/wide/outside", &RatioResult::ns, "time", 4},
     {"restructure/merge", &RatioResult::ns, "time", 4},
+    {"restructure/merge/many", &RatioResult::ns, "time", 4},
     {"restructure/copy", &RatioResult::ns, "time", 4},
     {"restructure/normalize", &RatioResult::ns, "time", 4},
     {"restructure/collapse", &RatioResult::ns, "time", 4},

@@ -42,6 +42,16 @@ std::vector<int> balanced(std::size_t leaves)
 
 std::vector<int> flat(std::size_t leaves) { return OneFather(leaves + 1); }
 
+// 16 leaves for each child of the top.
+std::vector<int> small(std::size_t leaves)
+{
+    std::vector<int> fathers{-1};
+    for (std::size_t left = leaves; left > 0; left -= std::min(c_fanOut, left)) {
+        addSubtree(fathers, 0, std::min(c_fanOut, left));
+    }
+    return fathers;
+}
+
 // A root with two children: the tree to restructure, and a small one beside it.
 class Place
 {
@@ -63,6 +73,16 @@ public:
     {
         const auto lock = lockRoot();
         utility_.MergeInnerNodes(tree(), child(1), SomeTrafo(1), false);
+    }
+    void MergeMany()
+    {
+        const auto lock = lockRoot();
+        const auto top = tree();
+        const std::vector<Utility::Node> sources(top->BeginChild(), top->EndChild());
+        for (const auto& source : sources) {
+            utility_.MergeInnerNodes(CbStaticPointerCast<ZeCTransformationNodeInner>(source),
+                                     child(1), SomeTrafo(1), false);
+        }
     }
     void Copy()
     {
@@ -131,6 +151,8 @@ std::vector<RatioBenchmark> RestructureBenchmarks()
             benchmarks.push_back(
                 restructureBenchmark(std::string(work) + "/flat", leaves, flat, edit));
         }
+        benchmarks.push_back(
+            restructureBenchmark("restructure/merge/many", leaves, small, &Place::MergeMany));
     }
     return benchmarks;
 }

@@ -30,12 +30,17 @@ double quantile(std::vector<double> values, double part)
     return values[static_cast<std::size_t>(part * static_cast<double>(values.size() - 1))];
 }
 
-// So many repetitions that one run lasts long enough to be timed.
+// So many repetitions that one run lasts long enough to be timed; fewer where what comes before
+// each of them takes much longer.
 int repetitionsFor(const Work& work, const Work& before)
 {
-    constexpr double shortest = 0.01; // seconds
-    const double once = secondsOf(work, before, 1);
-    return once >= shortest ? 1 : static_cast<int>(std::min(1e6, shortest / std::max(once, 1e-8)));
+    constexpr double c_shortest = 0.01; // seconds
+    constexpr double c_longest = 0.2;   // with what comes before
+    const auto start = std::chrono::steady_clock::now();
+    const double once = std::max(secondsOf(work, before, 1), 1e-8);
+    const std::chrono::duration<double> whole = std::chrono::steady_clock::now() - start;
+    const double most = before ? c_longest / whole.count() : 1e6;
+    return static_cast<int>(std::clamp(c_shortest / once, 1.0, std::max(1.0, most)));
 }
 
 } // namespace

@@ -16,7 +16,9 @@
 class PLATFORM_API ZeARTTIAttributeContainer
 {
 public:
+    /// In the order of their first insertion; none is null.
     using Attributes = std::vector<CbSmartPointer<ZeARTTIAttribute>>;
+    /// Records of exact types.
     using TypeList = std::vector<const CbRTTI*>;
 
     ZeARTTIAttributeContainer() = default;
@@ -34,6 +36,7 @@ public:
     /// Returns the types held, in order.
     [[nodiscard]] TypeList GetTypes() const;
 
+    /// Number of attributes, and whether there are none.
     [[nodiscard]] std::size_t size() const noexcept { return list().size(); }
     [[nodiscard]] bool IsEmpty() const noexcept { return list().empty(); }
     /// Iteration over the smart pointers. Lifetime: until the container is changed.

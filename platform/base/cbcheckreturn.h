@@ -7,6 +7,7 @@
 /// Policy of CbCheckReturn: a result nobody looked at stops a debug build.
 struct CbCheckReturnPolicyAssert
 {
+    /// Called by the destructor of such a result.
     static void OnUnchecked() noexcept { assert(!"a CbCheckReturn was never looked at"); }
 };
 
@@ -19,7 +20,9 @@ template<class T, class Policy>
 class [[nodiscard]] CbCheckReturn
 {
 public:
+    /// Implicit, so that functions return the plain value.
     CbCheckReturn(T value) noexcept : value_(std::move(value)) {} // NOLINT: results convert freely
+    /// Takes the duty over from the other one.
     CbCheckReturn(CbCheckReturn&& other) noexcept
         : value_(std::move(other.value_)), checked_(std::exchange(other.checked_, true))
     {}
@@ -29,6 +32,7 @@ public:
         if (!checked_ && std::uncaught_exceptions() == unwinding_) Policy::OnUnchecked();
     }
 
+    /// Looks at the result.
     operator const T&() const noexcept // NOLINT: that is how the caller looks
     {
         checked_ = true;

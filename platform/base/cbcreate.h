@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Objects by the names of their classes.
+
 #include "platform/base/cbrtti.h"
 #include "platform/base/cbsmartpointer.h"
 #include "platform/base/cstring.h"

@@ -47,6 +47,7 @@ private:
 class CB_SCOPED_CAPABILITY CbCriticalSectionLock
 {
 public:
+    /// Enters, and so may wait. Lifetime: @p section outlives the lock.
     explicit CbCriticalSectionLock(CbCriticalSection& section) CB_ACQUIRE(section)
         : section_(section)
     {

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The base of all exceptions.
+
 #include "platform/base/platformapi.h"
 
 #include <exception>

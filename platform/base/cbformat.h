@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Formatting of wide text.
+
 #include "platform/base/cstring.h"
 #include "platform/base/platformapi.h"
 
@@ -14,6 +17,7 @@
 class CbFormatArgument
 {
 public:
+    /// Text, null printing "(null)". Lifetime: it outlives the argument.
     CbFormatArgument(const CString& text) noexcept // NOLINT: arguments convert freely, as below
         : kind_(Kind::Text), text_(text.GetView())
     {}
@@ -24,6 +28,7 @@ public:
     /// Narrow text would print as its address.
     CbFormatArgument(const char* text) = delete;
     CbFormatArgument(std::nullptr_t) = delete;
+    /// An integer, printed at the width that it has.
     template<std::integral T>
     CbFormatArgument(T value) noexcept // NOLINT
         : kind_(Kind::Integer),
@@ -31,6 +36,7 @@ public:
           signed_(static_cast<std::int64_t>(value)),
           unsigned_(toUnsigned(value))
     {}
+    /// A floating-point number.
     CbFormatArgument(double value) noexcept : kind_(Kind::Floating), floating_(value) {} // NOLINT
     /// An address.
     CbFormatArgument(const void* address) noexcept // NOLINT

@@ -9,6 +9,7 @@
 template<class K>
 struct CbHashKey
 {
+    /// The hash of a key, equal for equal keys. Cost: one multiplication beside std::hash.
     [[nodiscard]] std::size_t operator()(const K& key) const noexcept
     {
         constexpr std::uint64_t c_golden = 0x9E3779B97F4A7C15;

@@ -13,10 +13,12 @@ template<class T>
 class CbImmortal
 {
 public:
+    /// Makes the object by its default constructor.
     CbImmortal() : object_(*::new (static_cast<void*>(storage_)) T()) {}
     CbImmortal(const CbImmortal&) = delete;
     CbImmortal& operator=(const CbImmortal&) = delete;
 
+    /// The object, for as long as the process runs.
     [[nodiscard]] T& operator*() const noexcept { return object_; }
 
 private:

@@ -14,13 +14,16 @@ template<class T, unsigned BlockSize = 17, class Count = unsigned int>
 class CbList
 {
 public:
+    /// Number of elements, and whether there are none.
     [[nodiscard]] Count GetCount() const noexcept { return static_cast<Count>(elements_.size()); }
     [[nodiscard]] bool IsEmpty() const noexcept { return elements_.empty(); }
 
     /// Adds an element at the end.
     void Append(T element) { elements_.push_back(std::move(element)); }
+    /// Removes all elements.
     void Empty() noexcept { elements_.clear(); }
 
+    /// The elements in their order.
     [[nodiscard]] auto begin() noexcept { return elements_.begin(); }
     [[nodiscard]] auto end() noexcept { return elements_.end(); }
     [[nodiscard]] auto begin() const noexcept { return elements_.begin(); }

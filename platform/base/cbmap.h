@@ -46,8 +46,8 @@ public:
     template<class Value>
     struct Item
     {
-        const K& key;
-        Value& value;
+        const K& key; ///< decides where the entry stands
+        Value& value; ///< may be assigned to, unless the map is const
     };
 
     /// Visits the entries in the order of the buckets, within a bucket in the order of the chain.
@@ -66,7 +66,7 @@ public:
     }
     ~CbMap() = default;
 
-    /// Number of entries.
+    /// Number of entries, and whether there are none.
     [[nodiscard]] std::size_t GetCount() const noexcept { return count_; }
     [[nodiscard]] bool IsEmpty() const noexcept { return count_ == 0; }
 
@@ -135,7 +135,7 @@ public:
         std::swap(firstFree_, other.firstFree_);
     }
 
-    /// See iterator.
+    /// The entries; see iterator.
     [[nodiscard]] iterator begin() { return iterator(*this); }
     [[nodiscard]] iterator end() { return iterator(); }
     [[nodiscard]] const_iterator begin() const { return const_iterator(*this); }
@@ -191,6 +191,7 @@ private:
     std::uint32_t firstFree_ = c_none;
 };
 
+/// A forward iterator; one of no map equals the end.
 template<class K, class V, class Hash>
 template<class Map, class Value>
 class CbMap<K, V, Hash>::Iterator

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// A hint for the processor.
+
 #if defined(_MSC_VER)
 #include <intrin.h>
 #endif

@@ -11,7 +11,9 @@ class PLATFORM_API CbReferenceCounted : public IReferenceCounted
 {
 protected:
     CbReferenceCounted() = default;
+    /// The new object is unowned.
     CbReferenceCounted(const CbReferenceCounted& /*other*/) {}
+    /// References to this object and weak links stay as they are.
     CbReferenceCounted& operator=(const CbReferenceCounted& /*other*/) { return *this; }
     ~CbReferenceCounted() override = default;
 

@@ -16,9 +16,9 @@ class CbReferenceCounted;
 /// written under that lock and may be read without it.
 struct CbWeakLink
 {
-    std::atomic<void*> target{nullptr};
-    CbWeakLink* previous = nullptr;
-    CbWeakLink* next = nullptr;
+    std::atomic<void*> target{nullptr}; ///< null where there is none, or none any more
+    CbWeakLink* previous = nullptr;     ///< null for the first link of a list
+    CbWeakLink* next = nullptr;         ///< null for the last one
 };
 
 /// Reference-count block of an object: strong count and list of weak links.

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// One object of a class in the process.
+
 #include "platform/base/cbcriticalsection.h"
 #include "platform/base/platformapi.h"
 

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The strong pointer, and what makes and casts it.
+
 #include "platform/base/cbreferencecounted.h"
 
 #include <compare>
@@ -20,6 +23,7 @@ template<class T>
 class CbSmartPointer
 {
 public:
+    /// The type of the object, as the standard library asks for it.
     using element_type = T;
 
     /// Null.
@@ -59,8 +63,10 @@ public:
 
     /// The object, or null; no reference is taken.
     [[nodiscard]] T* Get() const noexcept { return object_; }
+    /// The object; not to be used on null.
     T& operator*() const noexcept { return *object_; }
     T* operator->() const noexcept { return object_; }
+    /// True where there is an object.
     explicit operator bool() const noexcept { return object_ != nullptr; }
 
     /// Exchanges the objects; no count changes.
@@ -121,9 +127,11 @@ template<class T, class U>
     return CbSmartPointer<T>(dynamic_cast<T*>(pointer.Get()));
 }
 
+/// Hash of the address, so that equal pointers have equal ones.
 template<class T>
 struct std::hash<CbSmartPointer<T>>
 {
+    /// As std::hash does for raw pointers.
     std::size_t operator()(const CbSmartPointer<T>& pointer) const noexcept
     {
         return std::hash<T*>{}(pointer.Get());

@@ -34,5 +34,6 @@ public:
 protected:
     CbStreamRead() = default;
 
+    /// Reads a version. Throws: CbExceptionStream where the stream ends.
     [[nodiscard]] virtual std::uint32_t readVersion() = 0;
 };

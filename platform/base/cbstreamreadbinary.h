@@ -26,12 +26,15 @@ public:
         value = byte != 0;
         return *this;
     }
+    /// As many bytes as the type has; the bit pattern is kept.
     CbStreamReadBinary& operator>>(std::int32_t& value) { return readValue(value); }
     CbStreamReadBinary& operator>>(std::uint32_t& value) { return readValue(value); }
     CbStreamReadBinary& operator>>(std::int64_t& value) { return readValue(value); }
     CbStreamReadBinary& operator>>(std::uint64_t& value) { return readValue(value); }
     CbStreamReadBinary& operator>>(float& value) { return readValue(value); }
     CbStreamReadBinary& operator>>(double& value) { return readValue(value); }
+    /// Number of units in four bytes, then the units of two bytes each. A number that the stream
+    /// can't hold is found before memory is taken.
     CbStreamReadBinary& operator>>(CString& text);
     template<class T>
     CbStreamReadBinary& operator>>(T&) = delete;
@@ -62,6 +65,7 @@ public:
     }
 
 protected:
+    /// Lifetime: the bytes outlive the stream.
     explicit CbStreamReadBinary(std::span<const std::uint8_t> bytes) noexcept
         : position_(bytes.data()), end_(bytes.data() + bytes.size())
     {}

@@ -16,6 +16,7 @@ public:
     /// change the line ends.
     explicit CbStreamWriteASCII(std::ostream& sink) noexcept : sink_(sink) {}
 
+    /// Lone surrogates become U+FFFD.
     CbStreamWriteASCII& operator<<(const CString& text) { return *this << text.ToUtf8(); }
     /// @param text UTF-8
     CbStreamWriteASCII& operator<<(std::string_view text);

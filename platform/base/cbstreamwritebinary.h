@@ -24,6 +24,7 @@ public:
     {
         return writeValue(static_cast<std::uint8_t>(value ? 1 : 0));
     }
+    /// As many bytes as the type has.
     CbStreamWriteBinary& operator<<(std::int32_t value) { return writeValue(value); }
     CbStreamWriteBinary& operator<<(std::uint32_t value) { return writeValue(value); }
     CbStreamWriteBinary& operator<<(std::int64_t value) { return writeValue(value); }

@@ -24,6 +24,7 @@
 class PLATFORM_API CbThread
 {
 public:
+    /// What a thread runs: it is handed the thread that runs it.
     using Function = std::function<void(CbThread&)>;
 
     /// Does not start the thread yet.

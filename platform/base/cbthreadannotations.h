@@ -4,8 +4,10 @@
 /// Lock annotations, checked by Clang's thread-safety analysis and empty elsewhere.
 
 #if defined(__clang__)
+/// An attribute of Clang, by its name; nothing elsewhere.
 #define CB_THREAD_ANNOTATION(x) __attribute__((x))
 #else
+/// An attribute of Clang, by its name; nothing elsewhere.
 #define CB_THREAD_ANNOTATION(x)
 #endif
 

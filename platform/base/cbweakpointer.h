@@ -13,12 +13,15 @@ template<class T>
 class CbWeakPointer
 {
 public:
+    /// Null.
     CbWeakPointer() noexcept = default;
     /// Registers with @p target, which may be null; the caller keeps it alive meanwhile.
     explicit CbWeakPointer(const CbSmartPointer<T>& target) noexcept { set(target.Get()); }
+    /// Registers with the other's target. Null where that is being destroyed.
     CbWeakPointer(const CbWeakPointer& other) noexcept : CbWeakPointer(other.Lock()) {}
     ~CbWeakPointer() { clear(); }
 
+    /// Moves the link to the other's target. Null where that is being destroyed.
     CbWeakPointer& operator=(const CbWeakPointer& other) noexcept { return *this = other.Lock(); }
     /// Moves the link to @p target. The locks of the old and the new target are taken one after the
     /// other, never both.

@@ -16,10 +16,12 @@
 class PLATFORM_API CString
 {
 public:
+    /// Units that live elsewhere; they may hold zeros.
     using View = std::basic_string_view<CbWChar>;
 
-    /// The empty string. Moving leaves an empty string behind.
+    /// The empty string.
     CString() noexcept = default;
+    /// Copies all units. Moving leaves an empty string behind.
     CString(const CString& other) : CString(other.GetView()) {}
     CString(CString&&) noexcept = default;
     CString& operator=(const CString& other) { return *this = CString(other); }
@@ -37,7 +39,7 @@ public:
     /// Converts to UTF-8. Lone surrogates become U+FFFD.
     [[nodiscard]] std::string ToUtf8() const;
 
-    /// Number of units.
+    /// Number of units, and whether there are none.
     [[nodiscard]] std::size_t GetLength() const noexcept { return text().size(); }
     [[nodiscard]] bool IsEmpty() const noexcept { return text().empty(); }
     /// The units with a zero behind them. Lifetime: until the string is changed.
@@ -49,8 +51,10 @@ public:
     void Empty() noexcept { text_.reset(); }
     /// Appends @p other, which may be this string.
     CString& operator+=(const CString& other);
+    /// The units of @p a and behind them those of @p b.
     friend CString operator+(CString a, const CString& b) { return a += b; }
 
+    /// Compares unit by unit, as unsigned numbers.
     friend bool operator==(const CString& a, const CString& b) noexcept
     {
         return a.text() == b.text();

@@ -14,6 +14,7 @@ public:
     /// The seconds it was made of.
     [[nodiscard]] constexpr std::int64_t GetTime() const noexcept { return seconds_; }
 
+    /// Earlier is less.
     friend constexpr auto operator<=>(const CTime&, const CTime&) noexcept = default;
 
 private:

@@ -9,6 +9,7 @@
 class PLATFORM_API CyStreamReadBinaryBuffer : public CbStreamReadBinary
 {
 public:
+    /// Reads what a view holds; an empty one will do.
     explicit CyStreamReadBinaryBuffer(std::span<const std::uint8_t> bytes) noexcept;
     /// @param data may be null where @p bytes is 0
     CyStreamReadBinaryBuffer(const void* data, std::size_t bytes) noexcept;

@@ -18,9 +18,12 @@
 class PLATFORM_API CyUniqueID
 {
 public:
+    /// In the order of the text.
     using Bytes = std::array<std::uint8_t, 16>;
 
+    /// Nil.
     constexpr CyUniqueID() noexcept = default;
+    /// Takes any bytes, whether they say a version or not.
     constexpr explicit CyUniqueID(const Bytes& bytes) noexcept : bytes_(bytes) {}
 
     /// The id that stands for none: nil.
@@ -30,6 +33,7 @@ public:
     /// Threads: each thread has its own generator. Cost: no system call after a thread's first id.
     void Renew();
 
+    /// True where all bytes are 0.
     [[nodiscard]] bool IsNil() const noexcept { return *this == CyUniqueID(); }
     /// Text of 36 units, lower case: 8-4-4-4-12 digits.
     [[nodiscard]] CString ToString() const { return CString(CString::View(ToText().data(), 36)); }
@@ -38,6 +42,7 @@ public:
     /// The bytes in the order of the text.
     [[nodiscard]] constexpr const Bytes& GetBytes() const noexcept { return bytes_; }
 
+    /// Compares the bytes, the first one of the text first.
     friend bool operator==(const CyUniqueID& a, const CyUniqueID& b) noexcept
     {
         return std::memcmp(a.bytes_.data(), b.bytes_.data(), sizeof a.bytes_) == 0;
@@ -60,9 +65,11 @@ private:
     Bytes bytes_{};
 };
 
+/// Hash of all bytes of an id.
 template<>
 struct std::hash<CyUniqueID>
 {
+    /// Equal for equal ids.
     std::size_t operator()(const CyUniqueID& id) const noexcept
     {
         std::uint64_t halves[2];

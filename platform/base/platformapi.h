@@ -10,5 +10,6 @@
 #define PLATFORM_API __declspec(dllimport)
 #endif
 #else
+/// Marks what the library exports.
 #define PLATFORM_API __attribute__((visibility("default")))
 #endif

@@ -5,6 +5,7 @@
 /// The colour of a surfel, eight bits each; middle grey from the start.
 struct ZeCCompressedColor
 {
+    /// From 0 to 255.
     std::uint8_t r = 128;
     std::uint8_t g = 128;
     std::uint8_t b = 128;

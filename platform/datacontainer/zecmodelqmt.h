@@ -93,6 +93,7 @@ public:
     void Serialize(CbStreamReadBinary& stream);
 
 protected:
+    /// A model with a new id, the same description and acquisition number, and shared collections.
     ZeCModelQMT(const ZeCModelQMT& other);
     ZeCModelQMT& operator=(const ZeCModelQMT&) = delete;
     ~ZeCModelQMT() override;

@@ -20,6 +20,7 @@
 class PLATFORM_API ZeCModelSerializationIDMapper
 {
 public:
+    /// Null where there is none.
     using Model = CbSmartPointer<const ZeCModelQMT>;
 
     ZeCModelSerializationIDMapper(const ZeCModelSerializationIDMapper&) = delete;

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The normals of surfels.
+
 #include "platform/datacontainer/zetquantizednormalmultilevel.h"
 #include "platform/math3d/cbvector3f.h"
 

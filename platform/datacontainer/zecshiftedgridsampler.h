@@ -31,6 +31,7 @@ public:
 
     /// Adds all surfels that have a cell.
     /// @param transformation from the frame of the surfels into that of the result
+    ///
     /// Returns false where it can't: the transformation is not affine or not finite, surfels lie so
     /// far off that single precision does not tell their cells for all shifts, or there are more
     /// than 2^24 in all. The sampler is of no use then, nor where std::bad_alloc is thrown.

@@ -15,11 +15,14 @@
 class PLATFORM_API ZeCSurfelArrays
 {
 public:
+    /// What one surfel takes in all arrays.
     static constexpr std::size_t c_bytesPerSurfel = 22;
 
+    /// No surfels, and no memory.
     ZeCSurfelArrays() noexcept = default;
     /// Makes room for @p count surfels, whose values are not set.
     explicit ZeCSurfelArrays(std::uint32_t count);
+    /// Copies have a block of their own, moves leave no surfels behind.
     ZeCSurfelArrays(const ZeCSurfelArrays& other);
     ZeCSurfelArrays(ZeCSurfelArrays&& other) noexcept { Swap(other); }
     ZeCSurfelArrays& operator=(ZeCSurfelArrays other) noexcept

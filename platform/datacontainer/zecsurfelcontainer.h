@@ -34,7 +34,9 @@ public:
 
     [[nodiscard]] const CbRTTI& GetRTTI() const override;
 
+    /// The set that the container was made with or read as.
     [[nodiscard]] ESurfelAttributeSet GetAttributeSet() const noexcept { return attributeSet_; }
+    /// Number of surfels, which every accessor has.
     [[nodiscard]] std::uint32_t GetNrSurfels() const noexcept { return arrays_.GetSize(); }
     /// The box of all positions, in the container's own frame; positions with a coordinate that is
     /// not finite are left out. Cost: linear in the number of surfels.
@@ -99,6 +101,7 @@ public:
     void Append(const ZeCSurfelContainer& other, const CbMatrix4Rf& transformation);
 
 protected:
+    /// A container without surfels.
     explicit ZeCSurfelContainer(ESurfelAttributeSet attributeSet) noexcept
         : attributeSet_(attributeSet)
     {}
@@ -108,6 +111,7 @@ protected:
     ZeCSurfelContainer& operator=(const ZeCSurfelContainer&) = delete;
     ~ZeCSurfelContainer() override;
 
+    /// The values as they lie in memory, to be stored.
     [[nodiscard]] const ZeCSurfelArrays& getArrays() const noexcept { return arrays_; }
     /// Takes over the arrays of a container that was read.
     void setContent(ESurfelAttributeSet attributeSet, ZeCSurfelArrays arrays) noexcept;

@@ -23,10 +23,12 @@ public:
     class Element
     {
     public:
+        /// Lifetime: that of @p byte.
         explicit Element(Byte& byte) noexcept : byte_(&byte) {}
         Element(const Element&) noexcept = default;
         ~Element() = default;
 
+        /// The quality, from 0 to 1.
         operator float() const noexcept { return static_cast<float>(*byte_) / 255.0F; } // NOLINT
 
         /// Stores a quality, rounded half up. What lies outside 0..1 becomes the nearer end, NaN 0.
@@ -49,12 +51,15 @@ public:
         Byte* byte_;
     };
 
+    /// Lifetime: that of the bytes.
     explicit ZeTQualityAccessor(std::span<Byte> bytes) noexcept : bytes_(bytes) {}
 
+    /// The caller sees to it that @p index is below size().
     [[nodiscard]] Element operator[](std::size_t index) const noexcept
     {
         return Element(bytes_[index]);
     }
+    /// Number of surfels.
     [[nodiscard]] std::size_t size() const noexcept { return bytes_.size(); }
     /// The stored bytes.
     [[nodiscard]] Byte* data() const noexcept { return bytes_.data(); }

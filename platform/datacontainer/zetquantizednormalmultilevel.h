@@ -24,6 +24,7 @@ struct ZeTQuantizedNormalMultiLevelTraitsFast
     /// A point of the octahedron, which is a direction of arbitrary length.
     struct Point
     {
+        /// In the frame of the directions.
         float x;
         float y;
         float z;
@@ -116,6 +117,7 @@ class ZeTQuantizedNormalMultiLevel
     static_assert(Level <= 7, "codes have 16 bits");
 
 public:
+    /// The number of a cell, below 4^(Level + 1).
     using Code = std::uint16_t;
 
     /// The cell of the direction +z.
@@ -131,6 +133,7 @@ public:
         code_ = static_cast<Code>(Traits::template Encode<Level>(
             direction.x * scale, direction.y * scale, direction.z * scale, c_up));
     }
+    /// The normal with the code @p code, which must be a cell's.
     [[nodiscard]] static ZeTQuantizedNormalMultiLevel FromCode(Code code) noexcept
     {
         ZeTQuantizedNormalMultiLevel normal;
@@ -138,6 +141,7 @@ public:
         return normal;
     }
 
+    /// The code of the cell.
     [[nodiscard]] Code GetCode() const noexcept { return code_; }
     /// The code of the larger cell that holds this one at a coarser level.
     /// @param level at most Level, which is this cell itself

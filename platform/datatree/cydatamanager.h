@@ -29,13 +29,14 @@ class CyLockEngine;
 class PLATFORM_API CyDataManager
 {
 public:
+    /// Whether it was done; the caller must look at it.
     using CheckedBool = CbCheckReturn<bool, CbCheckReturnPolicyAssert>;
 
     /// Outcome of an attempt to lock.
     enum ELockStatus : std::int32_t
     {
-        eLocked = 0,
-        eGeneralError = 1,
+        eLocked = 0,        ///< all queries are granted
+        eGeneralError = 1,  ///< no outcome yet
         eNoQueries = 2,     ///< the thread has recorded no query
         eNotReleased = 3,   ///< the thread holds locks that do not cover the new queries
         eInvalidNode = 4,   ///< a node left the manager after it was asked for
@@ -50,6 +51,7 @@ public:
     /// Takes every node out. Handles may outlive the manager; they are not valid any more.
     ~CyDataManager();
 
+    /// The node above all others, never null. It stays in the manager.
     [[nodiscard]] const CbSmartPointer<CyNode>& GetTopNode() const noexcept { return top_; }
 
     /// Puts @p node in as the last child of @p father. False, and nothing changed, where one is
@@ -60,8 +62,9 @@ public:
 
     /// Takes the node of a handle out. Locks on it become void, queries on it dead; the handle
     /// itself becomes void.
-    /// False, and nothing changed, for the top node, a node with data children, or without access:
-    /// the handle is valid, or no other thread holds a lock on the node, above or below it.
+    /// False, and nothing changed, for the top node, a node with data children, or without access.
+    /// Access is a valid handle, or one where no other thread holds a lock on the node, above it or
+    /// below it.
     CheckedBool RemoveNode(CyDataHandleLockOnly<1>& handle);
 
     /// Moves the node of a handle with everything below it to the end of the children of

@@ -10,10 +10,12 @@ class CyLockCounts
 {
 public:
     constexpr CyLockCounts() = default;
+    /// So many locks of each kind.
     constexpr CyLockCounts(std::uint32_t reads, std::uint32_t writes) noexcept
         : word_(std::uint64_t{writes} << 32 | reads)
     {}
 
+    /// The two numbers, and whether both are 0.
     [[nodiscard]] std::uint32_t GetReads() const noexcept
     {
         return static_cast<std::uint32_t>(word_);
@@ -29,18 +31,20 @@ public:
         return write ? word_ != 0 : GetWrites() != 0;
     }
 
+    /// Adds part by part. No sum is above 2^32-1.
     CyLockCounts& operator+=(CyLockCounts other) noexcept
     {
         word_ += other.word_;
         return *this;
     }
+    friend CyLockCounts operator+(CyLockCounts a, CyLockCounts b) noexcept { return a += b; }
+    /// Subtracts part by part.
     /// @param other no part of it is greater than this
     CyLockCounts& operator-=(CyLockCounts other) noexcept
     {
         word_ -= other.word_;
         return *this;
     }
-    friend CyLockCounts operator+(CyLockCounts a, CyLockCounts b) noexcept { return a += b; }
 
 private:
     std::uint64_t word_ = 0;
@@ -52,24 +56,25 @@ private:
 /// any manager has all links null and all counters 0.
 struct CyDataTreeEntry
 {
+    /// The entry of a node outside any manager.
     explicit CyDataTreeEntry(CyNode& node) noexcept : owner(&node) {}
     CyDataTreeEntry(const CyDataTreeEntry&) = delete;
     CyDataTreeEntry& operator=(const CyDataTreeEntry&) = delete;
     ~CyDataTreeEntry() = default;
 
     // What a climb to the top looks at, side by side.
-    CyDataTreeEntry* parent = nullptr;
-    CyLockCounts countHere;          ///< granted locks on this node
-    CyLockCounts countBelow;         ///< granted locks strictly below
-    CyLockRecord* granted = nullptr; ///< granted locks on this node
-    CyLockRecord* pending = nullptr; ///< queries on this node that are not granted yet
+    CyDataTreeEntry* parent = nullptr; ///< null for the top node
+    CyLockCounts countHere;            ///< granted locks on this node
+    CyLockCounts countBelow;           ///< granted locks strictly below
+    CyLockRecord* granted = nullptr;   ///< granted locks on this node
+    CyLockRecord* pending = nullptr;   ///< queries on this node that are not granted yet
     /// Which thread's locks cover the node, as of which of its epochs; see CyLockEngine.
     std::uint64_t coverStamp = 0;
     /// Which requests are in the way here, as of the last search; see CyLockQueue.
     std::uint64_t queueMark = 0;
 
-    CyNode* const owner;
-    CyDataTreeEntry* firstChild = nullptr;
-    CyDataTreeEntry* previous = nullptr; ///< of the first child: the last one
-    CyDataTreeEntry* next = nullptr;
+    CyNode* const owner;                   ///< the node that this is inside of
+    CyDataTreeEntry* firstChild = nullptr; ///< null where there is none
+    CyDataTreeEntry* previous = nullptr;   ///< of the first child: the last one
+    CyDataTreeEntry* next = nullptr;       ///< null for the last child
 };

@@ -11,20 +11,21 @@ struct CyDataTreeEntry;
 /// the handle alone and stays while the record is in use, so that the mutex can be found.
 struct CyLockRecord
 {
+    /// What has become of the query.
     enum class EState : std::uint8_t
     {
         Pending, ///< asked for, not granted
-        Granted,
-        Dead, ///< was pending when its node left the manager; never to be granted
-        Void  ///< was granted when its node left the manager; counts for nothing
+        Granted, ///< locked
+        Dead,    ///< was pending when its node left the manager; never to be granted
+        Void     ///< was granted when its node left the manager; counts for nothing
     };
 
-    CyLockThread* thread = nullptr;   ///< the thread that asked; null in an empty handle
-    CyDataTreeEntry* entry = nullptr; ///< the node; null when dead or void
-    CyLockRecord* nextOfThread = nullptr;
+    CyLockThread* thread = nullptr;        ///< the thread that asked; null in an empty handle
+    CyDataTreeEntry* entry = nullptr;      ///< the node; null when dead or void
+    CyLockRecord* nextOfThread = nullptr;  ///< null for the last record of the list
     CyLockRecord** linkOfThread = nullptr; ///< the pointer that points here
-    CyLockRecord* nextOfNode = nullptr;
-    CyLockRecord** linkOfNode = nullptr; ///< the pointer that points here
-    EState state = EState::Void;
-    bool write = false;
+    CyLockRecord* nextOfNode = nullptr;    ///< null for the last record of the list
+    CyLockRecord** linkOfNode = nullptr;   ///< the pointer that points here
+    EState state = EState::Void;           ///< void in an empty handle
+    bool write = false;                    ///< whether writing is asked for, or else reading
 };

@@ -32,6 +32,7 @@ public:
     /// Throws: std::bad_cast for an object of another class.
     static IObject* CloneByFactory(const IObject& object);
 
+    /// Makes a node in no manager and without label.
     CyNode();
     /// Makes a node in no manager and without label: nothing of the other's base is copied.
     CyNode(const CyNode& other);
@@ -53,6 +54,7 @@ public:
     [[nodiscard]] CString GetName() const;
     /// True where the label is the text of an id.
     [[nodiscard]] bool IsNamed(const CyUniqueID& id) const noexcept;
+    /// Labels the node with any text.
     void SetName(CString name) noexcept;
     /// Labels the node with the text of an id, which is written out when it is asked for. The nil
     /// id gives the empty label.
@@ -72,6 +74,7 @@ public:
 protected:
     ~CyNode() override;
 
+    /// The flag of this node, false from the start.
     [[nodiscard]] virtual bool isModified() const;
     /// Sets the flag of this node. The second argument is for nodes that pass it on.
     virtual void setModified(bool modified, bool passOn);

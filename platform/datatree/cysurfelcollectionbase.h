@@ -11,6 +11,7 @@ class CbStreamWriteBinary;
 class PLATFORM_API CySurfelCollectionBase : public CbReferenceCounted, public IObject
 {
 public:
+    /// The record of this class, which is abstract.
     static const CbRTTI RTTI;
 
     [[nodiscard]] CbReferenceCounter& getReferenceCounter() const noexcept override

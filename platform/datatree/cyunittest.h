@@ -40,8 +40,8 @@ public:
     /// A message of the test log, UTF-8.
     struct Line
     {
-        EMessageType type;
-        std::string text;
+        EMessageType type; ///< as Write() was given it
+        std::string text;  ///< without an end of line that Write() was not given
     };
 
     CyUnitTest() = default;

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Matrices, and what combines them and maps points.
+
 #include "platform/base/platformapi.h"
 #include "platform/math3d/cbvector3f.h"
 
@@ -21,6 +24,7 @@ template<class T>
 class alignas(16) CbMatrix4
 {
 public:
+    /// The type of a value.
     using value_type = T;
 
     /// The identity.
@@ -46,9 +50,12 @@ private:
     T groups_[4][4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}};
 };
 
+/// In double precision, as transformations of nodes are; in single precision, as surfels are
+/// mapped.
 using CbMatrix4Rd = CbMatrix4<double>;
 using CbMatrix4Rf = CbMatrix4<float>;
 
+/// Leaves every point where it is.
 inline constexpr CbMatrix4Rd c_matIdentityD;
 inline constexpr CbMatrix4Rf c_matIdentityF;
 

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Matrices in streams.
+
 #include "platform/base/cbstreamreadbinary.h"
 #include "platform/base/cbstreamwritebinary.h"
 #include "platform/math3d/cbmatrix4.h"

@@ -3,6 +3,7 @@
 /// A point or a direction: three single-precision coordinates, packed.
 struct CbVector3f
 {
+    /// In mm for a point.
     float x = 0.0F;
     float y = 0.0F;
     float z = 0.0F;

@@ -13,6 +13,7 @@ public:
         : center_(center), radius_(radius)
     {}
 
+    /// What the constructor was given.
     [[nodiscard]] const CbVector3f& GetCenter() const noexcept { return center_; }
     [[nodiscard]] float GetRadius() const noexcept { return radius_; }
 

@@ -8,6 +8,7 @@
 class PLATFORM_API CyMessage : public CbReferenceCounted, public IObject
 {
 public:
+    /// The record of this class, which is abstract.
     static const CbRTTI RTTI;
 
     [[nodiscard]] CbReferenceCounter& getReferenceCounter() const noexcept override

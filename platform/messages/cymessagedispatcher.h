@@ -27,6 +27,7 @@
 class PLATFORM_API CyMessageDispatcher
 {
 public:
+    /// Called with each message, on the thread that delivers it.
     using Callback = std::function<void(const CyMessage&)>;
 
     CyMessageDispatcher(const CyMessageDispatcher&) = delete;

@@ -14,12 +14,15 @@ class PLATFORM_API CyMessageSubscription
 public:
     /// No subscription.
     CyMessageSubscription() noexcept;
+    /// Leaves no subscription behind. One that is assigned to ends its old subscription.
     CyMessageSubscription(CyMessageSubscription&& other) noexcept;
     CyMessageSubscription& operator=(CyMessageSubscription&& other) noexcept;
     CyMessageSubscription(const CyMessageSubscription&) = delete;
     CyMessageSubscription& operator=(const CyMessageSubscription&) = delete;
     ~CyMessageSubscription();
 
+    /// True from Subscribe() until the subscription is ended or moved away, even if the dispatcher
+    /// is gone.
     [[nodiscard]] bool IsActive() const noexcept { return static_cast<bool>(subscriber_); }
 
     /// Ends the subscription. Nothing is delivered to it after the return; a delivery that runs on

@@ -10,6 +10,7 @@
 class PLATFORM_API ZeCMessageSurfelCollectionModified : public CyMessage
 {
 public:
+    /// The record of this class.
     static const CbRTTI RTTI;
 
     /// What happened to the surfels. Other values pass through unchanged.
@@ -22,6 +23,7 @@ public:
     ZeCMessageSurfelCollectionModified(CbSmartPointer<CyNode> node, const CyUniqueID& model,
                                        EModificationType type) noexcept;
 
+    /// What the constructor was given.
     [[nodiscard]] const CbSmartPointer<CyNode>& GetNode() const noexcept { return node_; }
     [[nodiscard]] const CyUniqueID& GetModelID() const noexcept { return model_; }
     [[nodiscard]] EModificationType GetModificationType() const noexcept { return type_; }

@@ -9,6 +9,7 @@
 class PLATFORM_API ZeCMessageTreeStructureModified : public CyMessage
 {
 public:
+    /// The record of this class.
     static const CbRTTI RTTI;
 
     /// What happened to the node. Other values pass through unchanged.
@@ -26,6 +27,7 @@ public:
     ZeCMessageTreeStructureModified(CbSmartPointer<CyNode> node, CbSmartPointer<CyNode> father,
                                     EModificationType type) noexcept;
 
+    /// What the constructor was given.
     [[nodiscard]] const CbSmartPointer<CyNode>& GetNode() const noexcept { return node_; }
     [[nodiscard]] const CbSmartPointer<CyNode>& GetFather() const noexcept { return father_; }
     [[nodiscard]] EModificationType GetModificationType() const noexcept { return type_; }

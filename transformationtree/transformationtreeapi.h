@@ -10,5 +10,6 @@
 #define TRANSFORMATIONTREE_API __declspec(dllimport)
 #endif
 #else
+/// Marks what the library exports.
 #define TRANSFORMATIONTREE_API __attribute__((visibility("default")))
 #endif

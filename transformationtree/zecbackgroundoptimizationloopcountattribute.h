@@ -14,6 +14,7 @@ public:
     static const CbRTTI RTTI;
 
     ZeCBackgroundOptimizationLoopCountAttribute() = default;
+    /// Copies the count.
     ZeCBackgroundOptimizationLoopCountAttribute(
         const ZeCBackgroundOptimizationLoopCountAttribute& other);
     ZeCBackgroundOptimizationLoopCountAttribute&

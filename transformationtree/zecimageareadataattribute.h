@@ -37,6 +37,7 @@ public:
     /// The record of this class.
     static const CbRTTI RTTI;
 
+    /// An area that is not correlated.
     ZeCImageAreaDataAttribute();
     ZeCImageAreaDataAttribute(const ZeCImageAreaDataAttribute&) = delete;
     ZeCImageAreaDataAttribute& operator=(const ZeCImageAreaDataAttribute&) = delete;
@@ -82,7 +83,7 @@ public:
         return fields_.correlationTrafo;
     }
 
-    /// The largest float where none was computed.
+    /// The error that the correlation left; the largest float where none was computed.
     [[nodiscard]] float GetCorrelationError() const noexcept { return fields_.correlationError; }
     void SetCorrelationError(float error) noexcept { fields_.correlationError = error; }
 
@@ -140,12 +141,14 @@ public:
     /// Those that the work was last done for, -1 for none.
     /// @{
 
+    /// The one of the area's node.
     [[nodiscard]] long long GetLastNodeRevision() const noexcept
     {
         return fields_.lastNodeRevision;
     }
     void SetLastNodeRevision(long long revision) noexcept { fields_.lastNodeRevision = revision; }
 
+    /// The one of the area at its last correlation.
     [[nodiscard]] long long GetLastAreaCorrelationRevision() const noexcept
     {
         return fields_.lastAreaCorrelationRevision;
@@ -155,6 +158,7 @@ public:
         fields_.lastAreaCorrelationRevision = revision;
     }
 
+    /// The one of the reference at the area's last correlation.
     [[nodiscard]] long long GetLastRefAreaCorrelationRevision() const noexcept
     {
         return fields_.lastRefAreaCorrelationRevision;
@@ -168,6 +172,7 @@ public:
     [[nodiscard]] const CString& GetLastGUID() const noexcept { return fields_.lastGUID; }
     void SetLastGUID(const CString& guid) { fields_.lastGUID = guid; }
 
+    /// The one of what the GUID names.
     [[nodiscard]] long long GetLastGUIDRevision() const noexcept
     {
         return fields_.lastGUIDRevision;
@@ -187,6 +192,7 @@ public:
     unsigned int IncrementEnqueuedAreaCorrelationTasks();
     /// Counts one less and returns the new number; none less one is 2^32-1.
     unsigned int DecrementEnqueuedAreaCorrelationTasks();
+    /// Returns the number at this moment.
     [[nodiscard]] unsigned int GetNumEnqueuedAreaCorrelationTasks() const;
     /// @}
 
@@ -201,7 +207,8 @@ public:
     /// at or below @p areaNode; null leaves them at -1.
     void InitFromAreaNode(const CbSmartPointer<const ZeCTransformationNodeInner>& areaNode);
 
-    /// One line for logs, with all but the time.
+    /// One line for logs, with all but the time. Of transformations it says whether they are the
+    /// identity, of surfels where they lie.
     [[nodiscard]] CString ToString() const;
 
     /// Writes version 2.

@@ -23,6 +23,7 @@
 class TRANSFORMATIONTREE_API ZeCNodeVector final : public CbReferenceCounted, public IObject
 {
 public:
+    /// In the order of the walk that collected them, of adding or of reading.
     using Elements = std::vector<ZeCNodeAccelerated>;
 
     /// Which nodes SetInnerNode() collects. Other values name none.

@@ -24,6 +24,7 @@ public:
     /// An element for a node, which may be null, without revisions.
     ZeCNodeAccelerated(CbSmartPointer<ZeCTransformationNode> node, const CbMatrix4Rd& trafo);
 
+    /// The node, or null.
     [[nodiscard]] const CbSmartPointer<ZeCTransformationNode>& GetNode() const noexcept
     {
         return node_;
@@ -41,6 +42,7 @@ public:
     }
     /// The transformation from the node's frame into the frame that the vector was made for.
     [[nodiscard]] const CbMatrix4Rd& GetTrafo() const noexcept { return trafo_; }
+    /// The revisions as they were when the element was made or read.
     [[nodiscard]] const Revisions& GetRevisions() const noexcept { return revisions_; }
 
 private:

@@ -28,6 +28,8 @@ public:
     {
         Default = 0
     };
+
+    /// The application's; the library keeps them and looks at none.
     using Triangulations = std::vector<CbSmartPointer<CyTriangulationBase>>;
 
     /// The record of this class.

@@ -8,9 +8,9 @@
 /// A surfel lent out by a walk. Lifetime: until the walk goes on.
 struct ZeCBorrowedSurfel
 {
-    const ZeCSurfelContainer& container;
-    std::uint32_t index;      ///< in the container
-    const CbMatrix4Rd& trafo; ///< from the container's frame into the traversal root's
+    const ZeCSurfelContainer& container; ///< of the leaf's model
+    std::uint32_t index;                 ///< in the container
+    const CbMatrix4Rd& trafo;            ///< from the container's frame into the traversal root's
 };
 
 /// The surfels of a subtree as a range, leaf after leaf in pre-order: those of each model's
@@ -25,6 +25,7 @@ public:
     class TRANSFORMATIONTREE_API Cursor
     {
     public:
+        /// What std::input_iterator asks for.
         using iterator_concept = std::input_iterator_tag;
         using value_type = ZeCBorrowedSurfel;
         using difference_type = std::ptrdiff_t;
@@ -32,7 +33,9 @@ public:
         /// Stands on the first surfel at or behind a leaf.
         explicit Cursor(ZeNLeafNodeIterator leaf) : leaf_(std::move(leaf)) { findSurfels(); }
 
+        /// Lends out the surfel. Not to be called at the end.
         value_type operator*() const noexcept { return {*container_, index_, trafo_}; }
+        /// Goes on to the next one.
         Cursor& operator++()
         {
             if (++index_ == nrSurfels_) {
@@ -42,6 +45,7 @@ public:
             return *this;
         }
         void operator++(int) { ++*this; }
+        /// True at the end of the walk.
         friend bool operator==(const Cursor& cursor, std::default_sentinel_t) noexcept
         {
             return cursor.index_ == cursor.nrSurfels_;
@@ -62,6 +66,7 @@ public:
         : root_(std::move(root))
     {}
 
+    /// Each call begins a walk of its own.
     [[nodiscard]] Cursor begin() const { return Cursor(root_->BeginLeaf()); }
     [[nodiscard]] std::default_sentinel_t end() const noexcept { return {}; }
 

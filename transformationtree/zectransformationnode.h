@@ -141,6 +141,7 @@ public:
     /// They forward to the attribute container. No revision changes.
     /// @{
 
+    /// The container itself.
     [[nodiscard]] ZeARTTIAttributeContainer& GetAllAttributes() noexcept { return attributes_; }
     [[nodiscard]] const ZeARTTIAttributeContainer& GetAllAttributes() const noexcept
     {
@@ -173,10 +174,10 @@ public:
     /// @param accurateCollection which of the leaves' collections to merge
     /// @param cellSize,samplingParameter as of ComputeSubsampling()
     /// @param shiftedGrids whether to sample on 125 grids, shifted by fifths of a cell on each
-    /// axis,
-    ///     and to keep the samples of all. A cell size that is not finite, or whose fifth is not
-    ///     above zero, gives a model without surfels then.
+    ///     axis, and to keep the samples of all. A cell size that is not finite, or whose fifth is
+    ///     not above zero, gives a model without surfels then.
     /// @param ignored nothing
+    ///
     /// The new model answers for both types of collections; the revision it stands for is -1.
     /// Throws: as ComputeSubsampling(), and CyExceptionNotInvertible where the accumulated
     /// transformation of a leaf's father is singular; the cached model stays.
@@ -233,7 +234,7 @@ public:
     [[nodiscard]] virtual ZeNNodeIterator BeginNode() const = 0;
     /// Stands on the last node.
     [[nodiscard]] virtual ZeNNodeIterator LastNode() const = 0;
-    /// The end of node walks; so for the other kinds below.
+    /// The end of node walks.
     [[nodiscard]] virtual ZeNNodeIterator EndNode() const = 0;
     /// Returns the last node, which is this one where nothing is below it.
     [[nodiscard]] virtual CbSmartPointer<ZeCTransformationNode> BackNode() const = 0;
@@ -241,6 +242,7 @@ public:
     [[nodiscard]] virtual ZeNLeafNodeIterator BeginLeaf() const = 0;
     /// Stands on the last leaf, or is the end where there is none.
     [[nodiscard]] virtual ZeNLeafNodeIterator LastLeaf() const = 0;
+    /// The end of leaf walks.
     [[nodiscard]] virtual ZeNLeafNodeIterator EndLeaf() const = 0;
     /// Returns the first leaf, or null.
     [[nodiscard]] virtual CbSmartPointer<ZeCTransformationNodeLeaf> FrontLeaf() const = 0;
@@ -252,6 +254,7 @@ public:
     [[nodiscard]] virtual ZeNCachedLeafNodeIterator BeginCachedLeaf() const = 0;
     /// Stands on the last cached leaf, or is the end where there is none.
     [[nodiscard]] virtual ZeNCachedLeafNodeIterator LastCachedLeaf() const = 0;
+    /// The end of cached-leaf walks.
     [[nodiscard]] virtual ZeNCachedLeafNodeIterator EndCachedLeaf() const = 0;
     /// Returns the first cached leaf, or null.
     [[nodiscard]] virtual CbSmartPointer<ZeCTransformationNode> FrontCachedLeaf() const = 0;
@@ -272,6 +275,7 @@ public:
     [[nodiscard]] virtual ZeNInnerNodeIterator BeginInner() const = 0;
     /// Stands on the last inner node; the end for a leaf.
     [[nodiscard]] virtual ZeNInnerNodeIterator LastInner() const = 0;
+    /// The end of inner-node walks.
     [[nodiscard]] virtual ZeNInnerNodeIterator EndInner() const = 0;
 
     /// The same walks as ranges that lend out node and matrix without counting references.
@@ -324,14 +328,17 @@ public:
     /// @}
 
 protected:
+    /// Which of the two derived classes a node is of.
     enum class EKind : bool
     {
         Inner,
         Leaf
     };
 
+    /// An invisible node with a new id and new revisions; the model may be null.
     explicit ZeCTransformationNode(EKind kind);
     ZeCTransformationNode(EKind kind, CbSmartPointer<const ZeCModelQMT> model);
+    /// A detached twin; see the class.
     ZeCTransformationNode(const ZeCTransformationNode& other);
     ~ZeCTransformationNode() override;
 

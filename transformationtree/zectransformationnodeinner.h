@@ -13,6 +13,7 @@ enum class EVisit;
 class TRANSFORMATIONTREE_API ZeCTransformationNodeInner final : public ZeCTransformationNode
 {
 public:
+    /// The children in their order, and positions among them.
     using Children = std::vector<CbSmartPointer<ZeCTransformationNode>>;
     using ChildIterator = Children::iterator;
     using ConstChildIterator = Children::const_iterator;
@@ -39,6 +40,7 @@ public:
     /// Lifetime: an edit of the children invalidates the iterators.
     /// @{
 
+    /// The positions of the first child and behind the last one.
     [[nodiscard]] ChildIterator BeginChild() noexcept { return children_.begin(); }
     [[nodiscard]] ConstChildIterator BeginChild() const noexcept { return children_.begin(); }
     [[nodiscard]] ChildIterator EndChild() noexcept { return children_.end(); }
@@ -57,6 +59,7 @@ public:
     /// The last child, null where there is none.
     [[nodiscard]] CbSmartPointer<ZeCTransformationNode> BackChild() noexcept;
     [[nodiscard]] CbSmartPointer<const ZeCTransformationNode> BackChild() const noexcept;
+    /// Number of children. Cost: constant.
     [[nodiscard]] unsigned long long GetNrChildren() const noexcept { return children_.size(); }
     /// Makes room for @p number children. Throws: std::length_error, std::bad_alloc.
     void ReserveChildren(unsigned long long number);

@@ -39,13 +39,16 @@ class CbStreamWriteASCII;
 class TRANSFORMATIONTREE_API ZeCTransformationNodeManager
 {
 public:
+    /// As operations take and return them; null where they say so.
     using Node = CbSmartPointer<ZeCTransformationNode>;
     using Inner = CbSmartPointer<ZeCTransformationNodeInner>;
     using Leaf = CbSmartPointer<ZeCTransformationNodeLeaf>;
     using ConstNode = CbSmartPointer<const ZeCTransformationNode>;
     using ConstInner = CbSmartPointer<const ZeCTransformationNodeInner>;
+    /// Handles on nodes in the data manager.
     using ReadHandle = CyDataHandleLockOnly<0>;
     using WriteHandle = CyDataHandleLockOnly<1>;
+    /// Whether it was done, or is so; the caller must look at it.
     using CheckReturn = CbCheckReturn<bool, CbCheckReturnPolicyAssert>;
 
     ZeCTransformationNodeManager(const ZeCTransformationNodeManager&) = delete;
@@ -60,7 +63,7 @@ public:
     [[nodiscard]] bool SetDataManager(CyDataManager& dataManager, CbSmartPointer<CyNode> node);
     /// Takes the link away. Refuses, with false, while a root is set.
     [[nodiscard]] bool UnsetDataManager();
-    /// Throws: CbException where none is set.
+    /// Returns the data manager that is set. Throws: CbException where none is.
     [[nodiscard]] CyDataManager& GetDataManager() const;
     /// Returns the node itself where it is in the data manager, else null.
     [[nodiscard]] CbSmartPointer<CyNode> GetDataNode(const Node& node) const;

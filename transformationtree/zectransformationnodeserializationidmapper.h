@@ -28,6 +28,7 @@
 class TRANSFORMATIONTREE_API ZeCTransformationNodeSerializationIDMapper
 {
 public:
+    /// As operations take and return them; null where they say so.
     using Node = CbSmartPointer<ZeCTransformationNode>;
     using ConstNode = CbSmartPointer<const ZeCTransformationNode>;
 

@@ -29,6 +29,7 @@ class ZeCTransformationNodeManager;
 class TRANSFORMATIONTREE_API ZeCTransformationTreeUtility
 {
 public:
+    /// As operations take and return them; null where they say so.
     using Node = CbSmartPointer<ZeCTransformationNode>;
     using Inner = CbSmartPointer<ZeCTransformationNodeInner>;
     using Leaf = CbSmartPointer<ZeCTransformationNodeLeaf>;

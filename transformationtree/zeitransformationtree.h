@@ -20,8 +20,10 @@ class TRANSFORMATIONTREE_API ZeITransformationTree : public IExtensionInterface,
                                                      public IReferenceCounted
 {
 public:
+    /// As operations take and return them; null where they say so.
     using Inner = CbSmartPointer<ZeCTransformationNodeInner>;
     using ConstInner = CbSmartPointer<const ZeCTransformationNodeInner>;
+    /// A list of the caller's, to which clusters are appended.
     using Clusters = CbList<Inner, 17, unsigned int>;
 
     ZeITransformationTree(const ZeITransformationTree&) = delete;

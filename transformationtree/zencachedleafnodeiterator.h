@@ -12,6 +12,7 @@ class TRANSFORMATIONTREE_API ZeCTransformationNode::ZeNCachedLeafNodeIterator
     : public ZeNLeafNodeIterator
 {
 public:
+    /// What Borrow() gives.
     using Borrowed = ZeTBorrowedNode<ZeCTransformationNode>;
 
     /// An end iterator of no walk.
@@ -31,6 +32,7 @@ public:
     /// Goes back to the previous cached leaf, or to the end.
     ZeNCachedLeafNodeIterator& operator--();
 
+    /// True where the iterator converts to false.
     friend bool operator==(const ZeNCachedLeafNodeIterator& it, std::default_sentinel_t) noexcept
     {
         return !it;

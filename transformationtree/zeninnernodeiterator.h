@@ -7,6 +7,7 @@
 class TRANSFORMATIONTREE_API ZeCTransformationNode::ZeNInnerNodeIterator : public ZeNNodeIterator
 {
 public:
+    /// What Borrow() gives.
     using Borrowed = ZeTBorrowedNode<ZeCTransformationNodeInner>;
 
     /// Belongs to no walk; converts to true, but is not to be dereferenced or moved.
@@ -30,6 +31,7 @@ public:
     /// Goes back to the previous inner node, or to the end.
     ZeNInnerNodeIterator& operator--();
 
+    /// True where the iterator converts to false.
     friend bool operator==(const ZeNInnerNodeIterator& it, std::default_sentinel_t) noexcept
     {
         return !it;

@@ -6,6 +6,7 @@
 class TRANSFORMATIONTREE_API ZeCTransformationNode::ZeNLeafNodeIterator : public ZeNNodeIterator
 {
 public:
+    /// What Borrow() gives.
     using Borrowed = ZeTBorrowedNode<ZeCTransformationNodeLeaf>;
 
     /// An end iterator of no walk.
@@ -32,6 +33,7 @@ public:
     /// Returns the father within the walk: null for a leaf as traversal root and at the end.
     [[nodiscard]] CbSmartPointer<ZeCTransformationNodeInner> GetFather() const;
 
+    /// True where the iterator converts to false.
     friend bool operator==(const ZeNLeafNodeIterator& it, std::default_sentinel_t) noexcept
     {
         return !it;

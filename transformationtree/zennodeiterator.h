@@ -12,7 +12,7 @@
 template<class Node>
 struct ZeTBorrowedNode
 {
-    Node& node;
+    Node& node;               ///< owned by its father, or by the walk
     const CbMatrix4Rd& trafo; ///< from the node's frame into the traversal root's
 };
 
@@ -30,9 +30,11 @@ struct ZeTBorrowedNode
 class TRANSFORMATIONTREE_API ZeCTransformationNode::ZeNNodeIterator
 {
 public:
+    /// What std::input_iterator asks for.
     using iterator_concept = std::input_iterator_tag;
     using value_type = ZeCTransformationNodeWithTrafo;
     using difference_type = std::ptrdiff_t;
+    /// What Borrow() gives.
     using Borrowed = ZeTBorrowedNode<ZeCTransformationNode>;
 
     /// Belongs to no walk; converts to true, but is not to be dereferenced or moved.
@@ -74,12 +76,14 @@ public:
     {
         return a.equals(b);
     }
+    /// True where the iterator converts to false.
     friend bool operator==(const ZeNNodeIterator& it, std::default_sentinel_t) noexcept
     {
         return !it;
     }
 
 protected:
+    /// Nodes with their accumulated transformations, each a child of the one before.
     using Path = ZeCTransformationPath;
 
     /// Stands on an inner traversal root, or is its end.
@@ -97,6 +101,7 @@ protected:
     [[nodiscard]] ZeCTransformationNodeInner& topFather() const noexcept;
     /// True where the top node's subtree is closed to cached-leaf walks.
     [[nodiscard]] bool topIsCachedLeaf() const noexcept;
+    /// True where the top entry's node is a leaf.
     [[nodiscard]] bool topIsLeaf() const noexcept { return topNode().leaf_; }
 
     /// Pushes the first child of the present node; false where there is none.
@@ -134,11 +139,11 @@ protected:
     /// Pushes a child of the present node by its position.
     void push(const Path::Child* position, const Path::Child* end);
 
-    Path path_;
-    CbSmartPointer<ZeCTransformationNodeInner> root_; ///< null for a leaf as traversal root
-    bool atRoot_ = true;                              ///< stands on the traversal root
-    bool leafRoot_ = false;
-    CbSmartPointer<ZeCTransformationNodeLeaf> rootLeaf_;
+    Path path_; ///< from below the traversal root to the present node
+    CbSmartPointer<ZeCTransformationNodeInner> root_;    ///< null for a leaf as traversal root
+    bool atRoot_ = true;                                 ///< stands on the traversal root
+    bool leafRoot_ = false;                              ///< the traversal root is a leaf
+    CbSmartPointer<ZeCTransformationNodeLeaf> rootLeaf_; ///< null for an inner node
 
 private:
     friend class ZeCTransformationNodeInner;

@@ -42,6 +42,7 @@ public:
     {
         return images_[surfelBelongsToImageIndex(i)].trafo;
     }
+    /// In the frame of the surfel's model.
     [[nodiscard]] CbVector3f GetPosition(std::uint32_t i) const noexcept
     {
         const Surfel surfel = getSurfelCollectionAndIndex(i);
@@ -52,6 +53,7 @@ public:
         const Surfel surfel = getSurfelCollectionAndIndex(i);
         return surfel.collection.GetNormalAccessor()[surfel.index];
     }
+    /// As the surfel has it.
     [[nodiscard]] ZeCCompressedColor GetColor(std::uint32_t i) const noexcept
     {
         const Surfel surfel = getSurfelCollectionAndIndex(i);
@@ -63,6 +65,7 @@ public:
         const Surfel surfel = getSurfelCollectionAndIndex(i);
         return surfel.collection.GetQualityAccessor()[surfel.index];
     }
+    /// As the surfel has it.
     [[nodiscard]] std::uint8_t GetTissueType(std::uint32_t i) const noexcept
     {
         const Surfel surfel = getSurfelCollectionAndIndex(i);

@@ -19,10 +19,12 @@ class TRANSFORMATIONTREE_API ZeCTransformationNode::ZeNRandomSamplingSurfelItera
     : public ZeNRandomAccessSurfelIterator
 {
 public:
+    /// What std::weakly_incrementable asks for.
     using difference_type = std::ptrdiff_t;
 
     /// Begins anew with @p number samples, which may be more than there are surfels.
     void InitByNrSamples(int number) noexcept;
+    /// Number of all samples, visited or not.
     [[nodiscard]] std::uint32_t GetNrSamples() const noexcept { return nrSamples_; }
 
     /// True until all samples were visited.
@@ -37,6 +39,7 @@ public:
         return *this;
     }
     void operator++(int) noexcept { ++*this; }
+    /// True where the iterator converts to false.
     friend bool operator==(const ZeNRandomSamplingSurfelIterator& it,
                            std::default_sentinel_t) noexcept
     {
@@ -44,8 +47,9 @@ public:
     }
 
     /// @name The present surfel
-    /// As the base gives it for the surfel's number. Only for iterators that convert to true.
     /// @{
+
+    /// As the base gives it for the surfel's number. Only for iterators that convert to true.
     [[nodiscard]] const CbMatrix4Rd& GetTransformation() const noexcept
     {
         return ZeNRandomAccessSurfelIterator::GetTransformation(index_);

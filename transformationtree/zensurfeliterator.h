@@ -25,6 +25,7 @@
 class TRANSFORMATIONTREE_API ZeCTransformationNode::ZeNSurfelIterator
 {
 public:
+    /// What std::weakly_incrementable asks for.
     using difference_type = std::ptrdiff_t;
 
     /// Has a container, but belongs to no walk: converts to false.
@@ -66,6 +67,7 @@ public:
         return a.leaf_ == b.leaf_ && a.index_ == b.index_ &&
                a.singleContainer_ == b.singleContainer_;
     }
+    /// True where the iterator converts to false.
     friend bool operator==(const ZeNSurfelIterator& it, std::default_sentinel_t) noexcept
     {
         return !it;

@@ -17,19 +17,24 @@ public:
     class Cursor
     {
     public:
+        /// What std::input_iterator asks for.
         using iterator_concept = std::input_iterator_tag;
         using value_type = typename Iterator::Borrowed;
         using difference_type = std::ptrdiff_t;
 
+        /// Stands where @p position stands.
         explicit Cursor(Iterator position) : position_(std::move(position)) {}
 
+        /// Lends out the node. Not to be called at the end.
         value_type operator*() const noexcept { return position_.Borrow(); }
+        /// Goes on to the next one.
         Cursor& operator++()
         {
             ++position_;
             return *this;
         }
         void operator++(int) { ++*this; }
+        /// True at the end of the walk.
         friend bool operator==(const Cursor& cursor, std::default_sentinel_t) noexcept
         {
             return !cursor.position_;
@@ -43,6 +48,7 @@ public:
     explicit ZeTNodeRange(CbSmartPointer<const ZeCTransformationNode> root) : root_(std::move(root))
     {}
 
+    /// Each call begins a walk of its own.
     [[nodiscard]] Cursor begin() const
     {
         if constexpr (std::is_same_v<Iterator, ZeNNodeIterator>) {

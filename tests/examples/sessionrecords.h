@@ -29,23 +29,6 @@ inline std::string ErrorOf(const Bytes& bytes, sessionfile::SessionError::EKind*
     }
 }
 
-/// An attribute as applications have them.
-class Note final : public ZeARTTIAttribute
-{
-public:
-    static const CbRTTI RTTI;
-    static IObject* CreateByFactory() { return new Note; }
-    const CbRTTI& GetRTTI() const override { return RTTI; }
-    void Serialize(CbStreamWriteBinary& stream) const override { stream << text; }
-    void Serialize(CbStreamReadBinary& stream) override { stream >> text; }
-
-    CString text = CB_TEXT("note");
-
-protected:
-    ~Note() override = default;
-};
-inline const CbRTTI Note::RTTI(CB_TEXT("Note"), &CreateByFactory, nullptr, &ZeARTTIAttribute::RTTI);
-
 /// root(cluster*(a*, b), c*) where a and c share a model. Rings may be made of it.
 struct SampleTree
 {
@@ -56,7 +39,7 @@ struct SampleTree
         LinkByHand(cluster, b);
         LinkByHand(root, c);
         cluster->SetModel(CbMake<ZeCModelQMT>(), 7);
-        cluster->SetAttribute(CbMake<Note>());
+        cluster->SetAttribute(CbMake<Tooth>());
         c->SetRelativeTrafo(CbMatrix4Rd({0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 5, 6, 7, 1}));
         root->SetDescription(CB_TEXT("root"));
         b->SetIsNewEntryScan(true);

@@ -6,31 +6,6 @@
 namespace
 {
 
-// An attribute as applications have them.
-class Tooth : public ZeARTTIAttribute
-{
-public:
-    static const CbRTTI RTTI;
-    static IObject* CreateByFactory() { return new Tooth; }
-    const CbRTTI& GetRTTI() const override { return RTTI; }
-    void Serialize(CbStreamWriteBinary& stream) const override
-    {
-        stream.WriteVersion(1);
-        stream << number;
-    }
-    void Serialize(CbStreamReadBinary& stream) override
-    {
-        stream.ReadVersion(1, __FILE__, __LINE__);
-        stream >> number;
-    }
-
-    std::int32_t number = 0;
-
-protected:
-    ~Tooth() override = default;
-};
-const CbRTTI Tooth::RTTI(CB_TEXT("Tooth"), &CreateByFactory, nullptr, &ZeARTTIAttribute::RTTI);
-
 // Each file is written from objects made here where they can be, and reads into objects that write
 // it again.
 class GoldenFiles : public testing::Test

@@ -18,6 +18,15 @@ inline void ClearMappers()
     ModelMapper().ClearMapping();
 }
 
+/// The number of nodes and models whose ids are resolved.
+inline std::size_t CountMapped()
+{
+    CbArray<CyUniqueID> ids;
+    NodeMapper().ListMappedModelIDs(ids);
+    ModelMapper().ListMappedModelIDs(ids);
+    return ids.GetCount();
+}
+
 /// Announces a node, so that its id is resolved.
 inline void Map(const Node& node)
 {
@@ -48,3 +57,29 @@ inline CyUniqueID CountingId(unsigned digit)
     }
     return CyUniqueID(bytes);
 }
+
+/// An attribute as applications have them.
+class Tooth final : public ZeARTTIAttribute
+{
+public:
+    static const CbRTTI RTTI;
+    static IObject* CreateByFactory() { return new Tooth; }
+    const CbRTTI& GetRTTI() const override { return RTTI; }
+    void Serialize(CbStreamWriteBinary& stream) const override
+    {
+        stream.WriteVersion(1);
+        stream << number;
+    }
+    void Serialize(CbStreamReadBinary& stream) override
+    {
+        stream.ReadVersion(1, __FILE__, __LINE__);
+        stream >> number;
+    }
+
+    std::int32_t number = 0;
+
+protected:
+    ~Tooth() override = default;
+};
+inline const CbRTTI Tooth::RTTI(CB_TEXT("Tooth"), &CreateByFactory, nullptr,
+                                &ZeARTTIAttribute::RTTI);

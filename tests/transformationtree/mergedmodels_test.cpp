@@ -1,8 +1,7 @@
 // Merging the surfels of a node vector, and the cached models of inner nodes.
 
-#include "platform/datacontainer/zecgridsampler.h"
 #include "platform/math3d/cyexceptionnotinvertible.h"
-#include "tests/platform/datacontainer/surfels.h"
+#include "tests/platform/datacontainer/shiftedsampling.h"
 #include "tests/support/scenario.h"
 #include "tests/transformationtree/treematrices.h"
 #include "transformationtree/zecleafnodevector.h"
@@ -12,7 +11,6 @@
 namespace
 {
 
-using Collection = CbSmartPointer<ZeCSurfelCollectionQMT>;
 using EType = ZeCModelQMT::ESurfelCollectionType;
 
 constexpr auto c_set = ZeCSurfelContainer::ESurfelAttributeSet::Subsampled;
@@ -153,17 +151,11 @@ TEST_F(MergedScans, AreSampledOn125ShiftedGrids)
 {
     const float size = 12.3F;
     const auto expected = CbMake<ZeCSurfelCollectionQMT>();
-    const float step = size / 5;
+    const Shifts shifts = ShiftsOf(size);
     for (int i = 0; i < 125; ++i) {
-        const auto shift = [&](int times) {
-            float value = step * 0.5F;
-            for (; times > 0; --times) value += step;
-            return value;
-        };
-        const float x = shift(i / 25), y = shift(i / 5 % 5), z = shift(i % 5);
-        const CbMatrix4Rf there{{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, x, y, z, 1}};
-        const CbMatrix4Rf back{{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, -x, -y, -z, 1}};
-        expected->Append(*sampled(size, size / 2, 6.5F, 4, &there), back);
+        const float x = shifts[i / 25], y = shifts[i / 5 % 5], z = shifts[i % 5];
+        const CbMatrix4Rf there = ShiftBy(x, y, z);
+        expected->Append(*sampled(size, size / 2, 6.5F, 4, &there), ShiftBy(-x, -y, -z));
     }
     root->CreateModel(false, size, 4, true, 99);
     const auto surfels = root->GetModel()->GetSurfelCollection(EType::Standard);

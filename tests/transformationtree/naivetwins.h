@@ -7,7 +7,6 @@
 #include <array>
 #include <map>
 #include <string>
-#include <vector>
 
 /// The library's nodes beside the naive ones, to compare them.
 class NaiveTwins
@@ -29,8 +28,6 @@ public:
 
     /// The first difference between the two sides after an edit; empty where there is none.
     [[nodiscard]] std::string FindDifference();
-    /// True where one of the nodes that are gone is still found by its id.
-    [[nodiscard]] bool IsAnyDeadIdFound() const;
 
 private:
     struct Twin
@@ -58,6 +55,5 @@ private:
     const CyDataManager& dataManager_;
     const CyNode& dataNode_;
     std::map<const NaiveNode*, Twin> twins_;
-    std::vector<CyUniqueID> deadIds_;
     long long newest_ = 0; ///< revision
 };

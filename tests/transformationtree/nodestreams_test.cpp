@@ -1,10 +1,7 @@
 #include "platform/base/cbexceptionstream.h"
 #include "platform/base/cbexceptionwrongfileversion.h"
-#include "tests/support/managerfixture.h"
-#include "tests/support/rounds.h"
 #include "tests/transformationtree/mappedrecords.h"
 #include "tests/transformationtree/treematrices.h"
-#include "transformationtree/zectransformationnodeiterators.h"
 
 #include <cstring>
 #include <set>
@@ -18,13 +15,6 @@ Node makeLike(const ZeCTransformationNode& node)
 {
     if (node.IsLeaf()) return CbMake<ZeCTransformationNodeLeaf>();
     return CbMake<ZeCTransformationNodeInner>();
-}
-
-std::size_t countMapped()
-{
-    CbArray<CyUniqueID> ids;
-    NodeMapper().ListMappedModelIDs(ids);
-    return ids.GetCount();
 }
 
 // A mapped tree of two levels in which no field has the value of a new node.
@@ -196,13 +186,13 @@ TEST(AnnouncedNodes, AreMadeAndFoundByTheirIds)
     EXPECT_TRUE(watched.Lock()) << "the map holds it";
     NodeMapper().ClearMapping();
     EXPECT_FALSE(watched.Lock());
-    EXPECT_EQ(countMapped(), 0U);
+    EXPECT_EQ(CountMapped(), 0U);
 
     const Bytes reference = Stored([&](auto& stream) {
         NodeMapper().WriteNodeByReference(stream, leaf);
         NodeMapper().WriteNodeByReference(stream, nullptr);
     });
-    EXPECT_EQ(countMapped(), 0U);
+    EXPECT_EQ(CountMapped(), 0U);
     EXPECT_EQ(reference.size(), 32U);
     Map(leaf);
     ReadFrom(reference, [&](auto& stream) {
@@ -239,75 +229,7 @@ TEST(AnnouncedNodes, ThatCanNotBeMadeAreNotMapped)
     EXPECT_TRUE(nil->GetID().IsNil()) << "made, and found by nobody";
     EXPECT_THROW(Map(Node()), CbException);
     EXPECT_THROW(Map(Model()), CbException);
-    EXPECT_EQ(countMapped(), 0U);
-}
-
-class StoredTrees : public NodeManagerTest
-{
-protected:
-    ~StoredTrees() override { ClearMappers(); }
-
-    // The records of all nodes, which have all that is stored.
-    static std::vector<Bytes> recordsOf(const Node& root)
-    {
-        std::vector<Bytes> records;
-        for (const auto& [node, trafo] : root->Nodes()) {
-            EXPECT_TRUE(node.IsNamed(node.GetID()));
-            records.push_back(StructureOf(node));
-        }
-        return records;
-    }
-};
-
-TEST_F(StoredTrees, ComeBackFromRecordsInAnyOrder)
-{
-    for (int round = 0; round < Rounds(50); ++round) {
-        SCOPED_TRACE(testing::Message() << "seed " << round);
-        std::mt19937 random(static_cast<unsigned>(round));
-        Scenario tree("root(cluster*(a*, b, none()), c*, chain(link(end*)))");
-        std::vector<Bytes> announcements;
-        std::vector<std::pair<CyUniqueID, Bytes>> structures;
-        for (const auto& [name, node] : tree.GetNodes()) {
-            node->SetRelativeTrafo(RandomPose(random));
-            node->SetVisible(random() % 2 == 0);
-            node->SetNodeRevision(static_cast<long long>(random()), random() % 4);
-            if (const Leaf leaf = tree.GetLeaf(name)) leaf->SetIsNewEntryScan(random() % 2 == 0);
-            announcements.push_back(Stored([&, &node = node](auto& stream) {
-                NodeMapper().WriteNodeForInstantiation(stream, node);
-            }));
-            structures.emplace_back(node->GetID(), StructureOf(*node));
-            if (node->GetModel()) Map(node->GetModel());
-        }
-        const auto expected = recordsOf(tree.GetRoot());
-        const auto text = Describe(*tree.GetRoot());
-        const auto rootId = tree.GetRoot()->GetID();
-        tree.Forget();
-        NodeMapper().ClearMapping();
-
-        std::shuffle(announcements.begin(), announcements.end(), random);
-        std::shuffle(structures.begin(), structures.end(), random);
-        std::vector<Node> nodes;
-        for (const Bytes& bytes : announcements) {
-            ReadFrom(bytes,
-                     [&](auto& s) { nodes.push_back(NodeMapper().ReadNodeAndInstantiate(s)); });
-        }
-        for (const auto& [id, bytes] : structures) {
-            ASSERT_EQ(ReadStructure(*NodeMapper().GetNode(id), bytes), 0U);
-        }
-        const auto root =
-            CbDynamicPointerCast<ZeCTransformationNodeInner>(NodeMapper().GetNode(rootId));
-        nodes.clear();
-        ClearMappers();
-        EXPECT_EQ(recordsOf(root), expected);
-        EXPECT_EQ(Describe(*root), text);
-        manager().SetRootNode(root);
-        {
-            const auto handle = manager().GetReadHandle(root);
-            EXPECT_TRUE(manager().TryLock() && manager().IsValid());
-        }
-        EXPECT_EQ(TestAccess::CountIds(manager()), expected.size());
-        unsetRoot();
-    }
+    EXPECT_EQ(CountMapped(), 0U);
 }
 
 } // namespace

@@ -33,7 +33,6 @@ protected:
             const std::string difference = twins_.FindDifference();
             ASSERT_EQ(difference, "") << "seed " << seed << ", step " << step << ": " << log_.str();
         }
-        EXPECT_FALSE(twins_.IsAnyDeadIdFound());
     }
 
     // That the run met all that it is meant to meet.

@@ -416,20 +416,31 @@ TEST_F(Restructuring, MovesManyNodesAtOnce)
 
 TEST_F(Restructuring, TakesTreesOfAnyDepth)
 {
-    constexpr int depth = 100000;
+    constexpr std::size_t depth = 100000;
+    const Inner above = manager().CreateInnerNode();
     const Inner root = manager().CreateInnerNode();
-    for (Inner at = root; TestAccess::CountIds(manager()) < 2 * depth;) {
+    manager().AppendChild(above, root);
+    Inner bottom = root;
+    for (std::size_t i = 1; i < depth; ++i) {
         const Inner below = manager().CreateInnerNode();
-        manager().AppendChild(at, manager().CreateLeafNode(nullptr));
-        manager().AppendChild(at, below);
-        at = below;
+        manager().AppendChild(bottom, manager().CreateLeafNode(nullptr));
+        manager().AppendChild(bottom, below);
+        bottom = below;
     }
     const auto copy = CbDynamicPointerCast<ZeCTransformationNodeInner>(
         utility_.CopySubtree(root, EWhat::PropertiesAndModel, nullptr, false));
-    utility_.NormalizeTreeStructure(copy, 2, false);
-    utility_.CollapseAll(root, false);
-    EXPECT_EQ(root->GetNrChildren(), depth);
-    EXPECT_EQ(copy->GetNrLeafNodes(), depth);
+    utility_.NormalizeTreeStructure(copy, 2, true);
+    utility_.CollapseAll(copy, true);
+    EXPECT_EQ(copy->GetNrChildren(), depth - 1);
+    (void)recorder_.Take();
+
+    for (int i = 0; i < 2; ++i) manager().AppendChild(bottom, manager().CreateLeafNode(nullptr));
+    Inner top = root;
+    EXPECT_EQ(utility_.PrepareForNextChild(bottom, 2, top)->GetNrChildren(), 0U);
+    EXPECT_EQ(recorder_.Take().size(), depth + 2); // a new top, its old one, and a branch
+    utility_.RemoveSubtree(top, true);
+    EXPECT_EQ(recorder_.Take().size(), 3 * depth + 2);
+    EXPECT_EQ(TestAccess::CountIds(manager()), depth + 1); // above, and the copy
     EXPECT_TRUE(manager().IsValid());
 }
 

@@ -112,7 +112,6 @@ TEST(ALeaf, AssumesPropertiesFromLeavesOnlyAndNothingElse)
     EXPECT_TRUE(scan->IsVisible());
     scan->SetIsNewEntryScan(true);
     scan->SetRelativeTrafo(Shift(1, 2, 3));
-    EXPECT_TRUE(CbMake<ZeCTransformationNodeLeaf>(*scan)->IsNewEntryScan());
 
     const auto revision = leaf->GetNodeRevision(3);
     leaf->AssumeAttributes(CbMake<ZeCTransformationNodeInner>(), EAttributes::Properties);

@@ -52,18 +52,9 @@ TEST_F(NodeManager, GoesAtExitWithTheRootSet)
 
 TEST_F(NodeManager, LocksNothingWithoutADataManager)
 {
-    CyDataManager other;
-    EXPECT_FALSE(manager().SetDataManager(other, other.GetTopNode())) << "is linked already";
-    const auto tree = rootedTree("root(leaf)");
-    EXPECT_FALSE(manager().UnsetDataManager()) << "has a root";
-    manager().UnsetRootNode(); // without its write lock
-    EXPECT_EQ(manager().GetRootNode(), tree.GetRoot());
-    unsetRoot();
+    const Scenario tree("root(leaf)", Scenario::EBuilder::Manager);
     ASSERT_TRUE(manager().UnsetDataManager());
-
     EXPECT_THROW((void)manager().GetDataManager(), CbException);
-    EXPECT_THROW(manager().CreateRootNode(), CbException);
-    EXPECT_EQ(TestAccess::CountIds(manager()), 0U);
     EXPECT_TRUE(manager().GetWriteHandle(tree["leaf"]).IsEmpty());
     auto status = CyDataManager::eGeneralError;
     EXPECT_FALSE(manager().TryLockAndWait(0, status));

@@ -2,9 +2,9 @@
 #include "tests/support/managerfixture.h"
 #include "tests/support/messagerecorder.h"
 #include "tests/support/scenario.h"
+#include "tests/support/storedbytes.h"
 #include "transformationtree/zectransformationtree.h"
 
-#include <functional>
 #include <gmock/gmock.h>
 #include <optional>
 #include <thread>
@@ -132,13 +132,8 @@ TEST_F(ATransformationTree, OffersNoExtensions)
     EXPECT_EQ(tree->GetExtension("any", false), nullptr);
     EXPECT_EQ(std::as_const(*tree).GetExtension(nullptr, false), nullptr);
     for (const char* name : {"any", static_cast<const char*>(nullptr)}) {
-        try {
-            (void)tree->GetExtension(name, true);
-            FAIL();
-        } catch (const CbExceptionUnknownExtension& exception) {
-            EXPECT_EQ(exception.GetFile(), "zectransformationtree");
-            EXPECT_EQ(exception.GetLine(), 358U);
-        }
+        ExpectThrowsFrom<CbExceptionUnknownExtension>(
+            "zectransformationtree", 358, [&] { (void)tree->GetExtension(name, true); });
     }
 }
 

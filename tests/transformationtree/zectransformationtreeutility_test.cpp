@@ -262,30 +262,4 @@ TEST_F(TheTreeUtility, RemovesWhatAnotherThreadHasLocked)
     }
 }
 
-TEST_F(TheTreeUtility, TakesTreesOfAnyDepth)
-{
-    constexpr std::size_t depth = 100000;
-    build("root()");
-    // Nodes with two children each, from the bottom up.
-    Inner bottom;
-    Inner top;
-    for (std::size_t i = 0; i < depth; ++i) {
-        const Inner above = manager().CreateInnerNode();
-        manager().AppendChild(above, top ? Node(top) : Node(manager().CreateLeafNode(nullptr)));
-        manager().AppendChild(above, manager().CreateLeafNode(nullptr));
-        if (!bottom) bottom = above;
-        top = above;
-    }
-    manager().AppendChild(inner("root"), top);
-    const Inner place = utility.PrepareForNextChild(bottom, 2, top);
-    EXPECT_EQ(recorder.Take().size(), depth + 2);
-    EXPECT_EQ(place->GetNrChildren(), 0U);
-    EXPECT_EQ(TestAccess::CountIds(manager()), 3 * depth + 3);
-
-    utility.RemoveSubtree(top, true);
-    EXPECT_EQ(recorder.Take().size(), 3 * depth + 2);
-    EXPECT_EQ(describe(), "root()");
-    EXPECT_EQ(TestAccess::CountIds(manager()), 1U);
-}
-
 } // namespace

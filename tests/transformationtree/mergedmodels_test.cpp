@@ -13,8 +13,6 @@ namespace
 
 using EType = ZeCModelQMT::ESurfelCollectionType;
 
-constexpr auto c_set = ZeCSurfelContainer::ESurfelAttributeSet::Subsampled;
-
 // A tree with overlapping scans, and two nodes that have nothing to merge.
 class MergedScans : public testing::Test
 {
@@ -65,9 +63,9 @@ protected:
                 sampler.AddSurfels(surfels, &m);
             }
         });
-        const auto result =
-            CbMake<ZeCSurfelCollectionQMT>(sampler.GetNrOfUsedCells(), false, c_set, nullptr);
-        sampler.GetSubsampled(*result, parameter, c_set, true);
+        const auto result = CbMake<ZeCSurfelCollectionQMT>(sampler.GetNrOfUsedCells(), false,
+                                                           c_attributes, nullptr);
+        sampler.GetSubsampled(*result, parameter, c_attributes, true);
         return result;
     }
     template<class... Arguments>
@@ -98,13 +96,13 @@ TEST_F(MergedScans, KeepAllSurfelsInOrderWhereTheCellSizeIsZero)
     leaves.SetInnerNode(nullptr, ZeCNodeVector::itLeaf, c_matIdentityD, 0);
     const auto none = merged(0.0F, 1.0F, false, 0.0F, nullptr);
     EXPECT_EQ(none->GetNrSurfels(), 0U);
-    EXPECT_EQ(none->GetAttributeSet(), c_set);
+    EXPECT_EQ(none->GetAttributeSet(), c_attributes);
     EXPECT_EQ(merged(1.0F, 1.0F, false, 0.0F, nullptr)->GetNrSurfels(), 0U);
 }
 
 TEST_F(MergedScans, AreSampledOnTheGridThatIsAskedFor)
 {
-    const float c_sizes[] = {0.1F, 8, -8, 1e30F, 1e-30F, std::numeric_limits<float>::quiet_NaN()};
+    const float c_sizes[] = {0.1F, 8, -8, 1e30F, 1e-30F, c_nan};
     for (const float size : c_sizes) {
         SCOPED_TRACE(size);
         ExpectSameSurfels(*sampled(size, 0, 1, 3, nullptr),
@@ -162,9 +160,8 @@ TEST_F(MergedScans, AreSampledOn125ShiftedGrids)
     ExpectSameSurfels(*expected, *surfels);
     EXPECT_EQ(surfels->GetAttributeSet(), ZeCSurfelContainer::ESurfelAttributeSet::Complete);
 
-    using Limits = std::numeric_limits<float>;
-    for (const float none : {0.0F, -1.0F, Limits::quiet_NaN(), Limits::infinity(),
-                             -Limits::infinity(), Limits::denorm_min()}) {
+    for (const float none :
+         {0.0F, -1.0F, c_nan, c_infinity, -c_infinity, std::numeric_limits<float>::denorm_min()}) {
         root->CreateModel(false, none, 4, true, 0);
         EXPECT_EQ(root->GetModel()->GetSurfelCollection(EType::Standard)->GetNrSurfels(), 0U);
     }

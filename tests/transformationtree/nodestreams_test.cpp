@@ -1,9 +1,10 @@
 #include "platform/base/cbexceptionstream.h"
 #include "platform/base/cbexceptionwrongfileversion.h"
 #include "tests/transformationtree/mappedrecords.h"
-#include "tests/transformationtree/treematrices.h"
 
+#include <bit>
 #include <cstring>
+#include <limits>
 #include <set>
 
 namespace

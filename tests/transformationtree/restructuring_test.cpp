@@ -429,8 +429,8 @@ TEST_F(Restructuring, TakesTreesOfAnyDepth)
     }
     const auto copy = CbDynamicPointerCast<ZeCTransformationNodeInner>(
         utility_.CopySubtree(root, EWhat::PropertiesAndModel, nullptr, false));
-    utility_.NormalizeTreeStructure(copy, 2, true);
-    utility_.CollapseAll(copy, true);
+    utility_.NormalizeTreeStructure(copy, 2, false);
+    utility_.CollapseAll(copy, false);
     EXPECT_EQ(copy->GetNrChildren(), depth - 1);
     (void)recorder_.Take();
 

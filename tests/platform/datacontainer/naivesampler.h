@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
 #include <map>
 #include <numeric>
 #include <vector>
@@ -16,8 +15,6 @@
 using Collection = CbSmartPointer<ZeCSurfelCollectionQMT>;
 
 inline constexpr auto c_attributes = ZeCSurfelContainer::ESurfelAttributeSet::Subsampled;
-inline constexpr float c_infinity = std::numeric_limits<float>::infinity();
-inline constexpr float c_nan = std::numeric_limits<float>::quiet_NaN();
 
 /// Arguments of a sampler.
 struct Grid
@@ -33,11 +30,6 @@ struct Scan
     Collection surfels;
     CbMatrix4Rf toResult;
 };
-
-inline Collection Neutral(std::uint32_t count)
-{
-    return CbMake<ZeCSurfelCollectionQMT>(count, true, c_attributes, nullptr);
-}
 
 inline Collection ResultOf(ZeCGridSampler& sampler, float samplingParameter = 1.0F)
 {
@@ -189,4 +181,18 @@ inline std::vector<Scan> RandomScans(std::mt19937& random, std::uint32_t count, 
         for (auto& type : scan.surfels->GetTissueTypeAccessor()) type %= 5;
     }
     return scans;
+}
+
+/// Puts surfels on borders of cells and as close as possible to either side of them.
+template<class Border>
+void PutOnBorders(std::mt19937& random, ZeCSurfelContainer& surfels, const Border& border)
+{
+    for (auto& position : surfels.GetPositionAccessor()) {
+        for (float CbVector3f::*axis : {&CbVector3f::x, &CbVector3f::y, &CbVector3f::z}) {
+            const float at = border(static_cast<float>(static_cast<int>(random() % 9) - 4));
+            const float places[] = {at, std::nextafter(at, c_infinity),
+                                    std::nextafter(at, -c_infinity)};
+            position.*axis = places[random() % 3];
+        }
+    }
 }

@@ -20,11 +20,6 @@ inline Shifts ShiftsOf(float cellSize)
     return shifts;
 }
 
-inline CbMatrix4Rf ShiftBy(float x, float y, float z)
-{
-    return CbMatrix4Rf({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, x, y, z, 1});
-}
-
 /// One run after the other.
 inline Collection SampleOneByOne(const Grid& grid, const std::vector<Scan>& scans)
 {

@@ -2,31 +2,18 @@
 
 #include "platform/datacontainer/zecsurfelcollectionqmt.h"
 
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <gtest/gtest.h>
+#include <limits>
 #include <random>
-#include <string>
 #include <string_view>
 
-/// The attributes of a surfel as they are stored; comparing them compares bits.
-inline std::string SurfelBytes(const ZeCSurfelContainer& container, std::uint32_t i)
-{
-    std::string bytes;
-    const auto add = [&](const auto& value) {
-        bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
-    };
-    add(container.GetPositionAccessor()[i]);
-    add(container.GetNormalAccessor()[i]);
-    add(container.GetColorAccessor()[i]);
-    add(container.GetQualityAccessor().data()[i]);
-    add(container.GetTissueTypeAccessor()[i]);
-    add(container.GetBoundaryFlagAccessor()[i]);
-    add(container.GetCurvatureAccessor()[i]);
-    return bytes;
-}
+inline constexpr float c_infinity = std::numeric_limits<float>::infinity();
+inline constexpr float c_nan = std::numeric_limits<float>::quiet_NaN();
 
-/// The bytes of each array.
+/// The bytes of each array; comparing them compares bits. Positions come first.
 inline std::array<std::string_view, 7> SurfelArrays(const ZeCSurfelContainer& surfels)
 {
     const auto bytes = [](const auto& array) {
@@ -53,11 +40,25 @@ inline void AddToDigest(const ZeCSurfelContainer& result)
 inline void ExpectSameSurfels(const ZeCSurfelContainer& expected, const ZeCSurfelContainer& actual)
 {
     AddToDigest(actual);
-    if (SurfelArrays(expected) == SurfelArrays(actual)) return;
     ASSERT_EQ(expected.GetNrSurfels(), actual.GetNrSurfels());
-    for (std::uint32_t i = 0; i < expected.GetNrSurfels(); ++i) {
-        ASSERT_EQ(SurfelBytes(expected, i), SurfelBytes(actual, i)) << "surfel " << i;
+    const auto of = SurfelArrays(expected), are = SurfelArrays(actual);
+    for (std::size_t i = 0; i < of.size(); ++i) {
+        const auto first = std::mismatch(of[i].begin(), of[i].end(), are[i].begin()).first;
+        ASSERT_EQ(of[i].end(), first)
+            << "array " << i << " differs at byte " << first - of[i].begin();
     }
+}
+
+inline CbMatrix4Rf ShiftBy(float x, float y, float z)
+{
+    return CbMatrix4Rf({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, x, y, z, 1});
+}
+
+/// Surfels whose attributes are none.
+inline CbSmartPointer<ZeCSurfelCollectionQMT> Neutral(std::uint32_t count)
+{
+    return CbMake<ZeCSurfelCollectionQMT>(
+        count, true, ZeCSurfelContainer::ESurfelAttributeSet::Subsampled, nullptr);
 }
 
 /// Surfels whose attributes are all different from one to the next.

@@ -23,16 +23,9 @@ TEST(ShiftedGrids, GiveTheSameBytesForSurfelsOnBorders)
         SCOPED_TRACE(cellSize);
         const Shifts shifts = ShiftsOf(cellSize);
         const auto surfels = RandomSurfels(random, 2000);
-        for (auto& position : surfels->GetPositionAccessor()) {
-            for (float CbVector3f::*axis : {&CbVector3f::x, &CbVector3f::y, &CbVector3f::z}) {
-                const auto cells = static_cast<float>(static_cast<int>(random() % 9) - 4);
-                float border = cells * cellSize - shifts[random() % 5] + cellSize / 2;
-                const auto kind = random() % 3;
-                if (kind == 1) border = std::nextafter(border, c_infinity);
-                if (kind == 2) border = std::nextafter(border, -c_infinity);
-                position.*axis = border;
-            }
-        }
+        PutOnBorders(random, *surfels, [&](float cell) {
+            return cell * cellSize - shifts[random() % 5] + cellSize / 2;
+        });
         ASSERT_NO_FATAL_FAILURE(ExpectSameTogether({cellSize, cellSize / 2, 6.5F, 1},
                                                    {{surfels, {}}, {surfels, TurnAndShift(1, 0)}}));
     }

@@ -12,9 +12,6 @@
 namespace
 {
 
-constexpr float c_infinity = std::numeric_limits<float>::infinity();
-constexpr float c_nan = std::numeric_limits<float>::quiet_NaN();
-
 CbMatrix4Rf Linear(const float (&m)[9])
 {
     CbMatrix4Rf matrix;
@@ -27,15 +24,6 @@ CbMatrix4Rf Turn(float angle)
     const float c = std::cos(angle);
     const float s = std::sin(angle);
     return Compose(Linear({c, s, 0, -s, c, 0, 0, 0, 1}), Linear({1, 0, 0, 0, c, s, 0, -s, c}));
-}
-
-CbMatrix4Rf Shift(float x, float y, float z)
-{
-    CbMatrix4Rf shift;
-    shift[3][0] = x;
-    shift[3][1] = y;
-    shift[3][2] = z;
-    return shift;
 }
 
 // The cosine between two directions of which the first is mapped as planes are: by the inverse
@@ -69,8 +57,8 @@ struct NamedMatrix
 std::vector<NamedMatrix> Matrices()
 {
     return {{"identity", {}, true},
-            {"shift", Shift(1, -2, 3), true},
-            {"turn and shift", Compose(Turn(-2.1F), Shift(4, 5, 6))},
+            {"shift", ShiftBy(1, -2, 3), true},
+            {"turn and shift", Compose(Turn(-2.1F), ShiftBy(4, 5, 6))},
             {"mirror", Linear({-1, 0, 0, 0, 1, 0, 0, 0, 1})},
             {"stretch and turn", Compose(Linear({5, 0, 0, 0, 1, 0, 0, 0, 0.3F}), Turn(1.1F))},
             {"shear", Linear({1, 0.4F, 0, 0, 1, -0.8F, 0.2F, 0, 1})},
@@ -79,12 +67,6 @@ std::vector<NamedMatrix> Matrices()
             {"huge", Linear({3e38F, 0, 0, 0, 2e38F, 1e38F, 0, 0, 3e38F})},
             {"tiny", Linear({1e-40F, 0, 0, 0, 2e-40F, 0, 0, 0, 1e-40F})},
             {"not a number", Linear({1, 0, 0, 0, c_nan, 0, 0, 0, 1}), true}};
-}
-
-CbSmartPointer<ZeCSurfelCollectionQMT> Neutral(std::uint32_t count)
-{
-    return CbMake<ZeCSurfelCollectionQMT>(
-        count, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
 }
 
 } // namespace
@@ -128,15 +110,16 @@ TEST(CopyingSurfels, OneByOneAndTogetherGivesTheSameBits)
 TEST(CopyingSurfels, MapsPositionsAndKeepsWhatHasNoFrame)
 {
     std::mt19937 random(10);
-    const CbMatrix4Rf m = Compose(Turn(0.3F), Shift(1, 2, 3));
+    const CbMatrix4Rf m = Compose(Turn(0.3F), ShiftBy(1, 2, 3));
     const auto source = RandomSurfels(random, 100);
     const auto copy = Neutral(100);
     copy->CopySurfels(0, *source, 0, 100, false, m);
     for (std::uint32_t i = 0; i < 100; ++i) {
         EXPECT_EQ(TransformPoint(source->GetPositionAccessor()[i], m),
                   copy->GetPositionAccessor()[i]);
-        EXPECT_EQ(SurfelBytes(*source, i).substr(12), SurfelBytes(*copy, i).substr(12));
     }
+    const auto before = SurfelArrays(*source), after = SurfelArrays(*copy);
+    EXPECT_TRUE(std::equal(before.begin() + 1, before.end(), after.begin() + 1));
     copy->CopySurfels(0, *source, 0, 100, true, m);
     for (std::uint32_t i = 0; i < 100; ++i) source->CopySurfel(i, *source, i, true, m);
     ExpectSameSurfels(*copy, *source);
@@ -197,7 +180,7 @@ TEST(CopyingSurfels, OutsideTheContainersThrowsAndWritesNothing)
 TEST(AppendingSurfels, KeepsWhatIsThereAndAddsTheOthersTransformed)
 {
     std::mt19937 random(14);
-    const CbMatrix4Rf m = Compose(Turn(2), Shift(1, 2, 3));
+    const CbMatrix4Rf m = Compose(Turn(2), ShiftBy(1, 2, 3));
     const auto part = RandomSurfels(random, 700);
     const auto merged = Neutral(0);
     merged->Append(*part, m);

@@ -7,7 +7,7 @@ namespace
 {
 
 using testing::ElementsAre;
-using testing::Pair;
+using testing::FieldsAre;
 
 constexpr const CbWChar* c_logger = CB_TEXT("Diagnostics.Test");
 
@@ -18,18 +18,11 @@ TEST(WithABackEnd, MessagesArriveWithLevelLoggerPlaceAndArguments)
                       -3, 4000000000U, CB_TEXT("text"), 0xBEEFU, 0.5);
     Logging::LogWarning(CB_TEXT("Other"), "zecother", 4000000000U, "", CB_TEXT("plain"));
 
-    const auto records = recorder.TakeRecords();
-    ASSERT_EQ(records.size(), 2U);
-    EXPECT_EQ(records[0].level, 1U);
-    EXPECT_EQ(records[0].logger, CString(c_logger));
-    EXPECT_EQ(records[0].file, "zecfile");
-    EXPECT_EQ(records[0].line, 12U);
-    EXPECT_EQ(records[0].function, "ZeCClass::Function");
-    EXPECT_EQ(records[0].text.ToUtf8(), "-3 of 4000000000: text BEEF 0.500000");
-    EXPECT_EQ(records[1].level, 3U);
-    EXPECT_EQ(records[1].logger, CString(CB_TEXT("Other")));
-    EXPECT_EQ(records[1].line, 4000000000U);
-    EXPECT_EQ(records[1].text.ToUtf8(), "plain");
+    EXPECT_THAT(recorder.TakeRecords(),
+                ElementsAre(FieldsAre(1U, CString(c_logger), "zecfile", 12U, "ZeCClass::Function",
+                                      CString(CB_TEXT("-3 of 4000000000: text BEEF 0.500000"))),
+                            FieldsAre(3U, CString(CB_TEXT("Other")), "zecother", 4000000000U, "",
+                                      CString(CB_TEXT("plain")))));
 }
 
 TEST(WithABackEnd, ALevelThatIsOffIsAskedForButGetsNoMessage)
@@ -39,14 +32,14 @@ TEST(WithABackEnd, ALevelThatIsOffIsAskedForButGetsNoMessage)
         recorder.SetEnabled(off, false);
         EXPECT_EQ(Logging::IsDebugEnabled(c_logger), off != 1);
         EXPECT_EQ(Logging::IsWarningEnabled(c_logger), off != 3);
-        EXPECT_THAT(recorder.TakeQueries(),
-                    ElementsAre(Pair(1U, CString(c_logger)), Pair(3U, CString(c_logger))));
+        EXPECT_THAT(recorder.TakeCalls(),
+                    ElementsAre("enabled 1 Diagnostics.Test", "enabled 3 Diagnostics.Test"));
         Logging::LogDebug(c_logger, "file", 1, "Function", CB_TEXT("%s"), CB_TEXT("text"));
         Logging::LogWarning(c_logger, "file", 1, "Function", CB_TEXT("%s"), CB_TEXT("text"));
         const auto records = recorder.TakeRecords();
         ASSERT_EQ(records.size(), 1U);
         EXPECT_EQ(records[0].level, 4 - off);
-        (void)recorder.TakeQueries();
+        (void)recorder.TakeCalls();
         recorder.SetEnabled(off, true);
     }
 }
@@ -58,9 +51,7 @@ TEST(WithABackEnd, ContextAndFlushAreHandedThrough)
     dispatcher.SetGlobalDiagnosticsContext(CB_TEXT("key"), CB_TEXT("value"));
     dispatcher.Flush(-7);
 
-    EXPECT_THAT(recorder.TakeContexts(),
-                ElementsAre(Pair(CString(CB_TEXT("key")), CString(CB_TEXT("value")))));
-    EXPECT_THAT(recorder.TakeFlushes(), ElementsAre(-7));
+    EXPECT_THAT(recorder.TakeCalls(), ElementsAre("context key=value", "flush -7"));
     EXPECT_EQ(Logging::GetGlobalLoggerName().ToUtf8(), "Global Static Logger");
 }
 

@@ -4,6 +4,7 @@
 #include "tests/support/logrecorder.h"
 
 #include <set>
+#include <utility>
 
 namespace
 {
@@ -15,9 +16,7 @@ struct Recorded
     std::set<std::uint32_t> disabled CB_GUARDED_BY(section);
     std::function<void(const LogRecord&)> observer CB_GUARDED_BY(section);
     std::vector<LogRecord> records CB_GUARDED_BY(section);
-    std::vector<std::pair<std::uint32_t, CString>> queries CB_GUARDED_BY(section);
-    std::vector<std::pair<CString, CString>> contexts CB_GUARDED_BY(section);
-    std::vector<std::int32_t> flushes CB_GUARDED_BY(section);
+    std::vector<std::string> calls CB_GUARDED_BY(section);
 };
 
 // Never destroyed: the library may log until it is unloaded.
@@ -35,9 +34,7 @@ void restart(bool record)
     all.disabled.clear();
     all.observer = nullptr;
     all.records.clear();
-    all.queries.clear();
-    all.contexts.clear();
-    all.flushes.clear();
+    all.calls.clear();
 }
 
 template<class List>
@@ -74,17 +71,7 @@ void LogRecorder::SetObserver(std::function<void(const LogRecord&)> observer)
 
 std::vector<LogRecord> LogRecorder::TakeRecords() { return take(&Recorded::records); }
 
-std::vector<std::pair<std::uint32_t, CString>> LogRecorder::TakeQueries()
-{
-    return take(&Recorded::queries);
-}
-
-std::vector<std::pair<CString, CString>> LogRecorder::TakeContexts()
-{
-    return take(&Recorded::contexts);
-}
-
-std::vector<std::int32_t> LogRecorder::TakeFlushes() { return take(&Recorded::flushes); }
+std::vector<std::string> LogRecorder::TakeCalls() { return take(&Recorded::calls); }
 
 extern "C" {
 
@@ -109,7 +96,7 @@ bool NLog_IsLogEnabledW(std::uint32_t level, const CbWChar* loggerName)
     Recorded& all = recorded();
     const CbCriticalSectionLock lock(all.section);
     if (!all.recording) return false;
-    all.queries.emplace_back(level, CString(loggerName));
+    all.calls.push_back(CbFormat(CB_TEXT("enabled %u %s"), level, loggerName).ToUtf8());
     return !all.disabled.contains(level);
 }
 
@@ -117,14 +104,14 @@ void NLog_SetGlobalDiagnosticsContextW(const CbWChar* key, const CbWChar* value)
 {
     Recorded& all = recorded();
     const CbCriticalSectionLock lock(all.section);
-    if (all.recording) all.contexts.emplace_back(CString(key), CString(value));
+    if (all.recording) all.calls.push_back(CbFormat(CB_TEXT("context %s=%s"), key, value).ToUtf8());
 }
 
 void NLog_Flush(std::int32_t argument)
 {
     Recorded& all = recorded();
     const CbCriticalSectionLock lock(all.section);
-    if (all.recording) all.flushes.push_back(argument);
+    if (all.recording) all.calls.push_back(CbFormat(CB_TEXT("flush %d"), argument).ToUtf8());
 }
 
 } // extern "C"

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <utility>
 #include <vector>
 
 /// A message as the log back end got it, formatted.
@@ -41,10 +40,7 @@ public:
 
     /// Returns the messages so far, in order, and forgets them.
     [[nodiscard]] std::vector<LogRecord> TakeRecords();
-    /// Returns which levels and loggers were asked for so far, in order, and forgets them.
-    [[nodiscard]] std::vector<std::pair<std::uint32_t, CString>> TakeQueries();
-    /// Returns the diagnostics values set so far, in order, and forgets them.
-    [[nodiscard]] std::vector<std::pair<CString, CString>> TakeContexts();
-    /// Returns the arguments of the flushes so far, in order, and forgets them.
-    [[nodiscard]] std::vector<std::int32_t> TakeFlushes();
+    /// Returns the other calls so far, in order, and forgets them: "enabled 1 logger",
+    /// "context key=value" and "flush 1".
+    [[nodiscard]] std::vector<std::string> TakeCalls();
 };

@@ -1,4 +1,3 @@
-#include "platform/base/cystreamreadbinarybuffer.h"
 #include "platform/base/cyuniqueid.h"
 
 #include <algorithm>
@@ -14,18 +13,6 @@ TEST(AnId, PrintsItsBytesInOrder)
     const CyUniqueID id({0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF, 0x10, 0x32, 0x54, 0x76,
                          0x98, 0xBA, 0xDC, 0xFE});
     EXPECT_EQ(id.ToString().ToUtf8(), "01234567-89ab-cdef-1032-547698badcfe");
-
-    CyStreamWriteBinaryBuffer buffer;
-    id.Serialize(buffer);
-    ASSERT_EQ(buffer.GetCount(), 16U);
-    EXPECT_TRUE(std::ranges::equal(buffer.GetBytes(), id.GetBytes()));
-
-    CyUniqueID read;
-    CyStreamReadBinaryBuffer stream(buffer);
-    read.Serialize(stream);
-    EXPECT_EQ(read, id);
-    EXPECT_TRUE(CyUniqueID().IsNil());
-    EXPECT_FALSE(id.IsNil());
 }
 
 TEST(NewIdsThreads, DifferAcrossThreadsAndAreOfVersion4)

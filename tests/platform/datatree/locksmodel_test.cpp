@@ -169,7 +169,8 @@ struct Handle
 class Simulation
 {
 public:
-    explicit Simulation(unsigned seed) : random_(seed)
+    /// Counts how often each outcome is met, then how many nodes are removed and moved.
+    Simulation(unsigned seed, std::array<int, 8>& counts) : random_(seed), counts_(counts)
     {
         for (auto& thread : threads_) {
             thread = std::make_unique<CyLockThread>(TestAccess::Engine(manager_));
@@ -194,12 +195,6 @@ public:
             &Simulation::remove,  &Simulation::move};
         (this->*c_edits[below(10)])();
         check();
-    }
-
-    // How often each outcome was met, then how many nodes were removed and moved.
-    void AddCounts(std::array<int, 8>& sum) const
-    {
-        for (std::size_t i = 0; i < sum.size(); ++i) sum[i] += counts_[i];
     }
 
 private:
@@ -272,15 +267,13 @@ private:
     {
         if (handles_.empty()) return;
         const int id = anyRecord();
-        CyNode* const node = model_.records.at(id).node;
+        const CbSmartPointer<CyNode> node(model_.records.at(id).node);
         if (!model_.records.at(id).write) return;
         const bool removed = manager_.RemoveNode(handles_.at(id).write);
         ASSERT_EQ(removed, model_.remove(id));
         if (!removed) return;
-        const auto place = std::find_if(nodes_.begin(), nodes_.end(),
-                                        [&](const auto& entry) { return entry.Get() == node; });
-        removed_.push_back(*place);
-        nodes_.erase(place);
+        std::erase(nodes_, node);
+        removed_.push_back(node);
         ++counts_[6];
     }
     void move()
@@ -310,6 +303,7 @@ private:
     }
 
     std::mt19937 random_;
+    std::array<int, 8>& counts_;
     CyDataManager manager_;
     std::vector<CbSmartPointer<CyNode>> nodes_;
     std::array<std::unique_ptr<CyLockThread>, c_threads> threads_;
@@ -318,7 +312,6 @@ private:
     Time now_;
     int next_ = 0;
     std::vector<CbSmartPointer<CyNode>> removed_;
-    std::array<int, 8> counts_{};
 };
 
 TEST(LocksAndEditsInRandomOrder, GrantWhatComparingAllRecordsGrants)
@@ -326,10 +319,9 @@ TEST(LocksAndEditsInRandomOrder, GrantWhatComparingAllRecordsGrants)
     std::array<int, 8> counts{};
     for (int seed = 0; seed < Rounds(400); ++seed) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
-        Simulation simulation(static_cast<unsigned>(seed));
+        Simulation simulation(static_cast<unsigned>(seed), counts);
         for (int step = 0; step < 300 && !testing::Test::HasFailure(); ++step) simulation.Step();
         ASSERT_FALSE(testing::Test::HasFailure());
-        simulation.AddCounts(counts);
     }
     EXPECT_THAT(counts, testing::Each(testing::Gt(10))) << "the steps reach every outcome";
 }

@@ -116,10 +116,6 @@ TEST(GridSampler, AddsOnlyWhatIsInsideOneOfTheSpheres)
     const auto before = ResultOf(sampler);
     sampler.AddSurfels(*surfels, &m, std::vector<CyBoundingSphere>());
     ExpectSameSurfels(*before, *ResultOf(sampler));
-
-    ZeCGridSampler all(3, 0, 1);
-    all.AddSurfels(*surfels, nullptr);
-    ExpectSameSurfels(*Subsample({3, 0, 1, 1}, {{surfels, {}}}), *ResultOf(all));
 }
 
 TEST(GridSampler, WritesNothingIntoACollectionOfAnotherSize)

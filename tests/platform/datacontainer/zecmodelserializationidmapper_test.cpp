@@ -83,20 +83,6 @@ TEST_F(StoredModels, ComeBackAsAWholeAndAreFoundByTheirIds)
     EXPECT_THROW(ZeCModelQMT::CloneByFactory(*surfels), std::bad_cast);
     EXPECT_THROW(QMT_DepthImage::CloneByFactory(*model), std::bad_cast) << "only a base of it";
     EXPECT_THROW(CyNode::CloneByFactory(*model), std::bad_cast);
-    const Bytes reference = Stored([&](auto& stream) {
-        mapper().WriteModelByReference(stream, model);
-        mapper().WriteModelByReference(stream, nullptr);
-    });
-    mapper().ClearMapping();
-    const auto resolves = [&](const Model& expected) {
-        ReadFrom(reference, [&](auto& stream) {
-            EXPECT_EQ(mapper().ReadModelByReference(stream), expected);
-            EXPECT_FALSE(mapper().ReadModelByReference(stream));
-        });
-    };
-    resolves(nullptr);
-    (void)stored(model);
-    resolves(model);
 }
 
 TEST_F(StoredModels, ThatAreSpoiltAreRefusedAndNotMapped)

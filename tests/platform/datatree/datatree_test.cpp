@@ -6,7 +6,6 @@ namespace
 {
 
 using testing::IsEmpty;
-using Write = CyDataHandleLockOnly<1>;
 
 TEST(ADataTree, RefusesNodesThatAreElsewhere)
 {

@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+using Read = CyDataHandleLockOnly<0>;
+using Write = CyDataHandleLockOnly<1>;
+
 /// What tests of the data tree need of its private parts: logical threads, whose steps a test
 /// decides one by one and at times of its own, and a recount of the locks.
 struct TestAccess

@@ -6,9 +6,6 @@
 namespace
 {
 
-using Read = CyDataHandleLockOnly<0>;
-using Write = CyDataHandleLockOnly<1>;
-
 class LockingNodes : public testing::Test, protected SmallTree
 {
 protected:

@@ -162,8 +162,8 @@ struct Model
 
 struct Handle
 {
-    CyDataHandleLockOnly<0> read;
-    CyDataHandleLockOnly<1> write;
+    Read read;
+    Write write;
 };
 
 class Simulation

@@ -11,9 +11,6 @@
 namespace
 {
 
-using Read = CyDataHandleLockOnly<0>;
-using Write = CyDataHandleLockOnly<1>;
-
 constexpr std::uint32_t c_long = 60'000;
 
 class WaitingThreads : public testing::Test, protected SmallTree

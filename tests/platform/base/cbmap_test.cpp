@@ -9,14 +9,6 @@
 namespace
 {
 
-template<class Map>
-std::vector<int> keysOf(const Map& map)
-{
-    std::vector<int> keys;
-    for (const auto& [key, value] : map) keys.push_back(key);
-    return keys;
-}
-
 TEST(AMap, AgreesWithAnOrderedMapThroughRandomEdits)
 {
     for (unsigned seed = 0; seed < 4; ++seed) {
@@ -80,7 +72,8 @@ TEST(AMap, MayBeEditedByTheDestructorOfAValueThatLeavesIt)
     map.Set(1, Value(nullptr, [&map](void*) { map.Set(3, nullptr); }));
     EXPECT_EQ(map.GetCount(), 2U);
     map.Empty();
-    EXPECT_EQ(keysOf(map), std::vector<int>{3});
+    EXPECT_EQ(map.GetCount(), 1U);
+    EXPECT_NE(map.Find(3), nullptr);
 }
 
 } // namespace

@@ -6,10 +6,7 @@
 #include "tests/platform/datacontainer/surfels.h"
 
 #include <algorithm>
-#include <array>
-#include <cmath>
 #include <map>
-#include <numeric>
 #include <vector>
 
 using Collection = CbSmartPointer<ZeCSurfelCollectionQMT>;
@@ -54,8 +51,6 @@ inline Collection Pick(const ZeCSurfelContainer& from, const std::vector<std::ui
     }
     return picked;
 }
-
-inline std::array<double, 3> Coordinates(const CbVector3f& v) { return {v.x, v.y, v.z}; }
 
 struct NaiveCell
 {
@@ -108,10 +103,8 @@ inline NaiveCells NaiveSubsample(const Grid& grid, const std::vector<Scan>& scan
 
 inline void ExpectNormal(const NaiveCell& cell, ZeCQuantizedNormal actual)
 {
-    const auto n = Coordinates(actual.GetNormal());
-    const double length = std::sqrt(
-        std::inner_product(cell.normal.begin(), cell.normal.end(), cell.normal.begin(), 0.0));
-    const double cosine = std::inner_product(n.begin(), n.end(), cell.normal.begin(), 0.0) / length;
+    const double length = std::sqrt(Dot(cell.normal, cell.normal));
+    const double cosine = CosineBetween(cell.normal, Coordinates(actual.GetNormal()));
     // The naive way sums quantised normals, which are off by up to a degree each.
     if (length > 0.14 * cell.weight) {
         ASSERT_GT(cosine, std::cos(8 / 57.3));
@@ -158,12 +151,8 @@ inline void ExpectMeans(const Grid& grid, const std::vector<Scan>& scans)
 
 inline CbMatrix4Rf TurnAndShift(float angle, float shift)
 {
-    CbMatrix4Rf m;
-    m[0][0] = m[1][1] = std::cos(angle);
-    m[0][1] = std::sin(angle);
-    m[1][0] = -std::sin(angle);
-    m[3][0] = m[3][1] = m[3][2] = shift;
-    return m;
+    const float c = std::cos(angle), s = std::sin(angle);
+    return CbMatrix4Rf({c, s, 0, 0, -s, c, 0, 0, 0, 0, 1, 0, shift, shift, shift, 1});
 }
 
 /// Three overlapping scans in frames of their own; coordinates up to @p size.

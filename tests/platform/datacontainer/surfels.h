@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <functional>
 #include <gtest/gtest.h>
 #include <limits>
@@ -47,6 +48,18 @@ inline void ExpectSameSurfels(const ZeCSurfelContainer& expected, const ZeCSurfe
         ASSERT_EQ(of[i].end(), first)
             << "array " << i << " differs at byte " << first - of[i].begin();
     }
+}
+
+inline std::array<double, 3> Coordinates(const CbVector3f& v) { return {v.x, v.y, v.z}; }
+
+inline double Dot(const std::array<double, 3>& a, const std::array<double, 3>& b)
+{
+    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+
+inline double CosineBetween(const std::array<double, 3>& a, const std::array<double, 3>& b)
+{
+    return Dot(a, b) / std::sqrt(Dot(a, a) * Dot(b, b));
 }
 
 inline CbMatrix4Rf ShiftBy(float x, float y, float z)

@@ -2,6 +2,8 @@
 #include "tests/platform/datacontainer/naivesampler.h"
 #include "tests/support/rounds.h"
 
+#include <numeric>
+
 TEST(GridSampler, GivesTheWeightedMeansOfTheUsedCells)
 {
     struct Case
@@ -62,9 +64,7 @@ TEST(GridSampler, LeavesOutPositionsThatAreNotFiniteOrTooFarAway)
         if (kind == 3) position = {1073741760.0F, -1073741760.0F, 0}; // far away, but not too far
     }
     ASSERT_NO_FATAL_FAILURE(ExpectMeans({1, 0, 1, 1}, {{surfels, {}}}));
-    CbMatrix4Rf broken;
-    broken[3][1] = c_nan;
-    EXPECT_EQ(0U, Subsample({}, {{surfels, broken}})->GetNrSurfels());
+    EXPECT_EQ(0U, Subsample({}, {{surfels, ShiftBy(0, c_nan, 0)}})->GetNrSurfels());
 
     for (const float none : {0.0F, -0.0F, c_nan, c_infinity, -c_infinity}) {
         EXPECT_EQ(0U, Subsample({none, 0, 1, 1}, {{surfels, {}}})->GetNrSurfels()) << none;
@@ -207,10 +207,9 @@ TEST(GridSampler, KeepsEveryNormalThatIsAloneInItsCellHoweverShortItBecomes)
         const auto actual = Subsample({}, {{surfels, flatten}});
         ASSERT_EQ(65536U, actual->GetNrSurfels());
         for (std::uint32_t i = 0; i < 65536; ++i) {
-            const auto a = Coordinates(expected->GetNormalAccessor()[i].GetNormal());
-            const auto b = Coordinates(actual->GetNormalAccessor()[i].GetNormal());
-            ASSERT_GT(std::inner_product(a.begin(), a.end(), b.begin(), 0.0), std::cos(1 / 57.3))
-                << i;
+            const auto kept = expected->GetNormalAccessor()[i].GetNormal();
+            const auto is = actual->GetNormalAccessor()[i].GetNormal();
+            ASSERT_GT(CosineBetween(Coordinates(kept), Coordinates(is)), std::cos(1 / 57.3)) << i;
         }
     }
 }

@@ -4,9 +4,6 @@
 #include "tests/platform/datacontainer/surfels.h"
 #include "tests/support/rounds.h"
 
-#include <array>
-#include <cmath>
-#include <limits>
 #include <vector>
 
 namespace
@@ -34,17 +31,11 @@ double CosineOfMappedNormal(const CbVector3f& normal, const CbMatrix4Rf& m,
     CbMatrix4Rd inverse;
     for (int i = 0; i < 16; ++i) inverse.data()[i] = double(m.data()[i]);
     CbMatrixInternal::Invert(inverse);
-    const std::array<double, 3> a = {actual.x, actual.y, actual.z};
-    double dot = 0, squareOfMapped = 0, squareOfActual = 0;
+    std::array<double, 3> mapped;
     for (int j = 0; j < 3; ++j) {
-        const double mapped =
-            normal.x * inverse[j][0] + normal.y * inverse[j][1] + normal.z * inverse[j][2];
-        const double other = a[static_cast<std::size_t>(j)];
-        dot += mapped * other;
-        squareOfMapped += mapped * mapped;
-        squareOfActual += other * other;
+        mapped[j] = normal.x * inverse[j][0] + normal.y * inverse[j][1] + normal.z * inverse[j][2];
     }
-    return dot / std::sqrt(squareOfMapped) / std::sqrt(squareOfActual);
+    return CosineBetween(mapped, Coordinates(actual));
 }
 
 struct NamedMatrix

@@ -1,12 +1,6 @@
-#include "platform/datacontainer/zecquantizednormal.h"
 #include "platform/datacontainer/zetquantizednormalmultilevel.h"
+#include "tests/platform/datacontainer/surfels.h"
 #include "tests/support/rounds.h"
-
-#include <algorithm>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <limits>
-#include <random>
 
 namespace
 {
@@ -15,14 +9,9 @@ template<unsigned Level>
 using NormalOfLevel =
     ZeTQuantizedNormalMultiLevel<CbVector3f, Level, ZeTQuantizedNormalMultiLevelTraitsFast>;
 
-double Dot(const CbVector3f& a, const CbVector3f& b)
-{
-    return double(a.x) * b.x + double(a.y) * b.y + double(a.z) * b.z;
-}
-
 double AngleInDegrees(const CbVector3f& a, const CbVector3f& b)
 {
-    return std::acos(std::min(1.0, Dot(a, b) / std::sqrt(Dot(a, a) * Dot(b, b)))) * 57.29577951;
+    return std::acos(std::min(1.0, CosineBetween(Coordinates(a), Coordinates(b)))) * 57.29577951;
 }
 
 CbVector3f RandomDirection(std::mt19937& random)
@@ -39,9 +28,9 @@ TEST(QuantizedNormal, OfADecodedCodeIsThatCode)
 {
     for (unsigned code = 0; code < 65536; ++code) {
         const auto normal = ZeCQuantizedNormal::FromCode(static_cast<std::uint16_t>(code));
-        const CbVector3f n = normal.GetNormal();
+        const auto n = Coordinates(normal.GetNormal());
         ASSERT_NEAR(1.0, Dot(n, n), 1e-6) << code;
-        ASSERT_EQ(code, ZeCQuantizedNormal(n).GetCode());
+        ASSERT_EQ(code, ZeCQuantizedNormal(normal.GetNormal()).GetCode());
     }
     for (unsigned code = 0; code < 256; ++code) {
         const auto normal = NormalOfLevel<3>::FromCode(static_cast<std::uint16_t>(code));
@@ -71,8 +60,6 @@ TEST(QuantizedNormal, OfNoDirectionIsUp)
     EXPECT_LT(AngleInDegrees({0, 0, 1}, ZeCQuantizedNormal().GetNormal()), 0.95);
     EXPECT_EQ(NormalOfLevel<3>(CbVector3f{0, 0, 1}), NormalOfLevel<3>());
 
-    constexpr float c_infinity = std::numeric_limits<float>::infinity();
-    constexpr float c_nan = std::numeric_limits<float>::quiet_NaN();
     for (const CbVector3f& direction :
          {CbVector3f{0, 0, 0}, CbVector3f{-0.0F, 0, -0.0F}, CbVector3f{c_infinity, 0, 0},
           CbVector3f{0, -c_infinity, 1}, CbVector3f{0, 0, -c_infinity}, CbVector3f{c_nan, 0, -1},

@@ -145,14 +145,7 @@ TEST_F(TheMessageQueueThreads, KeepTheOrderOfEachPosterAndLoseNothing)
 {
     constexpr int c_posters = 3;
     constexpr int c_messages = 2000;
-    std::vector<int> next(c_posters, 0);
-    int total = 0;
-    const auto subscription = dispatcher.Subscribe(Structure::RTTI, [&](const CyMessage& message) {
-        const int type = static_cast<const Structure&>(message).GetModificationType();
-        const auto poster = static_cast<std::size_t>(type / c_messages);
-        EXPECT_EQ(type % c_messages, next[poster]++);
-        ++total;
-    });
+    const auto subscription = record(0);
     std::atomic<int> running{c_posters};
     std::vector<std::thread> threads;
     for (int poster = 0; poster < c_posters; ++poster) {
@@ -174,7 +167,11 @@ TEST_F(TheMessageQueueThreads, KeepTheOrderOfEachPosterAndLoseNothing)
     }
     for (auto& thread : threads) thread.join();
     dispatcher.DispatchMessages();
-    EXPECT_EQ(total, c_posters * c_messages);
+    EXPECT_EQ(seen.size(), std::size_t{c_posters * c_messages});
+    std::vector<int> next(c_posters, 0);
+    for (const int type : seen) {
+        EXPECT_EQ(type % c_messages, next[static_cast<std::size_t>(type / c_messages)]++);
+    }
 }
 
 } // namespace

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "transformationtree/internal/zectransformationpath.h"
 #include "transformationtree/zectransformationnodeinner.h"
 #include "transformationtree/zectransformationnodeleaf.h"
 #include "transformationtree/zectransformationnodewithtrafo.h"
+#include "transformationtree/zectransformationpath.h"
 
 #include <cstddef>
 #include <iterator>

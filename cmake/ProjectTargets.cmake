@@ -9,23 +9,30 @@ if(TREE_FUZZ AND NOT (CMAKE_CXX_COMPILER_ID MATCHES "Clang" AND TREE_SANITIZE MA
   message(FATAL_ERROR "The fuzzers need clang and the address sanitizer: cmake --preset fuzz")
 endif()
 
-# Language level, floating-point rules, warnings and sanitizers.
+# What the library's headers need wherever they are compiled: its users get these options, too.
 # Contraction stays off: iterators compare doubles exactly, and a singular matrix has determinant 0.
-# The library target hands that rule on to its users, who inline some of its arithmetic.
+# ZeCTransformationNode::GetID may be called through a null pointer.
+if(MSVC)
+  set(tree_public_options /fp:precise)
+else()
+  set(tree_public_options -ffp-contract=off -fno-delete-null-pointer-checks)
+endif()
+
+# Language level, public options, warnings and sanitizers.
 function(tree_target_defaults target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF POSITION_INDEPENDENT_CODE ON)
+  target_compile_options(${target} PRIVATE ${tree_public_options})
   if(MSVC)
     # Members of standard types are not exported; both libraries are built with one compiler.
-    target_compile_options(${target} PRIVATE /W4 /fp:precise /utf-8 /permissive- /wd4251 /wd4275
-                                             /wd4910)
+    target_compile_options(${target} PRIVATE /W4 /utf-8 /permissive- /wd4251 /wd4275 /wd4910)
     if(TREE_WARNINGS_AS_ERRORS)
       target_compile_options(${target} PRIVATE /WX)
     endif()
     return()
   endif()
-  target_compile_options(${target} PRIVATE -ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow
-                                           -Wnon-virtual-dtor -Woverloaded-virtual)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+                                           -Woverloaded-virtual)
   if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     target_compile_options(${target} PRIVATE -Wthread-safety)
   else()
@@ -58,10 +65,10 @@ function(tree_add_folder shared folder)
   target_compile_definitions(${target} PRIVATE ${shared}_EXPORTS)
   target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
   if(NOT MSVC)
-    # ZeCTransformationNode::GetID may be called through a null pointer. Nobody replaces functions of
-    # the library at load time, so calls within it may be inlined.
-    target_compile_options(${target} PRIVATE -fno-delete-null-pointer-checks
-                                             -fno-semantic-interposition)
+    # Nobody replaces functions of the library at load time, so calls within it may be inlined.
+    # Exceptions know their source file; where it lay when it was built is nobody's business.
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition
+                                             -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
   endif()
   foreach(below IN LISTS arg_DEPENDS)
     target_include_directories(${target} PUBLIC

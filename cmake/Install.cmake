@@ -1,4 +1,5 @@
-# The installed package: find_package(TransformationTree), target TransformationTree::transformationtree.
+# The installed package: find_package(TransformationTree), target
+# TransformationTree::transformationtree, or pkg-config transformationtree.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/TransformationTree)
@@ -22,3 +23,12 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/TransformationTreeConfigV
 install(FILES ${PROJECT_BINARY_DIR}/TransformationTreeConfig.cmake
               ${PROJECT_BINARY_DIR}/TransformationTreeConfigVersion.cmake
         DESTINATION ${package_dir})
+
+if(NOT MSVC)
+  # For users without CMake. It finds what it names from where it lies.
+  set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  file(RELATIVE_PATH to_prefix /prefix/${pkgconfig_dir} /prefix)
+  list(JOIN tree_public_options " " public_options)
+  configure_file(cmake/transformationtree.pc.in ${PROJECT_BINARY_DIR}/transformationtree.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/transformationtree.pc DESTINATION ${pkgconfig_dir})
+endif()

@@ -4,7 +4,7 @@
 set -euo pipefail
 cd -- "$(dirname -- "${BASH_SOURCE[0]}")" >/dev/null
 if [ $# -ne 1 ] || ! [[ $1 =~ ^[1-9][0-9]{0,6}$ ]]; then
-  echo "usage: $0 SECONDS" >&2
+  echo "usage: $0 SECONDS, a whole number above 0" >&2
   exit 2
 fi
 . cmake/packages.sh

@@ -3,8 +3,6 @@
 # ctest, as in ./test.sh -R Iterators.
 set -euo pipefail
 cd -- "$(dirname -- "${BASH_SOURCE[0]}")" >/dev/null
-. cmake/packages.sh
-require_packages g++ cmake ninja-build libgtest-dev libgmock-dev libcli11-dev libpng-dev
 
 # ctest skips only what all of its exclusions name, so there is one for the soaks and the caller's.
 excluded=soak
@@ -12,8 +10,16 @@ options=()
 while [ $# -gt 0 ]; do
   case "$1" in
     --soak) excluded= ;;
+    --help)
+      echo "usage: $0 [--soak] [options of ctest, which 'ctest --help' lists]"
+      exit 0
+      ;;
     -LE | --label-exclude)
-      excluded="${excluded:+$excluded|}${2:?$1 needs a regular expression}"
+      if [ $# -eq 1 ]; then
+        echo "$0: $1 needs a regular expression behind it" >&2
+        exit 2
+      fi
+      excluded="${excluded:+$excluded|}$2"
       shift
       ;;
     *) options+=("$1") ;;
@@ -22,6 +28,8 @@ while [ $# -gt 0 ]; do
 done
 [ -z "$excluded" ] || options+=(-LE "$excluded")
 
+. cmake/packages.sh
+require_packages g++ cmake ninja-build libgtest-dev libgmock-dev libcli11-dev libpng-dev
 quietly cmake --preset dev
 quietly cmake --build --preset dev
 exec ctest --test-dir build/dev --no-tests=error --output-on-failure -j "$(nproc)" ${options[@]+"${options[@]}"}

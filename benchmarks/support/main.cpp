@@ -121,7 +121,11 @@ int main(int argc, char** argv)
     app.add_option("--filter", filter, "Measure only works whose name/size matches this regex");
     app.add_flag("--quick", quick, "Fewer runs, sizes up to 100000 only");
     app.add_option("--json", json, "Write the results to this file as well");
-    CLI11_PARSE(app, argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : 2; // 0 for --help
+    }
 
     std::regex pattern;
     try {

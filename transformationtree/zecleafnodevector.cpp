@@ -28,7 +28,8 @@ template<class Write>
 void writeElements(CbStreamWriteBinary& stream, const Elements& elements, Write write)
 {
     if (elements.size() > std::numeric_limits<std::uint32_t>::max()) {
-        throw CbExceptionStream(CB_HERE, std::to_string(elements.size()) + " nodes");
+        throw CbExceptionStream(CB_HERE, std::to_string(elements.size()) +
+                                             " nodes are too many to be stored");
     }
     stream << static_cast<std::uint32_t>(elements.size());
     for (const auto& element : elements) write(element);

@@ -201,7 +201,8 @@ void ZeCTransformationNodeInner::UpdateNodeRevisionSubtree(long long* out)
 void ZeCTransformationNodeInner::SerializeStructure(CbStreamWriteBinary& stream) const
 {
     if (children_.size() > std::numeric_limits<std::uint32_t>::max()) {
-        throw CbExceptionStream(CB_HERE, std::to_string(children_.size()) + " children");
+        throw CbExceptionStream(CB_HERE, std::to_string(children_.size()) +
+                                             " children are too many to be stored");
     }
     ZeCTransformationNode::SerializeStructure(stream);
     stream << c_version << std::int64_t{modelRevision_}

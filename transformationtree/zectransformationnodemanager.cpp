@@ -50,7 +50,9 @@ bool ZeCTransformationNodeManager::UnsetDataManager()
 CyDataManager& ZeCTransformationNodeManager::GetDataManager() const
 {
     CyDataManager* const dataManager = dataManager_.load();
-    if (dataManager == nullptr) throw CbException(CB_HERE, "no data manager is set");
+    if (dataManager == nullptr) {
+        throw CbException(CB_HERE, "no data manager is set, call SetDataManager() first");
+    }
     return *dataManager;
 }
 

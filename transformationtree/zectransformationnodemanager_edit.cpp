@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <string>
 #include <utility>
 
 namespace
@@ -102,7 +103,9 @@ void ZeCTransformationNodeManager::requireInsertable(const Inner& father, const 
                                                      const Nodes& atOrAboveFather) const
 {
     const auto require = [&](bool condition, const char* otherwise) {
-        if (!condition) throw CbException(file, line, function, otherwise);
+        if (condition) return;
+        const std::string node = child ? ": " + child->GetID().ToString().ToUtf8() : std::string();
+        throw CbException(file, line, function, otherwise + node);
     };
     require(father != nullptr, "the father is null");
     require(child != nullptr, "the child is null");
@@ -235,7 +238,8 @@ void ZeCTransformationNodeManager::putInPlace(const Inner& father, const Node& o
     const bool own = old && old->IsChildOf(*father);
     if (child->IsChildOf(*father) || (replace && own && IsAtOrBelow(*child, *old))) {
         throw CbException(__FILE__, __LINE__, function,
-                          "the new child is the father's already, or below the old child");
+                          "the new child is the father's already, or below the old child: " +
+                              child->GetID().ToString().ToUtf8());
     }
 
     const bool managed = IsNodeInDataManager(father);
@@ -339,8 +343,10 @@ void ZeCTransformationNodeManager::moveNodes(const Inner& newFather, const std::
     sorted.reserve(nodes.size());
     for (const Node& node : nodes) sorted.push_back(node.Get());
     std::sort(sorted.begin(), sorted.end(), std::less<>{});
-    if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end()) {
-        throw CbException(__FILE__, __LINE__, function, "a node is named twice");
+    const auto twice = std::adjacent_find(sorted.begin(), sorted.end());
+    if (twice != sorted.end()) {
+        throw CbException(__FILE__, __LINE__, function,
+                          "node " + (*twice)->GetID().ToString().ToUtf8() + " is named twice");
     }
 
     const bool managed = IsNodeInDataManager(father) && dataManager_.load() != nullptr;

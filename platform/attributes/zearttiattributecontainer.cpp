@@ -132,8 +132,9 @@ void ZeARTTIAttributeContainer::Serialize(CbStreamWriteBinary& stream) const
         record.Empty();
         std::as_const(*attribute).Serialize(record);
         if (record.GetCount() > std::numeric_limits<std::uint32_t>::max()) {
-            throw CbExceptionStream(CB_HERE, "an attribute of " +
-                                                 std::to_string(record.GetCount()) + " bytes");
+            throw CbExceptionStream(CB_HERE, attribute->GetClassNameW().ToUtf8() + " of " +
+                                                 std::to_string(record.GetCount()) +
+                                                 " bytes is too large to be stored");
         }
         stream << attribute->GetClassNameW() << static_cast<std::uint32_t>(record.GetCount());
         stream.WriteBuffer(record.GetData(), record.GetCount());

@@ -125,8 +125,10 @@ void ZeCGridSampler::GetSubsampled(ZeCSurfelContainer& destination, float sampli
                                    bool release)
 {
     if (destination.GetNrSurfels() != GetNrOfUsedCells()) {
-        throw CbException(CB_HERE, std::to_string(destination.GetNrSurfels()) + " surfels for " +
-                                       std::to_string(GetNrOfUsedCells()) + " used cells");
+        throw CbException(CB_HERE, std::to_string(destination.GetNrSurfels()) +
+                                       " surfels in the destination, which needs " +
+                                       std::to_string(GetNrOfUsedCells()) +
+                                       ", one for each used cell");
     }
     auto noCells = release ? std::make_unique<ZeCGridCells>() : nullptr;
     const ZeCGrid grid(cellSize_, offset_);

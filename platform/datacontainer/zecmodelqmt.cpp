@@ -33,7 +33,8 @@ Collection read(CbStreamReadBinary& stream, const Collection& standard)
     if (stored == eNone) return nullptr;
     if (stored == eAsStandard && standard) return standard;
     if (stored != eOwn) {
-        throw CbExceptionStream(CB_HERE, "collection stored as " + std::to_string(stored));
+        throw CbExceptionStream(CB_HERE, "cannot read a surfel collection stored as " +
+                                             std::to_string(stored));
     }
     const auto collection = CbMake<ZeCSurfelCollectionQMT>();
     collection->Serialize(stream);
@@ -103,7 +104,7 @@ void ZeCModelQMT::Serialize(CbStreamReadBinary& stream)
     stream.ReadVersion(c_version, __FILE__, __LINE__);
     CyUniqueID id;
     id.Serialize(stream);
-    if (id.IsNil()) throw CbExceptionStream(CB_HERE, "a model with the id of none");
+    if (id.IsNil()) throw CbExceptionStream(CB_HERE, "a stored model has no id");
     CString description;
     std::uint64_t number = 0;
     stream >> description >> number;

@@ -79,8 +79,8 @@ void ZeCQuantizedNormalBinning::Serialize(CbStreamReadBinary& stream)
     std::uint32_t count = 0;
     stream >> count;
     if (count > c_cells || count > stream.Remaining() / c_bytesPerBin) {
-        throw CbExceptionStream(CB_HERE, std::to_string(count) + " cells in " +
-                                             std::to_string(stream.Remaining()) + " bytes");
+        throw CbExceptionStream(CB_HERE, std::to_string(count) + " cells cannot be in the " +
+                                             std::to_string(stream.Remaining()) + " bytes left");
     }
     std::vector<Bin> bins(count);
     std::uint32_t leastCode = 0;
@@ -88,7 +88,8 @@ void ZeCQuantizedNormalBinning::Serialize(CbStreamReadBinary& stream)
         stream >> bin.code >> bin.count >> bin.sum[0] >> bin.sum[1] >> bin.sum[2];
         if (bin.code < leastCode || !isPossible(bin)) {
             throw CbExceptionStream(CB_HERE, "cell " + std::to_string(bin.code) + " with " +
-                                                 std::to_string(bin.count) + " normals");
+                                                 std::to_string(bin.count) +
+                                                 " normals is out of order or impossible");
         }
         leastCode = bin.code + 1;
     }

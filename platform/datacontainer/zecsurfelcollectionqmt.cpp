@@ -72,11 +72,11 @@ void ZeCSurfelCollectionQMT::Serialize(CbStreamReadBinary& stream)
     stream >> attributeSet >> count;
     if (attributeSet != static_cast<std::int32_t>(ESurfelAttributeSet::Complete) &&
         attributeSet != static_cast<std::int32_t>(ESurfelAttributeSet::Subsampled)) {
-        throw CbExceptionStream(CB_HERE, "attribute set " + std::to_string(attributeSet));
+        throw CbExceptionStream(CB_HERE, "unknown attribute set " + std::to_string(attributeSet));
     }
     if (count > stream.Remaining() / ZeCSurfelArrays::c_bytesPerSurfel) {
-        throw CbExceptionStream(CB_HERE, std::to_string(count) + " surfels in " +
-                                             std::to_string(stream.Remaining()) + " bytes");
+        throw CbExceptionStream(CB_HERE, std::to_string(count) + " surfels cannot be in the " +
+                                             std::to_string(stream.Remaining()) + " bytes left");
     }
 
     ZeCSurfelArrays arrays(count);

@@ -40,7 +40,9 @@ void CyUnitTest::Write(EMessageType type, const char* format, ...)
     va_start(arguments, format);
     const int length = std::vsnprintf(nullptr, 0, format, arguments);
     va_end(arguments);
-    if (length < 0) throw CbException(CB_HERE, std::string("format '") + format + "'");
+    if (length < 0) {
+        throw CbException(CB_HERE, std::string("cannot apply the format '") + format + "'");
+    }
 
     std::string text(static_cast<std::size_t>(length), '\0');
     va_start(arguments, format);

@@ -15,7 +15,8 @@ void WriteSurfelCollection(CbStreamWriteBinary& stream, const CySurfelCollection
     collection->Serialize(buffer);
     if (buffer.GetCount() > std::numeric_limits<std::uint32_t>::max()) {
         throw CbExceptionStream(CB_HERE, "a surfel collection of " +
-                                             std::to_string(buffer.GetCount()) + " bytes");
+                                             std::to_string(buffer.GetCount()) +
+                                             " bytes is too large to be stored");
     }
     stream << collection->GetClassNameW() << static_cast<std::uint32_t>(buffer.GetCount());
     stream.WriteBuffer(buffer.GetData(), buffer.GetCount());

@@ -4,8 +4,10 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <charconv>
 #include <limits>
 #include <string>
+#include <system_error>
 
 namespace scansession
 {
@@ -20,6 +22,15 @@ std::string CheckLength(const std::string& text)
     const auto length = ParseNumber(text);
     const bool isLength = length && *length >= Limits::denorm_min() && *length <= Limits::max();
     return isLength ? std::string() : text + " is no finite number above 0";
+}
+
+std::string CheckSeed(const std::string& text)
+{
+    std::uint64_t seed = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, seed);
+    const bool isSeed = error == std::errc() && stop == end;
+    return isSeed ? std::string() : text + " is no whole number from 0 to 2^64 - 1";
 }
 
 } // namespace
@@ -58,7 +69,7 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostr
         app.add_option("--save", save, "File to write the session to")->type_name("FILE");
     app.add_option("--seed", options.seed, "Seed of the simulation")
         ->type_name("N")
-        ->check(CLI::NonNegativeNumber)
+        ->check(CheckSeed)
         ->capture_default_str()
         ->excludes(scansOption)
         ->excludes(loadOption);
@@ -83,9 +94,11 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostr
         ->capture_default_str()
         ->excludes(loadOption);
     app.add_flag("--merge-clusters", options.mergeClusters,
-                 "Then move all scans into the first cluster");
+                 "Then move all scans into the first cluster")
+        ->disable_flag_override();
     app.add_flag("--collapse", options.collapse,
-                 "Then hang the scans of each cluster directly below its optimizer");
+                 "Then hang the scans of each cluster directly below its optimizer")
+        ->disable_flag_override();
     auto* const normalizeOption =
         app.add_option("--normalize", normalize,
                        "Then build the tree of each cluster anew, with so many children for a node")
@@ -99,8 +112,10 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostr
             ->check(CheckLength);
     app.add_flag("--shifted", options.shifted,
                  "Merge on 125 shifted grids and keep all surfels of them")
-        ->needs(cellOption);
-    app.add_flag("--quiet", options.quiet, "Print neither tree, summary nor progress");
+        ->needs(cellOption)
+        ->disable_flag_override();
+    app.add_flag("--quiet", options.quiet, "Print neither tree, summary nor progress")
+        ->disable_flag_override();
 
     try {
         app.parse(argc, argv);

@@ -20,6 +20,7 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <system_error>
 
 namespace scansession
 {
@@ -106,15 +107,24 @@ void Restructure(const Options& options, Session& session, Timing& timing, std::
         out << "\nafter:\n";
     }
     timing.building.Start();
-    try {
-        if (options.mergeClusters) session.JoinClusters();
-        if (options.collapse) session.CollapseClusters();
-        if (options.normalize) session.NormalizeClusters(*options.normalize);
-    } catch (const CyExceptionNotInvertible&) {
-        throw InputError("the session has a pose that can't be inverted"); // a loaded one
-    }
+    if (options.mergeClusters) session.JoinClusters();
+    if (options.collapse) session.CollapseClusters();
+    if (options.normalize) session.NormalizeClusters(*options.normalize);
     CyMessageDispatcher::GetInstance().DispatchMessages();
     timing.building.Stop();
+}
+
+/// Merges the scans of every cluster where the options ask for that.
+std::vector<MergedCluster> Merge(const Options& options, Session& session, ProgressStyle style,
+                                 Timing& timing, std::ostream& err)
+{
+    if (!options.cell) return {};
+    Progress progress(err, style, "merging", session.GetNrClusters());
+    timing.merging.Start();
+    auto merged =
+        session.MergeClusters(*options.cell, options.shifted, [&] { progress.Advance(); });
+    timing.merging.Stop();
+    return merged;
 }
 
 /// What came out of a session.
@@ -184,14 +194,20 @@ void CheckOutputs(const Options& options)
         };
         for (const auto& session : {options.load, options.save}) {
             if (session && whole(*session) == whole(options.out / name)) {
-                throw InputError(session->string() + ": is where a result goes");
+                throw InputError(session->string() +
+                                 ": is where a result goes; choose another name or --out");
             }
         }
     }
     auto folder = std::filesystem::absolute(options.out);
     while (!std::filesystem::exists(folder)) folder = folder.parent_path(); // made later
     // Given up at once.
-    const sessionfile::ReplacementFile result(folder / c_merged);
+    try {
+        const sessionfile::ReplacementFile result(folder / c_merged);
+    } catch (const std::system_error& error) { // names the file where it will be
+        throw InputError((options.out / c_merged).string() +
+                         ": cannot be written: " + error.code().message());
+    }
     if (options.save) const sessionfile::ReplacementFile session(*options.save);
 }
 
@@ -219,14 +235,14 @@ void RunSession(const Options& options, std::ostream& out, std::ostream& err)
         Progress progress(err, style, stage, source->Count());
         TakeScans(*source, options.clusters, session, progress, timing);
     }
-    Restructure(options, session, timing, out);
     Results results;
-    if (options.cell) {
-        Progress progress(err, style, "merging", session.GetNrClusters());
-        timing.merging.Start();
-        results.merged =
-            session.MergeClusters(*options.cell, options.shifted, [&] { progress.Advance(); });
-        timing.merging.Stop();
+    try {
+        Restructure(options, session, timing, out);
+        results.merged = Merge(options, session, style, timing, err);
+    } catch (const CyExceptionNotInvertible&) { // only loaded poses can be so
+        throw InputError(options.load.value_or("the session").string() +
+                         ": has a pose that can't be inverted, so its scans can "
+                         "be neither merged nor moved");
     }
     if (options.save) session.Save(*options.save);
     if (!options.quiet) session.PrintTree(out);

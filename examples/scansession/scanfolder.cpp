@@ -63,7 +63,8 @@ std::vector<NamedPose> ReadMatrixPoses(const std::filesystem::path& folder,
         if (std::none_of(scans.begin(), scans.end(), [&](const std::string& scan) {
                 return std::filesystem::path(scan).stem().string() == stem;
             })) {
-            throw InputError((folder / matrix).string() + ": pose for an unknown scan");
+            throw InputError((folder / matrix).string() + ": pose for an unknown scan, " + stem +
+                             ".ply does not exist");
         }
     }
     return poses;

@@ -301,7 +301,8 @@ void RequireHeader(std::span<const std::uint8_t> bytes)
     std::uint32_t version = 0;
     CyStreamReadBinaryBuffer(bytes.subspan(c_magic.size())) >> version;
     if (version != c_version) {
-        file.RefuseToRead("version " + std::to_string(version) + " of the format is not known");
+        file.RefuseToRead("version " + std::to_string(version) +
+                          " of the format is not known, only " + std::to_string(c_version));
     }
 }
 

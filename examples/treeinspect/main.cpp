@@ -34,8 +34,11 @@ const ZeCTransformationNode& FindNode(const ZeCTransformationNode& root, const s
         ++described;
     }
     if (described != 1) {
-        throw scansession::InputError("--node " + Quoted(wanted) + ": " +
-                                      std::to_string(described) + " nodes are described so");
+        throw scansession::InputError(
+            "--node " + Quoted(wanted) + ": " +
+            (described == 0 ? "no node has this id or description"
+                            : std::to_string(described) + " nodes are described so, name its id") +
+            "; without --node all are listed");
     }
     return *found;
 }

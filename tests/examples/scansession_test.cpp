@@ -231,6 +231,13 @@ TEST_F(Scansession, MergesTheScansOfEachClusterInTheFrameOfTheRoot)
     const auto& x = model.Find("vertex")->Find("x")->values;
     EXPECT_GT(x.front(), 900.0);
     EXPECT_LT(x.back(), 100.0);
+
+    CbMatrix4Rd flat;
+    flat[0][0] = 0.0;
+    root->FrontLeaf()->GetFather()->SetRelativeTrafo(flat);
+    sessionfile::SaveSession(file, root);
+    std::filesystem::remove_all(Out());
+    ExpectRefused({"--load", file, "--cell", "1"}, "a.session: has a pose that can't be inverted");
 }
 
 TEST_F(Scansession, DrawsThreeViews)
@@ -338,7 +345,7 @@ TEST_F(Scansession, LeavesWhatStandsAtTheOutputPlace)
     for (const char* const option : {"--save", "--load"}) {
         const auto session = Out() / ".." / "out" / "merged.ply";
         const auto result = Run({"--quiet", option, session.string()});
-        EXPECT_THAT(result.err, HasSubstr("merged.ply: is where a result goes\n"));
+        EXPECT_THAT(result.err, HasSubstr("merged.ply: is where a result goes"));
     }
     EXPECT_EQ(Read(Merged()), "older");
 }
@@ -346,13 +353,27 @@ TEST_F(Scansession, LeavesWhatStandsAtTheOutputPlace)
 TEST_F(Scansession, RefusesCommandLinesThatItDoesNotUnderstand)
 {
     using Line = std::vector<std::string>;
-    for (const auto& line :
-         {Line{"--elephants"}, Line{"--frames", "0"}, Line{"--frames", "many"}, Line{"--seed"},
-          Line{"stray"}, Line{"--poses", "p.conf"}, Line{"--max-children", "1"},
-          Line{"--clusters", "0"}, Line{"--seed", "-1"}, Line{"--cell", "0"}, Line{"--cell", "-1"},
-          Line{"--cell", "nan"}, Line{"--cell", "inf"}, Line{"--cell", "1e39"},
-          Line{"--cell", "1e-99"}, Line{"--cell", "1mm"}, Line{"--shifted"},
-          Line{"--scans", ".", "--frames", "3"}}) {
+    const Line lines[] = {{"--elephants"},
+                          {"--frames", "0"},
+                          {"--frames", "many"},
+                          {"--seed"},
+                          {"stray"},
+                          {"--poses", "p.conf"},
+                          {"--max-children", "1"},
+                          {"--clusters", "0"},
+                          {"--seed", "-1"},
+                          {"--seed", "18446744073709551616"},
+                          {"--quiet=2"},
+                          {"--cell", "0"},
+                          {"--cell", "-1"},
+                          {"--cell", "nan"},
+                          {"--cell", "inf"},
+                          {"--cell", "1e39"},
+                          {"--cell", "1e-99"},
+                          {"--cell", "1mm"},
+                          {"--shifted"},
+                          {"--scans", ".", "--frames", "3"}};
+    for (const auto& line : lines) {
         SCOPED_TRACE(line[0]);
         ExpectRefused(line, "--help");
     }

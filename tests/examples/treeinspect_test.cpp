@@ -147,7 +147,7 @@ TEST_F(Treeinspect, EndsWith1ForAnInconsistentFileAnd2ForAnUnreadableOne)
     expectError(runOnFile({}), 1, "a.session: structure, record 5, byte ");
 
     expectError(run({"--node", "twin"}), 2, "--node \"twin\": 2 nodes are described so");
-    expectError(run({"--node", "none"}), 2, "0 nodes are described so");
+    expectError(run({"--node", "none"}), 2, "\"none\": no node has this id or description");
     expectError(run({"--elephants"}), 2, "--help");
     for (const char* option : {"--dot", "--ply"}) {
         EXPECT_THAT(run({option, Folder().string()}).err, HasSubstr("cannot be written"));

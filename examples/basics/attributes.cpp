@@ -5,11 +5,13 @@
 //     voxel: 3 4 5
 //     the copy has its own: Miller, the first one says Smith by now
 //     after a reset: nobody, none
+#include <cstdint>
 #include <iostream>
 #include <limits>
 #include <platform/attributes/zearttiattribute.h>
 #include <platform/base/cbstreamreadbinary.h>
 #include <platform/base/cbstreamwritebinary.h>
+#include <string>
 #include <transformationtree/transformationtree.h>
 #include <utility>
 
@@ -61,8 +63,10 @@ const CbRTTI OperatorAttribute::RTTI(CB_TEXT("OperatorAttribute"), &CreateByFact
 
 std::string voxelOf(const ZeCTransformationNode& node)
 {
+    const auto attribute = node.GetAllAttributes().GetAttribute<ZeCRepresentativeAttribute>();
+    if (!attribute) return "unknown"; // null where the node has none
     int x = 0, y = 0, z = 0;
-    node.GetAllAttributes().GetAttribute<ZeCRepresentativeAttribute>()->GetGridVoxel(x, y, z);
+    attribute->GetGridVoxel(x, y, z);
     if (x == std::numeric_limits<int>::max()) return "none";
     return std::to_string(x) + ' ' + std::to_string(y) + ' ' + std::to_string(z);
 }
@@ -70,7 +74,7 @@ std::string voxelOf(const ZeCTransformationNode& node)
 std::string operatorOf(const ZeCTransformationNode& node)
 {
     const auto attribute = node.GetAllAttributes().GetAttribute<OperatorAttribute>();
-    return attribute ? attribute->GetName() : "unknown"; // null where the node has none
+    return attribute ? attribute->GetName() : "unknown";
 }
 
 } // namespace
@@ -90,7 +94,7 @@ int main()
 
     const auto twin = manager.CreateLeafNode(CbMake<ZeCModelQMT>());
     twin->CopyAttributesFrom(*leaf);
-    takenBy->SetName(CB_TEXT("Smith"));
+    takenBy->SetName(CB_TEXT("Smith")); // needs a write handle where the node is below a root
     std::cout << "the copy has its own: " << operatorOf(*twin) << ", the first one says "
               << operatorOf(*leaf) << " by now\n";
 

@@ -2,7 +2,7 @@
 //
 // Neighbouring scans should lie 5 mm from each other, as far as two fixed ones at the ends allow.
 // In each round every scan goes to the middle between its neighbours (relaxation). The cluster of
-// the second half lies elsewhere: SetRelativeTrafo(pose, root) takes that into account.
+// the second half lies elsewhere: SetTrafoToTraversalRoot() takes that into account.
 //
 // Prints:
 //     round  1: scans moved by up to 2.000 mm
@@ -12,6 +12,7 @@
 //     scans at 0.00 4.99 9.99 14.98 19.99 24.99 30.00 mm
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
 #include <transformationtree/transformationtree.h>
 #include <vector>
@@ -45,8 +46,8 @@ double relax(const Manager::Inner& root)
         if (i == 0 || i + 1 == x.size()) continue; // the fixed ones
         const double middle = (x[i - 1] + x[i + 1]) / 2;
         farthest = std::max(farthest, std::fabs(middle - x[i]));
-        // Poses may be set while the tree is walked, unlike the structure.
-        (*scan).GetLeafNode()->SetRelativeTrafo(alongX(middle), root);
+        // Poses of leaves may be set while the tree is walked, unlike its structure.
+        (*scan).SetTrafoToTraversalRoot(alongX(middle));
     }
     return farthest;
 }
@@ -60,6 +61,7 @@ int main()
     if (!manager.SetDataManager(dataManager, dataManager.GetTopNode())) return 1;
 
     const auto root = manager.CreateRootNode();
+    // Nobody else is interested in the poses before they are good: one lock for all rounds.
     const auto lock = manager.GetSingleWriteHandleLocked(root);
     const auto first = manager.CreateInnerNode();
     const auto second = manager.CreateInnerNode();

@@ -40,11 +40,15 @@ Inner makeTree()
 
 bool areAlike(const ZeCTransformationNode& a, const ZeCTransformationNode& b)
 {
+    constexpr unsigned c_bothRevisions = 3;
     auto other = b.BeginNode();
     for (const auto& [node, trafo] : a.Nodes()) {
+        if (!other) return false;
         const auto twin = (*other).GetNode();
         if (node.GetID() != twin->GetID()) return false;
-        if (node.GetNodeRevision(3) != twin->GetNodeRevision(3)) return false;
+        if (node.GetNodeRevision(c_bothRevisions) != twin->GetNodeRevision(c_bothRevisions)) {
+            return false;
+        }
         ++other;
     }
     return !other;

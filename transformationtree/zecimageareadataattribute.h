@@ -83,7 +83,8 @@ public:
         return fields_.correlationTrafo;
     }
 
-    /// The error that the correlation left; the largest float where none was computed.
+    /// The error that the correlation left, in the application's measure; the largest float where
+    /// none was computed.
     [[nodiscard]] float GetCorrelationError() const noexcept { return fields_.correlationError; }
     void SetCorrelationError(float error) noexcept { fields_.correlationError = error; }
 

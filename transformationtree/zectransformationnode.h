@@ -203,9 +203,11 @@ public:
                                   EAttributesToCopy what);
 
     /// Returns the newest of the selected revisions at or below the node, -1 for an empty mask.
+    /// Cost: linear in the number of nodes.
     [[nodiscard]] virtual long long GetNodeRevisionSubtree(unsigned int mask) const = 0;
     /// Brings the newest revisions of the subtree up to its inner nodes. @p out, two numbers,
-    /// receives the node's revisions; it may be null for an inner node.
+    /// receives the node's revisions; it may be null for an inner node. Cost: linear in the number
+    /// of nodes. Threads: a read handle will do, since revisions have a lock of their own.
     virtual void UpdateNodeRevisionSubtree(long long* out) = 0;
 
     /// @name Structure record
@@ -269,7 +271,7 @@ public:
     /// singular; std::bad_alloc for any path.
     [[nodiscard]] virtual ZeNRandomAccessSurfelIterator GetRas() const = 0;
     /// Stands on the first of as many samples as @p k goes into the number of surfels. @p k must
-    /// not be 0: the number is divided by it. Throws: as GetRas().
+    /// be positive: the number is divided by it. Throws: as GetRas().
     [[nodiscard]] virtual ZeNRandomSamplingSurfelIterator BeginRss(int k) const = 0;
     /// Stands on the first inner node, which is this one; the end for a leaf.
     [[nodiscard]] virtual ZeNInnerNodeIterator BeginInner() const = 0;

@@ -81,7 +81,8 @@ public:
     [[nodiscard]] bool EmptyLeafs() const override;
     /// Returns the box around the surfels of all leaves below, in the frame that @p trafo leads to
     /// from this node's frame: around the leaves' own boxes, each mapped by its eight corners.
-    /// Empty where there is no leaf with surfels. Computed in single precision.
+    /// Empty where there is no leaf with surfels. Computed in single precision. Cost: linear in the
+    /// number of surfels.
     [[nodiscard]] CyBoundingBox3D GetBoundingBox(const CbMatrix4Rd& trafo) const override;
 
     /// Takes over transformation, description and visibility of another inner node; with

@@ -19,7 +19,9 @@
 /// map after a complete write or read.
 ///
 /// @code
-/// for (const auto& [node, trafo] : root->Nodes()) mapper.WriteNodeForInstantiation(stream, &node);
+/// for (auto node = root->BeginNode(); node; ++node) {
+///     mapper.WriteNodeForInstantiation(stream, (*node).GetNode());
+/// }
 /// for (const auto& [node, trafo] : root->Nodes()) node.SerializeStructure(stream);
 /// @endcode
 ///

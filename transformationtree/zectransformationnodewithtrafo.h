@@ -13,8 +13,8 @@
 class TRANSFORMATIONTREE_API ZeCTransformationNodeWithTrafo
 {
 public:
-    /// Pairs a node with its transformation. For a null node the getters give null, and it can't be
-    /// placed.
+    /// Pairs a node with its transformation. For a null node the getters give null, and it must
+    /// not be placed.
     /// @param trafoToRoot from the node's frame into the traversal root's
     /// @param fatherTrafoToRoot from the father's frame into the traversal root's
     /// Throws: CyExceptionNotInvertible where the determinant of @p fatherTrafoToRoot is 0.
@@ -37,7 +37,8 @@ public:
     [[nodiscard]] const CbMatrix4Rd& GetTrafo() const noexcept { return trafo_; }
 
     /// Places the node so that its transformation into the traversal root's frame becomes @p trafo,
-    /// and renews its transformation revision. GetTrafo() still gives the old one.
+    /// and renews its transformation revision. GetTrafo() still gives the old one. Threads: needs a
+    /// write handle on the node.
     void SetTrafoToTraversalRoot(const CbMatrix4Rd& trafo) const;
 
     /// True where both name the same node; the transformations are not compared.

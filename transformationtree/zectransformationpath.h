@@ -17,8 +17,10 @@ class ZeCTransformationNode;
 class ZeCTransformationPath
 {
 public:
+    /// What fathers hold.
     using Child = CbSmartPointer<ZeCTransformationNode>;
 
+    /// One level.
     struct Entry
     {
         const Child* position;         ///< the node, in its father's children
@@ -28,6 +30,7 @@ public:
         CbMatrix4Rd trafo;             ///< from the node's frame into the traversal root's
     };
 
+    /// Empty, as a moved path is. Copies throw std::bad_alloc beyond eight levels.
     ZeCTransformationPath() noexcept = default;
     ZeCTransformationPath(const ZeCTransformationPath& other) { assign(other); }
     ZeCTransformationPath(ZeCTransformationPath&& other) noexcept { take(other); }
@@ -43,12 +46,15 @@ public:
     }
     ~ZeCTransformationPath() = default;
 
+    /// The entries, from the one below the traversal root down; Top() is the last. Not to be
+    /// called for entries that are not there.
     [[nodiscard]] bool IsEmpty() const noexcept { return size_ == 0; }
     [[nodiscard]] std::size_t GetSize() const noexcept { return size_; }
     [[nodiscard]] Entry& operator[](std::size_t i) noexcept { return entries_[i]; }
     [[nodiscard]] const Entry& operator[](std::size_t i) const noexcept { return entries_[i]; }
     [[nodiscard]] Entry& Top() noexcept { return entries_[size_ - 1]; }
     [[nodiscard]] const Entry& Top() const noexcept { return entries_[size_ - 1]; }
+    /// Takes the last entry away, or all.
     void Pop() noexcept { --size_; }
     void Clear() noexcept { size_ = 0; }
 

@@ -90,7 +90,7 @@ private:
 
     static constexpr std::uint32_t c_stride = 1073676287; // prime
 
-    /// One sample for each @p k surfels, which must not be 0.
+    /// One sample for each @p k surfels, which must be positive.
     ZeNRandomSamplingSurfelIterator(ZeNRandomAccessSurfelIterator surfels, int k) noexcept;
 
     std::uint32_t sample_ = 0; ///< number of samples that were visited

@@ -36,7 +36,8 @@ public:
     ~CbThread();
 
     /// Starts the function in a thread of its own.
-    /// Throws: CbException where it was started before.
+    /// Throws: CbException where it was started before, std::system_error where there can be no
+    /// more threads.
     void Start();
     /// Asks the function to come to an end.
     void RequestStop() noexcept { running_.store(false, std::memory_order_release); }

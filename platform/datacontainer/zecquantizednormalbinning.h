@@ -22,6 +22,8 @@ class CbStreamWriteBinary;
 /// for (const auto normal : normals) binning.Add(normal);
 /// const CbVector3f up = binning.ComputeMeanDirectionAboveThresholdCount(1);
 /// @endcode
+///
+/// Threads: not locked.
 class PLATFORM_API ZeCQuantizedNormalBinning
 {
 public:

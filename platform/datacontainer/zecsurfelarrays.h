@@ -52,7 +52,8 @@ public:
     [[nodiscard]] std::uint8_t* GetCurvatures() const noexcept { return at<std::uint8_t>(21); }
 
     /// Changes the number of surfels and keeps the values; those of added surfels are not set.
-    /// All or nothing. Cost: amortised constant for each surfel added.
+    /// Throws: std::bad_alloc, and nothing has changed. Cost: amortised constant for each surfel
+    /// added.
     void Resize(std::uint32_t count);
     /// Gives all attributes of @p count surfels from @p first on their neutral values: the origin,
     /// normal +z, grey 128, quality 1, tissue type 0, no boundary, curvature 128.

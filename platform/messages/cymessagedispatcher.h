@@ -37,10 +37,11 @@ public:
     [[nodiscard]] static CyMessageDispatcher& GetInstance();
 
     /// Queues a message for the subscribers of its class. Null is ignored.
+    /// Throws: std::bad_alloc; the message is not queued then.
     static void PostMessageW(CbSmartPointer<const CyMessage> message);
 
     /// Subscribes to messages of the class @p type and of those derived from it, until the
-    /// subscription ends. Throws: CbException for an empty callback.
+    /// subscription ends. Throws: CbException for an empty callback, std::bad_alloc.
     [[nodiscard]] CyMessageSubscription Subscribe(const CbRTTI& type, Callback callback);
 
     /// Delivers the messages that are queued at the time of the call, in the order of their

@@ -26,7 +26,8 @@ public:
     [[nodiscard]] bool IsActive() const noexcept { return static_cast<bool>(subscriber_); }
 
     /// Ends the subscription. Nothing is delivered to it after the return; a delivery that runs on
-    /// another thread is waited for, one that runs on this thread goes on to its end.
+    /// another thread is waited for, one that runs on this thread goes on to its end. So a thread
+    /// that holds what the callback waits for must not end the subscription.
     void Unsubscribe() noexcept;
 
 private:

@@ -9,7 +9,7 @@ set(below_platform/attributes platform/base platform/math3d)
 set(below_platform/datatree platform/base platform/math3d)
 set(below_platform/messages platform/base platform/math3d platform/datatree)
 set(below_platform/datacontainer platform/base platform/math3d platform/datatree)
-set(below_logging platform/base transformationtree/transformationtreeapi.h)
+set(below_logging platform/base)
 set(below_transformationtree platform logging)
 
 foreach(folder platform/base platform/math3d platform/attributes platform/datatree

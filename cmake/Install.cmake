@@ -19,7 +19,7 @@ configure_package_config_file(cmake/TransformationTreeConfig.cmake.in
                               ${PROJECT_BINARY_DIR}/TransformationTreeConfig.cmake
                               INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/TransformationTreeConfigVersion.cmake
-                                 COMPATIBILITY SameMajorVersion)
+                                 COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/TransformationTreeConfig.cmake
               ${PROJECT_BINARY_DIR}/TransformationTreeConfigVersion.cmake
         DESTINATION ${package_dir})

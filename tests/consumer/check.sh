@@ -9,6 +9,7 @@ if [ $# -ne 1 ] || [ ! -d "$1" ]; then
 fi
 here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" >/dev/null && pwd)
 sources=$(cd -- "$here/../.." >/dev/null && pwd)
+package=$(realpath "$1")
 . "$sources/cmake/packages.sh"
 require_packages g++ binutils cmake ninja-build pkg-config
 
@@ -19,7 +20,7 @@ fail() {
 
 place=$(mktemp -d)
 trap 'rm -rf "$place"' EXIT
-cp -a "$1" "$place/package"
+cp -a "$package" "$place/package"
 cp "$here/CMakeLists.txt" "$here/main.cpp" "$place"
 cd "$place"
 unset CPATH CPLUS_INCLUDE_PATH LIBRARY_PATH LD_LIBRARY_PATH CMAKE_PREFIX_PATH
@@ -27,7 +28,9 @@ lib=$(dirname "$(find "$place/package" -name libtransformationtree.so)")
 export PKG_CONFIG_PATH=$lib/pkgconfig
 version=$(pkg-config --modversion transformationtree)
 
-if grep -rlF "$sources/" package; then fail "the files above name the folder of the sources"; fi
+for folder in "$sources" "$package"; do
+  if grep -rlF "$folder/" package; then fail "the files above name the folder $folder"; fi
+done
 if find package -path '*/internal/*' | grep .; then fail "the headers above are no interface"; fi
 
 for name in platform transformationtree; do

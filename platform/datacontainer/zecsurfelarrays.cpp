@@ -3,13 +3,10 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
-#include <new>
 #include <utility>
 
 namespace
 {
-
-constexpr std::align_val_t c_alignment{64};
 
 static_assert(sizeof(CbVector3f) == 12 && sizeof(ZeCQuantizedNormal) == 2 &&
               sizeof(ZeCCompressedColor) == 4 && sizeof(bool) == 1);
@@ -30,17 +27,11 @@ void copyArray(const T* from, T* to, std::size_t count) noexcept
 
 } // namespace
 
-void ZeCSurfelArrays::Free::operator()(std::byte* block) const noexcept
-{
-    ::operator delete(block, c_alignment);
-}
-
 ZeCSurfelArrays::ZeCSurfelArrays(std::uint32_t count)
-    : capacity_(paddedCapacity(count)), size_(count)
-{
-    if (capacity_ == 0) return;
-    block_.reset(static_cast<std::byte*>(::operator new(capacity_* c_bytesPerSurfel, c_alignment)));
-}
+    : block_(paddedCapacity(count) * c_bytesPerSurfel),
+      capacity_(paddedCapacity(count)),
+      size_(count)
+{}
 
 ZeCSurfelArrays::~ZeCSurfelArrays() = default;
 

@@ -1,12 +1,11 @@
 #pragma once
 
-#include "platform/base/platformapi.h"
+#include "platform/base/cblargememory.h"
 #include "platform/datacontainer/zeccompressedcolor.h"
 #include "platform/datacontainer/zecquantizednormal.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 
 /// The memory of a surfel container: seven arrays in one block, 22 bytes per surfel.
 ///
@@ -62,20 +61,15 @@ public:
     void Swap(ZeCSurfelArrays& other) noexcept;
 
 private:
-    struct Free
-    {
-        void operator()(std::byte* block) const noexcept;
-    };
-
     // Arrays stand in the order of their bytes before a surfel's own in the block.
     template<class T>
     [[nodiscard]] T* at(std::size_t bytesBefore) const noexcept
     {
-        return reinterpret_cast<T*>(block_.get() + bytesBefore * capacity_);
+        return reinterpret_cast<T*>(block_.Get() + bytesBefore * capacity_);
     }
     void copyFrom(const ZeCSurfelArrays& other) noexcept;
 
-    std::unique_ptr<std::byte, Free> block_; ///< null where capacity_ is 0
-    std::size_t capacity_ = 0;               ///< 16 or a multiple of 64; not below size_
+    CbLargeMemory block_;      ///< of capacity_ surfels
+    std::size_t capacity_ = 0; ///< 16 or a multiple of 64; not below size_
     std::uint32_t size_ = 0;
 };

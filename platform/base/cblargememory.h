@@ -1,0 +1,32 @@
+#pragma once
+
+#include "platform/base/platformapi.h"
+
+#include <cstddef>
+#include <memory>
+
+/// A piece of memory for large arrays, aligned to 64 bytes; its contents are not set.
+///
+/// Memory of the system costs most when it is touched for the first time, page by page. From 2 MiB
+/// on, pieces ask for large pages, of which the system has to hand out far fewer: what is not
+/// touched costs nothing all the same, to the next 2 MiB. A system without them gives usual ones.
+class PLATFORM_API CbLargeMemory
+{
+public:
+    /// No memory.
+    CbLargeMemory() noexcept = default;
+    /// Takes memory; none for 0 bytes. Throws: std::bad_alloc.
+    explicit CbLargeMemory(std::size_t bytes);
+
+    /// The first byte, null where there is no memory.
+    [[nodiscard]] std::byte* Get() const noexcept { return memory_.get(); }
+
+private:
+    struct Free
+    {
+        std::size_t bytes;
+        void operator()(std::byte* memory) const noexcept;
+    };
+
+    std::unique_ptr<std::byte, Free> memory_;
+};

@@ -3,12 +3,11 @@
 #include "platform/datacontainer/zecsurfelcontainer.h"
 #include "platform/math3d/cyboundingsphere.h"
 
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <span>
 
-class ZeCGridCells;
+class ZeCGridSums;
 
 /// Merges surfels on a grid of cubes: one surfel for each cell that has any, with the weighted
 /// means of their attributes.
@@ -77,7 +76,7 @@ private:
 
     float cellSize_;
     float offset_;
-    std::array<std::uint16_t, 256> weights_; ///< by quality
-    std::uint32_t numberPassedIn_ = 0;       ///< surfels, accepted or not
-    std::unique_ptr<ZeCGridCells> cells_;
+    float qualityGain_;
+    std::uint32_t numberPassedIn_ = 0; ///< surfels, accepted or not
+    std::unique_ptr<ZeCGridSums> sums_;
 };

@@ -1,7 +1,7 @@
 #include "platform/datacontainer/internal/zecgridbatch.h"
 
 #include "platform/datacontainer/internal/widebuild.h"
-#include "platform/datacontainer/internal/zecgridcell.h"
+#include "platform/datacontainer/internal/zecgridmeans.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -20,68 +20,70 @@ CB_ALWAYS_INLINE std::uint32_t rounded(T value) noexcept
     return static_cast<std::uint32_t>(static_cast<std::int32_t>(value + T{0.5}));
 }
 
+constexpr std::size_t c_size = ZeCGridBatch::c_size;
 constexpr std::int32_t c_firstOutside = ZeCGridBatch::c_firstOutside;
 
 // Finds cells on one axis after the other, and where in them surfels lie. Returns whether all are
 // inside the grid. The quotient is a true one: with a reciprocal, surfels on borders would change
 // the cell. Short loops with nothing but arithmetic are worked on several elements at a time.
-CB_ALWAYS_INLINE bool findCells(const float* coordinates, std::size_t count, const ZeCGrid& grid,
-                                std::int32_t* indices, std::uint32_t* fractions) noexcept
+CB_ALWAYS_INLINE bool findCells(ZeCGridBatch& batch, const ZeCGrid& grid, double units) noexcept
 {
     constexpr double c_end = c_firstOutside;
+    const std::size_t count = batch.count;
     const double offset = grid.offset;
     const double cellSize = grid.cellSize;
-    double quotients[3 * ZeCGridBatch::c_size];
-    for (std::size_t i = 0; i < count; ++i) {
-        const double quotient = (static_cast<double>(coordinates[i]) - offset) / cellSize;
-        const double notBelow = quotient > -c_end ? quotient : -c_end; // so is NaN
-        quotients[i] = notBelow < c_end ? notBelow : c_end;
-    }
-    double floors[3 * ZeCGridBatch::c_size];
-    for (std::size_t i = 0; i < count; ++i) {
-        const double truncated = static_cast<std::int32_t>(quotients[i]);
-        floors[i] = truncated - (quotients[i] < truncated ? 1.0 : 0.0);
-    }
     std::int32_t magnitudes = 0; // bits that any has
-    for (std::size_t i = 0; i < count; ++i) {
-        const auto index = static_cast<std::int32_t>(floors[i]);
-        const double units = (quotients[i] - floors[i]) * ZeCGridCell::c_positionUnits;
-        indices[i] = index;
-        fractions[i] = rounded(units);
-        magnitudes |= std::abs(index);
+    for (int axis = 0; axis < 3; ++axis) {
+        double quotients[c_size];
+        for (std::size_t i = 0; i < count; ++i) {
+            const double coordinate = batch.positions[axis][i];
+            const double quotient = (coordinate - offset) / cellSize;
+            const double notBelow = quotient > -c_end ? quotient : -c_end; // so is NaN
+            quotients[i] = notBelow < c_end ? notBelow : c_end;
+        }
+        double floors[c_size];
+        for (std::size_t i = 0; i < count; ++i) {
+            const double truncated = static_cast<std::int32_t>(quotients[i]);
+            floors[i] = truncated - (quotients[i] < truncated ? 1.0 : 0.0);
+        }
+        for (std::size_t i = 0; i < count; ++i) {
+            const auto index = static_cast<std::int32_t>(floors[i]);
+            batch.indices[axis][i] = index;
+            batch.fractions[axis][i] = rounded((quotients[i] - floors[i]) * units);
+            magnitudes |= std::abs(index);
+        }
     }
     return magnitudes < c_firstOutside;
 }
 
-bool findCellsPlain(const float* coordinates, std::size_t count, const ZeCGrid& grid,
-                    std::int32_t* indices, std::uint32_t* fractions) noexcept
+bool findCellsPlain(ZeCGridBatch& batch, const ZeCGrid& grid, double units) noexcept
 {
-    return findCells(coordinates, count, grid, indices, fractions);
+    return findCells(batch, grid, units);
 }
 
-CB_WIDE_BUILD bool findCellsWide(const float* coordinates, std::size_t count, const ZeCGrid& grid,
-                                 std::int32_t* indices, std::uint32_t* fractions) noexcept
+CB_WIDE_BUILD bool findCellsWide(ZeCGridBatch& batch, const ZeCGrid& grid, double units) noexcept
 {
-    return findCells(coordinates, count, grid, indices, fractions);
+    return findCells(batch, grid, units);
 }
 
 } // namespace
 
 void ZeCGridBatch::LoadPositions(std::span<const CbVector3f> from,
-                                 const ZeCSurfelTransformation& transformation, const ZeCGrid& grid)
+                                 const ZeCSurfelTransformation& transformation, const ZeCGrid& grid,
+                                 double units)
 {
-    const std::size_t count = from.size();
-    transformation.MapPositions(from.data(), positions, count);
+    count = from.size();
+    transformation.MapPositions(from.data(), count, positions[0], positions[1], positions[2]);
     static const auto find = CbFastestBuild(&findCellsPlain, &findCellsWide);
-    const bool allInside = find(&positions[0].x, 3 * count, grid, indices, fractions);
+    const bool allInside = find(*this, grid, units);
 
     std::iota(accepted, accepted + count, std::uint16_t{0});
     numberOfAccepted = count;
     if (allInside) return;
     removeAccepted([&](std::uint16_t surfel) {
-        const std::int32_t* const index = indices + 3 * std::size_t{surfel};
-        return std::any_of(index, index + 3,
-                           [](std::int32_t i) { return std::abs(i) >= c_firstOutside; });
+        return std::any_of(indices, indices + 3, [surfel](const std::int32_t* axis) {
+            return std::abs(axis[surfel]) >= c_firstOutside;
+        });
     });
 }
 
@@ -89,6 +91,7 @@ void ZeCGridBatch::LoadNormals(std::span<const ZeCQuantizedNormal> from,
                                const ZeCSurfelTransformation& transformation)
 {
     ZeCSurfelTransformation::Directions mapped;
+    static_assert(c_size % mapped.c_size == 0);
     for (std::size_t first = 0; first < from.size(); first += mapped.c_size) {
         const std::size_t n = std::min(from.size() - first, mapped.c_size);
         transformation.MapNormals(from.data() + first, n, mapped);
@@ -96,7 +99,7 @@ void ZeCGridBatch::LoadNormals(std::span<const ZeCQuantizedNormal> from,
         for (int axis = 0; axis < 3; ++axis) {
             for (std::size_t i = 0; i < mapped.c_size; ++i) {
                 normals[axis][first + i] =
-                    rounded((mapped.axes[axis][i] + 1.0F) * ZeCGridCell::c_normalUnits);
+                    rounded((mapped.axes[axis][i] + 1.0F) * c_gridNormalUnits);
             }
         }
     }
@@ -105,8 +108,9 @@ void ZeCGridBatch::LoadNormals(std::span<const ZeCQuantizedNormal> from,
 void ZeCGridBatch::Restrict(std::span<const CyBoundingSphere> spheres) noexcept
 {
     removeAccepted([&](std::uint16_t surfel) {
+        const CbVector3f position{positions[0][surfel], positions[1][surfel], positions[2][surfel]};
         return std::none_of(spheres.begin(), spheres.end(), [&](const CyBoundingSphere& sphere) {
-            return sphere.Contains(positions[surfel]);
+            return sphere.Contains(position);
         });
     });
 }

@@ -62,9 +62,7 @@ void ZeCGridBricks::findBrick(std::int32_t x, std::int32_t y, std::int32_t z)
     Brick& brick = slotOf(x, y, z);
     if (brick.number == 0) {
         const std::size_t cells = std::size_t{1} << 3 * shift_;
-        if (numberOfBricks_ * cells == chunks_.size() * c_chunk) {
-            chunks_.push_back(std::make_unique_for_overwrite<std::uint32_t[]>(c_chunk));
-        }
+        numbers_.MakeRoom((numberOfBricks_ + std::size_t{1}) * cells);
         brick = {x, y, z, ++numberOfBricks_};
         std::fill_n(cellsOf(brick.number), cells, 0U);
     }

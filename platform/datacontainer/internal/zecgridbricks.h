@@ -1,9 +1,10 @@
 #pragma once
 
+#include "platform/datacontainer/internal/zetchunks.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 /// Finds a number for each used cell of an unbounded grid by the cell's three indices.
@@ -73,8 +74,7 @@ private:
 
     [[nodiscard]] std::uint32_t* cellsOf(std::uint32_t number) const noexcept
     {
-        const std::size_t first = static_cast<std::size_t>(number - 1) << 3 * shift_;
-        return chunks_[first / c_chunk].get() + first % c_chunk;
+        return numbers_.At(static_cast<std::size_t>(number - 1) << 3 * shift_);
     }
     template<class Visit>
     void visitRun(const Brick& brick, std::int32_t x, std::int32_t y, Visit&& visit) const
@@ -91,13 +91,10 @@ private:
     void grow();
     [[nodiscard]] std::vector<Brick> sortedBricks() const;
 
-    /// Cells in one piece of memory.
-    static constexpr std::size_t c_chunk = std::size_t{1} << 16;
-
-    unsigned shift_;           ///< binary logarithm of a brick's side
-    std::vector<Brick> table_; ///< open addressing; at most half of it is used
-    unsigned hashShift_ = 0;   ///< 64 less the binary logarithm of the table's size
-    std::vector<std::unique_ptr<std::uint32_t[]>> chunks_; ///< cells, brick after brick
+    unsigned shift_;                   ///< binary logarithm of a brick's side
+    std::vector<Brick> table_;         ///< open addressing; at most half of it is used
+    unsigned hashShift_ = 0;           ///< 64 less the binary logarithm of the table's size
+    ZeTChunks<std::uint32_t> numbers_; ///< of the cells, brick after brick
     std::uint32_t numberOfBricks_ = 0;
     Brick last_{INT32_MAX, 0, 0, 0};     ///< the one found last; from the start, one that can't be
     std::uint32_t* lastCells_ = nullptr; ///< its cells

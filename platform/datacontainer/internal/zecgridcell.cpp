@@ -22,43 +22,18 @@ ZeCSurfel ZeCGridCell::GetMeans(const std::array<std::int32_t, 3>& index, const 
                                 float samplingParameter, std::uint8_t meanTissueType) noexcept
 {
     CarryPositions(); // so that the same sums give the same bits
-    const double units = static_cast<double>(weight) * c_positionUnits;
-    const auto coordinate = [&](std::size_t axis) {
-        const double sum =
-            std::ldexp(positionCarry[axis], c_carryBits) + static_cast<double>(position[axis]);
-        return static_cast<float>(grid.offset + (index[axis] + sum / units) * grid.cellSize);
+    const auto sum = [this](std::size_t axis) {
+        return std::ldexp(positionCarry[axis], c_carryBits) + static_cast<double>(position[axis]);
     };
-    return {{coordinate(0), coordinate(1), coordinate(2)},
-            meanNormal(),
+    return {ZeCMeanPosition(index, {sum(0), sum(1), sum(2)},
+                            static_cast<double>(weight) * c_positionUnits, grid),
+            ZeCMeanNormal(normal, weight,
+                          ZeCQuantizedNormal::FromCode(static_cast<std::uint16_t>(~heaviest))),
             {mean(color[0]), mean(color[1]), mean(color[2]), 0},
-            meanQuality(samplingParameter),
+            ZeCAreTooFew(count, samplingParameter)
+                ? ZeCLoweredQuality(quality, weight, count, samplingParameter)
+                : mean(quality),
             meanTissueType,
             2 * boundary > weight,
             mean(curvature)};
-}
-
-ZeCQuantizedNormal ZeCGridCell::meanNormal() const noexcept
-{
-    constexpr double c_leastLength = 0.1; // of what the weight would give for equal normals
-    const std::uint64_t bias = weight * c_normalUnits;
-    const auto sum = [&](int axis) {
-        return static_cast<double>(static_cast<std::int64_t>(normal[axis] - bias));
-    };
-    const double x = sum(0);
-    const double y = sum(1);
-    const double z = sum(2);
-    if (std::sqrt(x * x + y * y + z * z) < c_leastLength * static_cast<double>(bias)) {
-        return ZeCQuantizedNormal::FromCode(static_cast<std::uint16_t>(~heaviest));
-    }
-    return ZeCQuantizedNormal(
-        CbVector3f{static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)});
-}
-
-std::uint8_t ZeCGridCell::meanQuality(float samplingParameter) const noexcept
-{
-    const double wanted = samplingParameter;
-    if (!std::isfinite(wanted) || count >= wanted) return mean(quality);
-    // One division of exact products, so that halves are halves.
-    const double sum = static_cast<double>(quality) * count;
-    return static_cast<std::uint8_t>(std::lround(sum / (static_cast<double>(weight) * wanted)));
 }

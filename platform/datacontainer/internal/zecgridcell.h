@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/datacontainer/internal/zecgrid.h"
+#include "platform/datacontainer/internal/zecgridmeans.h"
 #include "platform/datacontainer/internal/zecsurfelwriter.h"
 
 #include <array>
@@ -15,29 +15,26 @@
 struct alignas(64) ZeCGridCell
 {
     static constexpr std::uint32_t c_positionUnits = 1U << 28U;
-    static constexpr std::uint32_t c_normalUnits = 1U << 19U;
 
     /// What is largest for the heaviest of some surfels, of several for the smallest code.
-    [[nodiscard]] static std::uint32_t RankOf(std::uint32_t w, ZeCQuantizedNormal code) noexcept
+    [[nodiscard]] static std::uint32_t RankOf(std::uint64_t w, ZeCQuantizedNormal code) noexcept
     {
-        return w << 16U | (0xFFFFU - code.GetCode());
+        return static_cast<std::uint32_t>(w << 16U) | (0xFFFFU - code.GetCode());
     }
     /// Adds where a surfel lies and how.
-    /// @param w its weight, 256 to 2048
-    /// @param fractions three, from the cell's lower corner, c_positionUnits for its size
-    /// @param x,y,z normal of length 1, with 1 added to each coordinate, in c_normalUnits
+    /// @param w its weight, at most 2048
+    /// @param fraction from the cell's lower corner, c_positionUnits for its size
+    /// @param direction normal of length 1, with 1 added to each coordinate, in c_gridNormalUnits
     /// @param code of that normal
-    void AddGeometry(std::uint32_t w, const std::uint32_t* fractions, std::uint32_t x,
-                     std::uint32_t y, std::uint32_t z, ZeCQuantizedNormal code) noexcept
+    void AddGeometry(std::uint64_t w, const std::array<std::uint32_t, 3>& fraction,
+                     const std::array<std::uint32_t, 3>& direction,
+                     ZeCQuantizedNormal code) noexcept
     {
-        const std::uint64_t wide = w;
-        weight += wide;
-        position[0] += fractions[0] * wide;
-        position[1] += fractions[1] * wide;
-        position[2] += fractions[2] * wide;
-        normal[0] += x * wide;
-        normal[1] += y * wide;
-        normal[2] += z * wide;
+        weight += w;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            position[axis] += fraction[axis] * w;
+            normal[axis] += direction[axis] * w;
+        }
         ++count;
         const std::uint32_t rank = RankOf(w, code);
         if (heaviest < rank) heaviest = rank;
@@ -82,8 +79,6 @@ struct alignas(64) ZeCGridCell
     std::uint8_t tissueType;        ///< kept by the owner of the cells
 
 private:
-    [[nodiscard]] ZeCQuantizedNormal meanNormal() const noexcept;
-    [[nodiscard]] std::uint8_t meanQuality(float samplingParameter) const noexcept;
     // Rounds half up.
     [[nodiscard]] std::uint8_t mean(std::uint64_t sum) const noexcept
     {

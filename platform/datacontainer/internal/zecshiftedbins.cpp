@@ -36,7 +36,7 @@ struct ZeCShiftedBins::Batch
     [[nodiscard]] bool FindIndices(std::size_t count);
 
     ZeCGridBatch shifted[c_shifts]; ///< each shift on all axes; the first one with the normals
-    std::int32_t indices[3 * ZeCGridBatch::c_size]; ///< fine ones
+    std::int32_t indices[3][ZeCGridBatch::c_size]; ///< fine ones
     std::uint16_t accepted[ZeCGridBatch::c_size];
     std::size_t numberOfAccepted;
     ZeCShiftedBin* bins[ZeCGridBatch::c_size]; ///< of the accepted ones
@@ -50,21 +50,21 @@ bool ZeCShiftedBins::Batch::FindIndices(std::size_t count)
     for (std::size_t surfel = 0; surfel < count; ++surfel) {
         bool isOutside = false;
         bool isTold = true;
-        for (std::size_t place = 3 * surfel; place < 3 * surfel + 3; ++place) {
-            const std::int64_t first = shifted[0].indices[place];
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const std::int64_t first = shifted[0].indices[axis][surfel];
             std::int64_t fine = first;
             std::int64_t before = first;
             bool isOutsideHere = std::abs(first) >= c_outside;
             isTold = isTold && std::abs(first) < c_farOff;
             for (std::size_t shift = 1; shift < c_shifts; ++shift) {
-                const std::int64_t index = shifted[shift].indices[place];
+                const std::int64_t index = shifted[shift].indices[axis][surfel];
                 isOutsideHere = isOutsideHere && std::abs(index) >= c_outside;
                 isTold = isTold && before <= index && index <= first + 1;
                 before = index;
                 fine += index;
             }
             isOutside = isOutside || isOutsideHere;
-            indices[place] = static_cast<std::int32_t>(fine);
+            indices[axis][surfel] = static_cast<std::int32_t>(fine);
         }
         if (isOutside) continue; // on every shift, whatever the other axes do
         if (!isTold) return false;
@@ -97,7 +97,8 @@ bool ZeCShiftedBins::Add(const ZeCSurfelContainer& surfels, const CbMatrix4Rf& t
     for (std::size_t first = 0, n = 0; first < added; first += n) {
         n = std::min(added - first, ZeCGridBatch::c_size);
         for (std::size_t shift = 0; shift < c_shifts; ++shift) {
-            batch->shifted[shift].LoadPositions(positions.subspan(first, n), maps[shift], grid_);
+            batch->shifted[shift].LoadPositions(positions.subspan(first, n), maps[shift], grid_,
+                                                ZeCGridCell::c_positionUnits);
         }
         const ZeCGridBatch& loaded = batch->shifted[0];
         batch->shifted[0].LoadNormals(normals.subspan(first, n), maps[0]);
@@ -116,7 +117,7 @@ bool ZeCShiftedBins::Add(const ZeCSurfelContainer& surfels, const CbMatrix4Rf& t
                 add(ZeCShiftedBin::Normal + axis, weight * loaded.normals[axis][i]);
                 for (std::size_t shift = 0; shift < c_shifts; ++shift) {
                     add(ZeCShiftedBin::Position + axis * c_shifts + shift,
-                        weight * batch->shifted[shift].fractions[3 * i + axis]);
+                        weight * batch->shifted[shift].fractions[axis][i]);
                 }
             }
             add(ZeCShiftedBin::Color, weight * color.r);
@@ -137,8 +138,8 @@ void ZeCShiftedBins::findBins(Batch& batch, const std::uint8_t* tissueTypes)
     bricks_.MakeRoom(count_);
     std::uint32_t* numbers[ZeCGridBatch::c_size];
     for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
-        const std::int32_t* const index = batch.indices + 3 * std::size_t{batch.accepted[a]};
-        numbers[a] = bricks_.Find(index[0], index[1], index[2]);
+        const std::size_t i = batch.accepted[a];
+        numbers[a] = bricks_.Find(batch.indices[0][i], batch.indices[1][i], batch.indices[2][i]);
         CbPrefetch(numbers[a]);
     }
     for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
@@ -159,9 +160,7 @@ void ZeCShiftedBins::findBins(Batch& batch, const std::uint8_t* tissueTypes)
 
 std::uint32_t ZeCShiftedBins::makeBin(std::uint8_t tissueType, std::uint32_t next)
 {
-    if (count_ == chunks_.size() * c_chunk) {
-        chunks_.push_back(std::make_unique_for_overwrite<ZeCShiftedBin[]>(c_chunk));
-    }
+    all_.MakeRoom(count_ + std::size_t{1});
     ++count_;
     bin(count_) = {{}, 0, next, tissueType};
     return count_;

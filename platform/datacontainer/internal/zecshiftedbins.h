@@ -6,8 +6,6 @@
 
 #include <array>
 #include <cstdint>
-#include <memory>
-#include <vector>
 
 class ZeCSurfelContainer;
 
@@ -46,11 +44,9 @@ public:
 private:
     struct Batch;
 
-    static constexpr std::size_t c_chunk = 1024; ///< bins in one piece of memory
-
     [[nodiscard]] ZeCShiftedBin& bin(std::uint32_t number) const noexcept
     {
-        return chunks_[(number - 1) / c_chunk][(number - 1) % c_chunk];
+        return *all_.At(number - 1);
     }
     void findBins(Batch& batch, const std::uint8_t* tissueTypes);
     [[nodiscard]] std::uint32_t makeBin(std::uint8_t tissueType, std::uint32_t next);
@@ -59,7 +55,7 @@ private:
     Shifts shifts_;
     std::array<std::uint16_t, 256> weights_; ///< by quality
     ZeCGridBricks bricks_;                   ///< knows the first bin of a place by its number
-    std::vector<std::unique_ptr<ZeCShiftedBin[]>> chunks_;
+    ZeTChunks<ZeCShiftedBin> all_;
     std::uint32_t count_ = 0;          ///< of bins, which are numbered from 1
     std::uint32_t numberPassedIn_ = 0; ///< surfels
 };

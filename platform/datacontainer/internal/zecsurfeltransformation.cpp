@@ -81,6 +81,46 @@ inline void mapPosition(const CbVector3f& p, const CbMatrix4Rf& m, float* to) no
     for (int j = 0; j < 4; ++j) to[j] = mapped[j];
 }
 
+CB_ALWAYS_INLINE void mapCoordinates(const CbVector3f* from, std::size_t count,
+                                     const CbMatrix4Rf* matrix, float* x, float* y,
+                                     float* z) noexcept
+{
+    float coordinates[3][c_block];
+    for (std::size_t i = 0; i < count; ++i) {
+        coordinates[0][i] = from[i].x;
+        coordinates[1][i] = from[i].y;
+        coordinates[2][i] = from[i].z;
+    }
+    float* const to[] = {x, y, z};
+    for (int j = 0; j < 3; ++j) {
+        if (matrix == nullptr) {
+            std::memcpy(to[j], coordinates[j], count * sizeof(float));
+            continue;
+        }
+        const CbMatrix4Rf& m = *matrix;
+        const float first = m[0][j], second = m[1][j], third = m[2][j], moved = m[3][j];
+        float mapped[c_block];
+        for (std::size_t i = 0; i < count; ++i) {
+            mapped[i] = coordinates[0][i] * first + coordinates[1][i] * second +
+                        coordinates[2][i] * third + moved;
+        }
+        std::memcpy(to[j], mapped, count * sizeof(float));
+    }
+}
+
+void mapCoordinatesPlain(const CbVector3f* from, std::size_t count, const CbMatrix4Rf* matrix,
+                         float* x, float* y, float* z) noexcept
+{
+    mapCoordinates(from, count, matrix, x, y, z);
+}
+
+CB_WIDE_BUILD void mapCoordinatesWide(const CbVector3f* from, std::size_t count,
+                                      const CbMatrix4Rf* matrix, float* x, float* y,
+                                      float* z) noexcept
+{
+    mapCoordinates(from, count, matrix, x, y, z);
+}
+
 CB_ALWAYS_INLINE std::uint16_t mapCode(std::uint16_t code, const CbMatrix4Rf& m) noexcept
 {
     using Traits = ZeTQuantizedNormalMultiLevelTraitsFast;
@@ -175,6 +215,17 @@ void ZeCSurfelTransformation::MapPositions(const CbVector3f* from, CbVector3f* t
         n = std::min(count, c_block);
         for (std::size_t i = 0; i < n; ++i) mapPosition(from[i], m, mapped + 3 * i);
         std::memcpy(to, mapped, n * sizeof *to);
+    }
+}
+
+void ZeCSurfelTransformation::MapPositions(const CbVector3f* from, std::size_t count, float* x,
+                                           float* y, float* z) const noexcept
+{
+    static const auto map = CbFastestBuild(&mapCoordinatesPlain, &mapCoordinatesWide);
+    const CbMatrix4Rf* const matrix = keepPositions_ ? nullptr : &positions_;
+    for (std::size_t first = 0; first < count; first += c_block) {
+        map(from + first, std::min(count - first, c_block), matrix, x + first, y + first,
+            z + first);
     }
 }
 

@@ -16,6 +16,9 @@ public:
 
     /// Maps @p count positions into memory that must not overlap them.
     void MapPositions(const CbVector3f* from, CbVector3f* to, std::size_t count) const noexcept;
+    /// Maps @p count positions and writes them coordinate by coordinate.
+    void MapPositions(const CbVector3f* from, std::size_t count, float* x, float* y,
+                      float* z) const noexcept;
 
     /// Maps @p count normals into memory that must not overlap them. A rigid transformation (groups
     /// 0 to 2 orthonormal within 1e-4) maps them as it maps directions, any other by the inverse

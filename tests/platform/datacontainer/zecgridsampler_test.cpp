@@ -17,6 +17,8 @@ TEST(GridSampler, GivesTheWeightedMeansOfTheUsedCells)
                           {"half offset and gain", {8, 4, 6.5F, 20}},
                           {"about one surfel in each cell", {3, 0, 1, 3}},
                           {"one cell", {1000, 500, 6.5F, 1e6F}},
+                          {"one cell, equal weights", {1000, 500, 1, 1e6F}},
+                          {"hundreds of surfels in each cell", {20, 0, 1, 400}},
                           {"huge cells", {3e38F, 0, 2, 1}},
                           {"huge cells and positions", {1e37F, 0, 1, 1}, 2e38F},
                           {"negative size", {-8, 4, 1, c_infinity}},
@@ -77,7 +79,8 @@ TEST(GridSampler, LeavesOutPositionsThatAreNotFiniteOrTooFarAway)
 TEST(GridSampler, GivesTheSameBytesInWhateverOrderSurfelsCome)
 {
     std::mt19937 random(23);
-    for (const Grid& grid : {Grid{5, 0, 1, 1}, Grid{0.01F, 0, 6.5F, 4}, Grid{20, 10, 6.5F, 1}}) {
+    for (const Grid& grid :
+         {Grid{5, 0, 1, 1}, Grid{0.01F, 0, 6.5F, 4}, Grid{20, 10, 6.5F, 1}, Grid{25, 0, 1, 1000}}) {
         auto scans = RandomScans(random, 6000, 40);
         for (auto& type : scans[0].surfels->GetTissueTypeAccessor()) type = type + random() % 200;
         const auto expected = Subsample(grid, scans);

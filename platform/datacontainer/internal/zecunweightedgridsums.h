@@ -1,0 +1,32 @@
+#pragma once
+
+#include "platform/datacontainer/internal/zecgridsums.h"
+#include "platform/datacontainer/internal/zecgridtissues.h"
+#include "platform/datacontainer/internal/zecpackedgridcell.h"
+#include "platform/datacontainer/internal/zetgridcells.h"
+
+/// Sums of surfels that all weigh the same.
+class ZeCUnweightedGridSums : public ZeCGridSums
+{
+public:
+    [[nodiscard]] std::uint32_t GetCount() const noexcept override { return cells_.GetCount(); }
+    [[nodiscard]] double GetPositionUnits() const noexcept override
+    {
+        return ZeCPackedGridCell::c_positionUnits;
+    }
+    void Add(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
+             std::size_t first) override;
+    void Write(ZeCSurfelContainer& destination, const ZeCGrid& grid,
+               float samplingParameter) override;
+
+private:
+    // Adds a surfel that its cell can't, or not at once.
+    void addElsewhere(ZeCPackedGridCell& cell, const ZeCPackedGridCell& surfel) noexcept;
+
+    ZeTGridCells<ZeCPackedGridCell> cells_;
+    /// The surfels that a packed cell has no room for, and those whose tissue type is not that of
+    /// its first one.
+    ZeTChunks<ZeCGridCell> overflows_;
+    std::uint32_t numberOfOverflows_ = 0;
+    ZeCGridTissues tissues_;
+};

@@ -1,0 +1,79 @@
+#include "platform/datacontainer/internal/zecweightedgridsums.h"
+
+#include "platform/datacontainer/internal/widebuild.h"
+#include "platform/datacontainer/internal/zecsurfelwriter.h"
+
+namespace
+{
+
+using Weights = std::array<std::uint16_t, 256>;
+
+// Adds the accepted surfels to their cells. In two loops, because of the many arrays.
+CB_ALWAYS_INLINE void addBatch(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
+                               std::size_t first, const Weights& weights, ZeCGridCell* const* cells,
+                               ZeCGridTissues& tissues) noexcept
+{
+    const std::uint8_t* const qualities = surfels.GetQualityAccessor().data() + first;
+    const std::uint8_t* const types = surfels.GetTissueTypeAccessor().data() + first;
+    for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
+        const std::size_t i = batch.accepted[a];
+        const std::uint32_t weight = weights[qualities[i]];
+        ZeCGridCell& cell = *cells[a];
+        if (cell.tissueType != types[i]) {
+            if (cell.count == 0) {
+                cell.tissueType = types[i];
+            } else {
+                tissues.Add(cell, weight, types[i]);
+            }
+        }
+        cell.AddGeometry(
+            weight, {batch.fractions[0][i], batch.fractions[1][i], batch.fractions[2][i]},
+            {batch.normals[0][i], batch.normals[1][i], batch.normals[2][i]}, batch.codes[i]);
+    }
+    const ZeCCompressedColor* const colors = surfels.GetColorAccessor().data() + first;
+    const bool* const boundaryFlags = surfels.GetBoundaryFlagAccessor().data() + first;
+    const std::uint8_t* const curvatures = surfels.GetCurvatureAccessor().data() + first;
+    for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
+        const std::size_t i = batch.accepted[a];
+        cells[a]->AddAttributes(weights[qualities[i]], colors[i], curvatures[i], qualities[i],
+                                boundaryFlags[i]);
+    }
+}
+
+void addPlain(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels, std::size_t first,
+              const Weights& weights, ZeCGridCell* const* cells, ZeCGridTissues& tissues) noexcept
+{
+    addBatch(batch, surfels, first, weights, cells, tissues);
+}
+
+CB_WIDE_BUILD void addWide(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
+                           std::size_t first, const Weights& weights, ZeCGridCell* const* cells,
+                           ZeCGridTissues& tissues) noexcept
+{
+    addBatch(batch, surfels, first, weights, cells, tissues);
+}
+
+} // namespace
+
+ZeCWeightedGridSums::ZeCWeightedGridSums(const Weights& weights) : weights_(weights) {}
+
+void ZeCWeightedGridSums::Add(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
+                              std::size_t first)
+{
+    ZeCGridCell* cells[ZeCGridBatch::c_size];
+    tissues_.MakeRoom(batch.numberOfAccepted);
+    cells_.Find(batch, cells);
+    static const auto add = CbFastestBuild(&addPlain, &addWide);
+    add(batch, surfels, first, weights_, cells, tissues_);
+}
+
+void ZeCWeightedGridSums::Write(ZeCSurfelContainer& destination, const ZeCGrid& grid,
+                                float samplingParameter)
+{
+    const ZeCSurfelWriter writer(destination);
+    std::size_t i = 0;
+    cells_.VisitInOrder([&](auto x, auto y, auto z, ZeCGridCell& cell) {
+        const std::uint8_t type = tissues_.GetHeaviest(cell);
+        writer.Write(i++, cell.GetMeans({x, y, z}, grid, samplingParameter, type));
+    });
+}

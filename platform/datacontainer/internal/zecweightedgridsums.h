@@ -1,0 +1,30 @@
+#pragma once
+
+#include "platform/datacontainer/internal/zecgridcell.h"
+#include "platform/datacontainer/internal/zecgridsums.h"
+#include "platform/datacontainer/internal/zecgridtissues.h"
+#include "platform/datacontainer/internal/zetgridcells.h"
+
+#include <array>
+
+/// Sums of surfels that weigh more the better they are.
+class ZeCWeightedGridSums : public ZeCGridSums
+{
+public:
+    explicit ZeCWeightedGridSums(const std::array<std::uint16_t, 256>& weights);
+
+    [[nodiscard]] std::uint32_t GetCount() const noexcept override { return cells_.GetCount(); }
+    [[nodiscard]] double GetPositionUnits() const noexcept override
+    {
+        return ZeCGridCell::c_positionUnits;
+    }
+    void Add(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
+             std::size_t first) override;
+    void Write(ZeCSurfelContainer& destination, const ZeCGrid& grid,
+               float samplingParameter) override;
+
+private:
+    std::array<std::uint16_t, 256> weights_; ///< by quality
+    ZeTGridCells<ZeCGridCell> cells_;
+    ZeCGridTissues tissues_;
+};

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "platform/base/cblargememory.h"
+
+#include <cstddef>
+#include <numeric>
+#include <type_traits>
+#include <vector>
+
+/// An array that grows without moving its elements. But for the first few, they lie in pieces of
+/// memory that are made of whole large pages.
+///
+/// @tparam T of the bytes that MakeRoom has taken, elements are made by whoever uses them first
+template<class T>
+class ZeTChunks
+{
+    static_assert(std::is_trivially_destructible_v<T> && alignof(T) <= 64);
+
+public:
+    /// Elements that lie together where the first one's index is a multiple of their number: so
+    /// many, or a smaller power of two.
+    static constexpr std::size_t c_together = 4096;
+
+    /// Makes room for @p count elements in all. Throws: std::bad_alloc; nothing has changed.
+    void MakeRoom(std::size_t count)
+    {
+        if (few_.Get() == nullptr) few_ = CbLargeMemory(c_together * sizeof(T));
+        if (count <= c_together) return;
+        while (chunks_.size() * c_chunk < count) chunks_.emplace_back(c_chunk * sizeof(T));
+    }
+    /// The memory of an element there is room for.
+    [[nodiscard]] T* At(std::size_t i) const noexcept
+    {
+        const CbLargeMemory& piece = i < c_together ? few_ : chunks_[i / c_chunk];
+        return reinterpret_cast<T*>(piece.Get()) + i % c_chunk;
+    }
+
+private:
+    /// The least power of two whose elements fill large pages of 2 MiB.
+    static constexpr std::size_t c_chunk = (std::size_t{2} << 20U) / std::gcd(sizeof(T), 1024);
+
+    CbLargeMemory few_;                 ///< the first elements, where usual pages do
+    std::vector<CbLargeMemory> chunks_; ///< the places of those in the first one stay untouched
+};

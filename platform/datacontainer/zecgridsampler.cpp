@@ -1,12 +1,26 @@
 #include "platform/datacontainer/zecgridsampler.h"
 
 #include "platform/base/cbexception.h"
+#include "platform/base/cbprefetch.h"
 #include "platform/datacontainer/internal/zecgridsums.h"
 
 #include <algorithm>
 #include <limits>
 #include <string>
 #include <utility>
+
+namespace
+{
+
+// Fetches a part of the next batch, which the processor does not foresee in so many short arrays.
+template<class T>
+void prefetch(std::span<const T> elements, std::size_t first)
+{
+    const std::size_t last = std::min(elements.size(), first + ZeCGridBatch::c_size);
+    for (std::size_t i = first; i < last; i += 64 / sizeof(T)) CbPrefetch(&elements[i]);
+}
+
+} // namespace
 
 ZeCGridSampler::ZeCGridSampler(float cellSize, float offset, float qualityGain)
     : cellSize_(cellSize),
@@ -49,9 +63,16 @@ void ZeCGridSampler::addSurfels(const ZeCSurfelContainer& surfels,
     for (std::size_t first = 0, n = 0; first < added; first += n) {
         n = std::min(added - first, ZeCGridBatch::c_size);
         batch.LoadPositions(positions.subspan(first, n), map, grid, sums_->GetPositionUnits());
+        prefetch(positions, first + n);
         batch.LoadNormals(normals.subspan(first, n), map);
+        prefetch(normals, first + n);
+        prefetch(surfels.GetColorAccessor(), first + n);
         if (spheres != nullptr) batch.Restrict(*spheres);
         sums_->Add(batch, surfels, first);
+        prefetch(surfels.GetTissueTypeAccessor(), first + n);
+        prefetch(surfels.GetBoundaryFlagAccessor(), first + n);
+        prefetch(surfels.GetCurvatureAccessor(), first + n);
+        prefetch(std::span(surfels.GetQualityAccessor().data(), added), first + n);
     }
 }
 

@@ -1,16 +1,11 @@
 #pragma once
 
+#include "platform/base/cbalwaysinline.h"
+
 #include <bit>
 #include <cassert>
 #include <cmath>
 #include <cstdint>
-
-// Loops over a function are worked on several elements at a time only where it is inlined.
-#if defined(_MSC_VER)
-#define CB_ALWAYS_INLINE __forceinline
-#else
-#define CB_ALWAYS_INLINE __attribute__((always_inline)) inline
-#endif
 
 /// The octahedral map of directions to codes: the octahedron |x| + |y| + |z| = 1 is unfolded to a
 /// square (the lower half is turned outwards over the edges of the upper one), which is cut into

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/base/cbalwaysinline.h"
+
 // Hot loops are built a second time for processors that work on twice as many elements at a time:
 // the same operations in the same order, never fused, so the same bits.
 #if defined(__x86_64__) && defined(__GNUC__) && !defined(_WIN32)

@@ -1,5 +1,8 @@
 #include "platform/datacontainer/internal/zecgridbricks.h"
 
+#include "platform/base/cbprefetch.h"
+#include "platform/datacontainer/internal/widebuild.h"
+
 #include <algorithm>
 #include <bit>
 #include <tuple>
@@ -8,13 +11,48 @@
 namespace
 {
 
-constexpr unsigned c_usualShift = 3;
 constexpr unsigned c_sparseShift = 1;
 constexpr std::size_t c_firstTable = 4 * ZeCGridBricks::c_batch;
 // Bricks shrink where fewer cells than this are used in each. On a surface that is scanned more
-// densely than the grid, it is about 64.
-constexpr std::size_t c_fewCells = 8;
+// densely than the grid, it is about 16.
+constexpr std::size_t c_fewCells = 3;
 constexpr std::size_t c_fewBricks = 2048; ///< too few to judge by
+
+/// Where cells lie in their bricks.
+struct Places
+{
+    std::uint32_t cells[ZeCGridBricks::c_batch]; ///< index in the brick
+    std::uint32_t
+        isChange[ZeCGridBricks::c_batch]; ///< whether the brick is not the last one; not 0
+};
+
+CB_ALWAYS_INLINE void findPlaces(const std::int32_t* x, const std::int32_t* y,
+                                 const std::int32_t* z, std::size_t count, unsigned shift,
+                                 Places& to) noexcept
+{
+    const std::int32_t mask = (1 << shift) - 1;
+    for (std::size_t i = 0; i < count; ++i) {
+        to.cells[i] = static_cast<std::uint32_t>(((x[i] & mask) << shift | (y[i] & mask)) << shift |
+                                                 (z[i] & mask));
+    }
+    for (std::size_t i = 1; i < count; ++i) {
+        const std::int32_t changed = (x[i] ^ x[i - 1]) | (y[i] ^ y[i - 1]) | (z[i] ^ z[i - 1]);
+        to.isChange[i] = static_cast<std::uint32_t>(changed) >> shift;
+    }
+}
+
+void findPlacesPlain(const std::int32_t* x, const std::int32_t* y, const std::int32_t* z,
+                     std::size_t count, unsigned shift, Places& to) noexcept
+{
+    findPlaces(x, y, z, count, shift, to);
+}
+
+CB_WIDE_BUILD void findPlacesWide(const std::int32_t* x, const std::int32_t* y,
+                                  const std::int32_t* z, std::size_t count, unsigned shift,
+                                  Places& to) noexcept
+{
+    findPlaces(x, y, z, count, shift, to);
+}
 
 } // namespace
 
@@ -33,14 +71,36 @@ void ZeCGridBricks::MakeRoom(std::size_t numberOfCells)
                         numberOfCells < c_fewCells * numberOfBricks_;
     if (!sparse) return grow();
 
+    static_assert(c_mostVisited <= c_batch);
     ZeCGridBricks smaller(c_sparseShift);
-    std::size_t moved = 0;
-    VisitInOrder([&](auto x, auto y, auto z, auto number) {
-        if (moved++ % c_batch == 0) smaller.MakeRoom(numberOfCells);
-        *smaller.Find(x, y, z) = number;
+    VisitInOrder([&](auto places) {
+        smaller.MakeRoom(numberOfCells);
+        for (const Place& place : places) {
+            std::uint32_t* number;
+            smaller.Find(&place.x, &place.y, &place.z, 1, &number);
+            *number = place.number;
+        }
     });
     *this = std::move(smaller);
     MakeRoom(numberOfCells);
+}
+
+void ZeCGridBricks::Find(const std::int32_t* x, const std::int32_t* y, const std::int32_t* z,
+                         std::size_t count, std::uint32_t** numbers)
+{
+    if (count == 0) return;
+    static const auto find = CbFastestBuild(&findPlacesPlain, &findPlacesWide);
+    Places places;
+    find(x, y, z, count, shift_, places);
+    places.isChange[0] = 1;
+    std::uint32_t* cells = nullptr;
+    for (std::size_t i = 0; i < count; ++i) {
+        if (places.isChange[i] != 0) {
+            cells = findBrick(x[i] >> shift_, y[i] >> shift_, z[i] >> shift_);
+        }
+        numbers[i] = cells + places.cells[i];
+        CbPrefetch(numbers[i]);
+    }
 }
 
 ZeCGridBricks::Brick& ZeCGridBricks::slotOf(std::int32_t x, std::int32_t y, std::int32_t z) noexcept
@@ -57,7 +117,7 @@ ZeCGridBricks::Brick& ZeCGridBricks::slotOf(std::int32_t x, std::int32_t y, std:
     }
 }
 
-void ZeCGridBricks::findBrick(std::int32_t x, std::int32_t y, std::int32_t z)
+std::uint32_t* ZeCGridBricks::findBrick(std::int32_t x, std::int32_t y, std::int32_t z)
 {
     Brick& brick = slotOf(x, y, z);
     if (brick.number == 0) {
@@ -66,8 +126,7 @@ void ZeCGridBricks::findBrick(std::int32_t x, std::int32_t y, std::int32_t z)
         brick = {x, y, z, ++numberOfBricks_};
         std::fill_n(cellsOf(brick.number), cells, 0U);
     }
-    last_ = brick;
-    lastCells_ = cellsOf(brick.number);
+    return cellsOf(brick.number);
 }
 
 void ZeCGridBricks::grow()

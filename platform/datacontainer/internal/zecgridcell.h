@@ -79,6 +79,7 @@ struct alignas(64) ZeCGridCell
     std::uint8_t tissueType;        ///< kept by the owner of the cells
 
 private:
+    [[nodiscard]] ZeCQuantizedNormal meanNormal() const noexcept;
     // Rounds half up.
     [[nodiscard]] std::uint8_t mean(std::uint64_t sum) const noexcept
     {

@@ -12,33 +12,34 @@ struct alignas(16) ZeCPackedGridCell
     static constexpr std::uint32_t c_positionUnits = 1U << 24U;
     static constexpr std::uint32_t c_mostSurfels = 255;
 
-    /// What a surfel adds to each word. Two sums of 32 bits stand in the first three, four sums of
-    /// 16 bits in the others; the first one of a word in its lowest bits.
-    enum EWord
+    /// Words of two sums, the first one in the lower half.
+    enum EPair : std::size_t
     {
         PositionXY,
         PositionZNormalX,
-        NormalYZ,
-        Color, ///< red, green, blue
-        Rest,  ///< quality, curvature, boundary, count
-        NumberOfWords
+        NormalYZ
     };
+    /// Sums of 16 bits, four in a word from the lowest bits on.
+    enum EAttribute : unsigned
+    {
+        Red,
+        Green,
+        Blue,
+        Quality = 4,
+        Curvature,
+        Boundary,
+        Count
+    };
+    /// Returns two numbers as a word.
     static constexpr std::uint64_t PackPair(std::uint32_t first, std::uint32_t second) noexcept
     {
         return first | std::uint64_t{second} << 32U;
     }
-    /// @param color bytes of a ZeCCompressedColor, from the lowest bits on
-    static constexpr std::uint64_t PackColor(std::uint32_t color) noexcept
+    /// Returns four bytes as a word of attributes; the first one in the lowest bits of both.
+    static constexpr std::uint64_t PackBytes(std::uint32_t bytes) noexcept
     {
-        const std::uint64_t bytes = color;
-        return (bytes & 0xFFU) | (bytes & 0xFF00U) << 8U | (bytes & 0xFF0000U) << 16U;
-    }
-    /// @param boundary 1 for a surfel on one, else 0
-    static constexpr std::uint64_t PackRest(std::uint8_t quality, std::uint8_t curvature,
-                                            std::uint8_t boundary) noexcept
-    {
-        return quality | std::uint64_t{curvature} << 16U | std::uint64_t{boundary} << 32U |
-               std::uint64_t{1} << 48U;
+        const std::uint64_t apart = (bytes | std::uint64_t{bytes} << 16U) & 0x0000FFFF0000FFFFU;
+        return (apart | apart << 8U) & 0x00FF00FF00FF00FFU;
     }
     /// What is largest for the surfel of a tissue type with the smallest code of the normal.
     static constexpr std::uint32_t RankOf(std::uint8_t tissueType, std::uint16_t code) noexcept
@@ -46,7 +47,7 @@ struct alignas(16) ZeCPackedGridCell
         return std::uint32_t{tissueType} << 16U | (0xFFFFU - code);
     }
 
-    [[nodiscard]] std::uint32_t GetCount() const noexcept { return sum16(Rest, 3); }
+    [[nodiscard]] std::uint16_t GetCount() const noexcept { return GetSum(Count); }
     [[nodiscard]] std::uint8_t GetTissueType() const noexcept
     {
         return static_cast<std::uint8_t>(rank >> 16U);
@@ -57,35 +58,39 @@ struct alignas(16) ZeCPackedGridCell
     {
         return (rank ^ rankOfSurfel) >> 16U == 0 && GetCount() < c_mostSurfels;
     }
-    /// Adds the surfels of another cell, which may be a single one.
-    void Add(const ZeCPackedGridCell& other) noexcept
+    /// Adds a surfel.
+    /// @param firstPairs the first two
+    /// @param addedAttributes both words
+    void Add(const std::uint64_t* firstPairs, std::uint64_t normalYZ,
+             const std::uint64_t* addedAttributes, std::uint32_t rankOfSurfel) noexcept
     {
-        for (int word = 0; word < NumberOfWords; ++word) words[word] += other.words[word];
-        if (rank < other.rank) rank = other.rank;
+        pairs[PositionXY] += firstPairs[PositionXY];
+        pairs[PositionZNormalX] += firstPairs[PositionZNormalX];
+        pairs[NormalYZ] += normalYZ;
+        attributes[0] += addedAttributes[0];
+        attributes[1] += addedAttributes[1];
+        if (rank < rankOfSurfel) rank = rankOfSurfel;
     }
     /// Adds the same surfels to another cell, where each weighs 1, but for their tissue type.
     void AddTo(ZeCGridCell& cell) const noexcept;
-    /// As of ZeCGridCell.
-    [[nodiscard]] ZeCSurfel GetMeans(const std::array<std::int32_t, 3>& index, const ZeCGrid& grid,
-                                     float samplingParameter) const noexcept;
+    /// Returns the number of a pair, which is a sum.
+    [[nodiscard]] std::uint32_t GetLower(EPair pair) const noexcept
+    {
+        return static_cast<std::uint32_t>(pairs[pair]);
+    }
+    [[nodiscard]] std::uint32_t GetUpper(EPair pair) const noexcept
+    {
+        return static_cast<std::uint32_t>(pairs[pair] >> 32U);
+    }
+    [[nodiscard]] std::uint16_t GetSum(EAttribute attribute) const noexcept
+    {
+        return static_cast<std::uint16_t>(attributes[attribute / 4] >> 16U * (attribute % 4));
+    }
 
-    std::uint64_t words[NumberOfWords];
+    std::uint64_t pairs[3];
     std::uint32_t rank;     ///< the largest one
     std::uint32_t overflow; ///< kept by the owner: where surfels are that could not be added
-
-private:
-    [[nodiscard]] ZeCQuantizedNormal code() const noexcept
-    {
-        return ZeCQuantizedNormal::FromCode(static_cast<std::uint16_t>(~rank));
-    }
-    [[nodiscard]] std::uint32_t sum32(EWord word, unsigned place) const noexcept
-    {
-        return static_cast<std::uint32_t>(words[word] >> 32U * place);
-    }
-    [[nodiscard]] std::uint16_t sum16(EWord word, unsigned place) const noexcept
-    {
-        return static_cast<std::uint16_t>(words[word] >> 16U * place);
-    }
+    std::uint64_t attributes[2];
 };
 
 static_assert(sizeof(ZeCPackedGridCell) == 48);

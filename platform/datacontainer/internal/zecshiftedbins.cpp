@@ -64,7 +64,7 @@ bool ZeCShiftedBins::Batch::FindIndices(std::size_t count)
                 fine += index;
             }
             isOutside = isOutside || isOutsideHere;
-            indices[axis][surfel] = static_cast<std::int32_t>(fine);
+            indices[axis][numberOfAccepted] = static_cast<std::int32_t>(fine);
         }
         if (isOutside) continue; // on every shift, whatever the other axes do
         if (!isTold) return false;
@@ -137,11 +137,8 @@ void ZeCShiftedBins::findBins(Batch& batch, const std::uint8_t* tissueTypes)
 {
     bricks_.MakeRoom(count_);
     std::uint32_t* numbers[ZeCGridBatch::c_size];
-    for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
-        const std::size_t i = batch.accepted[a];
-        numbers[a] = bricks_.Find(batch.indices[0][i], batch.indices[1][i], batch.indices[2][i]);
-        CbPrefetch(numbers[a]);
-    }
+    bricks_.Find(batch.indices[0], batch.indices[1], batch.indices[2], batch.numberOfAccepted,
+                 numbers);
     for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
         const std::uint8_t tissueType = tissueTypes[batch.accepted[a]];
         // The bins of one place are in ascending order of their tissue types.

@@ -32,8 +32,10 @@ public:
     template<class Visit>
     void VisitInOrder(Visit&& visit) const
     {
-        bricks_.VisitInOrder([&](auto x, auto y, auto z, std::uint32_t number) {
-            for (; number != 0; number = bin(number).next) visit(x, y, z, bin(number));
+        bricks_.VisitInOrder([&](auto places) {
+            for (auto [x, y, z, number] : places) {
+                for (; number != 0; number = bin(number).next) visit(x, y, z, bin(number));
+            }
         });
     }
     [[nodiscard]] std::size_t GetCount() const noexcept { return count_; }

@@ -81,30 +81,23 @@ inline void mapPosition(const CbVector3f& p, const CbMatrix4Rf& m, float* to) no
     for (int j = 0; j < 4; ++j) to[j] = mapped[j];
 }
 
+// No matrix: copies.
 CB_ALWAYS_INLINE void mapCoordinates(const CbVector3f* from, std::size_t count,
                                      const CbMatrix4Rf* matrix, float* x, float* y,
                                      float* z) noexcept
 {
-    float coordinates[3][c_block];
     for (std::size_t i = 0; i < count; ++i) {
-        coordinates[0][i] = from[i].x;
-        coordinates[1][i] = from[i].y;
-        coordinates[2][i] = from[i].z;
+        x[i] = from[i].x;
+        y[i] = from[i].y;
+        z[i] = from[i].z;
     }
-    float* const to[] = {x, y, z};
-    for (int j = 0; j < 3; ++j) {
-        if (matrix == nullptr) {
-            std::memcpy(to[j], coordinates[j], count * sizeof(float));
-            continue;
-        }
-        const CbMatrix4Rf& m = *matrix;
-        const float first = m[0][j], second = m[1][j], third = m[2][j], moved = m[3][j];
-        float mapped[c_block];
-        for (std::size_t i = 0; i < count; ++i) {
-            mapped[i] = coordinates[0][i] * first + coordinates[1][i] * second +
-                        coordinates[2][i] * third + moved;
-        }
-        std::memcpy(to[j], mapped, count * sizeof(float));
+    if (matrix == nullptr) return;
+    const CbMatrix4Rf m = *matrix;
+    for (std::size_t i = 0; i < count; ++i) {
+        const CbVector3f p{x[i], y[i], z[i]};
+        x[i] = p.x * m[0][0] + p.y * m[1][0] + p.z * m[2][0] + m[3][0];
+        y[i] = p.x * m[0][1] + p.y * m[1][1] + p.z * m[2][1] + m[3][1];
+        z[i] = p.x * m[0][2] + p.y * m[1][2] + p.z * m[2][2] + m[3][2];
     }
 }
 
@@ -222,11 +215,7 @@ void ZeCSurfelTransformation::MapPositions(const CbVector3f* from, std::size_t c
                                            float* y, float* z) const noexcept
 {
     static const auto map = CbFastestBuild(&mapCoordinatesPlain, &mapCoordinatesWide);
-    const CbMatrix4Rf* const matrix = keepPositions_ ? nullptr : &positions_;
-    for (std::size_t first = 0; first < count; first += c_block) {
-        map(from + first, std::min(count - first, c_block), matrix, x + first, y + first,
-            z + first);
-    }
+    map(from, count, keepPositions_ ? nullptr : &positions_, x, y, z);
 }
 
 void ZeCSurfelTransformation::MapNormals(const ZeCQuantizedNormal* from, ZeCQuantizedNormal* to,

@@ -1,6 +1,7 @@
 #include "platform/datacontainer/internal/zecunweightedgridsums.h"
 
 #include "platform/datacontainer/internal/widebuild.h"
+#include "platform/datacontainer/internal/zecpackedmeans.h"
 #include "platform/datacontainer/internal/zecsurfelwriter.h"
 
 #include <cstring>
@@ -10,82 +11,83 @@ namespace
 
 using Cell = ZeCPackedGridCell;
 
-/// The surfels of a batch, as cells that hold one each; word by word.
+/// The surfels of a batch, as cells take them.
 struct PackedSurfels
 {
-    std::uint64_t words[Cell::NumberOfWords][ZeCGridBatch::c_size];
+    std::uint64_t firstPairs[ZeCGridBatch::c_size][2];
+    std::uint64_t normalsYZ[ZeCGridBatch::c_size];
+    std::uint64_t attributes[ZeCGridBatch::c_size][2];
     std::uint32_t ranks[ZeCGridBatch::c_size];
 
-    [[nodiscard]] Cell Get(std::size_t i) const noexcept
+    CB_ALWAYS_INLINE void AddTo(Cell& cell, std::size_t i) const noexcept
     {
-        Cell cell;
-        for (int word = 0; word < Cell::NumberOfWords; ++word) cell.words[word] = words[word][i];
-        cell.rank = ranks[i];
-        cell.overflow = 0;
-        return cell;
-    }
-};
-
-/// The attributes of the surfels of a batch: a copy, which overlaps nothing that is written, of
-/// plain numbers, so that loops are worked on several elements at a time.
-struct Attributes
-{
-    std::uint32_t colors[ZeCGridBatch::c_size];
-    std::uint8_t qualities[ZeCGridBatch::c_size];
-    std::uint8_t types[ZeCGridBatch::c_size];
-    std::uint8_t curvatures[ZeCGridBatch::c_size];
-    std::uint8_t boundaryFlags[ZeCGridBatch::c_size];
-
-    Attributes(const ZeCSurfelContainer& surfels, std::size_t first, std::size_t count) noexcept
-    {
-        const auto copy = [=](const auto* from, auto* to) {
-            static_assert(sizeof *from == sizeof *to);
-            std::memcpy(to, from + first, count * sizeof *to);
-        };
-        copy(surfels.GetColorAccessor().data(), colors);
-        copy(surfels.GetQualityAccessor().data(), qualities);
-        copy(surfels.GetTissueTypeAccessor().data(), types);
-        copy(surfels.GetCurvatureAccessor().data(), curvatures);
-        copy(surfels.GetBoundaryFlagAccessor().data(), boundaryFlags);
+        cell.Add(firstPairs[i], normalsYZ[i], attributes[i], ranks[i]);
     }
 };
 
 CB_ALWAYS_INLINE void pack(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
                            std::size_t first, PackedSurfels& to) noexcept
 {
-    const Attributes from(surfels, first, batch.count);
     for (std::size_t i = 0; i < batch.count; ++i) {
-        to.words[Cell::PositionXY][i] =
-            Cell::PackPair(batch.fractions[0][i], batch.fractions[1][i]);
-        to.words[Cell::PositionZNormalX][i] =
-            Cell::PackPair(batch.fractions[2][i], batch.normals[0][i]);
-        to.words[Cell::NormalYZ][i] = Cell::PackPair(batch.normals[1][i], batch.normals[2][i]);
+        to.firstPairs[i][0] = Cell::PackPair(batch.fractions[0][i], batch.fractions[1][i]);
+        to.firstPairs[i][1] = Cell::PackPair(batch.fractions[2][i], batch.normals[0][i]);
     }
     for (std::size_t i = 0; i < batch.count; ++i) {
-        to.words[Cell::Color][i] = Cell::PackColor(from.colors[i]);
+        to.normalsYZ[i] = Cell::PackPair(batch.normals[1][i], batch.normals[2][i]);
     }
+    const std::uint8_t* const types = surfels.GetTissueTypeAccessor().data() + first;
     for (std::size_t i = 0; i < batch.count; ++i) {
-        to.words[Cell::Rest][i] =
-            Cell::PackRest(from.qualities[i], from.curvatures[i], from.boundaryFlags[i]);
+        to.ranks[i] = Cell::RankOf(types[i], batch.codes[i].GetCode());
     }
+    const auto* const colors =
+        reinterpret_cast<const std::byte*>(surfels.GetColorAccessor().data() + first);
+    const std::uint8_t* const qualities = surfels.GetQualityAccessor().data() + first;
+    const std::uint8_t* const curvatures = surfels.GetCurvatureAccessor().data() + first;
+    const auto* const boundaryFlags =
+        reinterpret_cast<const std::uint8_t*>(surfels.GetBoundaryFlagAccessor().data() + first);
     for (std::size_t i = 0; i < batch.count; ++i) {
-        to.ranks[i] = Cell::RankOf(from.types[i], batch.codes[i].GetCode());
+        constexpr std::uint32_t c_withoutSpare = 0xFFFFFF;
+        std::uint32_t color;
+        std::memcpy(&color, colors + i * sizeof color, sizeof color);
+        to.attributes[i][0] = Cell::PackBytes(color & c_withoutSpare);
+        to.attributes[i][1] = Cell::PackBytes(qualities[i] | std::uint32_t{curvatures[i]} << 8U |
+                                              std::uint32_t{boundaryFlags[i]} << 16U | 1U << 24U);
     }
-}
-
-void packPlain(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels, std::size_t first,
-               PackedSurfels& to) noexcept
-{
-    pack(batch, surfels, first, to);
-}
-
-CB_WIDE_BUILD void packWide(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
-                            std::size_t first, PackedSurfels& to) noexcept
-{
-    pack(batch, surfels, first, to);
 }
 
 } // namespace
+
+CB_ALWAYS_INLINE void ZeCUnweightedGridSums::add(const ZeCGridBatch& batch,
+                                                 const ZeCSurfelContainer& surfels,
+                                                 std::size_t first, Cell* const* cells) noexcept
+{
+    PackedSurfels packed;
+    pack(batch, surfels, first, packed);
+    for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
+        const std::size_t i = batch.accepted[a];
+        Cell& cell = *cells[a];
+        if (cell.CanAdd(packed.ranks[i])) {
+            packed.AddTo(cell, i);
+        } else {
+            Cell surfel{};
+            packed.AddTo(surfel, i);
+            addElsewhere(cell, surfel);
+        }
+    }
+}
+
+void ZeCUnweightedGridSums::addPlain(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
+                                     std::size_t first, Cell* const* cells) noexcept
+{
+    add(batch, surfels, first, cells);
+}
+
+CB_WIDE_BUILD void ZeCUnweightedGridSums::addWide(const ZeCGridBatch& batch,
+                                                  const ZeCSurfelContainer& surfels,
+                                                  std::size_t first, Cell* const* cells) noexcept
+{
+    add(batch, surfels, first, cells);
+}
 
 void ZeCUnweightedGridSums::Add(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
                                 std::size_t first)
@@ -94,17 +96,10 @@ void ZeCUnweightedGridSums::Add(const ZeCGridBatch& batch, const ZeCSurfelContai
     tissues_.MakeRoom(batch.numberOfAccepted);
     Cell* cells[ZeCGridBatch::c_size];
     cells_.Find(batch, cells);
-    static const auto packAll = CbFastestBuild(&packPlain, &packWide);
-    PackedSurfels packed;
-    packAll(batch, surfels, first, packed);
-    for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
-        const Cell surfel = packed.Get(batch.accepted[a]);
-        Cell& cell = *cells[a];
-        if (cell.CanAdd(surfel.rank)) {
-            cell.Add(surfel);
-        } else {
-            addElsewhere(cell, surfel);
-        }
+    if (CbRunsWideBuild()) {
+        addWide(batch, surfels, first, cells);
+    } else {
+        addPlain(batch, surfels, first, cells);
     }
 }
 
@@ -122,8 +117,9 @@ void ZeCUnweightedGridSums::addElsewhere(Cell& cell, const Cell& surfel) noexcep
     ZeCGridCell& overflow = *overflows_.At(cell.overflow - 1);
     if (surfel.GetTissueType() == cell.GetTissueType()) {
         cell.AddTo(overflow);
-        for (std::uint64_t& word : cell.words) word = 0;
-        cell.Add(surfel);
+        const std::uint32_t number = cell.overflow;
+        cell = surfel;
+        cell.overflow = number;
     } else {
         surfel.AddTo(overflow);
         tissues_.Add(overflow, 1, surfel.GetTissueType());
@@ -134,15 +130,19 @@ void ZeCUnweightedGridSums::Write(ZeCSurfelContainer& destination, const ZeCGrid
                                   float samplingParameter)
 {
     const ZeCSurfelWriter writer(destination);
-    std::size_t i = 0;
-    cells_.VisitInOrder([&](auto x, auto y, auto z, const Cell& cell) {
-        if (cell.overflow == 0) {
-            writer.Write(i++, cell.GetMeans({x, y, z}, grid, samplingParameter));
-            return;
+    std::size_t written = 0;
+    cells_.VisitInOrder([&](auto places) {
+        const ZeCPackedMeans means(places, grid, samplingParameter);
+        for (std::size_t i = 0; i < places.size(); ++i) {
+            const Cell& cell = *places[i].cell;
+            if (cell.overflow == 0) {
+                writer.Write(written++, means.surfels[i]);
+                continue;
+            }
+            ZeCGridCell sum = *overflows_.At(cell.overflow - 1);
+            cell.AddTo(sum);
+            const std::uint8_t type = tissues_.GetHeaviest(sum);
+            writer.Write(written++, sum.GetMeans(places[i].index, grid, samplingParameter, type));
         }
-        ZeCGridCell sum = *overflows_.At(cell.overflow - 1);
-        cell.AddTo(sum);
-        const std::uint8_t type = tissues_.GetHeaviest(sum);
-        writer.Write(i++, sum.GetMeans({x, y, z}, grid, samplingParameter, type));
     });
 }

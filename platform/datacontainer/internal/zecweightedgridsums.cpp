@@ -71,9 +71,11 @@ void ZeCWeightedGridSums::Write(ZeCSurfelContainer& destination, const ZeCGrid& 
                                 float samplingParameter)
 {
     const ZeCSurfelWriter writer(destination);
-    std::size_t i = 0;
-    cells_.VisitInOrder([&](auto x, auto y, auto z, ZeCGridCell& cell) {
-        const std::uint8_t type = tissues_.GetHeaviest(cell);
-        writer.Write(i++, cell.GetMeans({x, y, z}, grid, samplingParameter, type));
+    std::size_t written = 0;
+    cells_.VisitInOrder([&](auto places) {
+        for (const auto& [index, cell] : places) {
+            const std::uint8_t type = tissues_.GetHeaviest(*cell);
+            writer.Write(written++, cell->GetMeans(index, grid, samplingParameter, type));
+        }
     });
 }

@@ -5,8 +5,11 @@
 #include "platform/datacontainer/internal/zecgridbricks.h"
 #include "platform/datacontainer/internal/zetchunks.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
+#include <utility>
 
 /// The used cells of a grid.
 ///
@@ -21,7 +24,16 @@ public:
     /// not used yet. Throws: std::bad_alloc; no cell has been made.
     void Find(const ZeCGridBatch& batch, Cell** cells);
 
-    /// Calls `visit(x, y, z, cell)` for all cells in ascending order of x, y and z.
+    /// A cell, and its index on each axis.
+    struct Place
+    {
+        std::array<std::int32_t, 3> index;
+        Cell* cell;
+    };
+    static constexpr std::size_t c_mostVisited = ZeCGridBricks::c_mostVisited;
+
+    /// Calls `visit(places)` for all cells in ascending order of x, y and z, with a span of up to
+    /// c_mostVisited of them at a time.
     template<class Visit>
     void VisitInOrder(Visit&& visit) const;
 
@@ -45,11 +57,15 @@ void ZeTGridCells<Cell>::Find(const ZeCGridBatch& batch, Cell** cells)
     cells_.MakeRoom(count_ + batch.numberOfAccepted);
 
     std::uint32_t* numbers[ZeCGridBatch::c_size];
-    for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
-        const std::size_t i = batch.accepted[a];
-        numbers[a] = bricks_.Find(batch.indices[0][i], batch.indices[1][i], batch.indices[2][i]);
-        CbPrefetch(numbers[a]);
-    }
+    std::int32_t accepted[3][ZeCGridBatch::c_size];
+    const auto indices = [&](std::size_t axis) {
+        if (batch.numberOfAccepted == batch.count) return batch.indices[axis];
+        for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
+            accepted[axis][a] = batch.indices[axis][batch.accepted[a]];
+        }
+        return std::as_const(accepted[axis]);
+    };
+    bricks_.Find(indices(0), indices(1), indices(2), batch.numberOfAccepted, numbers);
     for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
         std::uint32_t& number = *numbers[a];
         const bool isNew = number == 0;
@@ -64,23 +80,20 @@ template<class Cell>
 template<class Visit>
 void ZeTGridCells<Cell>::VisitInOrder(Visit&& visit) const
 {
-    // Cells lie in the order of their first surfels; fetching one early hides where it lies.
-    struct Place
-    {
-        std::int32_t x, y, z;
-        Cell* cell;
-    };
-    constexpr std::size_t c_ahead = 16;
-    Place places[c_ahead];
-    std::size_t seen = 0;
-    bricks_.VisitInOrder([&](auto x, auto y, auto z, std::uint32_t number) {
-        Place& place = places[seen % c_ahead];
-        if (seen++ >= c_ahead) visit(place.x, place.y, place.z, *place.cell);
-        place = {x, y, z, cells_.At(number - 1)};
-        prefetch(place.cell);
+    // Cells lie in the order of their first surfels, far from each other. They are fetched while
+    // those before them are visited.
+    Place places[2][c_mostVisited];
+    std::size_t block = 0;
+    std::size_t count = 0; // of the other block
+    bricks_.VisitInOrder([&](auto found) {
+        for (std::size_t i = 0; i < found.size(); ++i) {
+            places[block][i] = {{found[i].x, found[i].y, found[i].z},
+                                cells_.At(found[i].number - 1)};
+            prefetch(places[block][i].cell);
+        }
+        block = 1 - block;
+        if (count != 0) visit(std::span<const Place>(places[block], count));
+        count = found.size();
     });
-    for (std::size_t i = seen < c_ahead ? 0 : seen - c_ahead; i < seen; ++i) {
-        const Place& place = places[i % c_ahead];
-        visit(place.x, place.y, place.z, *place.cell);
-    }
+    if (count != 0) visit(std::span<const Place>(places[1 - block], count));
 }

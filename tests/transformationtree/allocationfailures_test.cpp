@@ -218,25 +218,28 @@ TEST(AGridSampler, KeepsWhatItHasWhereMemoryEnds)
         surfels->GetPositionAccessor()[i].x = static_cast<float>(i / 2);
         surfels->GetTissueTypeAccessor()[i] = i % 2;
     }
-    bool done = false;
-    for (long allocations = 0; !done; ++allocations) {
-        ASSERT_LT(allocations, 1000);
-        ZeCGridSampler sampler(1, 0, 1);
-        FailAllocationsAfter(allocations);
-        try {
-            sampler.AddSurfels(*surfels, nullptr);
-            done = true;
-        } catch (const std::bad_alloc&) {
+    for (const float gain : {1.0F, 2.0F}) {
+        bool done = false;
+        for (long allocations = 0; !done; ++allocations) {
+            SCOPED_TRACE(allocations);
+            ASSERT_LT(allocations, 1000);
+            ZeCGridSampler sampler(1, 0, gain);
+            FailAllocationsAfter(allocations);
+            try {
+                sampler.AddSurfels(*surfels, nullptr);
+                done = true;
+            } catch (const std::bad_alloc&) {
+            }
+            FailAllocationsAfter(-1);
+            const std::uint32_t count = sampler.GetNrOfUsedCells();
+            const auto result = CbMake<ZeCSurfelCollectionQMT>(
+                count, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
+            sampler.GetSubsampled(*result, 1, {}, false);
+            for (std::uint32_t i = 0; i < count; ++i) {
+                ASSERT_EQ(result->GetPositionAccessor()[i].x, static_cast<float>(i));
+            }
+            EXPECT_EQ(count == c_count / 2, done);
         }
-        FailAllocationsAfter(-1);
-        const std::uint32_t count = sampler.GetNrOfUsedCells();
-        const auto result = CbMake<ZeCSurfelCollectionQMT>(
-            count, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
-        sampler.GetSubsampled(*result, 1, {}, false);
-        for (std::uint32_t i = 0; i < count; ++i) {
-            ASSERT_EQ(result->GetPositionAccessor()[i].x, static_cast<float>(i)) << allocations;
-        }
-        EXPECT_EQ(count == c_count / 2, done);
     }
 }
 

@@ -9,21 +9,33 @@
 namespace
 {
 
+constexpr std::size_t c_cacheLine = 64;
+
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+
 constexpr std::size_t c_largePage = std::size_t{2} << 20U;
 
 std::align_val_t alignmentOf(std::size_t bytes) noexcept
 {
-    constexpr std::size_t c_cacheLine = 64;
     return std::align_val_t{bytes < c_largePage ? c_cacheLine : c_largePage};
 }
 
-void askForLargePages([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t bytes) noexcept
+void askForLargePages(void* memory, std::size_t bytes) noexcept
 {
-#if defined(__linux__) && defined(MADV_HUGEPAGE)
     const std::size_t whole = bytes / c_largePage * c_largePage;
     if (whole != 0) madvise(memory, whole, MADV_HUGEPAGE); // refused: usual pages
-#endif
 }
+
+#else
+
+std::align_val_t alignmentOf(std::size_t /*bytes*/) noexcept
+{
+    return std::align_val_t{c_cacheLine};
+}
+
+void askForLargePages(void* /*memory*/, std::size_t /*bytes*/) noexcept {}
+
+#endif
 
 } // namespace
 

@@ -42,10 +42,10 @@ public:
     /// @param transformation from the frame of the surfels into that of the result; null is the
     ///     identity. Normals are mapped as by ZeCSurfelContainer::CopySurfel, but not quantised.
     /// Throws: CbException where more than 2^32-1 surfels would have been passed in; none is added.
-    /// Cost: linear; memory is taken for used cells alone, 75 to 120 bytes for each where all surfels
-    /// weigh the same, else 150 to 200; and for large pages. Cells of several tissue types, or with
-    /// more than 255 surfels, need another 130 in the first case. Where memory ends, std::bad_alloc
-    /// is thrown and some of the surfels have been added.
+    /// Cost: linear. Memory is taken for used cells: of many, 75 to 120 bytes for each where all
+    /// surfels weigh the same, else 150 to 200; up to some MiB for a few. In the first case cells
+    /// of several tissue types, or with more than 255 surfels, take another 130. Where memory ends,
+    /// std::bad_alloc is thrown and some of the surfels have been added.
     void AddSurfels(const ZeCSurfelContainer& surfels, const CbMatrix4Rf* transformation);
     /// Adds only those of them that lie inside at least one sphere.
     /// @param spheres in the frame of the result; if there are none, no surfel is added

@@ -33,9 +33,10 @@ public:
     /// @param transformation from the frame of the surfels into that of the result
     ///
     /// Returns false where it can't: the transformation is not affine or not finite, surfels lie so
-    /// far off that single precision does not tell their cells for all shifts, or there are more
-    /// than 2^24 in all. The sampler is of no use then, nor where std::bad_alloc is thrown.
-    /// Cost: linear; about 250 bytes for each group of surfels that share all their cells.
+    /// far off that single precision does not tell their cells for all shifts, there are more than
+    /// 2^24 in all, or they all weigh the same because the gain is 1. The sampler is of no use
+    /// then, nor where std::bad_alloc is thrown. Cost: linear; about 250 bytes for each group of
+    /// surfels that share all their cells.
     [[nodiscard]] bool AddSurfels(const ZeCSurfelContainer& surfels,
                                   const CbMatrix4Rf& transformation);
 

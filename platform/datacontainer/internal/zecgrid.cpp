@@ -21,3 +21,9 @@ std::array<std::uint16_t, 256> ZeCGridWeights(float gain)
     }
     return weights;
 }
+
+bool ZeCAreEqual(const std::array<std::uint16_t, 256>& weights) noexcept
+{
+    return std::all_of(weights.begin(), weights.end(),
+                       [&](std::uint16_t weight) { return weight == weights[0]; });
+}

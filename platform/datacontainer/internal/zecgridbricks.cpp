@@ -21,9 +21,8 @@ constexpr std::size_t c_fewBricks = 2048; ///< too few to judge by
 /// Where cells lie in their bricks.
 struct Places
 {
-    std::uint32_t cells[ZeCGridBricks::c_batch]; ///< index in the brick
-    std::uint32_t
-        isChange[ZeCGridBricks::c_batch]; ///< whether the brick is not the last one; not 0
+    std::uint32_t cells[ZeCGridBricks::c_batch];    ///< index in the brick
+    std::uint32_t isChange[ZeCGridBricks::c_batch]; ///< 0 where the brick is the one before
 };
 
 CB_ALWAYS_INLINE void findPlaces(const std::int32_t* x, const std::int32_t* y,

@@ -1,11 +1,9 @@
 #pragma once
 
+#include "platform/base/cbalwaysinline.h"
 #include "platform/datacontainer/internal/zecgrid.h"
-#include "platform/datacontainer/zecquantizednormal.h"
 
-#include <array>
 #include <cmath>
-#include <cstddef>
 #include <cstdint>
 
 /// @file

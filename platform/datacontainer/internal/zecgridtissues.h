@@ -2,6 +2,7 @@
 
 #include "platform/datacontainer/internal/zecgridcell.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 

@@ -25,7 +25,8 @@ struct alignas(16) ZeCPackedGridCell
         Red,
         Green,
         Blue,
-        Quality = 4,
+        Spare, ///< of colours; not used
+        Quality,
         Curvature,
         Boundary,
         Count

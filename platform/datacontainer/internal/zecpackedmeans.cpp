@@ -6,6 +6,7 @@ namespace
 {
 
 using Cell = ZeCPackedGridCell;
+using Places = std::span<const ZeCPackedMeans::Cells::Place>;
 
 constexpr std::size_t c_size = ZeCPackedMeans::c_size;
 constexpr Cell::EAttribute c_averaged[] = {Cell::Red, Cell::Green, Cell::Blue, Cell::Quality,
@@ -16,10 +17,32 @@ struct Sums
 {
     std::int32_t indices[3][c_size];
     std::uint32_t positions[3][c_size];
-    std::uint32_t normals[3][c_size];
+    std::int32_t normals[3][c_size]; ///< without what was added to the coordinates
     std::int32_t attributes[std::size(c_averaged)][c_size];
     std::int32_t counts[c_size];
-    std::uint32_t ranks[c_size];
+    std::uint32_t others[c_size]; ///< codes of the normals that count where all nearly cancel
+
+    explicit Sums(Places places) noexcept
+    {
+        for (std::size_t i = 0; i < places.size(); ++i) {
+            const Cell& cell = *places[i].cell;
+            for (std::size_t axis = 0; axis < 3; ++axis) {
+                indices[axis][i] = places[i].index[axis];
+            }
+            positions[0][i] = cell.GetLower(Cell::PositionXY);
+            positions[1][i] = cell.GetUpper(Cell::PositionXY);
+            positions[2][i] = cell.GetLower(Cell::PositionZNormalX);
+            const std::uint32_t bias = cell.GetCount() * c_gridNormalUnits;
+            normals[0][i] = static_cast<std::int32_t>(cell.GetUpper(Cell::PositionZNormalX) - bias);
+            normals[1][i] = static_cast<std::int32_t>(cell.GetLower(Cell::NormalYZ) - bias);
+            normals[2][i] = static_cast<std::int32_t>(cell.GetUpper(Cell::NormalYZ) - bias);
+            for (std::size_t k = 0; k < std::size(c_averaged); ++k) {
+                attributes[k][i] = cell.GetSum(c_averaged[k]);
+            }
+            counts[i] = cell.GetCount();
+            others[i] = ~cell.rank & 0xFFFFU;
+        }
+    }
 };
 
 struct Means
@@ -29,9 +52,10 @@ struct Means
     std::int32_t attributes[std::size(c_averaged)][c_size];
 };
 
-CB_ALWAYS_INLINE void average(const Sums& sums, std::size_t count, const ZeCGrid& from,
-                              Means& to) noexcept
+CB_ALWAYS_INLINE void average(Places places, const ZeCGrid& from, Means& to) noexcept
 {
+    const Sums sums(places);
+    const std::size_t count = places.size();
     const ZeCGrid grid = from; // nothing that is written can be part of it
     double cellsPerUnit[c_size];
     for (std::size_t i = 0; i < count; ++i) {
@@ -43,22 +67,21 @@ CB_ALWAYS_INLINE void average(const Sums& sums, std::size_t count, const ZeCGrid
                 sums.indices[axis][i], sums.positions[axis][i] * cellsPerUnit[i], grid);
         }
     }
+    std::uint32_t cancels[c_size]; // all bits or none
     for (std::size_t i = 0; i < count; ++i) {
-        const std::uint32_t bias = static_cast<std::uint32_t>(sums.counts[i]) * c_gridNormalUnits;
-        const auto sum = [&](int axis) {
-            return static_cast<float>(static_cast<std::int32_t>(sums.normals[axis][i] - bias));
-        };
-        const float x = sum(0);
-        const float y = sum(1);
-        const float z = sum(2);
-        const std::uint32_t other = ~sums.ranks[i] & 0xFFFFU;
-        const std::uint32_t code =
-            ZeTQuantizedNormalMultiLevelTraitsFast::Encode<7>(x, y, z, other);
-        const auto equal = static_cast<float>(static_cast<std::int32_t>(bias));
-        to.codes[i] = ZeCDoCancel(x, y, z, equal) ? other : code;
+        const bool doCancel =
+            ZeCDoCancel<double>(sums.normals[0][i], sums.normals[1][i], sums.normals[2][i],
+                                static_cast<double>(sums.counts[i]) * c_gridNormalUnits);
+        cancels[i] = doCancel ? ~0U : 0U;
     }
-    // Rounds half up: the quotients of twice the sums and twice the counts are multiples of 1/510,
-    // so that half of that, which is added, outweighs what multiplying by an inverse can lose.
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint32_t code = ZeTQuantizedNormalMultiLevelTraitsFast::Encode<7>(
+            static_cast<float>(sums.normals[0][i]), static_cast<float>(sums.normals[1][i]),
+            static_cast<float>(sums.normals[2][i]), sums.others[i]);
+        to.codes[i] = (code & ~cancels[i]) | (sums.others[i] & cancels[i]);
+    }
+    // Rounds half up. Quotients of a number by twice the count that are below a whole one are so by
+    // 1/510 at least: half of it, which is added, outweighs what multiplying by an inverse loses.
     float inverses[c_size];
     for (std::size_t i = 0; i < count; ++i) {
         inverses[i] = 0.5F / static_cast<float>(sums.counts[i]);
@@ -72,15 +95,14 @@ CB_ALWAYS_INLINE void average(const Sums& sums, std::size_t count, const ZeCGrid
     }
 }
 
-void averagePlain(const Sums& sums, std::size_t count, const ZeCGrid& grid, Means& to) noexcept
+void averagePlain(Places places, const ZeCGrid& grid, Means& to) noexcept
 {
-    average(sums, count, grid, to);
+    average(places, grid, to);
 }
 
-CB_WIDE_BUILD void averageWide(const Sums& sums, std::size_t count, const ZeCGrid& grid,
-                               Means& to) noexcept
+CB_WIDE_BUILD void averageWide(Places places, const ZeCGrid& grid, Means& to) noexcept
 {
-    average(sums, count, grid, to);
+    average(places, grid, to);
 }
 
 } // namespace
@@ -88,29 +110,10 @@ CB_WIDE_BUILD void averageWide(const Sums& sums, std::size_t count, const ZeCGri
 ZeCPackedMeans::ZeCPackedMeans(std::span<const Cells::Place> places, const ZeCGrid& grid,
                                float samplingParameter) noexcept
 {
-    Sums sums;
-    std::size_t i = 0;
-    do {
-        const Cell& cell = *places[i].cell;
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            sums.indices[axis][i] = places[i].index[axis];
-        }
-        sums.positions[0][i] = cell.GetLower(Cell::PositionXY);
-        sums.positions[1][i] = cell.GetUpper(Cell::PositionXY);
-        sums.positions[2][i] = cell.GetLower(Cell::PositionZNormalX);
-        sums.normals[0][i] = cell.GetUpper(Cell::PositionZNormalX);
-        sums.normals[1][i] = cell.GetLower(Cell::NormalYZ);
-        sums.normals[2][i] = cell.GetUpper(Cell::NormalYZ);
-        for (std::size_t k = 0; k < std::size(c_averaged); ++k) {
-            sums.attributes[k][i] = cell.GetSum(c_averaged[k]);
-        }
-        sums.counts[i] = cell.GetCount();
-        sums.ranks[i] = cell.rank;
-    } while (++i < places.size());
     static const auto averageAll = CbFastestBuild(&averagePlain, &averageWide);
     Means means;
-    averageAll(sums, places.size(), grid, means);
-    for (i = 0; i < places.size(); ++i) {
+    averageAll(places, grid, means);
+    for (std::size_t i = 0; i < places.size(); ++i) {
         const Cell& cell = *places[i].cell;
         const auto attribute = [&](std::size_t k) {
             return static_cast<std::uint8_t>(means.attributes[k][i]);

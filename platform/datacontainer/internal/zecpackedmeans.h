@@ -11,7 +11,6 @@ struct ZeCPackedMeans
     using Cells = ZeTGridCells<ZeCPackedGridCell>;
     static constexpr std::size_t c_size = Cells::c_mostVisited;
 
-    /// @param places one at least
     ZeCPackedMeans(std::span<const Cells::Place> places, const ZeCGrid& grid,
                    float samplingParameter) noexcept;
 

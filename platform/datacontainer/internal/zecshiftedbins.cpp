@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <memory>
+#include <vector>
 
 namespace
 {
@@ -80,7 +82,10 @@ ZeCShiftedBins::ZeCShiftedBins(const ZeCGrid& grid, float qualityGain, const Shi
 bool ZeCShiftedBins::Add(const ZeCSurfelContainer& surfels, const CbMatrix4Rf& transformation)
 {
     const std::uint32_t added = surfels.GetNrSurfels();
-    if (!isFiniteAndAffine(transformation) || added > c_mostSurfels - numberPassedIn_) return false;
+    if (!isFiniteAndAffine(transformation) || added > c_mostSurfels - numberPassedIn_ ||
+        ZeCAreEqual(weights_)) { // sums of another kind
+        return false;
+    }
     numberPassedIn_ += added;
 
     std::vector<ZeCSurfelTransformation> maps;

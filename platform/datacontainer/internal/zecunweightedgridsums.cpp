@@ -46,24 +46,40 @@ CB_ALWAYS_INLINE void pack(const ZeCGridBatch& batch, const ZeCSurfelContainer& 
     const auto* const boundaryFlags =
         reinterpret_cast<const std::uint8_t*>(surfels.GetBoundaryFlagAccessor().data() + first);
     for (std::size_t i = 0; i < batch.count; ++i) {
-        constexpr std::uint32_t c_withoutSpare = 0xFFFFFF;
         std::uint32_t color;
         std::memcpy(&color, colors + i * sizeof color, sizeof color);
-        to.attributes[i][0] = Cell::PackBytes(color & c_withoutSpare);
+        to.attributes[i][0] = Cell::PackBytes(color);
         to.attributes[i][1] = Cell::PackBytes(qualities[i] | std::uint32_t{curvatures[i]} << 8U |
                                               std::uint32_t{boundaryFlags[i]} << 16U | 1U << 24U);
     }
 }
 
+void packPlain(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels, std::size_t first,
+               PackedSurfels& to) noexcept
+{
+    pack(batch, surfels, first, to);
+}
+
+CB_WIDE_BUILD void packWide(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
+                            std::size_t first, PackedSurfels& to) noexcept
+{
+    pack(batch, surfels, first, to);
+}
+
 } // namespace
 
-CB_ALWAYS_INLINE void ZeCUnweightedGridSums::add(const ZeCGridBatch& batch,
-                                                 const ZeCSurfelContainer& surfels,
-                                                 std::size_t first, Cell* const* cells) noexcept
+void ZeCUnweightedGridSums::Add(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
+                                std::size_t first)
 {
+    const std::size_t count = batch.numberOfAccepted;
+    overflows_.MakeRoom(numberOfOverflows_ + count);
+    tissues_.MakeRoom(count);
+    Cell* cells[ZeCGridBatch::c_size];
+    cells_.Find(batch, cells);
+    static const auto packAll = CbFastestBuild(&packPlain, &packWide);
     PackedSurfels packed;
-    pack(batch, surfels, first, packed);
-    for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
+    packAll(batch, surfels, first, packed);
+    for (std::size_t a = 0; a < count; ++a) {
         const std::size_t i = batch.accepted[a];
         Cell& cell = *cells[a];
         if (cell.CanAdd(packed.ranks[i])) {
@@ -73,33 +89,6 @@ CB_ALWAYS_INLINE void ZeCUnweightedGridSums::add(const ZeCGridBatch& batch,
             packed.AddTo(surfel, i);
             addElsewhere(cell, surfel);
         }
-    }
-}
-
-void ZeCUnweightedGridSums::addPlain(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
-                                     std::size_t first, Cell* const* cells) noexcept
-{
-    add(batch, surfels, first, cells);
-}
-
-CB_WIDE_BUILD void ZeCUnweightedGridSums::addWide(const ZeCGridBatch& batch,
-                                                  const ZeCSurfelContainer& surfels,
-                                                  std::size_t first, Cell* const* cells) noexcept
-{
-    add(batch, surfels, first, cells);
-}
-
-void ZeCUnweightedGridSums::Add(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
-                                std::size_t first)
-{
-    overflows_.MakeRoom(numberOfOverflows_ + batch.numberOfAccepted);
-    tissues_.MakeRoom(batch.numberOfAccepted);
-    Cell* cells[ZeCGridBatch::c_size];
-    cells_.Find(batch, cells);
-    if (CbRunsWideBuild()) {
-        addWide(batch, surfels, first, cells);
-    } else {
-        addPlain(batch, surfels, first, cells);
     }
 }
 

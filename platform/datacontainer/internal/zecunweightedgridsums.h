@@ -20,13 +20,6 @@ public:
                float samplingParameter) override;
 
 private:
-    // Adds the accepted surfels of a batch to their cells.
-    void add(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels, std::size_t first,
-             ZeCPackedGridCell* const* cells) noexcept;
-    void addPlain(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels, std::size_t first,
-                  ZeCPackedGridCell* const* cells) noexcept;
-    void addWide(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels, std::size_t first,
-                 ZeCPackedGridCell* const* cells) noexcept;
     // Adds a surfel that its cell can't, or not at once.
     void addElsewhere(ZeCPackedGridCell& cell, const ZeCPackedGridCell& surfel) noexcept;
 

@@ -2,6 +2,7 @@
 
 #include "platform/base/cblargememory.h"
 
+#include <bit>
 #include <cstddef>
 #include <numeric>
 #include <type_traits>
@@ -19,26 +20,29 @@ class ZeTChunks
 public:
     /// Elements that lie together where the first one's index is a multiple of their number: so
     /// many, or a smaller power of two.
-    static constexpr std::size_t c_together = 4096;
+    static constexpr std::size_t c_together = std::bit_floor((std::size_t{512} << 10U) / sizeof(T));
 
     /// Makes room for @p count elements in all. Throws: std::bad_alloc; nothing has changed.
     void MakeRoom(std::size_t count)
     {
         if (few_.Get() == nullptr) few_ = CbLargeMemory(c_together * sizeof(T));
-        if (count <= c_together) return;
-        while (chunks_.size() * c_chunk < count) chunks_.emplace_back(c_chunk * sizeof(T));
+        while (c_together + chunks_.size() * c_chunk < count) {
+            chunks_.emplace_back(c_chunk * sizeof(T));
+        }
     }
     /// The memory of an element there is room for.
     [[nodiscard]] T* At(std::size_t i) const noexcept
     {
-        const CbLargeMemory& piece = i < c_together ? few_ : chunks_[i / c_chunk];
-        return reinterpret_cast<T*>(piece.Get()) + i % c_chunk;
+        if (i < c_together) return reinterpret_cast<T*>(few_.Get()) + i;
+        const std::size_t later = i - c_together;
+        return reinterpret_cast<T*>(chunks_[later / c_chunk].Get()) + later % c_chunk;
     }
 
 private:
     /// The least power of two whose elements fill large pages of 2 MiB.
     static constexpr std::size_t c_chunk = (std::size_t{2} << 20U) / std::gcd(sizeof(T), 1024);
+    static_assert(c_chunk % c_together == 0);
 
-    CbLargeMemory few_;                 ///< the first elements, where usual pages do
-    std::vector<CbLargeMemory> chunks_; ///< the places of those in the first one stay untouched
+    CbLargeMemory few_; ///< the first elements, where usual pages do
+    std::vector<CbLargeMemory> chunks_;
 };

@@ -161,6 +161,44 @@ TEST(GridSampler, RoundsLoweredQualitiesHalfUp)
     }
 }
 
+TEST(GridSampler, HoldsManySurfelsWithTheLargestValues)
+{
+    for (const std::uint32_t count : {254U, 255U, 256U, 257U, 300U, 511U, 1000U}) {
+        const auto surfels = Neutral(count);
+        for (std::uint32_t i = 0; i < count; ++i) {
+            surfels->GetPositionAccessor()[i] = {0.99999994F, 0.99999994F, 0.99999994F};
+            surfels->GetColorAccessor()[i] = {255, 255, 255, 255};
+            surfels->GetCurvatureAccessor()[i] = 255;
+            surfels->GetBoundaryFlagAccessor()[i] = true;
+        }
+        const auto result = Subsample({}, {{surfels, {}}});
+        ASSERT_EQ(1U, result->GetNrSurfels());
+        EXPECT_NEAR(1, result->GetPositionAccessor()[0].x, 1e-6) << count;
+        EXPECT_NEAR(1, result->GetPositionAccessor()[0].z, 1e-6) << count;
+        EXPECT_EQ(surfels->GetNormalAccessor()[0], result->GetNormalAccessor()[0]) << count;
+        EXPECT_EQ((ZeCCompressedColor{255, 255, 255, 0}), result->GetColorAccessor()[0]) << count;
+        EXPECT_EQ(255, result->GetCurvatureAccessor()[0]) << count;
+        EXPECT_EQ(255, result->GetQualityAccessor().data()[0]) << count;
+        EXPECT_TRUE(result->GetBoundaryFlagAccessor()[0]) << count;
+    }
+}
+
+TEST(GridSampler, RoundsMeansHalfUpForEveryNumberOfSurfels)
+{
+    for (std::uint32_t count = 2; count <= 300; count += 2) {
+        const auto surfels = Neutral(count);
+        for (std::uint32_t i = 0; i < count; ++i) {
+            const auto odd = static_cast<std::uint8_t>(i % 2);
+            surfels->GetColorAccessor()[i] = {odd, static_cast<std::uint8_t>(254 + odd), 0, 0};
+            surfels->GetCurvatureAccessor()[i] =
+                i < count / 2 - 1 ? 1 : 0; // a little less than half
+        }
+        const auto result = Subsample({}, {{surfels, {}}});
+        EXPECT_EQ((ZeCCompressedColor{1, 255, 0, 0}), result->GetColorAccessor()[0]) << count;
+        EXPECT_EQ(0, result->GetCurvatureAccessor()[0]) << count;
+    }
+}
+
 TEST(GridSampler, DecidesTies)
 {
     const auto pair = Neutral(2);

@@ -50,6 +50,7 @@ TEST(ShiftedGrids, LeaveOutWhatHasNoCellAndTellWhatTheyCanNotDo)
     for (const CbMatrix4Rf& m : {with(0, 3, 0.1F), with(3, 3, 2), with(1, 1, c_nan)}) {
         EXPECT_FALSE(SampleTogether(grid, {{surfels, m}}));
     }
+    EXPECT_FALSE(SampleTogether({1, 0.5F, 1, 1}, {{surfels, turn}})) << "equal weights";
     // Cells that all 125 grids have, but too far off.
     for (const float farOff : {9e6F, 1e8F, 1073741824.0F}) {
         const auto far = RandomSurfels(random, 10);

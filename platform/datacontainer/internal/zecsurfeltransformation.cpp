@@ -73,14 +73,6 @@ bool inverseTranspose(const CbMatrix4Rf& m, CbMatrix4Rf& result)
     return true;
 }
 
-// Writes four values for each position, the last one into the place of the next position.
-inline void mapPosition(const CbVector3f& p, const CbMatrix4Rf& m, float* to) noexcept
-{
-    float mapped[4];
-    for (int j = 0; j < 4; ++j) mapped[j] = p.x * m[0][j] + p.y * m[1][j] + p.z * m[2][j] + m[3][j];
-    for (int j = 0; j < 4; ++j) to[j] = mapped[j];
-}
-
 // No matrix: copies.
 CB_ALWAYS_INLINE void mapCoordinates(const CbVector3f* from, std::size_t count,
                                      const CbMatrix4Rf* matrix, float* x, float* y,
@@ -112,6 +104,27 @@ CB_WIDE_BUILD void mapCoordinatesWide(const CbVector3f* from, std::size_t count,
                                       float* z) noexcept
 {
     mapCoordinates(from, count, matrix, x, y, z);
+}
+
+// At most c_block positions.
+CB_ALWAYS_INLINE void mapPositions(const CbVector3f* from, std::size_t count,
+                                   const CbMatrix4Rf& matrix, CbVector3f* to) noexcept
+{
+    float x[c_block], y[c_block], z[c_block];
+    mapCoordinates(from, count, &matrix, x, y, z);
+    for (std::size_t i = 0; i < count; ++i) to[i] = {x[i], y[i], z[i]};
+}
+
+void mapPositionsPlain(const CbVector3f* from, std::size_t count, const CbMatrix4Rf& matrix,
+                       CbVector3f* to) noexcept
+{
+    mapPositions(from, count, matrix, to);
+}
+
+CB_WIDE_BUILD void mapPositionsWide(const CbVector3f* from, std::size_t count,
+                                    const CbMatrix4Rf& matrix, CbVector3f* to) noexcept
+{
+    mapPositions(from, count, matrix, to);
 }
 
 CB_ALWAYS_INLINE std::uint16_t mapCode(std::uint16_t code, const CbMatrix4Rf& m) noexcept
@@ -202,12 +215,10 @@ void ZeCSurfelTransformation::MapPositions(const CbVector3f* from, CbVector3f* t
         std::memcpy(to, from, count * sizeof *to);
         return;
     }
-    const CbMatrix4Rf m = positions_;
-    float mapped[3 * c_block + 1];
+    static const auto map = CbFastestBuild(&mapPositionsPlain, &mapPositionsWide);
     for (std::size_t n = 0; count > 0; count -= n, from += n, to += n) {
         n = std::min(count, c_block);
-        for (std::size_t i = 0; i < n; ++i) mapPosition(from[i], m, mapped + 3 * i);
-        std::memcpy(to, mapped, n * sizeof *to);
+        map(from, n, positions_, to);
     }
 }
 

@@ -9,7 +9,7 @@
 /// A piece of work measured against a reference that does the same job, mostly by hand.
 ///
 /// Both run alternately in one process, so that a drift of the machine's speed hits both; what
-/// counts is the median of the ratios of neighbouring runs.
+/// counts is the median of the ratios of neighbouring runs. Each benchmark has its own process.
 struct RatioBenchmark
 {
     /// One way to do the job; does it once.

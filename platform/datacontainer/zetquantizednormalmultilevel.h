@@ -30,8 +30,9 @@ struct ZeTQuantizedNormalMultiLevelTraitsFast
     [[nodiscard]] CB_ALWAYS_INLINE static Point Decode(std::uint32_t code) noexcept
     {
         constexpr int c_cells = 2 << Level;
-        const float u = centre<c_cells>(evenBits(code >> 1U));
-        const float v = centre<c_cells>(evenBits(code));
+        const std::uint32_t cells = separated(code);
+        const float u = centre<c_cells>(cells >> 16U);
+        const float v = centre<c_cells>(cells & 0xFFFFU);
         const float z = 1.0F - std::fabs(u) - std::fabs(v);
         const float beyond = masked(-z, negative(z));
         return {u - std::copysign(beyond, u), v - std::copysign(beyond, v), z};
@@ -52,8 +53,8 @@ struct ZeTQuantizedNormalMultiLevelTraitsFast
         const float outerV = std::copysign(1.0F - std::fabs(u), v);
         const std::uint32_t below = negative(z);
         const std::uint32_t code =
-            spreadBits(cell<c_cells>(masked(outerU, below) + masked(u, ~below))) << 1U |
-            spreadBits(cell<c_cells>(masked(outerV, below) + masked(v, ~below)));
+            interleaved(cell<c_cells>(masked(outerU, below) + masked(u, ~below)) << 16U |
+                        cell<c_cells>(masked(outerV, below) + masked(v, ~below)));
         return (code & valid) | (fallback & ~valid);
     }
 
@@ -87,18 +88,20 @@ private:
             static_cast<std::uint32_t>(static_cast<std::int32_t>(coordinate * c_half + c_half));
         return found - found / Cells; // the upper border counts as inside
     }
-    static std::uint32_t evenBits(std::uint32_t bits) noexcept
+    // Numbers of cells side by side, u in the upper half, from their bits in turn, and back.
+    static std::uint32_t separated(std::uint32_t code) noexcept
     {
-        bits &= 0x5555U;
-        bits = (bits | bits >> 1U) & 0x3333U;
-        bits = (bits | bits >> 2U) & 0x0F0FU;
-        return (bits | bits >> 4U) & 0x00FFU;
+        std::uint32_t bits = (code & 0x5555U) | (code & 0xAAAAU) << 15U;
+        bits = (bits | bits >> 1U) & 0x33333333U;
+        bits = (bits | bits >> 2U) & 0x0F0F0F0FU;
+        return (bits | bits >> 4U) & 0x00FF00FFU;
     }
-    static std::uint32_t spreadBits(std::uint32_t bits) noexcept
+    static std::uint32_t interleaved(std::uint32_t cells) noexcept
     {
-        bits = (bits | bits << 4U) & 0x0F0FU;
-        bits = (bits | bits << 2U) & 0x3333U;
-        return (bits | bits << 1U) & 0x5555U;
+        std::uint32_t bits = (cells | cells << 4U) & 0x0F0F0F0FU;
+        bits = (bits | bits << 2U) & 0x33333333U;
+        bits = (bits | bits << 1U) & 0x55555555U;
+        return (bits | bits >> 15U) & 0xFFFFU;
     }
 };
 

@@ -8,6 +8,7 @@
 #include <benchmark/benchmark.h>
 #include <cmath>
 #include <cstdlib>
+#include <string_view>
 
 namespace
 {
@@ -168,8 +169,9 @@ struct PeerWork
 // Ours averages the other attributes as well.
 std::vector<PeerWork> peerWorks()
 {
-    const char* plainKernels = std::getenv("TREE_PLAIN_KERNELS");
-    const double goal = plainKernels != nullptr && *plainKernels != 0 ? 1.0 / 3 : 1.0 / 4;
+    const char* const kernels = std::getenv("TREE_KERNELS");
+    const bool arePlain = kernels != nullptr && std::string_view(kernels) == "plain";
+    const double goal = arePlain ? 1.0 / 3 : 1.0 / 4;
     const char* pcl = "PCL VoxelGrid: position, normal, colour only";
     const char* open3d = "Open3D VoxelDownSample: position, normal, colour only";
     return {{"subsample/0.1/pcl", 0.1F, Pcl(), pcl, goal, 0.5},

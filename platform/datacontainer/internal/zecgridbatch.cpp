@@ -1,6 +1,6 @@
 #include "platform/datacontainer/internal/zecgridbatch.h"
 
-#include "platform/datacontainer/internal/widebuild.h"
+#include "platform/datacontainer/internal/kernelbuilds.h"
 #include "platform/datacontainer/internal/zecgridmeans.h"
 
 #include <algorithm>
@@ -56,16 +56,6 @@ CB_ALWAYS_INLINE bool findCells(ZeCGridBatch& batch, const ZeCGrid& grid, double
     return magnitudes < c_firstOutside;
 }
 
-bool findCellsPlain(ZeCGridBatch& batch, const ZeCGrid& grid, double units) noexcept
-{
-    return findCells(batch, grid, units);
-}
-
-CB_WIDE_BUILD bool findCellsWide(ZeCGridBatch& batch, const ZeCGrid& grid, double units) noexcept
-{
-    return findCells(batch, grid, units);
-}
-
 } // namespace
 
 void ZeCGridBatch::LoadPositions(std::span<const CbVector3f> from,
@@ -74,7 +64,7 @@ void ZeCGridBatch::LoadPositions(std::span<const CbVector3f> from,
 {
     count = from.size();
     transformation.MapPositions(from.data(), count, positions[0], positions[1], positions[2]);
-    static const auto find = CbFastestBuild(&findCellsPlain, &findCellsWide);
+    static const auto find = CbGetBuild<&findCells>();
     const bool allInside = find(*this, grid, units);
 
     std::iota(accepted, accepted + count, std::uint16_t{0});

@@ -1,7 +1,7 @@
 #include "platform/datacontainer/internal/zecgridbricks.h"
 
 #include "platform/base/cbprefetch.h"
-#include "platform/datacontainer/internal/widebuild.h"
+#include "platform/datacontainer/internal/kernelbuilds.h"
 
 #include <algorithm>
 #include <bit>
@@ -40,19 +40,6 @@ CB_ALWAYS_INLINE void findPlaces(const std::int32_t* x, const std::int32_t* y,
     }
 }
 
-void findPlacesPlain(const std::int32_t* x, const std::int32_t* y, const std::int32_t* z,
-                     std::size_t count, unsigned shift, Places& to) noexcept
-{
-    findPlaces(x, y, z, count, shift, to);
-}
-
-CB_WIDE_BUILD void findPlacesWide(const std::int32_t* x, const std::int32_t* y,
-                                  const std::int32_t* z, std::size_t count, unsigned shift,
-                                  Places& to) noexcept
-{
-    findPlaces(x, y, z, count, shift, to);
-}
-
 } // namespace
 
 ZeCGridBricks::ZeCGridBricks() : ZeCGridBricks(c_usualShift) {}
@@ -88,7 +75,7 @@ void ZeCGridBricks::Find(const std::int32_t* x, const std::int32_t* y, const std
                          std::size_t count, std::uint32_t** numbers)
 {
     if (count == 0) return;
-    static const auto find = CbFastestBuild(&findPlacesPlain, &findPlacesWide);
+    static const auto find = CbGetBuild<&findPlaces>();
     Places places;
     find(x, y, z, count, shift_, places);
     places.isChange[0] = 1;

@@ -1,6 +1,6 @@
 #include "platform/datacontainer/internal/zecpackedmeans.h"
 
-#include "platform/datacontainer/internal/widebuild.h"
+#include "platform/datacontainer/internal/kernelbuilds.h"
 
 namespace
 {
@@ -95,22 +95,12 @@ CB_ALWAYS_INLINE void average(Places places, const ZeCGrid& from, Means& to) noe
     }
 }
 
-void averagePlain(Places places, const ZeCGrid& grid, Means& to) noexcept
-{
-    average(places, grid, to);
-}
-
-CB_WIDE_BUILD void averageWide(Places places, const ZeCGrid& grid, Means& to) noexcept
-{
-    average(places, grid, to);
-}
-
 } // namespace
 
 ZeCPackedMeans::ZeCPackedMeans(std::span<const Cells::Place> places, const ZeCGrid& grid,
                                float samplingParameter) noexcept
 {
-    static const auto averageAll = CbFastestBuild(&averagePlain, &averageWide);
+    static const auto averageAll = CbGetBuild<&average>();
     Means means;
     averageAll(places, grid, means);
     for (std::size_t i = 0; i < places.size(); ++i) {

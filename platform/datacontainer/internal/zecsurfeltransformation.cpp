@@ -1,6 +1,6 @@
 #include "platform/datacontainer/internal/zecsurfeltransformation.h"
 
-#include "platform/datacontainer/internal/widebuild.h"
+#include "platform/datacontainer/internal/kernelbuilds.h"
 
 #include <algorithm>
 #include <bit>
@@ -93,19 +93,6 @@ CB_ALWAYS_INLINE void mapCoordinates(const CbVector3f* from, std::size_t count,
     }
 }
 
-void mapCoordinatesPlain(const CbVector3f* from, std::size_t count, const CbMatrix4Rf* matrix,
-                         float* x, float* y, float* z) noexcept
-{
-    mapCoordinates(from, count, matrix, x, y, z);
-}
-
-CB_WIDE_BUILD void mapCoordinatesWide(const CbVector3f* from, std::size_t count,
-                                      const CbMatrix4Rf* matrix, float* x, float* y,
-                                      float* z) noexcept
-{
-    mapCoordinates(from, count, matrix, x, y, z);
-}
-
 // At most c_block positions.
 CB_ALWAYS_INLINE void mapPositions(const CbVector3f* from, std::size_t count,
                                    const CbMatrix4Rf& matrix, CbVector3f* to) noexcept
@@ -113,18 +100,6 @@ CB_ALWAYS_INLINE void mapPositions(const CbVector3f* from, std::size_t count,
     float x[c_block], y[c_block], z[c_block];
     mapCoordinates(from, count, &matrix, x, y, z);
     for (std::size_t i = 0; i < count; ++i) to[i] = {x[i], y[i], z[i]};
-}
-
-void mapPositionsPlain(const CbVector3f* from, std::size_t count, const CbMatrix4Rf& matrix,
-                       CbVector3f* to) noexcept
-{
-    mapPositions(from, count, matrix, to);
-}
-
-CB_WIDE_BUILD void mapPositionsWide(const CbVector3f* from, std::size_t count,
-                                    const CbMatrix4Rf& matrix, CbVector3f* to) noexcept
-{
-    mapPositions(from, count, matrix, to);
 }
 
 CB_ALWAYS_INLINE std::uint16_t mapCode(std::uint16_t code, const CbMatrix4Rf& m) noexcept
@@ -141,16 +116,6 @@ CB_ALWAYS_INLINE void mapBlock(std::uint16_t* codes, const CbMatrix4Rf& matrix) 
 {
     const CbMatrix4Rf m = matrix; // nothing that is written can be part of it
     for (std::size_t i = 0; i < c_block; ++i) codes[i] = mapCode(codes[i], m);
-}
-
-void mapBlockPlain(std::uint16_t* codes, const CbMatrix4Rf& matrix) noexcept
-{
-    mapBlock(codes, matrix);
-}
-
-CB_WIDE_BUILD void mapBlockWide(std::uint16_t* codes, const CbMatrix4Rf& matrix) noexcept
-{
-    mapBlock(codes, matrix);
 }
 
 using Directions = ZeCSurfelTransformation::Directions;
@@ -183,18 +148,6 @@ CB_ALWAYS_INLINE bool mapDirections(std::uint16_t* codes, const CbMatrix4Rf& mat
     return broken >> 31U == 0;
 }
 
-bool mapDirectionsPlain(std::uint16_t* codes, const CbMatrix4Rf& matrix,
-                        float (*axes)[Directions::c_size]) noexcept
-{
-    return mapDirections(codes, matrix, axes);
-}
-
-CB_WIDE_BUILD bool mapDirectionsWide(std::uint16_t* codes, const CbMatrix4Rf& matrix,
-                                     float (*axes)[Directions::c_size]) noexcept
-{
-    return mapDirections(codes, matrix, axes);
-}
-
 } // namespace
 
 ZeCSurfelTransformation::ZeCSurfelTransformation(const CbMatrix4Rf& transformation) noexcept
@@ -215,7 +168,7 @@ void ZeCSurfelTransformation::MapPositions(const CbVector3f* from, CbVector3f* t
         std::memcpy(to, from, count * sizeof *to);
         return;
     }
-    static const auto map = CbFastestBuild(&mapPositionsPlain, &mapPositionsWide);
+    static const auto map = CbGetBuild<&mapPositions>();
     for (std::size_t n = 0; count > 0; count -= n, from += n, to += n) {
         n = std::min(count, c_block);
         map(from, n, positions_, to);
@@ -225,7 +178,7 @@ void ZeCSurfelTransformation::MapPositions(const CbVector3f* from, CbVector3f* t
 void ZeCSurfelTransformation::MapPositions(const CbVector3f* from, std::size_t count, float* x,
                                            float* y, float* z) const noexcept
 {
-    static const auto map = CbFastestBuild(&mapCoordinatesPlain, &mapCoordinatesWide);
+    static const auto map = CbGetBuild<&mapCoordinates>();
     map(from, count, keepPositions_ ? nullptr : &positions_, x, y, z);
 }
 
@@ -236,7 +189,7 @@ void ZeCSurfelTransformation::MapNormals(const ZeCQuantizedNormal* from, ZeCQuan
         std::memcpy(static_cast<void*>(to), from, count * sizeof *to);
         return;
     }
-    static const auto mapWhole = CbFastestBuild(&mapBlockPlain, &mapBlockWide);
+    static const auto mapWhole = CbGetBuild<&mapBlock>();
     std::uint16_t codes[c_block];
     for (; count >= c_block; count -= c_block, from += c_block, to += c_block) {
         std::memcpy(codes, from, sizeof codes);
@@ -251,7 +204,7 @@ void ZeCSurfelTransformation::MapNormals(const ZeCQuantizedNormal* from, ZeCQuan
 void ZeCSurfelTransformation::MapNormals(const ZeCQuantizedNormal* from, std::size_t count,
                                          Directions& to) const noexcept
 {
-    static const auto map = CbFastestBuild(&mapDirectionsPlain, &mapDirectionsWide);
+    static const auto map = CbGetBuild<&mapDirections>();
     std::uint16_t codes[Directions::c_size] = {};
     std::memcpy(codes, from, count * sizeof *from);
     const bool haveLength = map(codes, normals_, to.axes);

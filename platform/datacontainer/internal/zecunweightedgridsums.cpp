@@ -1,6 +1,6 @@
 #include "platform/datacontainer/internal/zecunweightedgridsums.h"
 
-#include "platform/datacontainer/internal/widebuild.h"
+#include "platform/datacontainer/internal/kernelbuilds.h"
 #include "platform/datacontainer/internal/zecpackedmeans.h"
 #include "platform/datacontainer/internal/zecsurfelwriter.h"
 
@@ -54,18 +54,6 @@ CB_ALWAYS_INLINE void pack(const ZeCGridBatch& batch, const ZeCSurfelContainer& 
     }
 }
 
-void packPlain(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels, std::size_t first,
-               PackedSurfels& to) noexcept
-{
-    pack(batch, surfels, first, to);
-}
-
-CB_WIDE_BUILD void packWide(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
-                            std::size_t first, PackedSurfels& to) noexcept
-{
-    pack(batch, surfels, first, to);
-}
-
 } // namespace
 
 void ZeCUnweightedGridSums::Add(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
@@ -76,7 +64,7 @@ void ZeCUnweightedGridSums::Add(const ZeCGridBatch& batch, const ZeCSurfelContai
     tissues_.MakeRoom(count);
     Cell* cells[ZeCGridBatch::c_size];
     cells_.Find(batch, cells);
-    static const auto packAll = CbFastestBuild(&packPlain, &packWide);
+    static const auto packAll = CbGetBuild<&pack>();
     PackedSurfels packed;
     packAll(batch, surfels, first, packed);
     for (std::size_t a = 0; a < count; ++a) {

@@ -1,6 +1,6 @@
 #include "platform/datacontainer/internal/zecweightedgridsums.h"
 
-#include "platform/datacontainer/internal/widebuild.h"
+#include "platform/datacontainer/internal/kernelbuilds.h"
 #include "platform/datacontainer/internal/zecsurfelwriter.h"
 
 namespace
@@ -40,19 +40,6 @@ CB_ALWAYS_INLINE void addBatch(const ZeCGridBatch& batch, const ZeCSurfelContain
     }
 }
 
-void addPlain(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels, std::size_t first,
-              const Weights& weights, ZeCGridCell* const* cells, ZeCGridTissues& tissues) noexcept
-{
-    addBatch(batch, surfels, first, weights, cells, tissues);
-}
-
-CB_WIDE_BUILD void addWide(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
-                           std::size_t first, const Weights& weights, ZeCGridCell* const* cells,
-                           ZeCGridTissues& tissues) noexcept
-{
-    addBatch(batch, surfels, first, weights, cells, tissues);
-}
-
 } // namespace
 
 ZeCWeightedGridSums::ZeCWeightedGridSums(const Weights& weights) : weights_(weights) {}
@@ -63,7 +50,7 @@ void ZeCWeightedGridSums::Add(const ZeCGridBatch& batch, const ZeCSurfelContaine
     ZeCGridCell* cells[ZeCGridBatch::c_size];
     tissues_.MakeRoom(batch.numberOfAccepted);
     cells_.Find(batch, cells);
-    static const auto add = CbFastestBuild(&addPlain, &addWide);
+    static const auto add = CbGetBuild<&addBatch>();
     add(batch, surfels, first, weights_, cells, tissues_);
 }
 

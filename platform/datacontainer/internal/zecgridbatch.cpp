@@ -4,6 +4,7 @@
 #include "platform/datacontainer/internal/zecgridmeans.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <numeric>
 
@@ -23,23 +24,37 @@ CB_ALWAYS_INLINE std::uint32_t rounded(T value) noexcept
 constexpr std::size_t c_size = ZeCGridBatch::c_size;
 constexpr std::int32_t c_firstOutside = ZeCGridBatch::c_firstOutside;
 
+// Numbers below 2^29 in magnitude, and no others, don't set the highest bit.
+CB_ALWAYS_INLINE std::uint64_t farOffBit(double value) noexcept
+{
+    constexpr std::uint64_t c_first = std::bit_cast<std::uint64_t>(double{1 << 29});
+    constexpr std::uint64_t c_magnitude = ~std::uint64_t{0} >> 1U;
+    return (std::bit_cast<std::uint64_t>(value) & c_magnitude) + (c_magnitude + 1 - c_first);
+}
+
 // Finds cells on one axis after the other, and where in them surfels lie. Returns whether all are
-// inside the grid. The quotient is a true one: with a reciprocal, surfels on borders would change
-// the cell. Short loops with nothing but arithmetic are worked on several elements at a time.
+// inside the grid for certain. The quotient is a true one: with a reciprocal, surfels on borders
+// would change the cell. Short loops with nothing but arithmetic are worked on several elements at
+// a time.
 CB_ALWAYS_INLINE bool findCells(ZeCGridBatch& batch, const ZeCGrid& grid, double units) noexcept
 {
-    constexpr double c_end = c_firstOutside;
     const std::size_t count = batch.count;
     const double offset = grid.offset;
     const double cellSize = grid.cellSize;
-    std::int32_t magnitudes = 0; // bits that any has
+    std::uint64_t areFarOff = 0; // the highest bit
     for (int axis = 0; axis < 3; ++axis) {
         double quotients[c_size];
         for (std::size_t i = 0; i < count; ++i) {
             const double coordinate = batch.positions[axis][i];
-            const double quotient = (coordinate - offset) / cellSize;
-            const double notBelow = quotient > -c_end ? quotient : -c_end; // so is NaN
-            quotients[i] = notBelow < c_end ? notBelow : c_end;
+            quotients[i] = (coordinate - offset) / cellSize;
+            areFarOff |= farOffBit(quotients[i]);
+        }
+        if (areFarOff >> 63U != 0) {
+            constexpr double c_end = c_firstOutside;
+            for (std::size_t i = 0; i < count; ++i) {
+                const double notBelow = quotients[i] > -c_end ? quotients[i] : -c_end; // so is NaN
+                quotients[i] = notBelow < c_end ? notBelow : c_end;
+            }
         }
         double floors[c_size];
         for (std::size_t i = 0; i < count; ++i) {
@@ -47,13 +62,11 @@ CB_ALWAYS_INLINE bool findCells(ZeCGridBatch& batch, const ZeCGrid& grid, double
             floors[i] = truncated - (quotients[i] < truncated ? 1.0 : 0.0);
         }
         for (std::size_t i = 0; i < count; ++i) {
-            const auto index = static_cast<std::int32_t>(floors[i]);
-            batch.indices[axis][i] = index;
+            batch.indices[axis][i] = static_cast<std::int32_t>(floors[i]);
             batch.fractions[axis][i] = rounded((quotients[i] - floors[i]) * units);
-            magnitudes |= std::abs(index);
         }
     }
-    return magnitudes < c_firstOutside;
+    return areFarOff >> 63U == 0;
 }
 
 } // namespace
@@ -65,11 +78,11 @@ void ZeCGridBatch::LoadPositions(std::span<const CbVector3f> from,
     count = from.size();
     transformation.MapPositions(from.data(), count, positions[0], positions[1], positions[2]);
     static const auto find = CbGetBuild<&findCells>();
-    const bool allInside = find(*this, grid, units);
+    const bool areInside = find(*this, grid, units);
 
     std::iota(accepted, accepted + count, std::uint16_t{0});
     numberOfAccepted = count;
-    if (allInside) return;
+    if (areInside) return;
     removeAccepted([&](std::uint16_t surfel) {
         return std::any_of(indices, indices + 3, [surfel](const std::int32_t* axis) {
             return std::abs(axis[surfel]) >= c_firstOutside;

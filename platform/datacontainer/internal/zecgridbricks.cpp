@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 #include <tuple>
 #include <utility>
 
@@ -34,6 +35,7 @@ CB_ALWAYS_INLINE void findPlaces(const std::int32_t* x, const std::int32_t* y,
         to.cells[i] = static_cast<std::uint32_t>(((x[i] & mask) << shift | (y[i] & mask)) << shift |
                                                  (z[i] & mask));
     }
+    to.isChange[0] = 1;
     for (std::size_t i = 1; i < count; ++i) {
         const std::int32_t changed = (x[i] ^ x[i - 1]) | (y[i] ^ y[i - 1]) | (z[i] ^ z[i - 1]);
         to.isChange[i] = static_cast<std::uint32_t>(changed) >> shift;
@@ -57,11 +59,10 @@ void ZeCGridBricks::MakeRoom(std::size_t numberOfCells)
                         numberOfCells < c_fewCells * numberOfBricks_;
     if (!sparse) return grow();
 
-    static_assert(c_mostVisited <= c_batch);
     ZeCGridBricks smaller(c_sparseShift);
     VisitInOrder([&](auto places) {
-        smaller.MakeRoom(numberOfCells);
         for (const Place& place : places) {
+            smaller.MakeRoom(numberOfCells);
             std::uint32_t* number;
             smaller.Find(&place.x, &place.y, &place.z, 1, &number);
             *number = place.number;
@@ -78,34 +79,59 @@ void ZeCGridBricks::Find(const std::int32_t* x, const std::int32_t* y, const std
     static const auto find = CbGetBuild<&findPlaces>();
     Places places;
     find(x, y, z, count, shift_, places);
-    places.isChange[0] = 1;
-    std::uint32_t* cells = nullptr;
+
+    // Processors can't foresee where the brick changes, nor what the table holds: so neither is
+    // asked for before it is known.
+    std::uint16_t changes[c_batch + 1];
+    std::size_t numberOfChanges = 0;
     for (std::size_t i = 0; i < count; ++i) {
-        if (places.isChange[i] != 0) {
-            cells = findBrick(x[i] >> shift_, y[i] >> shift_, z[i] >> shift_);
-        }
-        numbers[i] = cells + places.cells[i];
+        changes[numberOfChanges] = static_cast<std::uint16_t>(i);
+        numberOfChanges += places.isChange[i] != 0 ? 1 : 0;
+    }
+    std::size_t slots[c_batch];
+    for (std::size_t c = 0; c < numberOfChanges; ++c) {
+        const std::size_t i = changes[c];
+        slots[c] = firstSlotOf(x[i] >> shift_, y[i] >> shift_, z[i] >> shift_);
+        CbPrefetch(&table_[slots[c]]);
+    }
+    std::uint32_t* bricks[c_batch + 1]; // the first one is not used
+    for (std::size_t c = 0; c < numberOfChanges; ++c) {
+        const std::size_t i = changes[c];
+        bricks[c + 1] = findBrick(slots[c], x[i] >> shift_, y[i] >> shift_, z[i] >> shift_);
+    }
+    std::size_t brick = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        brick += places.isChange[i] != 0 ? 1 : 0;
+        numbers[i] = bricks[brick] + places.cells[i];
         CbPrefetch(numbers[i]);
     }
 }
 
-ZeCGridBricks::Brick& ZeCGridBricks::slotOf(std::int32_t x, std::int32_t y, std::int32_t z) noexcept
+std::size_t ZeCGridBricks::firstSlotOf(std::int32_t x, std::int32_t y,
+                                       std::int32_t z) const noexcept
 {
     const auto bits = [](std::int32_t index) {
         return std::uint64_t{static_cast<std::uint32_t>(index)};
     };
     const std::uint64_t hash = (bits(x) * 0x9E3779B97F4A7C15U) ^ (bits(y) * 0xC2B2AE3D27D4EB4FU) ^
                                (bits(z) * 0xD6E8FEB86659FD93U);
+    return (hash * 0xFF51AFD7ED558CCDU) >> hashShift_;
+}
+
+ZeCGridBricks::Brick& ZeCGridBricks::slotOf(std::size_t firstSlot, std::int32_t x, std::int32_t y,
+                                            std::int32_t z) noexcept
+{
     const std::size_t mask = table_.size() - 1;
-    for (std::size_t slot = (hash * 0xFF51AFD7ED558CCDU) >> hashShift_;; slot = (slot + 1) & mask) {
+    for (std::size_t slot = firstSlot;; slot = (slot + 1) & mask) {
         Brick& brick = table_[slot];
         if (brick.number == 0 || (brick.x == x && brick.y == y && brick.z == z)) return brick;
     }
 }
 
-std::uint32_t* ZeCGridBricks::findBrick(std::int32_t x, std::int32_t y, std::int32_t z)
+std::uint32_t* ZeCGridBricks::findBrick(std::size_t firstSlot, std::int32_t x, std::int32_t y,
+                                        std::int32_t z)
 {
-    Brick& brick = slotOf(x, y, z);
+    Brick& brick = slotOf(firstSlot, x, y, z);
     if (brick.number == 0) {
         const std::size_t cells = std::size_t{1} << 3 * shift_;
         numbers_.MakeRoom((numberOfBricks_ + std::size_t{1}) * cells);
@@ -121,19 +147,115 @@ void ZeCGridBricks::grow()
     table_.swap(bricks);
     --hashShift_;
     for (const Brick& brick : bricks) {
-        if (brick.number != 0) slotOf(brick.x, brick.y, brick.z) = brick;
+        if (brick.number == 0) continue;
+        slotOf(firstSlotOf(brick.x, brick.y, brick.z), brick.x, brick.y, brick.z) = brick;
     }
 }
 
-std::vector<ZeCGridBricks::Brick> ZeCGridBricks::sortedBricks() const
+std::uint64_t ZeCGridBricks::maskOf(const Brick& brick) const noexcept
 {
-    std::vector<Brick> bricks;
-    bricks.reserve(numberOfBricks_);
-    for (const Brick& brick : table_) {
-        if (brick.number != 0) bricks.push_back(brick);
+    const std::uint32_t* const numbers = cellsOf(brick.number);
+    std::uint64_t mask = 0;
+    if (shift_ == c_usualShift) {
+        std::uint8_t isUsed[64];
+        for (std::size_t i = 0; i < 64; ++i) isUsed[i] = numbers[i] != 0 ? 1 : 0;
+        for (std::size_t i = 0; i < 64; i += 8) {
+            std::uint64_t bytes;
+            std::memcpy(&bytes, isUsed + i, sizeof bytes);
+            mask |= (bytes * 0x0102040810204080U) >> 56U << i; // their lowest bits side by side
+        }
+    } else {
+        for (std::size_t i = 0; i < 8; ++i) mask |= std::uint64_t{numbers[i] != 0} << i;
     }
-    std::sort(bricks.begin(), bricks.end(), [](const Brick& a, const Brick& b) {
+    return mask;
+}
+
+ZeCGridBricks::Slabs::Slabs(const ZeCGridBricks& bricks) : owner_(bricks)
+{
+    bricks_.reserve(bricks.numberOfBricks_);
+    for (const Brick& brick : bricks.table_) {
+        if (brick.number != 0) bricks_.push_back(brick);
+    }
+    std::sort(bricks_.begin(), bricks_.end(), [](const Brick& a, const Brick& b) {
         return std::tie(a.x, a.y, a.z) < std::tie(b.x, b.y, b.z);
     });
-    return bricks;
+    std::size_t most = 0; // in one slab
+    for (std::size_t i = 0, first = 0; i < bricks_.size(); ++i) {
+        if (bricks_[i].x != bricks_[first].x) first = i;
+        most = std::max(most, i - first + 1);
+    }
+    masks_.resize(most);
+    rows_.resize(most);
+    places_ = std::make_unique_for_overwrite<Place[]>(most << 3 * bricks.shift_);
+}
+
+bool ZeCGridBricks::Slabs::Next() noexcept
+{
+    if (end_ == bricks_.size()) return false;
+    first_ = end_;
+    while (end_ < bricks_.size() && bricks_[end_].x == bricks_[first_].x) ++end_;
+    countCells();
+    placeRows();
+    placeCells();
+    return true;
+}
+
+void ZeCGridBricks::Slabs::countCells() noexcept
+{
+    constexpr std::size_t c_ahead = 16;
+    const unsigned shift = owner_.shift_;
+    const unsigned length = 1U << shift; // of what differs in z alone
+    numberOfRows_ = 0;
+    for (std::size_t i = first_; i < end_; ++i) {
+        if (bricks_.size() - i > c_ahead) {
+            const std::uint32_t* const cells = owner_.cellsOf(bricks_[i + c_ahead].number);
+            for (unsigned x = 0; x < length; ++x) CbPrefetch(cells + (x << 2 * shift));
+        }
+        const std::uint64_t mask = owner_.maskOf(bricks_[i]);
+        masks_[i - first_] = mask;
+        // The number of bits in pairs of them, and in fours.
+        std::uint64_t counts = mask - (mask >> 1U & 0x5555555555555555U);
+        if (shift == c_usualShift) {
+            counts = (counts & 0x3333333333333333U) + (counts >> 2U & 0x3333333333333333U);
+        }
+        if (startsRow(i)) rows_[numberOfRows_++] = {};
+        Row& row = rows_[numberOfRows_ - 1];
+        for (unsigned run = 0; run < length * length; ++run) {
+            row[run] += counts >> run * length & ((1U << length) - 1);
+        }
+    }
+}
+
+void ZeCGridBricks::Slabs::placeRows() noexcept
+{
+    const std::size_t side = std::size_t{1} << owner_.shift_;
+    std::uint32_t next = 0;
+    for (std::size_t x = 0; x < side; ++x) {
+        for (std::size_t row = 0; row < numberOfRows_; ++row) {
+            for (std::size_t y = 0; y < side; ++y) {
+                next += std::exchange(rows_[row][x * side + y], next);
+            }
+        }
+    }
+    numberOfPlaces_ = next;
+}
+
+void ZeCGridBricks::Slabs::placeCells() noexcept
+{
+    const unsigned shift = owner_.shift_;
+    const std::int32_t mask = (1 << shift) - 1;
+    std::size_t numberOfRows = 0;
+    for (std::size_t i = first_; i < end_; ++i) {
+        const Brick& brick = bricks_[i];
+        if (startsRow(i)) ++numberOfRows;
+        Row& row = rows_[numberOfRows - 1];
+        const std::uint32_t* const numbers = owner_.cellsOf(brick.number);
+        for (std::uint64_t rest = masks_[i - first_]; rest != 0; rest &= rest - 1) {
+            const int cell = std::countr_zero(rest);
+            places_[row[static_cast<std::size_t>(cell >> shift)]++] = {
+                (brick.x << shift) + (cell >> 2 * shift),
+                (brick.y << shift) + (cell >> shift & mask), (brick.z << shift) + (cell & mask),
+                numbers[cell]};
+        }
+    }
 }

@@ -1,13 +1,12 @@
 #pragma once
 
-#include "platform/base/cbprefetch.h"
-#include "platform/datacontainer/internal/zecgridruns.h"
 #include "platform/datacontainer/internal/zetchunks.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <span>
 #include <vector>
 
 /// Finds a number for each used cell of an unbounded grid by the cell's three indices.
@@ -33,39 +32,19 @@ public:
     void Find(const std::int32_t* x, const std::int32_t* y, const std::int32_t* z,
               std::size_t count, std::uint32_t** numbers);
 
-    using Place = ZeCGridRuns::Place;
-    static constexpr std::size_t c_mostVisited = ZeCGridRuns::c_mostCells;
-
-    /// Calls `visit(places)` for all cells whose number is not 0, in ascending order of x, y and z,
-    /// with a span of up to c_mostVisited of them at a time.
+    /// A cell: its index on each axis, and its number.
+    struct Place
+    {
+        std::int32_t x, y, z;
+        std::uint32_t number;
+    };
+    /// Calls `visit(places)` with spans of all cells whose number is not 0, in ascending order of
+    /// x, y and z. Throws: std::bad_alloc, before the first call.
     template<class Visit>
     void VisitInOrder(Visit&& visit) const
     {
-        const std::vector<Brick> bricks = sortedBricks();
-        const auto isElsewhere = [](std::int32_t Brick::*axis, const Brick& brick) {
-            return [=](const Brick& other) { return other.*axis != brick.*axis; };
-        };
-        ZeCGridRuns runs;
-        for (auto slab = bricks.begin(); slab != bricks.end();) {
-            const auto slabEnd = std::find_if(slab, bricks.end(), isElsewhere(&Brick::x, *slab));
-            for (std::int32_t x = 0; x < 1 << shift_; ++x) {
-                for (auto row = slab; row != slabEnd;) {
-                    const auto rowEnd = std::find_if(row, slabEnd, isElsewhere(&Brick::y, *row));
-                    for (auto brick = row; brick != rowEnd; ++brick) {
-                        prefetchAhead(brick, slabEnd, x);
-                    }
-                    for (std::int32_t y = 0; y < 1 << shift_; ++y) {
-                        for (auto brick = row; brick != rowEnd; ++brick) {
-                            if (runs.IsFull()) runs.Take(visit);
-                            addRun(*brick, x, y, runs);
-                        }
-                    }
-                    row = rowEnd;
-                }
-            }
-            slab = slabEnd;
-        }
-        runs.Take(visit);
+        Slabs slabs(*this);
+        while (slabs.Next()) visit(slabs.GetPlaces());
     }
 
 private:
@@ -77,7 +56,45 @@ private:
     };
 
     static constexpr unsigned c_usualShift = 2;
-    static_assert(1U << c_usualShift == ZeCGridRuns::c_longest);
+
+    /// The cells of bricks with the same x, and then of those with the next one.
+    class Slabs
+    {
+    public:
+        /// Throws: std::bad_alloc.
+        explicit Slabs(const ZeCGridBricks& bricks);
+
+        /// Goes to the next bricks; false where there are none.
+        [[nodiscard]] bool Next() noexcept;
+        /// Their cells whose number is not 0, in ascending order of x, y and z.
+        [[nodiscard]] std::span<const Place> GetPlaces() const noexcept
+        {
+            return {places_.get(), numberOfPlaces_};
+        }
+
+    private:
+        /// Of a row of bricks, which differ in z alone, for each x and y in them: of the cells that
+        /// differ in z alone, how many there are or where the next one goes.
+        using Row = std::array<std::uint32_t, std::size_t{1} << 2 * c_usualShift>;
+
+        [[nodiscard]] bool startsRow(std::size_t brick) const noexcept
+        {
+            return brick == first_ || bricks_[brick].y != bricks_[brick - 1].y;
+        }
+        void countCells() noexcept;
+        void placeRows() noexcept;
+        void placeCells() noexcept;
+
+        const ZeCGridBricks& owner_;
+        std::vector<Brick> bricks_; ///< all, in ascending order of x, y and z
+        std::size_t first_ = 0;     ///< brick of this slab
+        std::size_t end_ = 0;
+        std::vector<std::uint64_t> masks_; ///< of its bricks: a bit for each cell
+        std::vector<Row> rows_;
+        std::size_t numberOfRows_ = 0;
+        std::unique_ptr<Place[]> places_;
+        std::size_t numberOfPlaces_ = 0;
+    };
 
     explicit ZeCGridBricks(unsigned shift);
 
@@ -85,36 +102,19 @@ private:
     {
         return numbers_.At(static_cast<std::size_t>(number - 1) << 3 * shift_);
     }
-    [[nodiscard]] const std::uint32_t* planeOf(const Brick& brick, std::int32_t x) const noexcept
-    {
-        return cellsOf(brick.number) + (static_cast<std::size_t>(x) << 2 * shift_);
-    }
-    // Fetches the cells with an x of a brick that is visited some bricks later.
-    void prefetchAhead(std::vector<Brick>::const_iterator brick,
-                       std::vector<Brick>::const_iterator end, std::int32_t x) const noexcept
-    {
-        constexpr std::ptrdiff_t c_ahead = 12;
-        if (end - brick > c_ahead) CbPrefetch(planeOf(brick[c_ahead], x));
-    }
-    // Adds the cells of a brick with an x and a y.
-    void addRun(const Brick& brick, std::int32_t x, std::int32_t y,
-                ZeCGridRuns& runs) const noexcept
-    {
-        const std::uint32_t* const numbers =
-            planeOf(brick, x) + (static_cast<std::size_t>(y) << shift_);
-        const std::array<std::int32_t, 3> first = {(brick.x << shift_) + x, (brick.y << shift_) + y,
-                                                   brick.z << shift_};
-        if (shift_ == c_usualShift) { // a loop of known length
-            runs.Add(first, numbers, std::size_t{1} << c_usualShift);
-        } else {
-            runs.Add(first, numbers, std::size_t{1} << shift_);
-        }
-    }
-    [[nodiscard]] Brick& slotOf(std::int32_t x, std::int32_t y, std::int32_t z) noexcept;
+    // Returns a bit for each cell of a brick, in ascending order of x, y and z: set where the
+    // number is not 0.
+    [[nodiscard]] std::uint64_t maskOf(const Brick& brick) const noexcept;
+    // Where a brick is in the table, or behind it, before free slots.
+    [[nodiscard]] std::size_t firstSlotOf(std::int32_t x, std::int32_t y,
+                                          std::int32_t z) const noexcept;
+    // Returns the slot of a brick, or the free one where it has to go.
+    [[nodiscard]] Brick& slotOf(std::size_t firstSlot, std::int32_t x, std::int32_t y,
+                                std::int32_t z) noexcept;
     // Returns the cells of a brick, which is made where there is none. Throws: std::bad_alloc.
-    [[nodiscard]] std::uint32_t* findBrick(std::int32_t x, std::int32_t y, std::int32_t z);
+    [[nodiscard]] std::uint32_t* findBrick(std::size_t firstSlot, std::int32_t x, std::int32_t y,
+                                           std::int32_t z);
     void grow();
-    [[nodiscard]] std::vector<Brick> sortedBricks() const;
 
     unsigned shift_;                   ///< binary logarithm of a brick's side
     std::vector<Brick> table_;         ///< open addressing; at most half of it is used

@@ -53,11 +53,13 @@ struct alignas(16) ZeCPackedGridCell
     {
         return static_cast<std::uint8_t>(rank >> 16U);
     }
-    /// Whether a surfel can be added: it has the tissue type of the others, and they are not too
-    /// many.
+    /// Whether a surfel can be added: it has the tissue type of the others, if there are any, and
+    /// they are not too many.
     [[nodiscard]] bool CanAdd(std::uint32_t rankOfSurfel) const noexcept
     {
-        return (rank ^ rankOfSurfel) >> 16U == 0 && GetCount() < c_mostSurfels;
+        const bool isOther = (rank ^ rankOfSurfel) >> 16U != 0;
+        const bool hasOthers = GetCount() != 0;
+        return !(isOther & hasOthers) && GetCount() < c_mostSurfels;
     }
     /// Adds a surfel.
     /// @param firstPairs the first two

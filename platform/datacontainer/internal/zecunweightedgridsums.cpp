@@ -82,10 +82,6 @@ void ZeCUnweightedGridSums::Add(const ZeCGridBatch& batch, const ZeCSurfelContai
 
 void ZeCUnweightedGridSums::addElsewhere(Cell& cell, const Cell& surfel) noexcept
 {
-    if (cell.GetCount() == 0) {
-        cell = surfel;
-        return;
-    }
     if (cell.overflow == 0) {
         cell.overflow = ++numberOfOverflows_;
         *overflows_.At(cell.overflow - 1) = {};

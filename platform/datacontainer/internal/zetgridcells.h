@@ -5,6 +5,7 @@
 #include "platform/datacontainer/internal/zecgridbricks.h"
 #include "platform/datacontainer/internal/zetchunks.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -30,10 +31,10 @@ public:
         std::array<std::int32_t, 3> index;
         Cell* cell;
     };
-    static constexpr std::size_t c_mostVisited = ZeCGridBricks::c_mostVisited;
+    static constexpr std::size_t c_mostVisited = 64;
 
     /// Calls `visit(places)` for all cells in ascending order of x, y and z, with a span of up to
-    /// c_mostVisited of them at a time.
+    /// c_mostVisited of them at a time. Throws: std::bad_alloc, before the first call.
     template<class Visit>
     void VisitInOrder(Visit&& visit) const;
 
@@ -80,20 +81,23 @@ template<class Cell>
 template<class Visit>
 void ZeTGridCells<Cell>::VisitInOrder(Visit&& visit) const
 {
-    // Cells lie in the order of their first surfels, far from each other. They are fetched while
-    // those before them are visited.
-    Place places[2][c_mostVisited];
-    std::size_t block = 0;
-    std::size_t count = 0; // of the other block
-    bricks_.VisitInOrder([&](auto found) {
-        for (std::size_t i = 0; i < found.size(); ++i) {
-            places[block][i] = {{found[i].x, found[i].y, found[i].z},
-                                cells_.At(found[i].number - 1)};
-            prefetch(places[block][i].cell);
+    bricks_.VisitInOrder([&](std::span<const ZeCGridBricks::Place> found) {
+        // Cells lie in the order of their first surfels, far from each other. They are fetched
+        // while those before them are visited.
+        Place places[2][c_mostVisited];
+        std::size_t block = 0;
+        std::size_t count = 0; // of the other block
+        while (!found.empty() || count != 0) {
+            const std::size_t n = std::min(found.size(), c_mostVisited);
+            for (std::size_t i = 0; i < n; ++i) {
+                const auto& [x, y, z, number] = found[i];
+                places[block][i] = {{x, y, z}, cells_.At(number - 1)};
+                prefetch(places[block][i].cell);
+            }
+            found = found.subspan(n);
+            block = 1 - block;
+            if (count != 0) visit(std::span<const Place>(places[block], count));
+            count = n;
         }
-        block = 1 - block;
-        if (count != 0) visit(std::span<const Place>(places[block], count));
-        count = found.size();
     });
-    if (count != 0) visit(std::span<const Place>(places[1 - block], count));
 }

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <tuple>
+#include <numeric>
 #include <utility>
 
 namespace
@@ -172,13 +172,14 @@ std::uint64_t ZeCGridBricks::maskOf(const Brick& brick) const noexcept
 
 ZeCGridBricks::Slabs::Slabs(const ZeCGridBricks& bricks) : owner_(bricks)
 {
-    bricks_.reserve(bricks.numberOfBricks_);
+    bricks_.resize(bricks.numberOfBricks_ + std::size_t{1});
+    std::size_t found = 0;
     for (const Brick& brick : bricks.table_) {
-        if (brick.number != 0) bricks_.push_back(brick);
+        bricks_[found] = brick;
+        found += brick.number != 0 ? 1 : 0;
     }
-    std::sort(bricks_.begin(), bricks_.end(), [](const Brick& a, const Brick& b) {
-        return std::tie(a.x, a.y, a.z) < std::tie(b.x, b.y, b.z);
-    });
+    bricks_.pop_back();
+    for (const auto axis : {&Brick::z, &Brick::y, &Brick::x}) sortBy(axis);
     std::size_t most = 0; // in one slab
     for (std::size_t i = 0, first = 0; i < bricks_.size(); ++i) {
         if (bricks_[i].x != bricks_[first].x) first = i;
@@ -187,6 +188,31 @@ ZeCGridBricks::Slabs::Slabs(const ZeCGridBricks& bricks) : owner_(bricks)
     masks_.resize(most);
     rows_.resize(most);
     places_ = std::make_unique_for_overwrite<Place[]>(most << 3 * bricks.shift_);
+}
+
+void ZeCGridBricks::Slabs::sortBy(std::int32_t Brick::*axis)
+{
+    // Digit by digit, from the lowest one on: the order of equal ones stays.
+    constexpr unsigned c_digit = 10;
+    constexpr std::uint32_t c_mask = (1U << c_digit) - 1;
+    if (bricks_.empty()) return;
+    const auto [least, most] =
+        std::minmax_element(bricks_.begin(), bricks_.end(), [=](const Brick& a, const Brick& b) {
+            return a.*axis < b.*axis;
+        });
+    const auto first = static_cast<std::uint32_t>((*least).*axis);
+    const std::uint32_t last = static_cast<std::uint32_t>((*most).*axis) - first;
+    std::vector<Brick> sorted(bricks_.size());
+    for (unsigned shift = 0; last >> shift != 0; shift += c_digit) {
+        const auto digitOf = [=](const Brick& brick) {
+            return (static_cast<std::uint32_t>(brick.*axis) - first) >> shift & c_mask;
+        };
+        std::array<std::uint32_t, c_mask + 1> places{};
+        for (const Brick& brick : bricks_) ++places[digitOf(brick)];
+        std::exclusive_scan(places.begin(), places.end(), places.begin(), 0U);
+        for (const Brick& brick : bricks_) sorted[places[digitOf(brick)]++] = brick;
+        bricks_.swap(sorted);
+    }
 }
 
 bool ZeCGridBricks::Slabs::Next() noexcept

@@ -81,6 +81,8 @@ private:
         {
             return brick == first_ || bricks_[brick].y != bricks_[brick - 1].y;
         }
+        // Keeps the order of bricks that are equal there. Throws: std::bad_alloc.
+        void sortBy(std::int32_t Brick::*axis);
         void countCells() noexcept;
         void placeRows() noexcept;
         void placeCells() noexcept;

@@ -17,3 +17,14 @@ inline void CbPrefetch(const void* address) noexcept
     __builtin_prefetch(address);
 #endif
 }
+
+/// Likewise, into the second cache only: for many addresses that are used a little later. Far more
+/// such requests can be under way at the same time.
+inline void CbPrefetchEarly(const void* address) noexcept
+{
+#if defined(_MSC_VER)
+    _mm_prefetch(static_cast<const char*>(address), _MM_HINT_T1);
+#else
+    __builtin_prefetch(address, 0, 2);
+#endif
+}

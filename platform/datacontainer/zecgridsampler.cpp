@@ -17,7 +17,7 @@ template<class T>
 void prefetch(std::span<const T> elements, std::size_t first)
 {
     const std::size_t last = std::min(elements.size(), first + ZeCGridBatch::c_size);
-    for (std::size_t i = first; i < last; i += 64 / sizeof(T)) CbPrefetch(&elements[i]);
+    for (std::size_t i = first; i < last; i += 64 / sizeof(T)) CbPrefetchEarly(&elements[i]);
 }
 
 } // namespace
@@ -64,10 +64,11 @@ void ZeCGridSampler::addSurfels(const ZeCSurfelContainer& surfels,
         n = std::min(added - first, ZeCGridBatch::c_size);
         batch.LoadPositions(positions.subspan(first, n), map, grid, sums_->GetPositionUnits());
         prefetch(positions, first + n);
+        if (spheres != nullptr) batch.Restrict(*spheres);
+        sums_->Find(batch);
         batch.LoadNormals(normals.subspan(first, n), map);
         prefetch(normals, first + n);
         prefetch(surfels.GetColorAccessor(), first + n);
-        if (spheres != nullptr) batch.Restrict(*spheres);
         sums_->Add(batch, surfels, first);
         prefetch(surfels.GetTissueTypeAccessor(), first + n);
         prefetch(surfels.GetBoundaryFlagAccessor(), first + n);

@@ -52,6 +52,27 @@ ZeCGridBricks::ZeCGridBricks(unsigned shift)
       hashShift_(64U - static_cast<unsigned>(std::countr_zero(c_firstTable)))
 {}
 
+inline std::size_t ZeCGridBricks::firstSlotOf(std::int32_t x, std::int32_t y,
+                                              std::int32_t z) const noexcept
+{
+    const auto bits = [](std::int32_t index) {
+        return std::uint64_t{static_cast<std::uint32_t>(index)};
+    };
+    const std::uint64_t hash = (bits(x) * 0x9E3779B97F4A7C15U) ^ (bits(y) * 0xC2B2AE3D27D4EB4FU) ^
+                               (bits(z) * 0xD6E8FEB86659FD93U);
+    return (hash * 0xFF51AFD7ED558CCDU) >> hashShift_;
+}
+
+inline ZeCGridBricks::Brick& ZeCGridBricks::slotOf(std::size_t firstSlot, std::int32_t x,
+                                                   std::int32_t y, std::int32_t z) noexcept
+{
+    const std::size_t mask = table_.size() - 1;
+    for (std::size_t slot = firstSlot;; slot = (slot + 1) & mask) {
+        Brick& brick = table_[slot];
+        if (brick.number == 0 || (brick.x == x && brick.y == y && brick.z == z)) return brick;
+    }
+}
+
 void ZeCGridBricks::MakeRoom(std::size_t numberOfCells)
 {
     if (numberOfBricks_ + c_batch <= table_.size() / 2) return;
@@ -92,53 +113,31 @@ void ZeCGridBricks::Find(const std::int32_t* x, const std::int32_t* y, const std
     for (std::size_t c = 0; c < numberOfChanges; ++c) {
         const std::size_t i = changes[c];
         slots[c] = firstSlotOf(x[i] >> shift_, y[i] >> shift_, z[i] >> shift_);
-        CbPrefetch(&table_[slots[c]]);
+        CbPrefetchEarly(&table_[slots[c]]);
     }
     std::uint32_t* bricks[c_batch + 1]; // the first one is not used
     for (std::size_t c = 0; c < numberOfChanges; ++c) {
         const std::size_t i = changes[c];
-        bricks[c + 1] = findBrick(slots[c], x[i] >> shift_, y[i] >> shift_, z[i] >> shift_);
+        const std::int32_t brickX = x[i] >> shift_, brickY = y[i] >> shift_,
+                           brickZ = z[i] >> shift_;
+        Brick& slot = slotOf(slots[c], brickX, brickY, brickZ);
+        if (slot.number == 0) makeBrick(slot, brickX, brickY, brickZ);
+        bricks[c + 1] = cellsOf(slot.number);
     }
     std::size_t brick = 0;
     for (std::size_t i = 0; i < count; ++i) {
         brick += places.isChange[i] != 0 ? 1 : 0;
         numbers[i] = bricks[brick] + places.cells[i];
-        CbPrefetch(numbers[i]);
+        CbPrefetchEarly(numbers[i]);
     }
 }
 
-std::size_t ZeCGridBricks::firstSlotOf(std::int32_t x, std::int32_t y,
-                                       std::int32_t z) const noexcept
+void ZeCGridBricks::makeBrick(Brick& slot, std::int32_t x, std::int32_t y, std::int32_t z)
 {
-    const auto bits = [](std::int32_t index) {
-        return std::uint64_t{static_cast<std::uint32_t>(index)};
-    };
-    const std::uint64_t hash = (bits(x) * 0x9E3779B97F4A7C15U) ^ (bits(y) * 0xC2B2AE3D27D4EB4FU) ^
-                               (bits(z) * 0xD6E8FEB86659FD93U);
-    return (hash * 0xFF51AFD7ED558CCDU) >> hashShift_;
-}
-
-ZeCGridBricks::Brick& ZeCGridBricks::slotOf(std::size_t firstSlot, std::int32_t x, std::int32_t y,
-                                            std::int32_t z) noexcept
-{
-    const std::size_t mask = table_.size() - 1;
-    for (std::size_t slot = firstSlot;; slot = (slot + 1) & mask) {
-        Brick& brick = table_[slot];
-        if (brick.number == 0 || (brick.x == x && brick.y == y && brick.z == z)) return brick;
-    }
-}
-
-std::uint32_t* ZeCGridBricks::findBrick(std::size_t firstSlot, std::int32_t x, std::int32_t y,
-                                        std::int32_t z)
-{
-    Brick& brick = slotOf(firstSlot, x, y, z);
-    if (brick.number == 0) {
-        const std::size_t cells = std::size_t{1} << 3 * shift_;
-        numbers_.MakeRoom((numberOfBricks_ + std::size_t{1}) * cells);
-        brick = {x, y, z, ++numberOfBricks_};
-        std::fill_n(cellsOf(brick.number), cells, 0U);
-    }
-    return cellsOf(brick.number);
+    const std::size_t cells = std::size_t{1} << 3 * shift_;
+    numbers_.MakeRoom((numberOfBricks_ + std::size_t{1}) * cells);
+    slot = {x, y, z, ++numberOfBricks_};
+    std::fill_n(cellsOf(slot.number), cells, 0U);
 }
 
 void ZeCGridBricks::grow()
@@ -197,9 +196,8 @@ void ZeCGridBricks::Slabs::sortBy(std::int32_t Brick::*axis)
     constexpr std::uint32_t c_mask = (1U << c_digit) - 1;
     if (bricks_.empty()) return;
     const auto [least, most] =
-        std::minmax_element(bricks_.begin(), bricks_.end(), [=](const Brick& a, const Brick& b) {
-            return a.*axis < b.*axis;
-        });
+        std::minmax_element(bricks_.begin(), bricks_.end(),
+                            [=](const Brick& a, const Brick& b) { return a.*axis < b.*axis; });
     const auto first = static_cast<std::uint32_t>((*least).*axis);
     const std::uint32_t last = static_cast<std::uint32_t>((*most).*axis) - first;
     std::vector<Brick> sorted(bricks_.size());
@@ -235,7 +233,7 @@ void ZeCGridBricks::Slabs::countCells() noexcept
     for (std::size_t i = first_; i < end_; ++i) {
         if (bricks_.size() - i > c_ahead) {
             const std::uint32_t* const cells = owner_.cellsOf(bricks_[i + c_ahead].number);
-            for (unsigned x = 0; x < length; ++x) CbPrefetch(cells + (x << 2 * shift));
+            for (unsigned x = 0; x < length; ++x) CbPrefetchEarly(cells + (x << 2 * shift));
         }
         const std::uint64_t mask = owner_.maskOf(bricks_[i]);
         masks_[i - first_] = mask;

@@ -113,9 +113,8 @@ private:
     // Returns the slot of a brick, or the free one where it has to go.
     [[nodiscard]] Brick& slotOf(std::size_t firstSlot, std::int32_t x, std::int32_t y,
                                 std::int32_t z) noexcept;
-    // Returns the cells of a brick, which is made where there is none. Throws: std::bad_alloc.
-    [[nodiscard]] std::uint32_t* findBrick(std::size_t firstSlot, std::int32_t x, std::int32_t y,
-                                           std::int32_t z);
+    // Makes a brick in a free slot. Throws: std::bad_alloc.
+    void makeBrick(Brick& slot, std::int32_t x, std::int32_t y, std::int32_t z);
     void grow();
 
     unsigned shift_;                   ///< binary logarithm of a brick's side

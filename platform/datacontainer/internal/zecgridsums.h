@@ -26,11 +26,13 @@ public:
     /// Units that the fractions in batches are counted in.
     [[nodiscard]] virtual double GetPositionUnits() const noexcept = 0;
 
-    /// Adds the accepted surfels of a batch.
+    /// Finds the cells of the accepted surfels of a batch, whose normals need not be loaded yet:
+    /// what is known of cells is fetched meanwhile. Throws: std::bad_alloc; nothing has been added.
+    virtual void Find(const ZeCGridBatch& batch) = 0;
+    /// Adds the accepted surfels of the batch that Find was called with last.
     /// @param surfels that the batch was loaded from, from the surfel @p first on
-    /// Throws: std::bad_alloc; nothing has been added.
     virtual void Add(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
-                     std::size_t first) = 0;
+                     std::size_t first) noexcept = 0;
     /// Writes a surfel for each cell, in ascending order of the cells' x, y and z indices.
     /// @param destination has GetCount() surfels
     virtual void Write(ZeCSurfelContainer& destination, const ZeCGrid& grid,

@@ -155,7 +155,7 @@ void ZeCShiftedBins::findBins(Batch& batch, const std::uint8_t* tissueTypes)
         batch.bins[a] = &bin(*number);
         const auto* const bytes = reinterpret_cast<const std::byte*>(batch.bins[a]);
         for (std::size_t line = 0; line < sizeof(ZeCShiftedBin); line += 64) {
-            CbPrefetch(bytes + line);
+            CbPrefetchEarly(bytes + line);
         }
     }
 }

@@ -56,18 +56,22 @@ CB_ALWAYS_INLINE void pack(const ZeCGridBatch& batch, const ZeCSurfelContainer& 
 
 } // namespace
 
-void ZeCUnweightedGridSums::Add(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
-                                std::size_t first)
+void ZeCUnweightedGridSums::Find(const ZeCGridBatch& batch)
 {
-    const std::size_t count = batch.numberOfAccepted;
-    overflows_.MakeRoom(numberOfOverflows_ + count);
-    tissues_.MakeRoom(count);
+    overflows_.MakeRoom(numberOfOverflows_ + batch.numberOfAccepted);
+    tissues_.MakeRoom(batch.numberOfAccepted);
+    cells_.Find(batch);
+}
+
+void ZeCUnweightedGridSums::Add(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
+                                std::size_t first) noexcept
+{
     Cell* cells[ZeCGridBatch::c_size];
-    cells_.Find(batch, cells);
+    cells_.Get(cells);
     static const auto packAll = CbGetBuild<&pack>();
     PackedSurfels packed;
     packAll(batch, surfels, first, packed);
-    for (std::size_t a = 0; a < count; ++a) {
+    for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
         const std::size_t i = batch.accepted[a];
         Cell& cell = *cells[a];
         if (cell.CanAdd(packed.ranks[i])) {

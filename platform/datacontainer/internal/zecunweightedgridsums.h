@@ -14,8 +14,9 @@ public:
     {
         return ZeCPackedGridCell::c_positionUnits;
     }
+    void Find(const ZeCGridBatch& batch) override;
     void Add(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
-             std::size_t first) override;
+             std::size_t first) noexcept override;
     void Write(ZeCSurfelContainer& destination, const ZeCGrid& grid,
                float samplingParameter) override;
 

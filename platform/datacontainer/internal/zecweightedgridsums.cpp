@@ -44,12 +44,17 @@ CB_ALWAYS_INLINE void addBatch(const ZeCGridBatch& batch, const ZeCSurfelContain
 
 ZeCWeightedGridSums::ZeCWeightedGridSums(const Weights& weights) : weights_(weights) {}
 
+void ZeCWeightedGridSums::Find(const ZeCGridBatch& batch)
+{
+    tissues_.MakeRoom(batch.numberOfAccepted);
+    cells_.Find(batch);
+}
+
 void ZeCWeightedGridSums::Add(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
-                              std::size_t first)
+                              std::size_t first) noexcept
 {
     ZeCGridCell* cells[ZeCGridBatch::c_size];
-    tissues_.MakeRoom(batch.numberOfAccepted);
-    cells_.Find(batch, cells);
+    cells_.Get(cells);
     static const auto add = CbGetBuild<&addBatch>();
     add(batch, surfels, first, weights_, cells, tissues_);
 }

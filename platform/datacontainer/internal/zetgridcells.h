@@ -21,9 +21,12 @@ class ZeTGridCells
 public:
     [[nodiscard]] std::uint32_t GetCount() const noexcept { return count_; }
 
-    /// Finds the cells of the accepted surfels of a batch, in their order, and makes those that are
-    /// not used yet. Throws: std::bad_alloc; no cell has been made.
-    void Find(const ZeCGridBatch& batch, Cell** cells);
+    /// Finds out where it says what cells the accepted surfels of a batch have, and fetches that.
+    /// Throws: std::bad_alloc.
+    void Find(const ZeCGridBatch& batch);
+    /// Gives the cells of the surfels of the batch that Find was called with last, in their order,
+    /// and makes those that are not used yet.
+    void Get(Cell** cells) noexcept;
 
     /// A cell, and its index on each axis.
     struct Place
@@ -41,23 +44,24 @@ public:
 private:
     static void prefetch(Cell* cell) noexcept
     {
-        CbPrefetch(cell);
-        CbPrefetch(reinterpret_cast<const std::byte*>(cell) + sizeof(Cell) - 1);
+        CbPrefetchEarly(cell);
+        CbPrefetchEarly(reinterpret_cast<const std::byte*>(cell) + sizeof(Cell) - 1);
     }
 
     ZeCGridBricks bricks_; ///< knows the cells by number, which counts from 1
     ZeTChunks<Cell> cells_;
     std::uint32_t count_ = 0;
+    std::uint32_t* numbers_[ZeCGridBricks::c_batch]; ///< of what was found last
+    std::size_t found_ = 0;                          ///< how many
 };
 
 template<class Cell>
-void ZeTGridCells<Cell>::Find(const ZeCGridBatch& batch, Cell** cells)
+void ZeTGridCells<Cell>::Find(const ZeCGridBatch& batch)
 {
     static_assert(ZeCGridBatch::c_size <= ZeCGridBricks::c_batch);
     bricks_.MakeRoom(count_);
     cells_.MakeRoom(count_ + batch.numberOfAccepted);
 
-    std::uint32_t* numbers[ZeCGridBatch::c_size];
     std::int32_t accepted[3][ZeCGridBatch::c_size];
     const auto indices = [&](std::size_t axis) {
         if (batch.numberOfAccepted == batch.count) return batch.indices[axis];
@@ -66,9 +70,15 @@ void ZeTGridCells<Cell>::Find(const ZeCGridBatch& batch, Cell** cells)
         }
         return std::as_const(accepted[axis]);
     };
-    bricks_.Find(indices(0), indices(1), indices(2), batch.numberOfAccepted, numbers);
-    for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
-        std::uint32_t& number = *numbers[a];
+    bricks_.Find(indices(0), indices(1), indices(2), batch.numberOfAccepted, numbers_);
+    found_ = batch.numberOfAccepted;
+}
+
+template<class Cell>
+void ZeTGridCells<Cell>::Get(Cell** cells) noexcept
+{
+    for (std::size_t a = 0; a < found_; ++a) {
+        std::uint32_t& number = *numbers_[a];
         const bool isNew = number == 0;
         if (isNew) number = ++count_;
         cells[a] = cells_.At(number - 1);

@@ -1,5 +1,6 @@
 #include "platform/datacontainer/internal/zecunweightedgridsums.h"
 
+#include "platform/base/cbprefetch.h"
 #include "platform/datacontainer/internal/kernelbuilds.h"
 #include "platform/datacontainer/internal/zecpackedmeans.h"
 #include "platform/datacontainer/internal/zecsurfelwriter.h"
@@ -73,6 +74,7 @@ void ZeCUnweightedGridSums::Add(const ZeCGridBatch& batch, const ZeCSurfelContai
     packAll(batch, surfels, first, packed);
     for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
         const std::size_t i = batch.accepted[a];
+        CbPrefetch(cells[std::min(a + 12, batch.numberOfAccepted - 1)]);
         Cell& cell = *cells[a];
         if (cell.CanAdd(packed.ranks[i])) {
             packed.AddTo(cell, i);

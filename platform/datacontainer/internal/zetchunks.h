@@ -25,17 +25,18 @@ public:
     /// Makes room for @p count elements in all. Throws: std::bad_alloc; nothing has changed.
     void MakeRoom(std::size_t count)
     {
-        if (few_.Get() == nullptr) few_ = CbLargeMemory(c_together * sizeof(T));
-        while (c_together + chunks_.size() * c_chunk < count) {
-            chunks_.emplace_back(c_chunk * sizeof(T));
+        while (pieces_.size() * c_together < count) {
+            const std::size_t added = pieces_.empty() ? 1 : c_chunk / c_together;
+            pieces_.reserve(pieces_.size() + added);
+            chunks_.emplace_back(added * c_together * sizeof(T));
+            auto* const first = reinterpret_cast<T*>(chunks_.back().Get());
+            for (std::size_t i = 0; i < added; ++i) pieces_.push_back(first + i * c_together);
         }
     }
     /// The memory of an element there is room for.
     [[nodiscard]] T* At(std::size_t i) const noexcept
     {
-        if (i < c_together) return reinterpret_cast<T*>(few_.Get()) + i;
-        const std::size_t later = i - c_together;
-        return reinterpret_cast<T*>(chunks_[later / c_chunk].Get()) + later % c_chunk;
+        return pieces_[i / c_together] + i % c_together;
     }
 
 private:
@@ -43,6 +44,6 @@ private:
     static constexpr std::size_t c_chunk = (std::size_t{2} << 20U) / std::gcd(sizeof(T), 1024);
     static_assert(c_chunk % c_together == 0);
 
-    CbLargeMemory few_; ///< the first elements, where usual pages do
-    std::vector<CbLargeMemory> chunks_;
+    std::vector<CbLargeMemory> chunks_; ///< the first one is smaller, where usual pages do
+    std::vector<T*> pieces_;            ///< of chunks: c_together elements each
 };

@@ -3,16 +3,12 @@
 #include "platform/datacontainer/internal/zecpackedgridcell.h"
 #include "platform/datacontainer/internal/zetgridcells.h"
 
+#include <cstddef>
 #include <span>
 
-/// The surfels that stand for packed cells, several at a time: what ZeCGridCell::GetMeans gives.
-struct ZeCPackedMeans
-{
-    using Cells = ZeTGridCells<ZeCPackedGridCell>;
-    static constexpr std::size_t c_size = Cells::c_mostVisited;
-
-    ZeCPackedMeans(std::span<const Cells::Place> places, const ZeCGrid& grid,
-                   float samplingParameter) noexcept;
-
-    ZeCSurfel surfels[c_size]; ///< of the cells, in their order
-};
+/// Writes the surfels that stand for packed cells, several at a time: what ZeCGridCell::GetMeans
+/// gives for the surfels in the packed cells themselves.
+/// @param destination has surfels for all of them from the surfel @p first on
+void ZeCWritePackedMeans(std::span<const ZeTGridCells<ZeCPackedGridCell>::Place> places,
+                         const ZeCGrid& grid, float samplingParameter,
+                         ZeCSurfelContainer& destination, std::size_t first) noexcept;

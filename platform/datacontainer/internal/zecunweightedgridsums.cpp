@@ -111,17 +111,15 @@ void ZeCUnweightedGridSums::Write(ZeCSurfelContainer& destination, const ZeCGrid
     const ZeCSurfelWriter writer(destination);
     std::size_t written = 0;
     cells_.VisitInOrder([&](auto places) {
-        const ZeCPackedMeans means(places, grid, samplingParameter);
-        for (std::size_t i = 0; i < places.size(); ++i) {
-            const Cell& cell = *places[i].cell;
-            if (cell.overflow == 0) {
-                writer.Write(written++, means.surfels[i]);
-                continue;
+        ZeCWritePackedMeans(places, grid, samplingParameter, destination, written);
+        for (const auto& [index, cell] : places) {
+            if (cell->overflow != 0) {
+                ZeCGridCell sum = *overflows_.At(cell->overflow - 1);
+                cell->AddTo(sum);
+                const std::uint8_t type = tissues_.GetHeaviest(sum);
+                writer.Write(written, sum.GetMeans(index, grid, samplingParameter, type));
             }
-            ZeCGridCell sum = *overflows_.At(cell.overflow - 1);
-            cell.AddTo(sum);
-            const std::uint8_t type = tissues_.GetHeaviest(sum);
-            writer.Write(written++, sum.GetMeans(places[i].index, grid, samplingParameter, type));
+            ++written;
         }
     });
 }

@@ -1,5 +1,10 @@
 #include "platform/base/cblargememory.h"
 
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <mutex>
 #include <new>
 
 #if defined(__linux__)
@@ -9,44 +14,131 @@
 namespace
 {
 
-constexpr std::size_t c_cacheLine = 64;
+constexpr std::align_val_t c_cacheLine{64};
+constexpr std::size_t c_largePage = std::size_t{2} << 20U;
+#if defined(TREE_ADDRESS_SANITIZER)
+// It knows nothing of memory that is mapped or kept.
+constexpr std::size_t c_leastLarge = std::numeric_limits<std::size_t>::max();
+#else
+constexpr std::size_t c_leastLarge = c_largePage;
+#endif
+
+struct Piece
+{
+    std::byte* memory;
+    std::size_t bytes;
+};
 
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
 
-constexpr std::size_t c_largePage = std::size_t{2} << 20U;
-
-std::align_val_t alignmentOf(std::size_t bytes) noexcept
+// Lengths of mappings, which are multiples of all usual sizes of pages.
+std::size_t mappedBytes(std::size_t bytes) noexcept
 {
-    return std::align_val_t{bytes < c_largePage ? c_cacheLine : c_largePage};
+    constexpr std::size_t c_multiple = std::size_t{64} << 10U;
+    return (bytes + c_multiple - 1) / c_multiple * c_multiple;
 }
 
-void askForLargePages(void* memory, std::size_t bytes) noexcept
+// Takes a large piece from the system. Throws: std::bad_alloc.
+Piece takeFromSystem(std::size_t bytes)
 {
-    const std::size_t whole = bytes / c_largePage * c_largePage;
-    if (whole != 0) madvise(memory, whole, MADV_HUGEPAGE); // refused: usual pages
+    if (bytes > std::numeric_limits<std::size_t>::max() / 2) throw std::bad_alloc();
+    // One large page more, of which what lies before the first and behind the last is not needed.
+    const std::size_t mapped = mappedBytes(bytes);
+    void* const all = mmap(nullptr, mapped + c_largePage, PROT_READ | PROT_WRITE,
+                           MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (all == MAP_FAILED) throw std::bad_alloc();
+    const std::size_t before = -reinterpret_cast<std::uintptr_t>(all) % c_largePage;
+    auto* const memory = static_cast<std::byte*>(all) + before;
+    if (before != 0) munmap(all, before);
+    munmap(memory + mapped, c_largePage - before);
+    madvise(memory, bytes / c_largePage * c_largePage, MADV_HUGEPAGE); // refused: usual pages
+    return {memory, bytes};
 }
+
+void giveBack(const Piece& piece) noexcept { munmap(piece.memory, mappedBytes(piece.bytes)); }
 
 #else
 
-std::align_val_t alignmentOf(std::size_t /*bytes*/) noexcept
+Piece takeFromSystem(std::size_t bytes)
 {
-    return std::align_val_t{c_cacheLine};
+    return {static_cast<std::byte*>(::operator new(bytes, c_cacheLine)), bytes};
 }
 
-void askForLargePages(void* /*memory*/, std::size_t /*bytes*/) noexcept {}
+void giveBack(const Piece& piece) noexcept { ::operator delete(piece.memory, c_cacheLine); }
 
 #endif
+
+/// Pieces that nobody uses.
+class KeptPieces
+{
+public:
+    /// Returns a piece that is large enough and not much larger; one without memory where there is
+    /// none.
+    [[nodiscard]] Piece Take(std::size_t bytes) noexcept
+    {
+        const std::lock_guard lock(mutex_);
+        std::size_t best = count_;
+        for (std::size_t i = 0; i < count_; ++i) {
+            const std::size_t found = pieces_[i].bytes;
+            if (found < bytes || found - bytes > bytes / 4) continue;
+            if (best == count_ || found < pieces_[best].bytes) best = i;
+        }
+        return best == count_ ? Piece{} : remove(best);
+    }
+    /// Keeps a piece. Where they become too many, those that were kept first are given back.
+    void Keep(const Piece& piece) noexcept
+    {
+        if (piece.bytes > c_mostBytes) return giveBack(piece);
+        const std::lock_guard lock(mutex_);
+        while (bytes_ > c_mostBytes - piece.bytes) giveBack(remove(0));
+        pieces_[count_++] = piece;
+        bytes_ += piece.bytes;
+    }
+
+private:
+    static constexpr std::size_t c_mostBytes = std::size_t{64} << 20U;
+
+    Piece remove(std::size_t i) noexcept
+    {
+        const Piece removed = pieces_[i];
+        std::copy(&pieces_[i] + 1, &pieces_[0] + count_, &pieces_[i]);
+        --count_;
+        bytes_ -= removed.bytes;
+        return removed;
+    }
+
+    std::mutex mutex_;
+    std::array<Piece, c_mostBytes / c_largePage> pieces_{}; ///< the oldest one first
+    std::size_t count_ = 0;
+    std::size_t bytes_ = 0; ///< of all
+};
+
+// Never destroyed, because pieces may be used for longer than anything else.
+KeptPieces& keptPieces()
+{
+    static KeptPieces& pieces = *new KeptPieces;
+    return pieces;
+}
 
 } // namespace
 
 CbLargeMemory::CbLargeMemory(std::size_t bytes)
 {
     if (bytes == 0) return;
-    memory_ = {static_cast<std::byte*>(::operator new(bytes, alignmentOf(bytes))), {bytes}};
-    askForLargePages(memory_.get(), bytes);
+    if (bytes >= c_leastLarge) {
+        Piece piece = keptPieces().Take(bytes);
+        if (piece.memory == nullptr) piece = takeFromSystem(bytes);
+        memory_ = {piece.memory, {piece.bytes}};
+    } else {
+        memory_ = {static_cast<std::byte*>(::operator new(bytes, c_cacheLine)), {bytes}};
+    }
 }
 
 void CbLargeMemory::Free::operator()(std::byte* memory) const noexcept
 {
-    ::operator delete(memory, alignmentOf(bytes));
+    if (bytes >= c_leastLarge) {
+        keptPieces().Keep({memory, bytes});
+    } else {
+        ::operator delete(memory, c_cacheLine);
+    }
 }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <span>
 #include <vector>
 
@@ -186,6 +187,8 @@ public:
 private:
     void sampleRow(std::int32_t x, std::int32_t y, const KeyedBins& row,
                    const std::array<std::size_t, 3>& shift);
+    // Makes room for the samples of all shifts in x, which are about as many as those of the first.
+    void makeRoom(ZeCSurfelContainer& destination) const;
     void appendSamples(std::size_t shiftX, ZeCSurfelContainer& destination);
 
     const ZeCShiftedBins& bins_;
@@ -228,8 +231,20 @@ void Sampling::AppendTo(ZeCSurfelContainer& destination)
                 });
             }
         });
+        if (shift[0] == 0) makeRoom(destination);
         appendSamples(shift[0], destination);
     }
+}
+
+void Sampling::makeRoom(ZeCSurfelContainer& destination) const
+{
+    std::size_t first = 0;
+    for (const auto& row : samples_) {
+        for (const auto& samples : row) first += samples.size();
+    }
+    const std::size_t all = destination.GetNrSurfels() + first * c_shifts + first / 16;
+    constexpr std::size_t c_most = std::numeric_limits<std::uint32_t>::max();
+    destination.Reserve(static_cast<std::uint32_t>(std::min(all, c_most)));
 }
 
 void Sampling::sampleRow(std::int32_t x, std::int32_t y, const KeyedBins& row,

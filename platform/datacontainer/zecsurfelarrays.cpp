@@ -40,14 +40,21 @@ ZeCSurfelArrays::ZeCSurfelArrays(const ZeCSurfelArrays& other) : ZeCSurfelArrays
     copyFrom(other);
 }
 
+void ZeCSurfelArrays::Reserve(std::uint32_t count)
+{
+    if (count <= capacity_) return;
+    ZeCSurfelArrays larger(count);
+    larger.copyFrom(*this);
+    larger.size_ = size_;
+    Swap(larger);
+}
+
 void ZeCSurfelArrays::Resize(std::uint32_t count)
 {
     if (count > capacity_) {
         constexpr std::size_t c_most = std::numeric_limits<std::uint32_t>::max();
         const std::size_t room = std::max<std::size_t>(count, capacity_ + capacity_ / 2);
-        ZeCSurfelArrays larger(static_cast<std::uint32_t>(std::min(room, c_most)));
-        larger.copyFrom(*this);
-        Swap(larger);
+        Reserve(static_cast<std::uint32_t>(std::min(room, c_most)));
     }
     size_ = count;
 }

@@ -50,6 +50,8 @@ public:
     [[nodiscard]] bool* GetBoundaryFlags() const noexcept { return at<bool>(20); }
     [[nodiscard]] std::uint8_t* GetCurvatures() const noexcept { return at<std::uint8_t>(21); }
 
+    /// Makes room for @p count surfels in all. Throws: std::bad_alloc, and nothing has changed.
+    void Reserve(std::uint32_t count);
     /// Changes the number of surfels and keeps the values; those of added surfels are not set.
     /// Throws: std::bad_alloc, and nothing has changed. Cost: amortised constant for each surfel
     /// added.

@@ -94,6 +94,9 @@ public:
     void CopySurfels(std::uint32_t destination, const ZeCSurfelContainer& from,
                      std::uint32_t source, std::uint32_t count, bool transformNormals,
                      const CbMatrix4Rf& transformation);
+    /// Makes room for @p count surfels in all, so that less is copied and touched while they are
+    /// appended. Accessors become invalid. Throws: std::bad_alloc; nothing is changed.
+    void Reserve(std::uint32_t count) { arrays_.Reserve(count); }
     /// Copies all surfels of @p other, which may be this container, behind the present ones,
     /// normals transformed as by CopySurfel.
     /// @param transformation from the frame of @p other into this container's

@@ -81,7 +81,7 @@ void ZeCGridBricks::MakeRoom(std::size_t numberOfCells)
     if (!sparse) return grow();
 
     ZeCGridBricks smaller(c_sparseShift);
-    VisitInOrder([&](auto places) {
+    VisitInOrder(numberOfCells, [&](auto places) {
         for (const Place& place : places) {
             smaller.MakeRoom(numberOfCells);
             std::uint32_t* number;
@@ -101,8 +101,7 @@ void ZeCGridBricks::Find(const std::int32_t* x, const std::int32_t* y, const std
     Places places;
     find(x, y, z, count, shift_, places);
 
-    // Processors can't foresee where the brick changes, nor what the table holds: so neither is
-    // asked for before it is known.
+    // Processors can't foresee where the brick changes: changes are found first, then looked up.
     std::uint16_t changes[c_batch + 1];
     std::size_t numberOfChanges = 0;
     for (std::size_t i = 0; i < count; ++i) {
@@ -169,7 +168,7 @@ std::uint64_t ZeCGridBricks::maskOf(const Brick& brick) const noexcept
     return mask;
 }
 
-ZeCGridBricks::Slabs::Slabs(const ZeCGridBricks& bricks) : owner_(bricks)
+ZeCGridBricks::Slabs::Slabs(const ZeCGridBricks& bricks, std::size_t numberOfCells) : owner_(bricks)
 {
     bricks_.resize(bricks.numberOfBricks_ + std::size_t{1});
     std::size_t found = 0;
@@ -186,7 +185,8 @@ ZeCGridBricks::Slabs::Slabs(const ZeCGridBricks& bricks) : owner_(bricks)
     }
     masks_.resize(most);
     rows_.resize(most);
-    places_ = std::make_unique_for_overwrite<Place[]>(most << 3 * bricks.shift_);
+    places_ =
+        std::make_unique_for_overwrite<Place[]>(std::min(numberOfCells, most << 3 * bricks.shift_));
 }
 
 void ZeCGridBricks::Slabs::sortBy(std::int32_t Brick::*axis)
@@ -199,9 +199,9 @@ void ZeCGridBricks::Slabs::sortBy(std::int32_t Brick::*axis)
         std::minmax_element(bricks_.begin(), bricks_.end(),
                             [=](const Brick& a, const Brick& b) { return a.*axis < b.*axis; });
     const auto first = static_cast<std::uint32_t>((*least).*axis);
-    const std::uint32_t last = static_cast<std::uint32_t>((*most).*axis) - first;
+    std::uint32_t last = static_cast<std::uint32_t>((*most).*axis) - first;
     std::vector<Brick> sorted(bricks_.size());
-    for (unsigned shift = 0; last >> shift != 0; shift += c_digit) {
+    for (unsigned shift = 0; last != 0; shift += c_digit, last >>= c_digit) {
         const auto digitOf = [=](const Brick& brick) {
             return (static_cast<std::uint32_t>(brick.*axis) - first) >> shift & c_mask;
         };

@@ -40,10 +40,11 @@ public:
     };
     /// Calls `visit(places)` with spans of all cells whose number is not 0, in ascending order of
     /// x, y and z. Throws: std::bad_alloc, before the first call.
+    /// @param numberOfCells at least as many as there are
     template<class Visit>
-    void VisitInOrder(Visit&& visit) const
+    void VisitInOrder(std::size_t numberOfCells, Visit&& visit) const
     {
-        Slabs slabs(*this);
+        Slabs slabs(*this, numberOfCells);
         while (slabs.Next()) visit(slabs.GetPlaces());
     }
 
@@ -62,7 +63,7 @@ private:
     {
     public:
         /// Throws: std::bad_alloc.
-        explicit Slabs(const ZeCGridBricks& bricks);
+        Slabs(const ZeCGridBricks& bricks, std::size_t numberOfCells);
 
         /// Goes to the next bricks; false where there are none.
         [[nodiscard]] bool Next() noexcept;

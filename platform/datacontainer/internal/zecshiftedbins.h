@@ -32,7 +32,7 @@ public:
     template<class Visit>
     void VisitInOrder(Visit&& visit) const
     {
-        bricks_.VisitInOrder([&](auto places) {
+        bricks_.VisitInOrder(count_, [&](auto places) {
             for (auto [x, y, z, number] : places) {
                 for (; number != 0; number = bin(number).next) visit(x, y, z, bin(number));
             }

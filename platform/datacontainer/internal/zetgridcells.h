@@ -91,7 +91,7 @@ template<class Cell>
 template<class Visit>
 void ZeTGridCells<Cell>::VisitInOrder(Visit&& visit) const
 {
-    bricks_.VisitInOrder([&](std::span<const ZeCGridBricks::Place> found) {
+    bricks_.VisitInOrder(count_, [&](std::span<const ZeCGridBricks::Place> found) {
         // Cells lie in the order of their first surfels, far from each other. They are fetched
         // while those before them are visited.
         Place places[2][c_mostVisited];

@@ -1,10 +1,12 @@
 #include "platform/base/cblargememory.h"
 
+#include "platform/base/cbcriticalsection.h"
+#include "platform/base/cbimmortal.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <limits>
-#include <mutex>
 #include <new>
 
 #if defined(__linux__)
@@ -76,7 +78,7 @@ public:
     /// none.
     [[nodiscard]] Piece Take(std::size_t bytes) noexcept
     {
-        const std::lock_guard lock(mutex_);
+        const CbCriticalSectionLock lock(section_);
         std::size_t best = count_;
         for (std::size_t i = 0; i < count_; ++i) {
             const std::size_t found = pieces_[i].bytes;
@@ -89,16 +91,38 @@ public:
     void Keep(const Piece& piece) noexcept
     {
         if (piece.bytes > c_mostBytes) return giveBack(piece);
-        const std::lock_guard lock(mutex_);
-        while (bytes_ > c_mostBytes - piece.bytes) giveBack(remove(0));
-        pieces_[count_++] = piece;
-        bytes_ += piece.bytes;
+        for (;;) {
+            Piece first;
+            {
+                const CbCriticalSectionLock lock(section_);
+                if (bytes_ <= c_mostBytes - piece.bytes) {
+                    pieces_[count_++] = piece;
+                    bytes_ += piece.bytes;
+                    return;
+                }
+                first = remove(0);
+            }
+            giveBack(first);
+        }
+    }
+    /// Gives all pieces back.
+    void Clear() noexcept
+    {
+        for (;;) {
+            Piece first;
+            {
+                const CbCriticalSectionLock lock(section_);
+                if (count_ == 0) return;
+                first = remove(0);
+            }
+            giveBack(first);
+        }
     }
 
 private:
     static constexpr std::size_t c_mostBytes = std::size_t{64} << 20U;
 
-    Piece remove(std::size_t i) noexcept
+    Piece remove(std::size_t i) noexcept CB_REQUIRES(section_)
     {
         const Piece removed = pieces_[i];
         std::copy(&pieces_[i] + 1, &pieces_[0] + count_, &pieces_[i]);
@@ -107,17 +131,30 @@ private:
         return removed;
     }
 
-    std::mutex mutex_;
-    std::array<Piece, c_mostBytes / c_largePage> pieces_{}; ///< the oldest one first
-    std::size_t count_ = 0;
-    std::size_t bytes_ = 0; ///< of all
+    CbCriticalSection section_;
+    /// The oldest one first.
+    std::array<Piece, c_mostBytes / c_largePage> pieces_ CB_GUARDED_BY(section_){};
+    std::size_t count_ CB_GUARDED_BY(section_) = 0;
+    std::size_t bytes_ CB_GUARDED_BY(section_) = 0; ///< of all
 };
 
-// Never destroyed, because pieces may be used for longer than anything else.
 KeptPieces& keptPieces()
 {
-    static KeptPieces& pieces = *new KeptPieces;
-    return pieces;
+    static CbImmortal<KeptPieces> pieces;
+    return *pieces;
+}
+
+// Takes a piece of at least so many bytes. Throws: std::bad_alloc.
+Piece take(std::size_t bytes)
+{
+    const Piece kept = keptPieces().Take(bytes);
+    if (kept.memory != nullptr) return kept;
+    try {
+        return takeFromSystem(bytes);
+    } catch (const std::bad_alloc&) {
+        keptPieces().Clear();
+        return takeFromSystem(bytes);
+    }
 }
 
 } // namespace
@@ -126,8 +163,7 @@ CbLargeMemory::CbLargeMemory(std::size_t bytes)
 {
     if (bytes == 0) return;
     if (bytes >= c_leastLarge) {
-        Piece piece = keptPieces().Take(bytes);
-        if (piece.memory == nullptr) piece = takeFromSystem(bytes);
+        const Piece piece = take(bytes);
         memory_ = {piece.memory, {piece.bytes}};
     } else {
         memory_ = {static_cast<std::byte*>(::operator new(bytes, c_cacheLine)), {bytes}};

@@ -10,8 +10,8 @@
 /// Memory of the system costs most when it is touched for the first time, page by page. From 2 MiB
 /// on, pieces ask for large pages, of which the system has to hand out far fewer: what is not
 /// touched costs nothing all the same, to the next 2 MiB. A system without them gives usual ones.
-/// When such pieces are no longer used, they are kept for the next ones of about their size: up to
-/// 64 MiB in all, for as long as the process runs.
+/// When such pieces are no longer used, they are kept for the next ones of their size or somewhat
+/// less: up to 64 MiB in all, until the process ends or the system has no memory left.
 ///
 /// Threads: different pieces may be taken and freed at the same time.
 class PLATFORM_API CbLargeMemory

@@ -2,7 +2,8 @@
 
 #include <cstddef>
 
-// A program has these by its own operator new.
+// A program has these by its own operator new. Large pieces of memory (CbLargeMemory) are seen only
+// in builds with the address sanitizer: in others they are mapped.
 
 /// Lets allocations of the calling thread fail, once a number of them have succeeded; a negative
 /// number ends that.

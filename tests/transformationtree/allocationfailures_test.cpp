@@ -9,6 +9,7 @@
 #include "transformationtree/zectransformationtreeutility.h"
 
 #include <functional>
+#include <memory>
 #include <new>
 #include <optional>
 #include <thread>
@@ -209,37 +210,81 @@ TEST_F(WithoutMemory, ATreeObjectLeavesItsNodesBehind)
     EXPECT_EQ(describe(), before);
 }
 
-TEST(AGridSampler, KeepsWhatItHasWhereMemoryEnds)
+constexpr std::uint32_t c_gridSurfels = 9000;
+
+// Two surfels in each cell.
+CbSmartPointer<ZeCSurfelCollectionQMT> surfelsForGrid()
 {
-    constexpr std::uint32_t c_count = 9000;
-    const auto surfels = CbMake<ZeCSurfelCollectionQMT>(
-        c_count, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
-    for (std::uint32_t i = 0; i < c_count; ++i) {
+    auto surfels = CbMake<ZeCSurfelCollectionQMT>(
+        c_gridSurfels, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
+    for (std::uint32_t i = 0; i < c_gridSurfels; ++i) {
         surfels->GetPositionAccessor()[i].x = static_cast<float>(i / 2);
         surfels->GetTissueTypeAccessor()[i] = i % 2;
     }
+    return surfels;
+}
+
+// Calls a function with more and more allocations that succeed, until it does.
+void untilDone(const std::function<void()>& attempt, const std::function<void(bool)>& check)
+{
+    bool done = false;
+    for (long allocations = 0; !done; ++allocations) {
+        SCOPED_TRACE(allocations);
+        ASSERT_LT(allocations, 1000);
+        FailAllocationsAfter(allocations);
+        try {
+            attempt();
+            done = true;
+        } catch (const std::bad_alloc&) {
+        }
+        FailAllocationsAfter(-1);
+        check(done);
+    }
+}
+
+TEST(AGridSampler, KeepsWhatItHasWhereMemoryEnds)
+{
+    const auto surfels = surfelsForGrid();
     for (const float gain : {1.0F, 2.0F}) {
-        bool done = false;
-        for (long allocations = 0; !done; ++allocations) {
-            SCOPED_TRACE(allocations);
-            ASSERT_LT(allocations, 1000);
-            ZeCGridSampler sampler(1, 0, gain);
-            FailAllocationsAfter(allocations);
-            try {
-                sampler.AddSurfels(*surfels, nullptr);
-                done = true;
-            } catch (const std::bad_alloc&) {
-            }
-            FailAllocationsAfter(-1);
-            const std::uint32_t count = sampler.GetNrOfUsedCells();
+        std::unique_ptr<ZeCGridSampler> sampler;
+        const auto add = [&] {
+            sampler.reset();
+            sampler = std::make_unique<ZeCGridSampler>(1.0F, 0.0F, gain);
+            sampler->AddSurfels(*surfels, nullptr);
+        };
+        untilDone(add, [&](bool done) {
+            if (sampler == nullptr) return;
+            const std::uint32_t count = sampler->GetNrOfUsedCells();
             const auto result = CbMake<ZeCSurfelCollectionQMT>(
                 count, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
-            sampler.GetSubsampled(*result, 1, {}, false);
+            sampler->GetSubsampled(*result, 1, {}, false);
             for (std::uint32_t i = 0; i < count; ++i) {
                 ASSERT_EQ(result->GetPositionAccessor()[i].x, static_cast<float>(i));
             }
-            EXPECT_EQ(count == c_count / 2, done);
-        }
+            EXPECT_EQ(count == c_gridSurfels / 2, done);
+        });
+    }
+}
+
+TEST(AGridSampler, WritesAllOrNothingWhereMemoryEnds)
+{
+    for (const float gain : {1.0F, 2.0F}) {
+        ZeCGridSampler sampler(1, 0, gain);
+        sampler.AddSurfels(*surfelsForGrid(), nullptr);
+        const std::uint32_t count = sampler.GetNrOfUsedCells();
+        const auto result = CbMake<ZeCSurfelCollectionQMT>(
+            count, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
+        int failures = 0;
+        untilDone([&] { sampler.GetSubsampled(*result, 1, {}, true); },
+                  [&](bool done) {
+                      failures += done ? 0 : 1;
+                      EXPECT_EQ(sampler.GetNrOfUsedCells(), done ? 0 : count);
+                      for (std::uint32_t i = 0; i < count; ++i) {
+                          const float written = done ? static_cast<float>(i) : 0.0F;
+                          ASSERT_EQ(result->GetPositionAccessor()[i].x, written);
+                      }
+                  });
+        EXPECT_GT(failures, 0);
     }
 }
 

@@ -44,7 +44,7 @@ struct CbKernelBuilds<Kernel>
 
 /// Returns the build of a kernel that this process runs. For initialising statics.
 template<auto Kernel>
-[[nodiscard]] auto CbGetBuild() noexcept
+[[nodiscard]] auto CbFastestBuild() noexcept
 {
     using Builds = CbKernelBuilds<Kernel>;
     switch (CbGetKernelBuild()) {

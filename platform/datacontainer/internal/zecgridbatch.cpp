@@ -77,7 +77,7 @@ void ZeCGridBatch::LoadPositions(std::span<const CbVector3f> from,
 {
     count = from.size();
     transformation.MapPositions(from.data(), count, positions[0], positions[1], positions[2]);
-    static const auto find = CbGetBuild<&findCells>();
+    static const auto find = CbFastestBuild<&findCells>();
     const bool areInside = find(*this, grid, units);
 
     std::iota(accepted, accepted + count, std::uint16_t{0});

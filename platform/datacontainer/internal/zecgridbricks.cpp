@@ -20,15 +20,15 @@ constexpr std::size_t c_fewCells = 3;
 constexpr std::size_t c_fewBricks = 2048; ///< too few to judge by
 
 /// Where cells lie in their bricks.
-struct Places
+struct CellsInBricks
 {
     std::uint32_t cells[ZeCGridBricks::c_batch];    ///< index in the brick
     std::uint32_t isChange[ZeCGridBricks::c_batch]; ///< 0 where the brick is the one before
 };
 
-CB_ALWAYS_INLINE void findPlaces(const std::int32_t* x, const std::int32_t* y,
-                                 const std::int32_t* z, std::size_t count, unsigned shift,
-                                 Places& to) noexcept
+CB_ALWAYS_INLINE void findInBricks(const std::int32_t* x, const std::int32_t* y,
+                                   const std::int32_t* z, std::size_t count, unsigned shift,
+                                   CellsInBricks& to) noexcept
 {
     const std::int32_t mask = (1 << shift) - 1;
     for (std::size_t i = 0; i < count; ++i) {
@@ -97,16 +97,16 @@ void ZeCGridBricks::Find(const std::int32_t* x, const std::int32_t* y, const std
                          std::size_t count, std::uint32_t** numbers)
 {
     if (count == 0) return;
-    static const auto find = CbGetBuild<&findPlaces>();
-    Places places;
-    find(x, y, z, count, shift_, places);
+    static const auto find = CbFastestBuild<&findInBricks>();
+    CellsInBricks inBricks;
+    find(x, y, z, count, shift_, inBricks);
 
     // Processors can't foresee where the brick changes: changes are found first, then looked up.
     std::uint16_t changes[c_batch + 1];
     std::size_t numberOfChanges = 0;
     for (std::size_t i = 0; i < count; ++i) {
         changes[numberOfChanges] = static_cast<std::uint16_t>(i);
-        numberOfChanges += places.isChange[i] != 0 ? 1 : 0;
+        numberOfChanges += inBricks.isChange[i] != 0 ? 1 : 0;
     }
     std::size_t slots[c_batch];
     for (std::size_t c = 0; c < numberOfChanges; ++c) {
@@ -125,8 +125,8 @@ void ZeCGridBricks::Find(const std::int32_t* x, const std::int32_t* y, const std
     }
     std::size_t brick = 0;
     for (std::size_t i = 0; i < count; ++i) {
-        brick += places.isChange[i] != 0 ? 1 : 0;
-        numbers[i] = bricks[brick] + places.cells[i];
+        brick += inBricks.isChange[i] != 0 ? 1 : 0;
+        numbers[i] = bricks[brick] + inBricks.cells[i];
         CbPrefetchEarly(numbers[i]);
     }
 }
@@ -205,10 +205,10 @@ void ZeCGridBricks::Slabs::sortBy(std::int32_t Brick::*axis)
         const auto digitOf = [=](const Brick& brick) {
             return (static_cast<std::uint32_t>(brick.*axis) - first) >> shift & c_mask;
         };
-        std::array<std::uint32_t, c_mask + 1> places{};
-        for (const Brick& brick : bricks_) ++places[digitOf(brick)];
-        std::exclusive_scan(places.begin(), places.end(), places.begin(), 0U);
-        for (const Brick& brick : bricks_) sorted[places[digitOf(brick)]++] = brick;
+        std::array<std::uint32_t, c_mask + 1> next{};
+        for (const Brick& brick : bricks_) ++next[digitOf(brick)];
+        std::exclusive_scan(next.begin(), next.end(), next.begin(), 0U);
+        for (const Brick& brick : bricks_) sorted[next[digitOf(brick)]++] = brick;
         bricks_.swap(sorted);
     }
 }
@@ -245,7 +245,7 @@ void ZeCGridBricks::Slabs::countCells() noexcept
         if (startsRow(i)) rows_[numberOfRows_++] = {};
         Row& row = rows_[numberOfRows_ - 1];
         for (unsigned run = 0; run < length * length; ++run) {
-            row[run] += counts >> run * length & ((1U << length) - 1);
+            row[run] += static_cast<std::uint32_t>(counts >> run * length & ((1U << length) - 1));
         }
     }
 }

@@ -142,7 +142,7 @@ CB_ALWAYS_INLINE void average(Places places, const ZeCGrid& from, const Target& 
 void ZeCWritePackedMeans(Places places, const ZeCGrid& grid, float samplingParameter,
                          ZeCSurfelContainer& destination, std::size_t first) noexcept
 {
-    static const auto averageAll = CbGetBuild<&average>();
+    static const auto averageAll = CbFastestBuild<&average>();
     const Target target(destination, first);
     averageAll(places, grid, target);
     if (!ZeCAreTooFew(1, samplingParameter)) return;

@@ -168,7 +168,7 @@ void ZeCSurfelTransformation::MapPositions(const CbVector3f* from, CbVector3f* t
         std::memcpy(to, from, count * sizeof *to);
         return;
     }
-    static const auto map = CbGetBuild<&mapPositions>();
+    static const auto map = CbFastestBuild<&mapPositions>();
     for (std::size_t n = 0; count > 0; count -= n, from += n, to += n) {
         n = std::min(count, c_block);
         map(from, n, positions_, to);
@@ -178,7 +178,7 @@ void ZeCSurfelTransformation::MapPositions(const CbVector3f* from, CbVector3f* t
 void ZeCSurfelTransformation::MapPositions(const CbVector3f* from, std::size_t count, float* x,
                                            float* y, float* z) const noexcept
 {
-    static const auto map = CbGetBuild<&mapCoordinates>();
+    static const auto map = CbFastestBuild<&mapCoordinates>();
     map(from, count, keepPositions_ ? nullptr : &positions_, x, y, z);
 }
 
@@ -189,7 +189,7 @@ void ZeCSurfelTransformation::MapNormals(const ZeCQuantizedNormal* from, ZeCQuan
         std::memcpy(static_cast<void*>(to), from, count * sizeof *to);
         return;
     }
-    static const auto mapWhole = CbGetBuild<&mapBlock>();
+    static const auto mapWhole = CbFastestBuild<&mapBlock>();
     std::uint16_t codes[c_block];
     for (; count >= c_block; count -= c_block, from += c_block, to += c_block) {
         std::memcpy(codes, from, sizeof codes);
@@ -204,7 +204,7 @@ void ZeCSurfelTransformation::MapNormals(const ZeCQuantizedNormal* from, ZeCQuan
 void ZeCSurfelTransformation::MapNormals(const ZeCQuantizedNormal* from, std::size_t count,
                                          Directions& to) const noexcept
 {
-    static const auto map = CbGetBuild<&mapDirections>();
+    static const auto map = CbFastestBuild<&mapDirections>();
     std::uint16_t codes[Directions::c_size] = {};
     std::memcpy(codes, from, count * sizeof *from);
     const bool haveLength = map(codes, normals_, to.axes);

@@ -5,6 +5,7 @@
 #include "platform/datacontainer/internal/zecpackedmeans.h"
 #include "platform/datacontainer/internal/zecsurfelwriter.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace
@@ -69,12 +70,13 @@ void ZeCUnweightedGridSums::Add(const ZeCGridBatch& batch, const ZeCSurfelContai
 {
     Cell* cells[ZeCGridBatch::c_size];
     cells_.Get(cells);
-    static const auto packAll = CbGetBuild<&pack>();
+    static const auto packAll = CbFastestBuild<&pack>();
     PackedSurfels packed;
     packAll(batch, surfels, first, packed);
+    constexpr std::size_t c_ahead = 12;
     for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
         const std::size_t i = batch.accepted[a];
-        CbPrefetch(cells[std::min(a + 12, batch.numberOfAccepted - 1)]);
+        CbPrefetch(cells[std::min(a + c_ahead, batch.numberOfAccepted - 1)]);
         Cell& cell = *cells[a];
         if (cell.CanAdd(packed.ranks[i])) {
             packed.AddTo(cell, i);

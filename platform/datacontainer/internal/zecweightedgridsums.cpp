@@ -55,7 +55,7 @@ void ZeCWeightedGridSums::Add(const ZeCGridBatch& batch, const ZeCSurfelContaine
 {
     ZeCGridCell* cells[ZeCGridBatch::c_size];
     cells_.Get(cells);
-    static const auto add = CbGetBuild<&addBatch>();
+    static const auto add = CbFastestBuild<&addBatch>();
     add(batch, surfels, first, weights_, cells, tissues_);
 }
 

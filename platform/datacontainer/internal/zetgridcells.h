@@ -21,8 +21,8 @@ class ZeTGridCells
 public:
     [[nodiscard]] std::uint32_t GetCount() const noexcept { return count_; }
 
-    /// Finds out where it says what cells the accepted surfels of a batch have, and fetches that.
-    /// Throws: std::bad_alloc.
+    /// Looks up where the numbers of the cells of a batch's accepted surfels stand, and prefetches
+    /// them. Throws: std::bad_alloc.
     void Find(const ZeCGridBatch& batch);
     /// Gives the cells of the surfels of the batch that Find was called with last, in their order,
     /// and makes those that are not used yet.
@@ -59,6 +59,7 @@ template<class Cell>
 void ZeTGridCells<Cell>::Find(const ZeCGridBatch& batch)
 {
     static_assert(ZeCGridBatch::c_size <= ZeCGridBricks::c_batch);
+    found_ = 0;
     bricks_.MakeRoom(count_);
     cells_.MakeRoom(count_ + batch.numberOfAccepted);
 

@@ -218,7 +218,8 @@ CbSmartPointer<ZeCSurfelCollectionQMT> surfelsForGrid()
     auto surfels = CbMake<ZeCSurfelCollectionQMT>(
         c_gridSurfels, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
     for (std::uint32_t i = 0; i < c_gridSurfels; ++i) {
-        surfels->GetPositionAccessor()[i].x = static_cast<float>(i / 2);
+        const std::uint32_t cell = i / 2;
+        surfels->GetPositionAccessor()[i].x = static_cast<float>(cell);
         surfels->GetTissueTypeAccessor()[i] = i % 2;
     }
     return surfels;

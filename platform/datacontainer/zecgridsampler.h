@@ -69,6 +69,8 @@ public:
     /// of the weight. Spare bytes of colours become 0.
     /// Throws: CbException for a destination of another size, std::bad_alloc; nothing is written or
     /// given up.
+    /// Cost: linear in the used cells. Meanwhile those of a slab four cells thick in x, of all
+    /// slabs the largest one, take 16 bytes more each.
     void GetSubsampled(ZeCSurfelContainer& destination, float samplingParameter,
                        ZeCSurfelContainer::ESurfelAttributeSet attributeSet, bool release);
 

@@ -19,6 +19,7 @@
 #define CB_BUILD_FOR_AVX512
 #endif
 
+/// What a build is for, the oldest processors first.
 enum class ECbKernelBuild
 {
     Plain,

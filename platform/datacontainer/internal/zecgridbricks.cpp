@@ -170,6 +170,7 @@ std::uint64_t ZeCGridBricks::maskOf(const Brick& brick) const noexcept
 
 ZeCGridBricks::Slabs::Slabs(const ZeCGridBricks& bricks, std::size_t numberOfCells) : owner_(bricks)
 {
+    // Free slots can't be foreseen: each is written, too, where the next brick goes.
     bricks_.resize(bricks.numberOfBricks_ + std::size_t{1});
     std::size_t found = 0;
     for (const Brick& brick : bricks.table_) {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <new>
 #include <random>
 #include <thread>
 #include <utility>
@@ -69,7 +70,10 @@ TEST(LargeMemory, IsGivenBackWhereMuchIsFreed)
         }
         EXPECT_GT(residentBytes(), before + 200 * c_mebibyte);
     }
-    EXPECT_LT(residentBytes(), before + 80 * c_mebibyte);
+    const std::size_t kept = residentBytes();
+    EXPECT_LT(kept, before + 80 * c_mebibyte);
+    EXPECT_THROW(CbLargeMemory(std::size_t{1} << 60U), std::bad_alloc);
+    EXPECT_LT(residentBytes() + 40 * c_mebibyte, kept) << "where memory ends, all of it";
 }
 #endif
 #endif

@@ -40,7 +40,7 @@ void ZeCAreaPropertiesAttribute::Serialize(CbStreamWriteBinary& stream) const
 
 void ZeCAreaPropertiesAttribute::Serialize(CbStreamReadBinary& stream)
 {
-    stream.ReadVersion(c_version, "zecareapropertiesattribute", 51);
+    stream.ReadKnownVersion(c_version, c_version, "zecareapropertiesattribute", 51);
     SetOrientationStrategy(EOrientationStrategy::Default);
 }
 

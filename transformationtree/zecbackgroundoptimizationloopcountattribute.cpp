@@ -55,7 +55,8 @@ void ZeCBackgroundOptimizationLoopCountAttribute::Serialize(CbStreamWriteBinary&
 
 void ZeCBackgroundOptimizationLoopCountAttribute::Serialize(CbStreamReadBinary& stream)
 {
-    stream.ReadVersion(c_version, "zecbackgroundoptimizationloopcountattribute", 51);
+    stream.ReadKnownVersion(c_version, c_version, "zecbackgroundoptimizationloopcountattribute",
+                            51);
     readVersion1(stream);
 }
 

@@ -59,7 +59,7 @@ void ZeCDisconnectedComponentWarningAttribute::Serialize(CbStreamReadBinary& str
 {
     CbSmartPointer<CySurfelCollectionBase> collection; // released after the lock
     const CbCriticalSectionLock lock(section_);
-    stream.ReadVersion(c_version, "zecdisconnectedcomponentwarningattribute", 66);
+    stream.ReadKnownVersion(c_version, c_version, "zecdisconnectedcomponentwarningattribute", 66);
     collection = collection_;
     ReadSurfelCollection(stream, collection);
     collection_.Swap(collection);

@@ -95,7 +95,7 @@ void ZeCImageAreaDataAttribute::Serialize(CbStreamWriteBinary& stream) const
 void ZeCImageAreaDataAttribute::Serialize(CbStreamReadBinary& stream)
 {
     const std::uint32_t version =
-        stream.ReadVersion(0, c_version, "zecimageareadataattribute", 259);
+        stream.ReadAndCompareVersion(c_version, "zecimageareadataattribute", 259);
     Fields fields = fields_;
     if (version == 0) {
         readVersion0(stream, fields);

@@ -94,7 +94,7 @@ void ZeCJawSemanticsAttribute::Serialize(CbStreamWriteBinary& stream) const
 
 void ZeCJawSemanticsAttribute::Serialize(CbStreamReadBinary& stream)
 {
-    stream.ReadVersion(c_version, "zecjawsemanticsattribute", 124);
+    stream.ReadKnownVersion(c_version, c_version, "zecjawsemanticsattribute", 124);
     readVersion1(stream);
 }
 

@@ -118,7 +118,7 @@ void ZeCNodeVector::Serialize(CbStreamWriteBinary& stream) const
 
 void ZeCNodeVector::Serialize(CbStreamReadBinary& stream)
 {
-    const auto version = stream.ReadVersion(1, c_version, "zecleafnodevector", 111);
+    const auto version = stream.ReadKnownVersion(1, c_version, "zecleafnodevector", 111);
     version == 1 ? readVersion1(stream) : readVersion2(stream);
 }
 

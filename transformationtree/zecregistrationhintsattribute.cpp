@@ -112,7 +112,7 @@ void ZeCRegistrationHintsAttribute::Serialize(CbStreamReadBinary& stream)
 {
     CbSmartPointer<CySurfelCollectionBase> collection; // released after the lock
     const CbCriticalSectionLock lock(section_);
-    stream.ReadVersion(c_version, "zecregistrationhintsattribute", 85);
+    stream.ReadKnownVersion(c_version, c_version, "zecregistrationhintsattribute", 85);
     std::uint32_t displayMode = 0;
     stream >> displayMode;
     collection = collection_;

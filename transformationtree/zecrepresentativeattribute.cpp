@@ -47,7 +47,7 @@ void ZeCRepresentativeAttribute::Serialize(CbStreamWriteBinary& stream) const
 
 void ZeCRepresentativeAttribute::Serialize(CbStreamReadBinary& stream)
 {
-    stream.ReadVersion(c_version, "zecrepresentativeattribute", 41);
+    stream.ReadKnownVersion(c_version, c_version, "zecrepresentativeattribute", 41);
     readVersion1(stream);
 }
 

@@ -11,6 +11,7 @@
 #include "transformationtree/zectransformationnodeserializationidmapper.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace
@@ -19,6 +20,9 @@ namespace
 constexpr std::uint32_t c_recordVersion = 1;
 
 constexpr const CbWChar* c_logger = CB_TEXT("Diagnostics.Registration.TransformationNode");
+
+// Where the counter of revisions stops.
+constexpr long long c_lastRevision = std::numeric_limits<long long>::max();
 
 // The newest revision of the process.
 struct HeadRevision
@@ -161,14 +165,15 @@ long long ZeCTransformationNode::getNextGlobalNodeRevision()
 {
     HeadRevision& head = headRevision();
     const CbCriticalSectionLock lock(head.section);
-    return ++head.value;
+    if (head.value != c_lastRevision) ++head.value;
+    return head.value;
 }
 
 void ZeCTransformationNode::assertGlobalNodeHeadRevisionValid(long long revision)
 {
     HeadRevision& head = headRevision();
     const CbCriticalSectionLock lock(head.section);
-    if (head.value <= revision) head.value = revision + 1;
+    if (head.value <= revision) head.value = std::min(revision, c_lastRevision - 1) + 1;
 }
 
 void ZeCTransformationNode::NewNodeRevision(unsigned int mask)
@@ -237,7 +242,7 @@ void ZeCTransformationNode::SerializeStructure(CbStreamWriteBinary& stream) cons
 
 void ZeCTransformationNode::SerializeStructure(CbStreamReadBinary& stream)
 {
-    stream.ReadVersion(c_recordVersion, "zectransformationnode", 611);
+    stream.ReadKnownVersion(c_recordVersion, c_recordVersion, "zectransformationnode", 611);
     const auto father = nodeMapper().ReadNodeByReference(stream);
     setFather(father && !father->leaf_ ? CbStaticPointerCast<ZeCTransformationNodeInner>(father)
                                        : nullptr);

@@ -124,9 +124,13 @@ public:
 
     /// @name Revisions
     /// Numbers from one counter of the process, unique and strictly increasing as they are handed
-    /// out. A mask selects the model revision (bit 0) and the transformation revision (bit 1);
-    /// other bits mean nothing. Threads: any time.
+    /// out. The counter stops at the largest number, which it repeats from then on. A mask selects
+    /// the model revision (bit 0) and the transformation revision (bit 1); other bits mean nothing.
+    /// Threads: any time.
     /// @{
+
+    /// The mask with which edits of the structure renew a node.
+    static constexpr unsigned int c_allRevisions = 0xFFFFFFFF;
 
     /// Gives each selected revision the next number, the model revision first; no other thread's
     /// number comes between the two.
@@ -354,12 +358,15 @@ protected:
     [[nodiscard]] std::array<long long, 2> getRevisions() const;
 
 private:
+    friend class ZeCChildList;
     friend class ZeCTransformationNodeInner;
     friend class ZeCTransformationNodeManager;
     friend class ZeCTransformationNodeSerializationIDMapper;
     friend struct TestAccess;
 
+    /// The next number, the largest one again if there is none above it.
     static long long getNextGlobalNodeRevision();
+    /// Makes all numbers to come larger than a given one, as far as there are any.
     static void assertGlobalNodeHeadRevisionValid(long long revision);
     /// Raises each revision to the given one where that is larger; returns the results.
     std::array<long long, 2> raiseRevisions(const std::array<long long, 2>& revisions);
@@ -367,11 +374,12 @@ private:
     void setID(const CyUniqueID& id);
     /// True where cached-leaf walks stop.
     [[nodiscard]] bool isCachedLeaf() const noexcept { return leaf_ || model_; }
+    /// True if another node than the father lists this one: after an exchange, or in a copy.
     [[nodiscard]] bool mayBeStale() const noexcept
     {
-        return mayBeStale_.load(std::memory_order_relaxed);
+        const std::uint32_t fathers = father_.GetAddress() != nullptr ? 1 : 0;
+        return listed_.load(std::memory_order_relaxed) > fathers;
     }
-    void setMayBeStale() const noexcept { mayBeStale_.store(true, std::memory_order_relaxed); }
     void storeDescription(CString description) noexcept;
     /// The description, for log messages of threads that have no lock on the node.
     [[nodiscard]] CString getLoggedDescription() const;
@@ -389,7 +397,5 @@ private:
     CbMatrix4Rd relativeTrafo_;
     const bool leaf_; ///< what IsLeaf() answers, without a virtual call
     bool visible_ = false;
-    /// Another node than the father may list this one: after an exchange, or in a copy. Copies are
-    /// made under a read lock, so several threads may set it.
-    mutable std::atomic<bool> mayBeStale_{false};
+    std::atomic<std::uint32_t> listed_{0}; ///< number of entries that name this node
 };

@@ -33,11 +33,7 @@ ZeCTransformationNodeInner::ZeCTransformationNodeInner() : ZeCTransformationNode
 
 ZeCTransformationNodeInner::ZeCTransformationNodeInner(const ZeCTransformationNodeInner& other)
     : ZeCTransformationNode(other), children_(other.children_), modelRevision_(other.modelRevision_)
-{
-    for (const auto& child : children_) {
-        if (child) child->setMayBeStale();
-    }
-}
+{}
 
 ZeCTransformationNodeInner::~ZeCTransformationNodeInner() = default;
 
@@ -52,15 +48,14 @@ void ZeCTransformationNodeInner::operator delete(ZeCTransformationNodeInner* nod
 
     node->nextDying_ = dying;
     dying = node;
-    std::reverse(node->children_.begin(), node->children_.end()); // the first one goes first
+    node->children_.Reverse(); // the first one goes first
     if (freeing) return;
 
     freeing = true;
     while (dying != nullptr) {
         ZeCTransformationNodeInner* const top = dying;
-        if (!top->children_.empty()) {
-            const auto child = std::move(top->children_.back());
-            top->children_.pop_back();
+        if (!top->children_->empty()) {
+            (void)top->children_.TakeLast();
             continue;
         }
         dying = top->nextDying_;
@@ -72,13 +67,13 @@ void ZeCTransformationNodeInner::operator delete(ZeCTransformationNodeInner* nod
 
 ZeCTransformationNodeInner::ChildIterator ZeCTransformationNodeInner::LastChild() noexcept
 {
-    return children_.empty() ? children_.end() : children_.end() - 1;
+    return children_->empty() ? children_.end() : children_.end() - 1;
 }
 
 ZeCTransformationNodeInner::ConstChildIterator
 ZeCTransformationNodeInner::LastChild() const noexcept
 {
-    return children_.empty() ? children_.end() : children_.end() - 1;
+    return children_->empty() ? children_->end() : children_->end() - 1;
 }
 
 ZeCTransformationNodeInner::ChildIterator ZeCTransformationNodeInner::FindChild(
@@ -90,32 +85,32 @@ ZeCTransformationNodeInner::ChildIterator ZeCTransformationNodeInner::FindChild(
 ZeCTransformationNodeInner::ConstChildIterator ZeCTransformationNodeInner::FindChild(
     const CbSmartPointer<const ZeCTransformationNode>& child) const noexcept
 {
-    return std::find(children_.begin(), children_.end(), child);
+    return std::find(children_->begin(), children_->end(), child);
 }
 
 CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::FrontChild() noexcept
 {
-    return children_.empty() ? nullptr : children_.front();
+    return children_->empty() ? nullptr : children_->front();
 }
 
 CbSmartPointer<const ZeCTransformationNode> ZeCTransformationNodeInner::FrontChild() const noexcept
 {
-    return children_.empty() ? nullptr : children_.front();
+    return children_->empty() ? nullptr : children_->front();
 }
 
 CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::BackChild() noexcept
 {
-    return children_.empty() ? nullptr : children_.back();
+    return children_->empty() ? nullptr : children_->back();
 }
 
 CbSmartPointer<const ZeCTransformationNode> ZeCTransformationNodeInner::BackChild() const noexcept
 {
-    return children_.empty() ? nullptr : children_.back();
+    return children_->empty() ? nullptr : children_->back();
 }
 
 void ZeCTransformationNodeInner::ReserveChildren(unsigned long long number)
 {
-    children_.reserve(number);
+    children_.Reserve(number);
 }
 
 void ZeCTransformationNodeInner::SetModel(CbSmartPointer<const ZeCModelQMT> model,
@@ -148,7 +143,7 @@ void ZeCTransformationNodeInner::AssumeAttributes(
     ZeCTransformationNode::AssumeAttributes(other, what);
     const auto& inner = static_cast<const ZeCTransformationNodeInner&>(*other);
     if (what == EAttributesToCopy::PropertiesAndModel &&
-        inner.children_.size() == children_.size()) {
+        inner.children_->size() == children_->size()) {
         SetModel(inner.model_, inner.modelRevision_);
     }
 }
@@ -174,8 +169,8 @@ void ZeCTransformationNodeInner::UpdateNodeRevisionSubtree(long long* out)
     std::vector<Level> path{{this, 0, getRevisions()}};
     for (;;) {
         Level& top = path.back();
-        if (top.nextChild < top.node->children_.size()) {
-            ZeCTransformationNode* const child = top.node->children_[top.nextChild++].Get();
+        if (top.nextChild < top.node->children_->size()) {
+            ZeCTransformationNode* const child = (*top.node->children_)[top.nextChild++].Get();
             if (child == nullptr) continue;
             if (!child->leaf_) {
                 auto* const inner = static_cast<ZeCTransformationNodeInner*>(child);
@@ -200,28 +195,29 @@ void ZeCTransformationNodeInner::UpdateNodeRevisionSubtree(long long* out)
 
 void ZeCTransformationNodeInner::SerializeStructure(CbStreamWriteBinary& stream) const
 {
-    if (children_.size() > std::numeric_limits<std::uint32_t>::max()) {
-        throw CbExceptionStream(CB_HERE, std::to_string(children_.size()) +
+    if (children_->size() > std::numeric_limits<std::uint32_t>::max()) {
+        throw CbExceptionStream(CB_HERE, std::to_string(children_->size()) +
                                              " children are too many to be stored");
     }
     ZeCTransformationNode::SerializeStructure(stream);
     stream << c_version << std::int64_t{modelRevision_}
-           << static_cast<std::uint32_t>(children_.size());
-    for (const auto& child : children_) GetIDOf(child.Get()).Serialize(stream);
+           << static_cast<std::uint32_t>(children_->size());
+    for (const auto& child : *children_) GetIDOf(child.Get()).Serialize(stream);
 }
 
 void ZeCTransformationNodeInner::SerializeStructure(CbStreamReadBinary& stream)
 {
     ZeCTransformationNode::SerializeStructure(stream);
-    stream.ReadVersion(c_version, "zectransformationnodeinner", 1290);
+    stream.ReadKnownVersion(c_version, c_version, "zectransformationnodeinner", 1290);
     std::int64_t modelRevision = 0;
     std::uint32_t count = 0;
-    stream >> modelRevision >> count;
+    stream >> modelRevision;
     modelRevision_ = modelRevision;
-    children_.clear();
-    children_.reserve(std::min<std::size_t>(count, stream.Remaining() / sizeof(CyUniqueID)));
+    stream >> count;
+    children_.Clear();
+    children_.Reserve(std::min<std::size_t>(count, stream.Remaining() / sizeof(CyUniqueID)));
     const auto& mapper = CbSingleton<ZeCTransformationNodeSerializationIDMapper>::GetInstance();
     for (; count != 0; --count) {
-        children_.push_back(mapper.ReadNodeByReference(stream));
+        children_.Insert(children_->size(), mapper.ReadNodeByReference(stream));
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "transformationtree/zecchildlist.h"
 #include "transformationtree/zectransformationnode.h"
 
 #include <new>
@@ -14,7 +15,7 @@ class TRANSFORMATIONTREE_API ZeCTransformationNodeInner final : public ZeCTransf
 {
 public:
     /// The children in their order, and positions among them.
-    using Children = std::vector<CbSmartPointer<ZeCTransformationNode>>;
+    using Children = ZeCChildList::Children;
     using ChildIterator = Children::iterator;
     using ConstChildIterator = Children::const_iterator;
 
@@ -42,9 +43,9 @@ public:
 
     /// The positions of the first child and behind the last one.
     [[nodiscard]] ChildIterator BeginChild() noexcept { return children_.begin(); }
-    [[nodiscard]] ConstChildIterator BeginChild() const noexcept { return children_.begin(); }
+    [[nodiscard]] ConstChildIterator BeginChild() const noexcept { return children_->begin(); }
     [[nodiscard]] ChildIterator EndChild() noexcept { return children_.end(); }
-    [[nodiscard]] ConstChildIterator EndChild() const noexcept { return children_.end(); }
+    [[nodiscard]] ConstChildIterator EndChild() const noexcept { return children_->end(); }
     /// The position of the last child, EndChild() where there is none.
     [[nodiscard]] ChildIterator LastChild() noexcept;
     [[nodiscard]] ConstChildIterator LastChild() const noexcept;
@@ -60,7 +61,7 @@ public:
     [[nodiscard]] CbSmartPointer<ZeCTransformationNode> BackChild() noexcept;
     [[nodiscard]] CbSmartPointer<const ZeCTransformationNode> BackChild() const noexcept;
     /// Number of children. Cost: constant.
-    [[nodiscard]] unsigned long long GetNrChildren() const noexcept { return children_.size(); }
+    [[nodiscard]] unsigned long long GetNrChildren() const noexcept { return children_->size(); }
     /// Makes room for @p number children. Throws: std::length_error, std::bad_alloc.
     void ReserveChildren(unsigned long long number);
     /// @}
@@ -141,7 +142,7 @@ private:
     static EVisit stopAtCachedLeaf(const ZeCTransformationNode& node,
                                    const ZeCTransformationNodeInner& father);
 
-    Children children_;
+    ZeCChildList children_;
     long long modelRevision_ = -1;                    ///< subtree revision of the cached model
     ZeCTransformationNodeInner* nextDying_ = nullptr; ///< see operator delete
 };

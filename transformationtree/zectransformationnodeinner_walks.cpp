@@ -53,7 +53,7 @@ CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::BackNode() con
 {
     ZeCTransformationNode* last = editable(this).Get();
     while (!last->IsLeaf()) {
-        const auto& children = static_cast<ZeCTransformationNodeInner*>(last)->children_;
+        const auto& children = *static_cast<ZeCTransformationNodeInner*>(last)->children_;
         const auto child = std::find_if(children.rbegin(), children.rend(),
                                         [](const auto& entry) { return entry != nullptr; });
         if (child == children.rend()) break;
@@ -200,7 +200,7 @@ ZeCTransformationNodeInner::Find(const CbSmartPointer<ZeCTransformationNode>& no
     const ZeCTransformationNode* above = this;
     for (auto step = path.rbegin(); step != path.rend(); ++step) {
         const auto& father = static_cast<const ZeCTransformationNodeInner&>(*above);
-        const auto& children = father.children_;
+        const auto& children = *father.children_;
         const auto position = father.FindChild(*step);
         if (position == children.end()) return EndNode();
         found.push(&*position, children.data() + children.size());

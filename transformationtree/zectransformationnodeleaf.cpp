@@ -77,7 +77,7 @@ void ZeCTransformationNodeLeaf::SerializeStructure(CbStreamWriteBinary& stream) 
 void ZeCTransformationNodeLeaf::SerializeStructure(CbStreamReadBinary& stream)
 {
     ZeCTransformationNode::SerializeStructure(stream);
-    const auto version = stream.ReadVersion(1, c_version, "zectransformationnodeleaf", 516);
+    const auto version = stream.ReadKnownVersion(1, c_version, "zectransformationnodeleaf", 516);
     if (version == c_version) stream >> newEntryScan_;
 }
 

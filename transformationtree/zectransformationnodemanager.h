@@ -11,6 +11,7 @@
 #include "transformationtree/zectransformationnodeleaf.h"
 
 #include <atomic>
+#include <functional>
 #include <vector>
 
 class CbStreamWriteASCII;
@@ -138,7 +139,10 @@ public:
     /// data manager, its links are cut and its ids dropped. Fathers are renewed where they had
     /// children. Does nothing for null. Entries whose node belongs to another father by now are
     /// erased, and nothing more. Cost: linear in the number of nodes.
-    void DeleteChildren(const Inner& father);
+    /// @param first is called just before the first change, if there are no children, too: nothing
+    ///     but this function can fail from then on. It must not edit the tree; if it throws,
+    ///     nothing changes.
+    void DeleteChildren(const Inner& father, const std::function<void()>& first = {});
     /// Puts a new child in the place of an old one, whose subtree is taken apart and loses its ids.
     /// Does nothing where the father does not list the old child, or both are the same.
     /// The new child leaves the data manager first where it is in it; its old father keeps listing
@@ -155,7 +159,8 @@ public:
     void MoveNode(const Inner& newFather, const Node& node, const ConstNode& before);
     /// Moves several nodes to the end of a new father's children, in their order, as MoveNode()
     /// would one after the other, but in one pass. The fathers that they leave, each renewed once,
-    /// also lose null entries and those whose node belongs to another father by now.
+    /// in the order in which the last of their nodes leaves them, also lose null entries and those
+    /// whose node belongs to another father by now.
     /// Throws: CbException also for a node that is named twice.
     /// Cost: linear in the numbers of nodes, of children that stay with the fathers they leave, of
     /// nodes that come into the data manager or go out of it, and of levels above the new father,
@@ -277,8 +282,9 @@ private:
         Drop
     };
     /// @param others what happens to all else that stands below the father
+    /// @param first as of DeleteChildren()
     void moveNodes(const Inner& newFather, const std::vector<Node>& nodes, EOthers others,
-                   const char* function);
+                   const char* function, const std::function<void()>& first = {});
     /// Takes sorted nodes from the lists of their fathers, which are these, and gives them a new
     /// one, which does not list them yet.
     static void relink(const Nodes& nodes, const std::vector<Inner>& oldFathers,

@@ -14,7 +14,7 @@
 namespace
 {
 
-constexpr unsigned int c_allRevisions = 0xFFFFFFFF;
+constexpr unsigned int c_allRevisions = ZeCTransformationNode::c_allRevisions;
 
 // The index of an entry in a father's children; their number where there is none.
 std::size_t indexOf(const ZeCTransformationNodeInner& father,
@@ -51,17 +51,25 @@ collectBelow(ZeCTransformationNodeInner& father, const std::vector<ZeCTransforma
     return nodes;
 }
 
-// Each father once.
+// Each father once, in the order in which the last of its nodes leaves it.
 std::vector<CbSmartPointer<ZeCTransformationNodeInner>>
-distinctFathers(const std::vector<ZeCTransformationNode*>& nodes)
+distinctFathers(const std::vector<CbSmartPointer<ZeCTransformationNode>>& nodes)
 {
-    std::vector<CbSmartPointer<ZeCTransformationNodeInner>> fathers;
-    for (const ZeCTransformationNode* const node : nodes) {
-        if (!fathers.empty() && node->IsChildOf(*fathers.back())) continue;
-        if (auto father = node->GetFather()) fathers.push_back(std::move(father));
+    using Inner = CbSmartPointer<ZeCTransformationNodeInner>;
+    std::vector<std::pair<Inner, std::size_t>> left; // and when
+    for (std::size_t i = nodes.size(); i > 0; --i) {
+        const auto& node = nodes[i - 1];
+        if (!left.empty() && node->IsChildOf(*left.back().first)) continue;
+        if (auto father = node->GetFather()) left.emplace_back(std::move(father), i);
     }
-    std::sort(fathers.begin(), fathers.end());
-    fathers.erase(std::unique(fathers.begin(), fathers.end()), fathers.end());
+    const auto sameFather = [](const auto& a, const auto& b) { return a.first == b.first; };
+    std::sort(left.begin(), left.end(), std::greater<>{});
+    left.erase(std::unique(left.begin(), left.end(), sameFather), left.end());
+    std::sort(left.begin(), left.end(),
+              [](const auto& a, const auto& b) { return a.second < b.second; });
+    std::vector<Inner> fathers;
+    fathers.reserve(left.size());
+    for (auto& [father, when] : left) fathers.push_back(std::move(father));
     return fathers;
 }
 
@@ -72,11 +80,11 @@ void append(std::vector<T>& to, const std::vector<T>& more)
 }
 
 // Makes room for more children, so that their insertion can't fail.
-void reserveMore(ZeCTransformationNodeInner::Children& children, std::size_t number)
+void reserveMore(ZeCChildList& children, std::size_t number)
 {
-    const std::size_t needed = children.size() + number;
-    if (needed > children.capacity()) {
-        children.reserve(std::max<std::size_t>({4, 2 * children.capacity(), needed}));
+    const std::size_t needed = children->size() + number;
+    if (needed > children->capacity()) {
+        children.Reserve(std::max<std::size_t>({4, 2 * children->capacity(), needed}));
     }
 }
 
@@ -139,8 +147,8 @@ void ZeCTransformationNodeManager::eraseStaleEntry(ZeCTransformationNodeInner& f
 {
     if (!child.mayBeStale() || child.IsChildOf(father)) return;
     const std::size_t stale = indexOf(father, CbSmartPointer<const ZeCTransformationNode>(&child));
-    if (stale == father.children_.size()) return;
-    father.children_.erase(father.children_.begin() + static_cast<std::ptrdiff_t>(stale));
+    if (stale == father.children_->size()) return;
+    father.children_.Erase(stale);
     if (stale < index) --index;
 }
 
@@ -148,7 +156,7 @@ void ZeCTransformationNodeManager::insertLinked(const Inner& father, std::size_t
                                                 const Node& child)
 {
     eraseStaleEntry(*father, *child, index);
-    father->children_.insert(father->children_.begin() + static_cast<std::ptrdiff_t>(index), child);
+    father->children_.Insert(index, child);
     child->setFather(father);
 }
 
@@ -206,7 +214,7 @@ void ZeCTransformationNodeManager::removeChild(
         hasChildren(*child) ? removeSubtreeFromDataManager(child)
                             : removeNodeFromDataManager(child);
     }
-    father->children_.erase(position);
+    father->children_.Erase(static_cast<std::size_t>(position - father->children_->begin()));
     if (own) child->setFather(nullptr);
     father->NewNodeRevision(c_allRevisions);
 }
@@ -233,7 +241,7 @@ void ZeCTransformationNodeManager::putInPlace(const Inner& father, const Node& o
     const Node child = newChild;
     if (!father) throw CbException(__FILE__, __LINE__, function, "the father is null");
     std::size_t index = indexOf(*father, old);
-    if (index == father->children_.size() || child == old) return;
+    if (index == father->children_->size() || child == old) return;
     requireInsertable(father, child, __FILE__, __LINE__, function);
     const bool own = old && old->IsChildOf(*father);
     if (child->IsChildOf(*father) || (replace && own && IsAtOrBelow(*child, *old))) {
@@ -261,10 +269,8 @@ void ZeCTransformationNodeManager::putInPlace(const Inner& father, const Node& o
         }
     }
     if (IsNodeInDataManager(child)) removeNodesFromDataManager(leaving, false);
-    // The old father of the new child goes on listing it.
-    if (child->GetFather()) child->setMayBeStale();
     eraseStaleEntry(*father, *child, index);
-    father->children_[index] = child;
+    father->children_.Replace(index, child); // the new child's old father goes on listing it
     child->setFather(father);
     addNodesToDataManager(added);
     father->NewNodeRevision(c_allRevisions);
@@ -289,16 +295,15 @@ void ZeCTransformationNodeManager::MoveNode(const Inner& newFather, const Node& 
     if (oldFather && managed) {
         auto& children = oldFather->children_;
         // Nothing to erase where the father does not list the node.
-        if (oldIndex < children.size()) {
-            children.erase(children.begin() + static_cast<std::ptrdiff_t>(oldIndex));
-        }
+        if (oldIndex < children->size()) children.Erase(oldIndex);
+        node->setFather(nullptr);
         oldFather->NewNodeRevision(c_allRevisions);
     } else if (oldFather) {
         RemoveChild(oldFather, node);
     }
     // Looked up now that the node has left its old place. In front of itself is where it was.
     std::size_t index = indexOf(*newFather, before);
-    if (before == node) index = stays ? oldIndex : newFather->children_.size();
+    if (before == node) index = stays ? oldIndex : newFather->children_->size();
     insertLinked(newFather, index, node);
     newFather->NewNodeRevision(c_allRevisions);
     if (comesIn) {
@@ -319,19 +324,25 @@ void ZeCTransformationNodeManager::ReplaceChildren(const Inner& father,
     moveNodes(father, children, EOthers::Drop, "ZeCTransformationNodeManager::ReplaceChildren");
 }
 
-void ZeCTransformationNodeManager::DeleteChildren(const Inner& father)
+void ZeCTransformationNodeManager::DeleteChildren(const Inner& father,
+                                                  const std::function<void()>& first)
 {
-    if (father) ReplaceChildren(father, {});
+    if (!father) return;
+    moveNodes(father, {}, EOthers::Drop, "ZeCTransformationNodeManager::DeleteChildren", first);
 }
 
 void ZeCTransformationNodeManager::moveNodes(const Inner& newFather, const std::vector<Node>& nodes,
-                                             EOthers others, const char* function)
+                                             EOthers others, const char* function,
+                                             const std::function<void()>& first)
 {
     if (!newFather) throw CbException(__FILE__, __LINE__, function, "the father is null");
     const Inner father = newFather; // may be held by what is dropped
     auto& children = father->children_;
     const bool drop = others == EOthers::Drop;
-    if (nodes.empty() && (!drop || children.empty())) return;
+    if (nodes.empty() && (!drop || children->empty())) {
+        if (first) first();
+        return;
+    }
     const bool anyHasChildren = std::any_of(
         nodes.begin(), nodes.end(), [](const Node& node) { return node && hasChildren(*node); });
     const Nodes atOrAboveFather = anyHasChildren ? collectUpwards(father) : Nodes{};
@@ -356,19 +367,17 @@ void ZeCTransformationNodeManager::moveNodes(const Inner& newFather, const std::
         if (managed == IsNodeInDataManager(node)) continue;
         managed ? append(comingIn, CollectPreOrder(*node)) : append(leaving, collectToRemove(node));
     }
-    const auto oldFathers = distinctFathers(sorted);
+    const auto oldFathers = distinctFathers(nodes);
     const auto dropped = drop ? collectBelow(*father, sorted) : std::vector<Node>{};
-    auto entries = drop ? nodes : ZeCTransformationNodeInner::Children{};
-    if (!drop) reserveMore(children, nodes.size());
+    ZeCChildList replaced; // the old entries, which go when the edit is done
+    reserveMore(drop ? replaced : children, nodes.size());
     (void)GetWriteHandle(father); // a thread's first handle needs memory too
 
+    if (first) first();
     removeNodesFromDataManager(leaving, false);
     relink(sorted, oldFathers, father);
-    if (drop) {
-        entries.swap(children); // old ones go when the edit is done
-    } else {
-        append(children, nodes);
-    }
+    if (drop) replaced.Swap(children);
+    children.Append(nodes);
     if (managed) {
         for (const Node& node : nodes) {
             WriteHandle handle = GetWriteHandle(node); // empty for a node that comes in
@@ -388,13 +397,13 @@ void ZeCTransformationNodeManager::relink(const Nodes& nodes, const std::vector<
                                           const Inner& newFather)
 {
     if (std::any_of(nodes.begin(), nodes.end(), [](auto* node) { return node->mayBeStale(); })) {
-        std::erase_if(newFather->children_,
-                      [&](const Node& child) { return contains(nodes, child.Get()); });
+        newFather->children_.EraseIf(
+            [&](const Node& child) { return contains(nodes, child.Get()); });
     }
     for (ZeCTransformationNode* const node : nodes) node->setFather(nullptr);
     for (const Inner& father : oldFathers) {
-        std::erase_if(father->children_,
-                      [&](const Node& child) { return !child || !child->IsChildOf(*father); });
+        father->children_.EraseIf(
+            [&](const Node& child) { return !child || !child->IsChildOf(*father); });
         father->NewNodeRevision(c_allRevisions);
     }
     for (ZeCTransformationNode* const node : nodes) node->setFather(newFather);
@@ -410,5 +419,5 @@ void ZeCTransformationNodeManager::takeApart(const Node& node)
 void ZeCTransformationNodeManager::cutLinks(const Node& node)
 {
     node->setFather(nullptr);
-    if (!node->IsLeaf()) static_cast<ZeCTransformationNodeInner&>(*node).children_.clear();
+    if (!node->IsLeaf()) static_cast<ZeCTransformationNodeInner&>(*node).children_.Clear();
 }

@@ -7,12 +7,11 @@ namespace
 {
 
 // Drops the entries that belong to another father by now.
-void eraseStaleEntries(ZeCTransformationNodeInner& father,
-                       ZeCTransformationNodeInner::Children& children)
+void eraseStaleEntries(ZeCTransformationNodeInner& father, ZeCChildList& children)
 {
-    const auto erased = std::erase_if(
-        children, [&](const auto& child) { return child && !child->IsChildOf(father); });
-    if (erased != 0) father.NewNodeRevision(0xFFFFFFFF);
+    const auto erased =
+        children.EraseIf([&](const auto& child) { return child && !child->IsChildOf(father); });
+    if (erased != 0) father.NewNodeRevision(ZeCTransformationNode::c_allRevisions);
 }
 
 } // namespace

@@ -19,8 +19,9 @@
 /// map after a complete write or read.
 ///
 /// @code
-/// for (auto node = root->BeginNode(); node; ++node) {
-///     mapper.WriteNodeForInstantiation(stream, (*node).GetNode());
+/// // The ranges read poses as they are: a singular one does not end the writing half-way.
+/// for (const auto& [node, trafo] : root->Nodes()) {
+///     mapper.WriteNodeForInstantiation(stream, CbSmartPointer(&node));
 /// }
 /// for (const auto& [node, trafo] : root->Nodes()) node.SerializeStructure(stream);
 /// @endcode

@@ -79,7 +79,7 @@ void Iterator::prefetchNode(const Path::Child& child) noexcept
 void Iterator::prefetchChildren(const Path::Child& child) noexcept
 {
     if (!child || child->leaf_) return;
-    CbPrefetch(static_cast<const ZeCTransformationNodeInner&>(*child).children_.data());
+    CbPrefetch(static_cast<const ZeCTransformationNodeInner&>(*child).children_->data());
 }
 
 void Iterator::prefetchSiblings(const Path::Child* position, const Path::Child* end) noexcept
@@ -101,7 +101,7 @@ bool Iterator::pushFirstChild()
 {
     ZeCTransformationNode& node = path_.IsEmpty() ? *root_ : topNode();
     if (node.leaf_) return false;
-    const auto& children = static_cast<ZeCTransformationNodeInner&>(node).children_;
+    const auto& children = *static_cast<ZeCTransformationNodeInner&>(node).children_;
     const Child* const end = children.data() + children.size();
     const Child* const first = firstNonNull(children.data(), end);
     if (first == end) return false;
@@ -115,7 +115,7 @@ bool Iterator::pushLastChild()
 {
     ZeCTransformationNode& node = path_.IsEmpty() ? *root_ : topNode();
     if (node.leaf_) return false;
-    const auto& children = static_cast<ZeCTransformationNodeInner&>(node).children_;
+    const auto& children = *static_cast<ZeCTransformationNodeInner&>(node).children_;
     const Child* const begin = children.data();
     const Child* const end = begin + children.size();
     for (const Child* child = end; child != begin;) {
@@ -143,7 +143,7 @@ bool Iterator::moveToNextSibling()
 bool Iterator::moveToPreviousSibling()
 {
     Path::Entry& top = path_.Top();
-    const Child* const begin = topFather().children_.data();
+    const Child* const begin = topFather().children_->data();
     for (const Child* child = top.position; child != begin;) {
         if (!*--child) continue;
         top.position = child;

@@ -41,7 +41,7 @@ public:
     }
     void Serialize(CbStreamReadBinary& stream) override
     {
-        stream.ReadVersion(c_version, "operatorattribute", 1);
+        stream.ReadKnownVersion(c_version, c_version, "operatorattribute", 1);
         stream >> name_;
     }
 

@@ -143,7 +143,7 @@ void ZeARTTIAttributeContainer::Serialize(CbStreamWriteBinary& stream) const
 
 void ZeARTTIAttributeContainer::Serialize(CbStreamReadBinary& stream)
 {
-    stream.ReadVersion(c_version, __FILE__, __LINE__);
+    stream.ReadKnownVersion(c_version, c_version, __FILE__, __LINE__);
     std::uint32_t count = 0;
     stream >> count;
     Attributes read;

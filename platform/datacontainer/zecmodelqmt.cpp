@@ -101,7 +101,7 @@ void ZeCModelQMT::Serialize(CbStreamWriteBinary& stream) const
 
 void ZeCModelQMT::Serialize(CbStreamReadBinary& stream)
 {
-    stream.ReadVersion(c_version, __FILE__, __LINE__);
+    stream.ReadKnownVersion(c_version, c_version, __FILE__, __LINE__);
     CyUniqueID id;
     id.Serialize(stream);
     if (id.IsNil()) throw CbExceptionStream(CB_HERE, "a stored model has no id");

@@ -75,7 +75,7 @@ void ZeCQuantizedNormalBinning::Serialize(CbStreamWriteBinary& stream) const
 
 void ZeCQuantizedNormalBinning::Serialize(CbStreamReadBinary& stream)
 {
-    stream.ReadVersion(c_version, __FILE__, __LINE__);
+    stream.ReadKnownVersion(c_version, c_version, __FILE__, __LINE__);
     std::uint32_t count = 0;
     stream >> count;
     if (count > c_cells || count > stream.Remaining() / c_bytesPerBin) {

@@ -66,7 +66,7 @@ void ZeCSurfelCollectionQMT::Serialize(CbStreamWriteBinary& stream) const
 
 void ZeCSurfelCollectionQMT::Serialize(CbStreamReadBinary& stream)
 {
-    stream.ReadVersion(c_version, __FILE__, __LINE__);
+    stream.ReadKnownVersion(c_version, c_version, __FILE__, __LINE__);
     std::int32_t attributeSet = 0;
     std::uint32_t count = 0;
     stream >> attributeSet >> count;

@@ -114,9 +114,9 @@ TEST(Session, IsRefusedWhereItsRecordsAreNoTree)
         Edit edit;
         Spoil spoil;
     } cases[] = {
-        {"twice", [&](SampleTree& t) { children(t.root).push_back(t.c); }, none},
-        {"names another father", [&](SampleTree& t) { children(t.root).push_back(t.a); }, none},
-        {"leads to 4 of 5", [&](SampleTree& t) { children(t.root).pop_back(); }, none},
+        {"twice", [&](SampleTree& t) { children(t.root).Append({t.c}); }, none},
+        {"names another father", [&](SampleTree& t) { children(t.root).Append({t.a}); }, none},
+        {"leads to 4 of 5", [&](SampleTree& t) { (void)children(t.root).TakeLast(); }, none},
         {"no inner node is the root",
          [&](SampleTree& t) { TestAccess::SetFather(*t.root, t.cluster); }, none},
         {"no inner node is the root", [](SampleTree& t) { TestAccess::SetFather(*t.c, nullptr); },
@@ -128,8 +128,8 @@ TEST(Session, IsRefusedWhereItsRecordsAreNoTree)
         {"leads to 2 of 5",
          [&](SampleTree& t) {
              TestAccess::SetFather(*t.cluster, t.cluster);
-             children(t.cluster).push_back(t.cluster);
-             children(t.root).erase(children(t.root).begin());
+             children(t.cluster).Append({t.cluster});
+             children(t.root).Erase(0);
          },
          none},
         {"two roots", [&](SampleTree& t) { TestAccess::SetFather(*t.a, nullptr); }, none},
@@ -185,8 +185,8 @@ TEST(Session, ThatWouldNotComeBackIsNotWritten)
     const std::pair<const char*, std::function<void(SampleTree&)>> cases[] = {
         {"no tree", [](SampleTree& t) { t.root = nullptr; }},
         {"not the root", [](SampleTree& t) { TestAccess::SetFather(*t.root, t.cluster); }},
-        {"lists a node", [](SampleTree& t) { TestAccess::Children(*t.root).push_back(t.a); }},
-        {"of two nodes", [](SampleTree& t) { TestAccess::Children(*t.root).push_back(t.c); }},
+        {"lists a node", [](SampleTree& t) { TestAccess::Children(*t.root).Append({t.a}); }},
+        {"of two nodes", [](SampleTree& t) { TestAccess::Children(*t.root).Append({t.c}); }},
         {"of two nodes", [](SampleTree& t) { TestAccess::SetId(*t.c, t.b->GetID()); }},
         {"node id 0000", [](SampleTree& t) { TestAccess::SetId(*t.c, CyUniqueID()); }},
         {"of two models",

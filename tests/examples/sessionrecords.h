@@ -49,7 +49,7 @@ struct SampleTree
     ~SampleTree()
     {
         for (const auto& inner : {root, cluster}) {
-            if (inner) TestAccess::Children(*inner).clear();
+            if (inner) TestAccess::Children(*inner).Clear();
         }
     }
 

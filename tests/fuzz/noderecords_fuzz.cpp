@@ -41,7 +41,7 @@ public:
     /// Rings would keep themselves alive.
     ~Steps()
     {
-        for (const auto& inner : inners()) TestAccess::Children(*inner).clear();
+        for (const auto& inner : inners()) TestAccess::Children(*inner).Clear();
         ClearMappers();
     }
 

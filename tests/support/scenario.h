@@ -2,6 +2,7 @@
 
 #include "platform/datacontainer/zecmodelqmt.h"
 #include "tests/support/treetestaccess.h"
+#include "transformationtree/zectransformationnodeiterators.h"
 #include "transformationtree/zectransformationnodeleaf.h"
 #include "transformationtree/zectransformationnodemanager.h"
 
@@ -20,7 +21,7 @@ using Model = CbSmartPointer<const ZeCModelQMT>;
 /// revision.
 inline void LinkByHand(const Inner& father, const Node& child)
 {
-    TestAccess::Children(*father).push_back(child);
+    TestAccess::Children(*father).Append({child});
     if (child) TestAccess::SetFather(*child, father);
 }
 
@@ -125,6 +126,22 @@ private:
     Node root_;
     std::map<std::string, Node> nodes_;
 };
+
+/// The nodes at and below @p top whose model revisions are newer than @p since, oldest first, by
+/// their descriptions.
+inline std::string RenewalOrder(const Node& top, long long since)
+{
+    std::map<long long, std::string> renewed;
+    for (auto node = top->BeginNode(); node; ++node) {
+        const ZeCTransformationNode& at = node.Borrow().node;
+        renewed[at.GetNodeRevision(1)] = at.GetDescription().ToUtf8();
+    }
+    std::string text;
+    for (auto node = renewed.upper_bound(since); node != renewed.end(); ++node) {
+        text += (text.empty() ? "" : " ") + node->second;
+    }
+    return text;
+}
 
 /// The text of a tree, in the form that Scenario reads. An entry whose node has another father by
 /// now begins with an exclamation mark, and what is below it is left out.

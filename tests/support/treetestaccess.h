@@ -8,15 +8,13 @@
 struct TestAccess
 {
     /// The children themselves, to build trees that no edit would make.
-    static ZeCTransformationNodeInner::Children& Children(ZeCTransformationNodeInner& inner)
-    {
-        return inner.children_;
-    }
+    static ZeCChildList& Children(ZeCTransformationNodeInner& inner) { return inner.children_; }
     static void SetFather(ZeCTransformationNode& node,
                           const CbSmartPointer<ZeCTransformationNodeInner>& father)
     {
         node.setFather(father);
     }
+    static bool MayBeStale(const ZeCTransformationNode& node) { return node.mayBeStale(); }
     static void SetId(ZeCTransformationNode& node, const CyUniqueID& id) { node.setID(id); }
     static void WriteVersion1(const ZeCNodeVector& vector, CbStreamWriteBinary& stream)
     {

@@ -81,20 +81,18 @@ const Corruption c_corruptions[] = {
     {"the child names no father",
      [](const Spot& at) { TestAccess::SetFather(*at.child, nullptr); },
      {"one"}},
-    {"the father lost the child",
-     [](const Spot& at) { at.Children().erase(at.Children().begin()); },
-     {"a"}},
+    {"the father lost the child", [](const Spot& at) { at.Children().Erase(0); }, {"a"}},
     {"the father lists the child in place of its sibling",
-     [](const Spot& at) { at.Children().back() = at.child; },
+     [](const Spot& at) { at.Children().Replace(at.Children()->size() - 1, at.child); },
      {"b"}},
     {"the father lists the child twice",
-     [](const Spot& at) { at.Children().push_back(at.child); },
+     [](const Spot& at) { at.Children().Append({at.child}); },
      {},
      true},
     {"two fathers list the child",
-     [](const Spot& at) { TestAccess::Children(*at.otherFather).push_back(at.child); },
+     [](const Spot& at) { TestAccess::Children(*at.otherFather).Append({at.child}); },
      {"two"}},
-    {"a null entry", [](const Spot& at) { at.Children().push_back(nullptr); }, {"one"}},
+    {"a null entry", [](const Spot& at) { at.Children().Append({nullptr}); }, {"one"}},
     {"no entry in the id map",
      [](const Spot& at) { manager().DeleteNode(at.child); },
      {"a", "one"}},
@@ -176,7 +174,7 @@ TEST(Consistency, OfTheWholeIsThatOfEachNode)
         for (auto times = random() % 3; times != 0; --times) {
             const char* const fathers[] = {"root", "one", "two", "e", "d"};
             const Inner father = tree.GetInner(fathers[random() % std::size(fathers)]);
-            const auto& children = TestAccess::Children(*father);
+            const auto& children = *TestAccess::Children(*father);
             if (children.empty() || !children.front() || !children.back()) continue;
             const auto& corruption = c_corruptions[random() % std::size(c_corruptions)];
             corruption.spoil({managed, father, children.front(), children.back(),
@@ -189,7 +187,7 @@ TEST(Consistency, OfTheWholeIsThatOfEachNode)
         }
         EXPECT_EQ(manager().IsValid(), expected) << "round " << round;
         for (const auto& [description, node] : tree.GetNodes()) {
-            if (!node->IsLeaf()) TestAccess::Children(*tree.GetInner(description)).clear();
+            if (!node->IsLeaf()) TestAccess::Children(*tree.GetInner(description)).Clear();
         }
     }
 }

@@ -72,7 +72,7 @@ public:
     }
     void Serialize(CbStreamReadBinary& stream) override
     {
-        stream.ReadVersion(1, __FILE__, __LINE__);
+        stream.ReadKnownVersion(1, 1, __FILE__, __LINE__);
         stream >> number;
     }
 

@@ -104,7 +104,7 @@ NaiveTree::Refusal NaiveTree::Insert(NaiveNode* father, std::size_t index, Naive
     if (child->father != nullptr) return refusal;
     link(*father, index, *child);
     if (father->managed) bringIn(*child, false);
-    father->renewed = true;
+    renew(*father);
     return {};
 }
 
@@ -124,7 +124,7 @@ void NaiveTree::Remove(NaiveNode* father, NaiveNode* child)
         child->father = nullptr;
     }
     eraseAt(father->children, index);
-    father->renewed = true;
+    renew(*father);
 }
 
 NaiveTree::Refusal NaiveTree::Replace(NaiveNode* father, NaiveNode* oldChild, NaiveNode* newChild)
@@ -156,7 +156,7 @@ NaiveTree::Refusal NaiveTree::put(const std::string& function, NaiveNode* father
             node->registered = false;
             node->father = nullptr;
             node->children.clear();
-            if (!node->leaf) node->renewed = true;
+            if (!node->leaf) renew(*node);
         }
     }
     if (newChild->managed) takeOut(*newChild);
@@ -164,7 +164,7 @@ NaiveTree::Refusal NaiveTree::put(const std::string& function, NaiveNode* father
     father->children[IndexOf(*father, oldChild)] = newChild;
     newChild->father = father;
     if (father->managed) bringIn(*newChild, replace);
-    father->renewed = true;
+    renew(*father);
     return {};
 }
 
@@ -177,14 +177,14 @@ NaiveTree::Refusal NaiveTree::Move(NaiveNode* newFather, NaiveNode* node, const 
         const std::size_t oldIndex = IndexOf(*oldFather, node);
         if (newFather->managed) {
             eraseAt(oldFather->children, oldIndex);
-            oldFather->renewed = true;
+            renew(*oldFather);
         } else {
             Remove(oldFather, node);
         }
         if (oldFather == newFather) index = oldIndex; // where it stays if put in front of itself
     }
     link(*newFather, before == node ? index : IndexOf(*newFather, before), *node);
-    newFather->renewed = true;
+    renew(*newFather);
     if (newFather->managed) bringIn(*node, false);
     return {};
 }
@@ -218,14 +218,14 @@ void NaiveTree::takeOut(NaiveNode& top)
     for (NaiveNode* const node : Subtree(top)) {
         node->managed = false;
         if (std::erase_if(node->children, [&](auto* child) { return child->father != node; })) {
-            node->renewed = true;
+            renew(*node);
         }
     }
 }
 
 void NaiveTree::StartEdit()
 {
-    for (const auto& node : nodes_) node->renewed = false;
+    for (const auto& node : nodes_) node->renewed = 0;
 }
 
 std::vector<std::unique_ptr<NaiveNode>> NaiveTree::TakeDead()

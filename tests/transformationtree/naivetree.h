@@ -15,7 +15,7 @@ struct NaiveNode
     bool managed = false;             ///< in the data manager
     bool registered = true;           ///< found by its id
     bool held = true;                 ///< the test has a reference
-    bool renewed = true;              ///< both revisions were renewed by the last edit
+    long renewed = 1;                 ///< the number of its renewal in the last edit; 0: none
 };
 
 /// The exception that an edit has to end with. Line 0 stands for any line.
@@ -60,10 +60,12 @@ public:
     [[nodiscard]] static std::vector<NaiveNode*> Subtree(NaiveNode& top);
 
 private:
+    /// Both revisions of the node are renewed.
+    void renew(NaiveNode& node) { node.renewed = ++renewals_; }
     [[nodiscard]] bool isInsertable(const NaiveNode* father, const NaiveNode* child) const;
     static void link(NaiveNode& father, std::size_t index, NaiveNode& child);
     static void bringIn(NaiveNode& top, bool registered);
-    static void takeOut(NaiveNode& top);
+    void takeOut(NaiveNode& top);
     Refusal put(const std::string& function, NaiveNode* father, NaiveNode* oldChild,
                 NaiveNode* newChild, bool replace);
 
@@ -71,4 +73,5 @@ private:
     NaiveNode* root_ = nullptr;
     bool linked_ = false;
     int created_ = 0;
+    long renewals_ = 1;
 };

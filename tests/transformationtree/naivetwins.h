@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -50,11 +51,23 @@ public:
         }
         const long long newestBefore = newest_;
         std::size_t registered = 0;
+        std::set<const NaiveNode*> stale; // listed by another node than the father
+        for (const auto& node : naive_.GetNodes()) {
+            for (const NaiveNode* child : node->children) {
+                if (child->father != node.get()) stale.insert(child);
+            }
+        }
+        std::map<long, long long> renewals; // revisions of renewed nodes, in the order of renewal
         for (const auto& node : naive_.GetNodes()) {
             registered += node->registered ? 1 : 0;
             const std::string difference = findDifference(*node, newestBefore);
             if (!difference.empty()) return difference + " of node " + NameOf(node.get());
+            const Node twin = twins_.at(node.get()).node.Lock();
+            if (TestAccess::MayBeStale(*twin) != stale.contains(node.get())) return "stale entries";
+            if (node->renewed != 0) renewals[node->renewed] = twin->GetNodeRevision(1);
         }
+        const auto isOlder = [](const auto& a, const auto& b) { return a.second < b.second; };
+        if (!std::is_sorted(renewals.begin(), renewals.end(), isOlder)) return "order of revisions";
         // With this no other id can be in the map.
         if (TestAccess::CountIds(manager()) != registered) return "number of ids";
         if (manager().GetRootNode() != Get(naive_.GetRoot())) return "root";
@@ -83,7 +96,7 @@ private:
         }
         const std::array revisions{node->GetNodeRevision(1), node->GetNodeRevision(2)};
         const bool renewed = revisions[0] > newestBefore && revisions[1] == revisions[0] + 1;
-        if (naive.renewed ? !renewed : revisions != twin.revisions) return "revisions";
+        if (naive.renewed != 0 ? !renewed : revisions != twin.revisions) return "revisions";
         twin.revisions = revisions;
         newest_ = std::max(newest_, revisions[1]);
 

@@ -34,7 +34,7 @@ TEST(Find, IsTheEndForNodesThatTheWalkDoesNotReach)
     EXPECT_TRUE(x->Find(tree.GetLeaf("b")) == x->EndLeaf()) << "beside";
 
     // A father that is named as such but does not hold the node.
-    TestAccess::Children(*x).clear();
+    TestAccess::Children(*x).Clear();
     EXPECT_TRUE(x->Find(tree["a"]) == x->EndNode());
     EXPECT_TRUE(tree.GetRootInner()->Find(tree["a"]) == tree.GetRoot()->EndNode());
 }

@@ -51,7 +51,7 @@ void collect(const Node& node, int father, bool closed, std::vector<Stop>& stops
     if (node->IsLeaf()) return;
     const bool closedBelow = closed || (stopsCachedWalk && father >= 0);
     for (const Node& child :
-         TestAccess::Children(static_cast<ZeCTransformationNodeInner&>(*node))) {
+         *TestAccess::Children(static_cast<ZeCTransformationNodeInner&>(*node))) {
         collect(child, index, closedBelow, stops);
     }
 }
@@ -86,7 +86,7 @@ Inner randomTree(std::mt19937& random)
         if (child) child->SetRelativeTrafo(randomMatrix(random, matrixKind));
         LinkByHand(father, child);
         auto& children = TestAccess::Children(*father);
-        std::swap(children[random() % children.size()], children.back());
+        std::swap(children.begin()[random() % children->size()], children.end()[-1]);
     }
     return inners[0];
 }

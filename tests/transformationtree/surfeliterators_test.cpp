@@ -298,10 +298,10 @@ TEST(AWalkOfSurfels, TakesContainersThatAreGoneForEmptyOnes)
 TEST(ANumberingOfSurfels, KeepsModelsAndMoment)
 {
     Inner root = leavesWith({5, 4, 11});
-    TestAccess::Children(*root)[2]->SetRelativeTrafo(Shift(1, 2, 3));
+    root->BeginChild()[2]->SetRelativeTrafo(Shift(1, 2, 3));
     Numbering numbering = root->GetRas();
     auto samples = root->BeginRss(1);
-    TestAccess::Children(*root)[2]->SetRelativeTrafo(Shift(4, 5, 6));
+    root->BeginChild()[2]->SetRelativeTrafo(Shift(4, 5, 6));
     root = nullptr;
     const Numbering copy = numbering;
     numbering = leafWith(surfels(1))->GetRas();

@@ -6,7 +6,9 @@
 #include "transformationtree/zectransformationnode.h"
 
 #include <barrier>
+#include <cstdlib>
 #include <gtest/gtest.h>
+#include <limits>
 #include <set>
 #include <thread>
 #include <vector>
@@ -114,6 +116,22 @@ TEST(TheHeadRevision, IsRaisedAboveARestoredOneAndNeverLowered)
     TestAccess::AssertGlobalNodeHeadRevisionValid(head + 1000);
     node->NewNodeRevision(1);
     EXPECT_EQ(node->GetNodeRevision(1), head + 1002);
+}
+
+// In a process of its own, since the counter can't be set back.
+TEST(TheHeadRevision, StopsAtTheLargestNumber)
+{
+    constexpr auto c_largest = std::numeric_limits<long long>::max();
+    const auto count = [] {
+        const Node node = CbMake<ZeCTransformationNodeLeaf>();
+        TestAccess::AssertGlobalNodeHeadRevisionValid(c_largest - 2);
+        node->NewNodeRevision(3);
+        bool stops = node->GetNodeRevision(1) == c_largest && node->GetNodeRevision(2) == c_largest;
+        TestAccess::AssertGlobalNodeHeadRevisionValid(c_largest);
+        stops = stops && TestAccess::NextGlobalNodeRevision() == c_largest;
+        std::_Exit(stops ? 0 : 1);
+    };
+    EXPECT_EXIT(count(), testing::ExitedWithCode(0), "");
 }
 
 TEST(RevisionThreads, GetUniqueNumbersInPairs)

@@ -1,4 +1,5 @@
 #include "platform/base/cbexceptionstream.h"
+#include "platform/base/cbexceptionwrongfileversion.h"
 #include "tests/support/storedbytes.h"
 
 #include <bit>
@@ -63,6 +64,27 @@ TEST(ABinaryStream, ReadsWhatWasWrittenAndKeepsTheValueThatIsCut)
         EXPECT_THROW(stream.ReadBuffer(target.data(), left + 1), CbExceptionStream);
         EXPECT_EQ(target.back(), 0xAA);
         EXPECT_EQ(stream.Remaining(), left);
+    }
+}
+
+TEST(ABinaryStream, RefusesVersionsThatAreNotKnown)
+{
+    for (const std::uint32_t stored : {0U, 1U, 2U, 3U, 0xFFFFFFFFU}) {
+        SCOPED_TRACE(stored);
+        const Bytes bytes = Stored([&](auto& stream) { stream.WriteVersion(stored); });
+        const auto expectRead = [&](bool known, const auto& read) {
+            CyStreamReadBinaryBuffer stream(bytes);
+            if (known) {
+                EXPECT_EQ(read(stream), stored);
+            } else {
+                ExpectThrowsFrom<CbExceptionWrongFileVersion>("site", 7, [&] { read(stream); });
+            }
+        };
+        expectRead(true, [](auto& stream) { return stream.ReadAndCompareVersion(2); });
+        expectRead(stored <= 2,
+                   [](auto& stream) { return stream.ReadAndCompareVersion(2, "site", 7); });
+        expectRead(stored == 1 || stored == 2,
+                   [](auto& stream) { return stream.ReadKnownVersion(1, 2, "site", 7); });
     }
 }
 

@@ -127,6 +127,10 @@ Inner ZeCTransformationTree::newClusterForModel(const Inner& modelNode, bool pos
         tell(node, cluster, EModified::eNodeAdded);
     }
     manager.AppendChild(modelNode, cluster, true);
+    // As if the cluster had been appended before its nodes were made.
+    constexpr auto all = ZeCTransformationNode::c_allRevisions;
+    for (auto i = cluster->BeginChild(); i != cluster->EndChild(); ++i) (*i)->NewNodeRevision(all);
+    cluster->NewNodeRevision(all);
     created.Keep();
     ++clusterCounter_;
     messages.Post();

@@ -8,6 +8,9 @@
 #include "transformationtree/internal/creatednodes.h"
 #include "transformationtree/zectransformationnodemanager.h"
 
+#include <utility>
+#include <vector>
+
 template class CbSingleton<ZeCTransformationTreeUtility>;
 
 namespace
@@ -90,26 +93,30 @@ ZeCTransformationTreeUtility::prepareForNextChild(const Inner& node, unsigned in
         messages.AddTreeStructureModified(oldTop, place, EModified::eNodeMoved);
         ++levels;
     }
-    // The branch is complete before it comes into the tree.
-    Inner branch;
-    Inner last = place;
+    // The branch is complete before it comes into the tree. Each node stands below the one before.
+    std::vector<Inner> branch;
+    branch.reserve(levels + 1);
+    branch.push_back(place);
     for (; levels > 0; --levels) {
         const Inner inner = created.CreateInner(CB_TEXT("Inner"));
-        messages.AddTreeStructureModified(inner, last, EModified::eNodeAdded);
-        if (branch) {
-            manager.AppendChild(last, inner, true);
-        } else {
-            branch = inner;
-        }
-        last = inner;
+        messages.AddTreeStructureModified(inner, branch.back(), EModified::eNodeAdded);
+        if (branch.size() > 1) manager.AppendChild(branch.back(), inner, true);
+        branch.push_back(inner);
     }
-    if (!branch) return place;
+    if (branch.size() == 1) return place;
     if (oldTop) (void)manager.GetWriteHandle(oldTop); // a thread's first handle needs memory
-    manager.AppendChild(place, branch, true);
+    manager.AppendChild(place, branch[1], true);
     if (oldTop) {
         manager.InsertChild(topFather, oldTop, place);
-        manager.MoveNode(place, oldTop, branch);
+        manager.MoveNode(place, oldTop, branch[1]);
         topNode = place;
+    }
+    // As if the nodes had been made and appended one by one from the top: each is renewed when the
+    // next one is appended, which was made just before. Only the last one is older than its father.
+    const Inner last = branch.back();
+    std::swap(branch.back(), branch[branch.size() - 2]);
+    for (const Inner& inner : branch) {
+        inner->NewNodeRevision(ZeCTransformationNode::c_allRevisions);
     }
     return last;
 }
@@ -131,6 +138,20 @@ void ZeCTransformationTreeUtility::RemoveSubtree(const Node& removedNode, bool p
 
 void ZeCTransformationTreeUtility::RemoveChildren(const Inner& node, bool postMessages)
 {
+    removeChildren(node, postMessages, {});
+}
+
+void ZeCTransformationTreeUtility::ClearAndRemoveChildren(const Inner& node, bool postMessages)
+{
+    removeChildren(node, postMessages, [&] {
+        node->ResetAttributes();
+        node->ClearAttributeContainer();
+    });
+}
+
+void ZeCTransformationTreeUtility::removeChildren(const Inner& node, bool postMessages,
+                                                  const std::function<void()>& first)
+{
     if (!node) throw CbException(CB_HERE, "there is no node to remove the children of");
     ChangeMessages messages;
     if (postMessages) {
@@ -138,13 +159,6 @@ void ZeCTransformationTreeUtility::RemoveChildren(const Inner& node, bool postMe
         nodes.pop_back(); // the node itself
         messages.AddRemoved(nodes);
     }
-    getNodeManager().DeleteChildren(node);
+    getNodeManager().DeleteChildren(node, first);
     messages.Post();
-}
-
-void ZeCTransformationTreeUtility::ClearAndRemoveChildren(const Inner& node, bool postMessages)
-{
-    RemoveChildren(node, postMessages); // first, since it may fail
-    node->ResetAttributes();
-    node->ClearAttributeContainer();
 }

@@ -5,6 +5,8 @@
 #include "transformationtree/zectransformationnodeinner.h"
 #include "transformationtree/zectransformationnodeleaf.h"
 
+#include <functional>
+
 class ChangeMessages;
 class CreatedNodes;
 class ZeCTransformationNodeManager;
@@ -13,9 +15,8 @@ class ZeCTransformationNodeManager;
 ///
 /// Where messages are spoken of they are posted to CyMessageDispatcher after the edit.
 ///
-/// Edits are all or nothing: what is thrown is thrown before anything has changed. The one
-/// exception is a queue of messages that can't grow for want of memory: the edit is done then and
-/// the rest of its messages is lost. Other exceptions are the node manager's.
+/// Edits are all or nothing: what is thrown is thrown before anything has changed, and no message
+/// is lost. Other exceptions are the node manager's.
 ///
 /// Threads: who edits a tree in the data manager holds the write handle that each operation names,
 /// from its beginning to its end. Nodes outside the data manager need no lock, but one thread at a
@@ -88,8 +89,8 @@ public:
     /// Removes everything below a node. Messages as RemoveSubtree(). Locks: the node.
     /// Throws: CbException for null.
     void RemoveChildren(const Inner& node, bool postMessages);
-    /// Removes everything below a node, then resets and removes its own attributes: what may fail
-    /// for want of memory comes first.
+    /// Resets a node's attributes and removes them, then removes everything below it. An attribute
+    /// whose reset throws ends it before anything is removed.
     /// Messages as RemoveSubtree(). Locks: the node. Throws: CbException for null.
     void ClearAndRemoveChildren(const Inner& node, bool postMessages);
     /// @}
@@ -168,6 +169,9 @@ private:
     ~ZeCTransformationTreeUtility() = default;
 
     [[nodiscard]] static ZeCTransformationNodeManager& getNodeManager();
+    /// @param first see ZeCTransformationNodeManager::DeleteChildren()
+    static void removeChildren(const Inner& node, bool postMessages,
+                               const std::function<void()>& first);
     /// PrepareForNextChild() as a part of a larger edit, which keeps the new nodes and posts the
     /// messages.
     [[nodiscard]] static Inner prepareForNextChild(const Inner& node, unsigned int maxChildren,

@@ -22,7 +22,7 @@ namespace
 using EModified = ZeCMessageTreeStructureModified::EModificationType;
 using Utility = ZeCTransformationTreeUtility;
 
-constexpr unsigned int c_allRevisions = 0xFFFFFFFF;
+constexpr unsigned int c_allRevisions = ZeCTransformationNode::c_allRevisions;
 
 // The children that are the node's own.
 std::vector<Utility::Node> ownChildren(const ZeCTransformationNodeInner& node)
@@ -159,7 +159,7 @@ void ZeCTransformationTreeUtility::MergeInnerNodes(const Inner& source, const In
         const CbMatrix4Rd& relative = child->GetRelativeTrafo();
         child->SetRelativeTrafo(isIdentity ? relative : Compose(relative, trafo));
     }
-    target->NewNodeRevision(c_allRevisions); // newer than the children
+    if (!children.empty()) target->NewNodeRevision(c_allRevisions); // newer than the children
     manager.RemoveChild(sourceFather, source);
     manager.DeleteNode(source);
     if (outdated) target->DeleteModel();
@@ -188,20 +188,30 @@ ZeCTransformationTreeUtility::CopySubtree(const ConstNode& node,
     };
     Node top = copyAlone(*node);
     if (!node->IsLeaf()) {
-        // The inner nodes from the top down to the one whose children are being copied.
+        // The inner nodes from the top down to the one whose children are being copied. Each is
+        // appended when it is complete, so that its father becomes newer than all below.
         std::vector<std::pair<Inner, const ZeCTransformationNode*>> path;
+        const auto completeUpTo = [&](const ZeCTransformationNode& source) {
+            while (path.back().second != &source) {
+                const Inner complete = std::move(path.back().first);
+                path.pop_back();
+                manager.AppendChild(path.back().first, complete, true);
+            }
+        };
         path.emplace_back(CbStaticPointerCast<ZeCTransformationNodeInner>(top), node.Get());
         WalkBelow(static_cast<const ZeCTransformationNodeInner&>(*node),
                   [&](const ZeCTransformationNode& child, const auto& father) {
-                      while (path.back().second != &father) path.pop_back();
+                      completeUpTo(father);
                       const Node copy = copyAlone(child);
-                      manager.AppendChild(path.back().first, copy, true);
-                      if (!child.IsLeaf()) {
+                      if (child.IsLeaf()) {
+                          manager.AppendChild(path.back().first, copy, true);
+                      } else {
                           path.emplace_back(CbStaticPointerCast<ZeCTransformationNodeInner>(copy),
                                             &child);
                       }
                       return EVisit::Enter;
                   });
+        completeUpTo(*node);
     }
 
     if (copyToSource != nullptr) copyToSource->Reserve(copyToSource->GetCount() + copies.size());
@@ -269,8 +279,9 @@ void ZeCTransformationTreeUtility::CollapseAll(const Inner& root, bool postMessa
         addInnerNodesRemoved(messages, *root);
     }
 
+    const bool changes = root->GetNrChildren() != 0;
     getNodeManager().ReplaceChildren(root, sorted);
     for (const auto& [leaf, toRoot] : leaves) leaf->SetRelativeTrafo(toRoot);
-    root->NewNodeRevision(c_allRevisions); // newer than the leaves
+    if (changes) root->NewNodeRevision(c_allRevisions); // newer than the leaves
     messages.Post();
 }

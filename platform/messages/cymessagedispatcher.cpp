@@ -4,7 +4,6 @@
 #include "platform/messages/internal/cysubscriber.h"
 
 #include <algorithm>
-#include <array>
 #include <iterator>
 #include <utility>
 
@@ -39,9 +38,16 @@ CyMessageDispatcher& CyMessageDispatcher::GetInstance()
 
 void CyMessageDispatcher::PostMessageW(CbSmartPointer<const CyMessage> message)
 {
+    if (!message) return;
+    Messages messages;
+    messages.push_back(std::move(message));
+    PostMessageW(std::move(messages));
+}
+
+void CyMessageDispatcher::PostMessageW(Messages messages) noexcept
+{
     // Without a dispatcher nobody has subscribed.
-    if (!message || !CbSingleton<CyMessageDispatcher>::HasInstance()) return;
-    GetInstance().post(std::move(message));
+    if (CbSingleton<CyMessageDispatcher>::HasInstance()) GetInstance().post(messages);
 }
 
 CyMessageSubscription CyMessageDispatcher::Subscribe(const CbRTTI& type, Callback callback)
@@ -74,34 +80,25 @@ std::size_t CyMessageDispatcher::GetNrQueuedMessages() const
     return queue_.size();
 }
 
-void CyMessageDispatcher::post(CbSmartPointer<const CyMessage> message)
+// Leaves what nobody wants to the caller, who drops it outside the section.
+void CyMessageDispatcher::post(Messages& messages) noexcept
 {
     const CbCriticalSectionLock lock(section_);
-    if (hasSubscriber(*message)) queue_.push_back(std::move(message));
+    for (auto message = messages.begin(); message != messages.end();) {
+        const auto wanted = message++;
+        if (hasSubscriber(**wanted)) queue_.splice(queue_.end(), messages, wanted);
+    }
 }
 
 void CyMessageDispatcher::remove(const CySubscriber& subscriber) noexcept
 {
-    {
-        const CbCriticalSectionLock lock(section_); // the caller holds the subscriber
-        std::erase_if(subscribers_, [&](const auto& entry) { return entry.Get() == &subscriber; });
-    }
-    // Messages that nobody wants any more go outside the section, in portions that need no memory.
-    std::array<CbSmartPointer<const CyMessage>, 64> dropped;
-    std::size_t count = dropped.size();
-    while (count == dropped.size()) {
-        dropped = {};
-        count = 0;
-        const CbCriticalSectionLock lock(section_);
-        auto kept = queue_.begin();
-        for (auto& message : queue_) {
-            if (count < dropped.size() && !hasSubscriber(*message)) {
-                dropped[count++] = std::move(message);
-            } else {
-                std::swap(*kept++, message);
-            }
-        }
-        queue_.erase(kept, queue_.end());
+    Messages dropped; // what nobody wants any more goes outside the section
+    const CbCriticalSectionLock lock(section_);
+    // The caller holds the subscriber.
+    std::erase_if(subscribers_, [&](const auto& entry) { return entry.Get() == &subscriber; });
+    for (auto message = queue_.begin(); message != queue_.end();) {
+        const auto unwanted = message++;
+        if (!hasSubscriber(**unwanted)) dropped.splice(dropped.end(), queue_, unwanted);
     }
 }
 

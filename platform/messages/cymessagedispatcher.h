@@ -7,8 +7,8 @@
 #include "platform/messages/cymessagesubscription.h"
 
 #include <cstddef>
-#include <deque>
 #include <functional>
+#include <list>
 #include <vector>
 
 /// Queue of change messages between the library and its application.
@@ -27,6 +27,8 @@
 class PLATFORM_API CyMessageDispatcher
 {
 public:
+    /// Messages in the order of their posting.
+    using Messages = std::list<CbSmartPointer<const CyMessage>>;
     /// Called with each message, on the thread that delivers it.
     using Callback = std::function<void(const CyMessage&)>;
 
@@ -39,6 +41,9 @@ public:
     /// Queues a message for the subscribers of its class. Null is ignored.
     /// Throws: std::bad_alloc; the message is not queued then.
     static void PostMessageW(CbSmartPointer<const CyMessage> message);
+    /// Queues several messages, in their order, none of which is null. Needs no memory, so that who
+    /// makes the messages before an edit is sure to post them after it.
+    static void PostMessageW(Messages messages) noexcept;
 
     /// Subscribes to messages of the class @p type and of those derived from it, until the
     /// subscription ends. Throws: CbException for an empty callback, std::bad_alloc.
@@ -65,7 +70,7 @@ private:
     CyMessageDispatcher();
     ~CyMessageDispatcher();
 
-    void post(CbSmartPointer<const CyMessage> message);
+    void post(Messages& messages) noexcept;
     void remove(const CySubscriber& subscriber) noexcept;
     [[nodiscard]] bool hasSubscriber(const CyMessage& message) const CB_REQUIRES(section_);
     [[nodiscard]] CbSmartPointer<const CyMessage> takeFirst();
@@ -74,7 +79,7 @@ private:
     CbCriticalSection dispatching_; ///< held by the thread that delivers; entered before section_
     bool isDispatching_ CB_GUARDED_BY(dispatching_) = false;
     mutable CbCriticalSection section_;
-    std::deque<CbSmartPointer<const CyMessage>> queue_ CB_GUARDED_BY(section_);
+    Messages queue_ CB_GUARDED_BY(section_);
     Subscribers subscribers_ CB_GUARDED_BY(section_); ///< in the order of subscribing
 };
 

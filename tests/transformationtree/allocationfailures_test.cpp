@@ -1,9 +1,11 @@
 // Edits are all or nothing: each allocation that an edit makes fails once.
 
 #include "platform/datacontainer/zecgridsampler.h"
+#include "platform/messages/cymessagedispatcher.h"
 #include "tests/support/failingallocations.h"
 #include "tests/support/managerfixture.h"
 #include "tests/support/scenario.h"
+#include "transformationtree/zecrepresentativeattribute.h"
 #include "transformationtree/zectransformationnodemanager_unittest.h"
 #include "transformationtree/zectransformationtree.h"
 #include "transformationtree/zectransformationtreeutility.h"
@@ -37,13 +39,15 @@ protected:
         std::string text = Describe(*tree->GetRoot()) + Describe(*loose->GetRoot());
         text += " root " + std::to_string(manager().GetRootNode() == tree->GetRoot());
         text += " ids " + std::to_string(TestAccess::CountIds(manager()));
+        text += " messages " + std::to_string(dispatcher.GetNrQueuedMessages());
         for (const Scenario* scenario : {&*tree, &*loose}) {
             for (const auto& [name, at] : scenario->GetNodes()) {
                 const auto parent = at->GetParent();
                 text += ' ' + name + (parent ? parent->GetName().ToUtf8() : "") + ' ' +
                         std::to_string(at->GetNodeRevision(1)) + ',' +
                         std::to_string(at->GetNodeRevision(2)) +
-                        (manager().GetNodeByID(at->GetID()) ? "+" : "-");
+                        (manager().GetNodeByID(at->GetID()) ? "+" : "-") +
+                        (at->GetAllAttributes().IsEmpty() ? "" : "a");
             }
         }
         return text;
@@ -73,6 +77,7 @@ protected:
             unsetRoot();
             tree.reset();
             loose.reset();
+            dispatcher.DispatchMessages();
             TestAccess::DestroySingleton<Manager>();
             ASSERT_TRUE(manager().SetDataManager(dataManager, dataNode));
             if (done) return;
@@ -87,6 +92,9 @@ protected:
     std::optional<Scenario> tree;
     std::optional<Scenario> loose;
     Manager::WriteHandle handle;
+    CyMessageDispatcher& dispatcher = CyMessageDispatcher::GetInstance();
+    const CyMessageSubscription subscription =
+        dispatcher.Subscribe(CyMessage::RTTI, [](const CyMessage&) {});
 };
 
 TEST_F(WithoutMemory, EditsChangeNothing)
@@ -142,6 +150,8 @@ TEST_F(WithoutMemory, EditsChangeNothing)
         {"remove a subtree", none, [&] { utility.RemoveSubtree(node("a"), true); }},
         {"remove children", none, [&] { utility.RemoveChildren(inner("root"), true); }},
         {"remove loose children", none, [&] { utility.RemoveChildren(top(), false); }},
+        {"clear", [&] { node("root")->SetAttribute(CbMake<ZeCRepresentativeAttribute>()); },
+         [&] { utility.ClearAndRemoveChildren(inner("root"), true); }},
         {"merge", none,
          [&] { utility.MergeInnerNodes(inner("b"), inner("f"), c_matIdentityD, true); }},
         {"copy", none,

@@ -17,6 +17,9 @@ struct NaiveTreeNode
     std::pair<std::uint64_t, CyUniqueID> order;
     NaiveTreeNode* father = nullptr;
     std::vector<NaiveTreeNode*> children = {};
+    // When the revisions were renewed, counted from the first step on; 0 for not at all.
+    long modelRenewed = 0;
+    long trafoRenewed = 0;
 };
 
 /// Restructures plain nodes step by step, and writes down what it posts.
@@ -35,13 +38,14 @@ public:
         byNode[&node] = copy;
         if (node.IsLeaf()) return copy;
         const auto& inner = static_cast<const ZeCTransformationNodeInner&>(node);
-        for (auto i = inner.BeginChild(); i != inner.EndChild(); ++i) append(copy, Read(**i));
+        for (auto i = inner.BeginChild(); i != inner.EndChild(); ++i) link(copy, Read(**i));
         return copy;
     }
     void Merge(N source, N target)
     {
         while (!source->children.empty()) {
             const N child = source->children.front();
+            setTrafo(child);
             move(child, target);
             tell(posted, child, target, 3);
         }
@@ -50,14 +54,15 @@ public:
     }
     void Normalize(N root, std::size_t maxChildren)
     {
-        const N model = make("ModelDummy", false);
-        N top = make("ClusterDummy", false);
+        const N model = create("ModelDummy", false);
+        N top = create("ClusterDummy", false);
         append(model, top);
         N current = top;
         for (const N leaf : allBelow(root)) {
             if (!leaf->leaf) continue;
-            const N copy = make(leaf->name, true);
+            const N copy = create(leaf->name, true);
             copy->star = leaf->star;
+            setTrafo(copy);
             current = prepare(current, maxChildren, top);
             top = model->children.back();
             append(current, copy);
@@ -66,11 +71,18 @@ public:
         while (!top->children.empty()) move(top->children.front(), root);
         removeSubtree(top);
     }
+    N Copy(N source)
+    {
+        const N copy = create(source->name, source->leaf);
+        for (const N child : source->children) append(copy, Copy(child));
+        return copy;
+    }
     void Collapse(N root)
     {
         std::vector<N> leaves;
         std::vector<N> inner;
         for (const N node : allBelow(root)) (node->leaf ? leaves : inner).push_back(node);
+        for (const N leaf : leaves) setTrafo(leaf);
         std::sort(leaves.begin(), leaves.end(), [](N a, N b) { return a->order < b->order; });
         for (const N leaf : leaves) {
             move(leaf, root);
@@ -97,19 +109,38 @@ private:
         nodes_.push_back({std::move(name), leaf, {}, {}});
         return &nodes_.back();
     }
-    static void append(N father, N child)
+    N create(std::string name, bool leaf)
+    {
+        const N node = make(std::move(name), leaf);
+        renew(node);
+        return node;
+    }
+    void renew(N node)
+    {
+        node->modelRenewed = ++renewals_;
+        setTrafo(node);
+    }
+    void setTrafo(N node) { node->trafoRenewed = ++renewals_; }
+    static void link(N father, N child)
     {
         father->children.push_back(child);
         child->father = father;
     }
-    static void move(N child, N father)
+    void append(N father, N child)
+    {
+        link(father, child);
+        renew(father);
+    }
+    void move(N child, N father)
     {
         remove(child);
         append(father, child);
     }
-    static void remove(N child)
+    void remove(N child)
     {
-        if (child->father) std::erase(child->father->children, child);
+        if (child->father == nullptr) return;
+        std::erase(child->father->children, child);
+        renew(child->father);
         child->father = nullptr;
     }
     static void tell(Texts& texts, N node, N father, int type)
@@ -129,12 +160,12 @@ private:
         if (node->children.size() < maxChildren) return node;
         if (node != top) {
             const N place = prepare(node->father, maxChildren, top);
-            const N inner = make("Inner", false);
+            const N inner = create("Inner", false);
             append(place, inner);
             tell(always, inner, place, 1);
             return inner;
         }
-        const N newTop = make(top->name, false);
+        const N newTop = create(top->name, false);
         const N father = node->father;
         append(father, newTop);
         move(node, newTop);
@@ -155,4 +186,5 @@ private:
     }
 
     std::deque<NaiveTreeNode> nodes_;
+    long renewals_ = 0;
 };

@@ -67,6 +67,7 @@ protected:
             naiveRoot_ = naive_.Read(*root_);
             poses_ = poses();
             tell_ = number(2) == 0;
+            since_ = TestAccess::NextGlobalNodeRevision();
             step();
             check(tolerance);
             handle_.Release();
@@ -114,9 +115,31 @@ protected:
         }
         return poses;
     }
+    // That revisions were renewed as by the steps one by one, and in their order.
+    void expectRenewals(const ZeCTransformationNode& top, const NaiveTreeNode& naiveTop) const
+    {
+        std::map<long, long long> renewals; // the revisions by when they were renewed
+        collectRenewals(top, naiveTop, renewals);
+        const auto isOlder = [](const auto& a, const auto& b) { return a.second < b.second; };
+        EXPECT_TRUE(std::is_sorted(renewals.begin(), renewals.end(), isOlder)) << "their order";
+    }
+    void collectRenewals(const ZeCTransformationNode& node, const NaiveTreeNode& naive,
+                         std::map<long, long long>& renewals) const
+    {
+        for (const auto& [mask, when] :
+             {std::pair(1U, naive.modelRenewed), {2U, naive.trafoRenewed}}) {
+            const auto revision = node.GetNodeRevision(mask);
+            EXPECT_EQ(revision > since_, when != 0) << naive.name << ", mask " << mask;
+            if (when != 0) renewals[when] = revision;
+        }
+        if (node.IsLeaf()) return;
+        auto child = static_cast<const ZeCTransformationNodeInner&>(node).BeginChild();
+        for (const auto* below : naive.children) collectRenewals(**child++, *below, renewals);
+    }
     void check(double tolerance)
     {
-        EXPECT_EQ(Describe(*root_), NaiveUtility::Text(naiveRoot_));
+        ASSERT_EQ(Describe(*root_), NaiveUtility::Text(naiveRoot_));
+        expectRenewals(*root_, *naiveRoot_);
         Texts messages = naive_.always;
         if (tell_) messages.insert(messages.end(), naive_.posted.begin(), naive_.posted.end());
         EXPECT_EQ(recorder_.Take(), messages);
@@ -163,6 +186,7 @@ protected:
     std::vector<Inner> inner_;
     NaiveUtility naive_;
     NaiveTreeNode* naiveRoot_ = nullptr;
+    long long since_ = 0; ///< newest revision before the step
     Model rootModel_;
     Poses poses_;
 };
@@ -240,6 +264,7 @@ TEST_F(Restructuring, CopiesAreIndependent)
         const Node copy = utility_.CopySubtree(
             source, withModels ? EWhat::PropertiesAndModel : EWhat::Properties, &map, clone);
         EXPECT_FALSE(copy->GetFather() || manager().IsNodeInDataManager(copy));
+        expectRenewals(*copy, *naive_.Copy(naive_.byNode.at(source.Get())));
         EXPECT_EQ(map.GetCount(), state(copy).size());
         EXPECT_TRUE(manager().IsValid());
         auto original = source->BeginNode();
@@ -306,6 +331,7 @@ TEST_F(Restructuring, RefusesWhatItCannotDoAndChangesNothing)
     }
     EXPECT_THROW(utility_.NormalizeTreeStructure(in("g"), 0, true), CbException);
     EXPECT_THROW(utility_.CollapseAll(nullptr, true), CbException);
+    utility_.CollapseAll(in("g"), true);
     EXPECT_EQ(tree.GetRoot()->GetNodeRevisionSubtree(3), revision);
 
     CbMatrix4Rd singular;
@@ -358,8 +384,10 @@ TEST_F(Restructuring, LeavesNodesWithTheirFathers)
         return tree;
     };
     auto tree = build();
-    TestAccess::Children(*tree.GetInner("e")).push_back(tree["b"]); // walks find a leaf there
+    TestAccess::Children(*tree.GetInner("e")).Append({tree["b"]}); // walks find a leaf there
+    const auto since = TestAccess::NextGlobalNodeRevision();
     utility_.MergeInnerNodes(tree.GetInner("e"), tree.GetInner("h"), Shift(1, 2, 3), true);
+    EXPECT_EQ(RenewalOrder(tree.GetRoot(), since), "root") << "nothing came to h";
     EXPECT_EQ(Describe(*tree.GetRoot()), "root(a(b(c, null), d), h(f(g)))");
     EXPECT_EQ(Describe(*tree["e"]), "e()");
     EXPECT_EQ(recorder_.Take(), Texts{"structure e < root 2"});
@@ -412,6 +440,11 @@ TEST_F(Restructuring, MovesManyNodesAtOnce)
     EXPECT_FALSE(manager().GetNodeByID(loose["z"]->GetID()));
     const auto handle = manager().GetWriteHandle(tree.GetRoot());
     EXPECT_TRUE(manager().TryLock() && manager().IsValid());
+
+    const Scenario wide("root(a(), b(p), c(q), d(r), e(s))");
+    const auto before = TestAccess::NextGlobalNodeRevision();
+    manager().MoveNodes(wide.GetInner("a"), {wide["s"], wide["q"], wide["p"], wide["r"]});
+    EXPECT_EQ(RenewalOrder(wide.GetRoot(), before), "e c b d a");
 }
 
 TEST_F(Restructuring, TakesTreesOfAnyDepth)

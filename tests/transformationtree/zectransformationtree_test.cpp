@@ -63,7 +63,10 @@ TEST_F(ATransformationTree, NamesClustersByACounterThatOnlyGrows)
     use("root(model())");
     manager().SetRootNode(tree->GetRoot());
     EXPECT_FALSE(tree->GetActiveCluster()) << "no child";
+    const auto since = TestAccess::NextGlobalNodeRevision();
     const auto first = tree->NewCluster(false);
+    EXPECT_EQ(RenewalOrder(tree->GetRoot(), since),
+              "model Optimizer Collector Clipboard Cluster 0");
     const auto second = tree->CreateNewCluster(tree->modelNode, false);
     const ZeITransformationTree& interface = *tree;
     EXPECT_EQ(interface.GetActiveCluster(), second);

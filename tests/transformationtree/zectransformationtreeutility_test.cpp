@@ -9,6 +9,7 @@
 #include <functional>
 #include <gmock/gmock.h>
 #include <optional>
+#include <stdexcept>
 #include <thread>
 
 namespace
@@ -23,9 +24,13 @@ public:
     [[nodiscard]] const CbRTTI& GetRTTI() const override { return RTTI; }
     void Serialize(CbStreamWriteBinary& /*stream*/) const override {}
     void Serialize(CbStreamReadBinary& /*stream*/) override {}
-    bool ResetAttribute() override { return wasReset = true; }
+    bool ResetAttribute() override
+    {
+        if (onReset) onReset();
+        return true;
+    }
 
-    bool wasReset = false;
+    std::function<void()> onReset;
 };
 
 const CbRTTI Mark::RTTI(CB_TEXT("UtilityTestMark"), nullptr, nullptr, &ZeARTTIAttribute::RTTI);
@@ -103,9 +108,14 @@ TEST_F(TheTreeUtility, TellsWhatItDoes)
     const Verb removeNull = [&] { utility.RemoveSubtree(nullptr, true); };
     const Verb clear = [&] {
         const auto mark = CbMake<Mark>();
+        mark->onReset = [] { throw std::runtime_error("reset"); };
         node("a")->SetAttribute(mark);
+        EXPECT_THROW(utility.ClearAndRemoveChildren(inner("a"), true), std::runtime_error);
+        EXPECT_FALSE(node("a")->GetAllAttributes().IsEmpty());
+        std::string atReset;
+        mark->onReset = [&] { atReset = describe(); };
         utility.ClearAndRemoveChildren(inner("a"), true);
-        EXPECT_TRUE(mark->wasReset);
+        EXPECT_EQ(atReset, "root(a(b))") << "before the children go";
         EXPECT_TRUE(node("a")->GetAllAttributes().IsEmpty());
     };
     const Verb exchangeAndRemove = [&] {
@@ -119,44 +129,50 @@ TEST_F(TheTreeUtility, TellsWhatItDoes)
         const char* before;
         const char* after;
         const char* messages;
+        const char* renewed; // the nodes of the tree, oldest first
     } rows[] = {
         {create("a", ModelNamed("scan")), "root(a(b))", "root(a(b, scan*))",
-         "trafo scan 1 0 0 0 0 1 0 0 0 0 1 0 1 2.5 0.1 1"},
-        {create("a", nullptr), "root(a(b))", "root(a(b))", ""},
-        {replace("old"), "root(a(b, old*, c))", "root(a(b, old, c))", ""},
+         "trafo scan 1 0 0 0 0 1 0 0 0 0 1 0 1 2.5 0.1 1", "scan a"},
+        {create("a", nullptr), "root(a(b))", "root(a(b))", "", ""},
+        {replace("old"), "root(a(b, old*, c))", "root(a(b, old, c))", "", "old a"},
         // Room in the node itself, in the father, and further above.
-        {room("a", 3, "top"), "root(top(a(b, c)))", "root(top(a!(b, c)))", ""},
-        {room("a", 1, "top"), "root(top(a()))", "root(top(a!()))", ""},
+        {room("a", 3, "top"), "root(top(a(b, c)))", "root(top(a!(b, c)))", "", ""},
+        {room("a", 1, "top"), "root(top(a()))", "root(top(a!()))", "", ""},
         {room("a", 3, "top"), "root(top(a(b, c, d)))", "root(top(a(b, c, d), Inner!()))",
-         "Inner! < top 1"},
+         "Inner! < top 1", "Inner! top"},
         {room("b", 2, "top"), "root(e, top(a(b(c, d), f)))",
-         "root(e, top(a(b(c, d), f), Inner(Inner!())))", "Inner < top 1, Inner! < Inner 1"},
+         "root(e, top(a(b(c, d), f), Inner(Inner!())))", "Inner < top 1, Inner! < Inner 1",
+         "top Inner! Inner"},
         // A full top.
         {room("top", 2, "top"), "root(c, top(a, b), d)", "root(c, top(old(a, b), Inner!()), d)",
-         "top < old 5, old < top 3, Inner! < top 1"},
+         "top < old 5, old < top 3, Inner! < top 1", "root Inner! top"},
         {room("b", 2, "top"), "root(top(a(b(c, d), e), f))",
          "root(top(old(a(b(c, d), e), f), Inner(Inner(Inner!()))))",
-         "top < old 5, old < top 3, Inner < top 1, Inner < Inner 1, Inner! < Inner 1"},
+         "top < old 5, old < top 3, Inner < top 1, Inner < Inner 1, Inner! < Inner 1",
+         "root top Inner Inner! Inner"},
         // No room: not in a new top either, none anywhere, no father, and another branch.
-        {room("a", 1, "top"), "root(top(a(b)))", "root(top(a(b)))", ""},
-        {room("a", 0, "top"), "root(top(a()))", "root(top(a()))", ""},
-        {room("a", 2, "root"), "root(a(b, c), d)", "root(a(b, c), d)", ""},
-        {room("a", 2, "top"), "root(a(b, c), top())", "root(a(b, c), top())", ""},
+        {room("a", 1, "top"), "root(top(a(b)))", "root(top(a(b)))", "", ""},
+        {room("a", 0, "top"), "root(top(a()))", "root(top(a()))", "", ""},
+        {room("a", 2, "root"), "root(a(b, c), d)", "root(a(b, c), d)", "", ""},
+        {room("a", 2, "top"), "root(a(b, c), top())", "root(a(b, c), top())", "", ""},
         {remove("a"), "root(a(b(c(d), e()), f), g)", "root(g)",
-         "d < c 2, c < b 2, e < b 2, b < a 2, f < a 2, a < root 2"},
-        {removeSilently, "root(a(b), c)", "root(c)", ""},
-        {removeNull, "root(a)", "root(a)", ""},
-        {removeChildren("a"), "root(a(b(c), d))", "root(a())", "c < b 2, b < a 2, d < a 2"},
-        {removeChildren("a"), "root(a())", "root(a())", ""},
-        {clear, "root(a(b))", "root(a())", "b < a 2"},
-        {exchangeAndRemove, "root(a(b), c(d(e), f))", "root(a(d(e)))", "f < c 2, c < root 2"},
+         "d < c 2, c < b 2, e < b 2, b < a 2, f < a 2, a < root 2", "root"},
+        {removeSilently, "root(a(b), c)", "root(c)", "", "root"},
+        {removeNull, "root(a)", "root(a)", "", ""},
+        {removeChildren("a"), "root(a(b(c), d))", "root(a())", "c < b 2, b < a 2, d < a 2", "a"},
+        {removeChildren("a"), "root(a())", "root(a())", "", ""},
+        {clear, "root(a(b))", "root(a())", "b < a 2", "a"},
+        {exchangeAndRemove, "root(a(b), c(d(e), f))", "root(a(d(e)))", "f < c 2, c < root 2",
+         "a root"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(std::string(row.before) + " -> " + row.after);
         build(row.before);
+        const auto since = TestAccess::NextGlobalNodeRevision();
         row.edit();
         EXPECT_EQ(describe(), row.after);
         EXPECT_EQ(told(), row.messages);
+        EXPECT_EQ(RenewalOrder(tree->GetRoot(), since), row.renewed);
         EXPECT_TRUE(manager().IsValid());
         EXPECT_EQ(TestAccess::CountIds(manager()),
                   static_cast<std::size_t>(std::ranges::distance(tree->GetRoot()->Nodes())));

@@ -1,9 +1,10 @@
 #include "transformationtree/internal/changemessages.h"
 
-#include "platform/messages/cymessagedispatcher.h"
 #include "platform/messages/zecmessagesurfelcollectionmodified.h"
 #include "platform/messages/zecmessagetransformationchanged.h"
 #include "transformationtree/zectransformationnodeinner.h"
+
+#include <utility>
 
 void ChangeMessages::AddTreeStructureModified(
     const Node& node, const Node& father, ZeCMessageTreeStructureModified::EModificationType type)
@@ -31,7 +32,4 @@ void ChangeMessages::AddTransformationChanged(const Node& node)
         CbMake<ZeCMessageTransformationChanged>(node, ToFloat(node->GetRelativeTrafo())));
 }
 
-void ChangeMessages::Post() const
-{
-    for (const auto& message : messages_) CyMessageDispatcher::PostMessageW(message);
-}
+void ChangeMessages::Post() noexcept { CyMessageDispatcher::PostMessageW(std::move(messages_)); }

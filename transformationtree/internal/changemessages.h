@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/messages/cymessagedispatcher.h"
 #include "platform/messages/zecmessagetreestructuremodified.h"
 #include "transformationtree/zectransformationnode.h"
 
@@ -22,9 +23,9 @@ public:
     /// With the node's relative transformation, in single precision.
     void AddTransformationChanged(const Node& node);
 
-    /// Posts them all.
-    void Post() const;
+    /// Posts them all. Needs no memory.
+    void Post() noexcept;
 
 private:
-    std::vector<CbSmartPointer<const CyMessage>> messages_;
+    CyMessageDispatcher::Messages messages_;
 };

@@ -2,6 +2,7 @@
 
 #include "platform/base/cbevent.h"
 #include "platform/base/cbexception.h"
+#include "platform/base/cystackwalker.h"
 #include "tests/support/logrecorder.h"
 #include "tests/support/managerfixture.h"
 #include "tests/support/scenario.h"
@@ -113,6 +114,23 @@ TEST_F(NodeManagerLog, TellsWhyNothingCouldBeLocked)
     const auto dead = manager().GetWriteHandle(tree_["b"]);
     manager().RemoveChild(tree_.GetInner("a"), tree_["b"]);
     expectCause("Invalid Node (maybe removed from the DataManager?)!");
+}
+
+// The function that was called is left out; the first line is its caller.
+TEST_F(NodeManagerLog, ShowsTheCallsThatLedToAFailure)
+{
+    const std::string here = CyStackWalker::GetCallStack().ToUtf8();
+    EXPECT_THROW(manager().Lock(), CbException);
+    EXPECT_THROW(tree_.GetRoot()->SetRelativeTrafo(c_matIdentityD, nullptr), CbException);
+    const auto records = recorder_.TakeRecords();
+    ASSERT_EQ(records.size(), 2U);
+    for (const LogRecord& record : records) {
+        const std::string text = record.text.ToUtf8();
+        const std::string calls = text.substr(text.find('\n') + 1);
+        // Not at the same offset in this function, but in it.
+        EXPECT_EQ(calls.substr(0, calls.find("+0x")), here.substr(0, here.find("+0x")));
+        EXPECT_EQ(calls.substr(calls.find('\n')), here.substr(here.find('\n')));
+    }
 }
 
 TEST_F(NodeManagerLog, TellsWhyASingleHandleIsRefused)

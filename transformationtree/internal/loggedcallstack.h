@@ -2,5 +2,6 @@
 
 #include "platform/base/cstring.h"
 
-/// The calls that led to the function that logs, as its messages show them.
+/// The calls that led to the function that calls this one, the one of its caller first, as log
+/// messages show them. Whoever calls this must be no function that the compiler may inline.
 [[nodiscard]] CString LoggedCallStack() noexcept;

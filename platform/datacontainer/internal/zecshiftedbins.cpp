@@ -26,7 +26,7 @@ CbMatrix4Rf shiftBy(float shift)
 bool isFiniteAndAffine(const CbMatrix4Rf& m)
 {
     return std::all_of(m.data(), m.data() + 16, [](float value) { return std::isfinite(value); }) &&
-           m[0][3] == 0 && m[1][3] == 0 && m[2][3] == 0 && m[3][3] == 1;
+           IsAffine(m);
 }
 
 } // namespace

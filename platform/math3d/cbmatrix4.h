@@ -77,8 +77,7 @@ template<class T>
     return result;
 }
 
-/// Whether the last column, one value of each group, is 0 0 0 1, so that points of weight 1 keep
-/// it.
+/// Whether the last column, the last value of each group, is 0 0 0 1.
 template<class T>
 [[nodiscard]] constexpr bool IsAffine(const CbMatrix4<T>& m) noexcept
 {

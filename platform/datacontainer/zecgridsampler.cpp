@@ -62,7 +62,7 @@ void ZeCGridSampler::addSurfels(const ZeCSurfelContainer& surfels,
     ZeCGridBatch batch;
     for (std::size_t first = 0, n = 0; first < added; first += n) {
         n = std::min(added - first, ZeCGridBatch::c_size);
-        batch.LoadPositions(positions.subspan(first, n), map, grid, sums_->GetPositionUnits());
+        batch.LoadPositions(positions.subspan(first, n), map, grid);
         prefetch(positions, first + n);
         if (spheres != nullptr) batch.Restrict(*spheres);
         sums_->Find(batch);

@@ -42,7 +42,7 @@ public:
     /// @param transformation from the frame of the surfels into that of the result; null is the
     ///     identity. Normals are mapped as by ZeCSurfelContainer::CopySurfel, but not quantised.
     /// Throws: CbException where more than 2^32-1 surfels would have been passed in; none is added.
-    /// Cost: linear. Memory is taken for used cells: of many, 75 to 120 bytes for each where all
+    /// Cost: linear. Memory is taken for used cells: of many, 70 to 120 bytes for each where all
     /// surfels weigh the same, else 150 to 200; up to some MiB for a few. In the first case cells
     /// of several tissue types, or with more than 255 surfels, take another 130. Where memory ends,
     /// std::bad_alloc is thrown and some of the surfels have been added.
@@ -66,11 +66,12 @@ public:
     /// Positions, normals, colours, curvatures and qualities are weighted means; normals that
     /// nearly cancel, as on the sheets of a thin wall, give that of the heaviest surfel. The tissue
     /// type is the one with most weight, of several the smallest; a boundary needs more than half
-    /// of the weight. Spare bytes of colours become 0.
+    /// of the weight. Spare bytes of colours become 0. A mean position is off by at most 2^-29 of
+    /// the cell size, besides its rounding to single precision.
     /// Throws: CbException for a destination of another size, std::bad_alloc; nothing is written or
     /// given up.
     /// Cost: linear in the used cells. Meanwhile those of a slab four cells thick in x, of all
-    /// slabs the largest one, take 16 bytes more each.
+    /// slabs the largest one, take 16 bytes more each, and cells far apart up to 32.
     void GetSubsampled(ZeCSurfelContainer& destination, float samplingParameter,
                        ZeCSurfelContainer::ESurfelAttributeSet attributeSet, bool release);
 

@@ -17,6 +17,10 @@ using Bin = ZeCQuantizedNormalBinning::Bin;
 constexpr std::uint32_t c_version = 1;
 constexpr std::size_t c_bytesPerBin = 32;
 
+// Normals cancel out where their sum is shorter than this part of their number. Not only where it
+// is zero: opposite directions on borders of codes have codes that are not quite opposite.
+constexpr int c_cancelled = 64;
+
 std::int64_t toUnits(float coordinate)
 {
     return std::llround(static_cast<double>(coordinate) * ZeCQuantizedNormalBinning::c_units);
@@ -51,15 +55,18 @@ CbVector3f ZeCQuantizedNormalBinning::ComputeMeanDirectionAboveThresholdCount(
     std::uint32_t threshold) const noexcept
 {
     std::array<std::int64_t, 3> sum{};
+    std::uint64_t count = 0;
     for (const auto& bin : bins_) {
         if (bin.count <= threshold) continue;
+        count += bin.count;
         for (std::size_t axis = 0; axis < sum.size(); ++axis) sum[axis] += bin.sum[axis];
     }
     const auto x = static_cast<double>(sum[0]);
     const auto y = static_cast<double>(sum[1]);
     const auto z = static_cast<double>(sum[2]);
     const double length = std::sqrt(x * x + y * y + z * z);
-    if (length == 0) return {};
+    const double equal = static_cast<double>(count) * c_units; // its length if all were equal
+    if (count == 0 || length * c_cancelled < equal) return {};
     return {static_cast<float>(x / length), static_cast<float>(y / length),
             static_cast<float>(z / length)};
 }

@@ -84,7 +84,8 @@ public:
     ///
     /// A rigid transformation (columns orthonormal within 1e-4) maps normals as it maps directions,
     /// any other by the inverse transpose; a normal that would become zero or not finite stays, and
-    /// so does every value that an identity maps.
+    /// so does every value that an identity maps. Any other transformation makes a position of
+    /// which one coordinate is not finite so in all three.
     /// Throws: CbException for an index out of range; nothing is written.
     void CopySurfel(std::uint32_t destination, const ZeCSurfelContainer& from, std::uint32_t source,
                     bool transformNormal, const CbMatrix4Rf& transformation);

@@ -77,6 +77,13 @@ template<class T>
     return result;
 }
 
+/// Whether the last column, the last value of each group, is 0 0 0 1.
+template<class T>
+[[nodiscard]] constexpr bool IsAffine(const CbMatrix4<T>& m) noexcept
+{
+    return m[0][3] == 0 && m[1][3] == 0 && m[2][3] == 0 && m[3][3] == 1;
+}
+
 /// Rounds each value to single precision.
 [[nodiscard]] inline CbMatrix4Rf ToFloat(const CbMatrix4Rd& matrix) noexcept
 {

@@ -76,5 +76,8 @@ double CbMatrixInternal::Invert(CbMatrix4Rd& matrix)
                                   -m[3][0] * s.upper12 + m[3][1] * s.upper02 - m[3][2] * s.upper01,
                                   +m[2][0] * s.upper12 - m[2][1] * s.upper02 + m[2][2] * s.upper01};
     for (int i = 0; i < 16; ++i) matrix.data()[i] = cofactors[i] / determinant;
+    if (IsAffine(m)) { // the cofactor of the 1 is the determinant, but for the order of its sum
+        for (int i = 0; i < 4; ++i) matrix[i][3] = c_matIdentityD[i][3];
+    }
     return determinant;
 }

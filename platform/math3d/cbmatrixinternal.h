@@ -6,8 +6,9 @@
 class PLATFORM_API CbMatrixInternal
 {
 public:
-    /// Inverts @p matrix in place and returns the determinant it had. A determinant of NaN is no
-    /// error and gives a matrix of NaN.
+    /// Inverts @p matrix in place and returns the determinant it had. The inverse of an affine
+    /// matrix is exactly affine: its last column is 0 0 0 1. A determinant of NaN is no error and
+    /// makes all values NaN, but for that column.
     /// Throws: CyExceptionNotInvertible for a determinant of exactly 0.0; the matrix is unchanged.
     static double Invert(CbMatrix4Rd& matrix);
 

@@ -36,7 +36,7 @@ CB_ALWAYS_INLINE std::uint64_t farOffBit(double value) noexcept
 // inside the grid for certain. The quotient is a true one: with a reciprocal, surfels on borders
 // would change the cell. Short loops with nothing but arithmetic are worked on several elements at
 // a time.
-CB_ALWAYS_INLINE bool findCells(ZeCGridBatch& batch, const ZeCGrid& grid, double units) noexcept
+CB_ALWAYS_INLINE bool findCells(ZeCGridBatch& batch, const ZeCGrid& grid) noexcept
 {
     const std::size_t count = batch.count;
     const double offset = grid.offset;
@@ -63,7 +63,7 @@ CB_ALWAYS_INLINE bool findCells(ZeCGridBatch& batch, const ZeCGrid& grid, double
         }
         for (std::size_t i = 0; i < count; ++i) {
             batch.indices[axis][i] = static_cast<std::int32_t>(floors[i]);
-            batch.fractions[axis][i] = rounded((quotients[i] - floors[i]) * units);
+            batch.fractions[axis][i] = rounded((quotients[i] - floors[i]) * c_gridPositionUnits);
         }
     }
     return areFarOff >> 63U == 0;
@@ -72,13 +72,12 @@ CB_ALWAYS_INLINE bool findCells(ZeCGridBatch& batch, const ZeCGrid& grid, double
 } // namespace
 
 void ZeCGridBatch::LoadPositions(std::span<const CbVector3f> from,
-                                 const ZeCSurfelTransformation& transformation, const ZeCGrid& grid,
-                                 double units)
+                                 const ZeCSurfelTransformation& transformation, const ZeCGrid& grid)
 {
     count = from.size();
     transformation.MapPositions(from.data(), count, positions[0], positions[1], positions[2]);
     static const auto find = CbFastestBuild<&findCells>();
-    const bool areInside = find(*this, grid, units);
+    const bool areInside = find(*this, grid);
 
     std::iota(accepted, accepted + count, std::uint16_t{0});
     numberOfAccepted = count;

@@ -17,10 +17,8 @@ struct ZeCGridBatch
 
     /// Maps surfels into the frame of the grid, finds their cells and accepts those that have one.
     /// @param from at most c_size positions
-    /// @param units that fractions of a cell are counted in, at most 2^30
     void LoadPositions(std::span<const CbVector3f> from,
-                       const ZeCSurfelTransformation& transformation, const ZeCGrid& grid,
-                       double units);
+                       const ZeCSurfelTransformation& transformation, const ZeCGrid& grid);
     /// Maps the normals of the same surfels.
     void LoadNormals(std::span<const ZeCQuantizedNormal> from,
                      const ZeCSurfelTransformation& transformation);
@@ -30,8 +28,8 @@ struct ZeCGridBatch
     std::size_t count;                  ///< surfels
     float positions[3][c_size];         ///< mapped, axis by axis
     std::int32_t indices[3][c_size];    ///< of the cells, likewise
-    std::uint32_t fractions[3][c_size]; ///< of the cells, from their lower corners
-    std::uint32_t normals[3][c_size];   ///< mapped, as ZeCGridCell::AddGeometry takes them
+    std::uint32_t fractions[3][c_size]; ///< of the cells, as ZeCGridCell::AddGeometry takes them
+    std::uint32_t normals[3][c_size];   ///< mapped, likewise
     ZeCQuantizedNormal codes[c_size];   ///< of the mapped normals
     std::uint16_t accepted[c_size];     ///< ascending numbers of the surfels that have a cell
     std::size_t numberOfAccepted;

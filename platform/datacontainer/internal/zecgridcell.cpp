@@ -22,7 +22,7 @@ ZeCSurfel ZeCGridCell::GetMeans(const std::array<std::int32_t, 3>& index, const 
                                 float samplingParameter, std::uint8_t meanTissueType) noexcept
 {
     CarryPositions(); // so that the same sums give the same bits
-    const double units = static_cast<double>(weight) * c_positionUnits;
+    const double units = static_cast<double>(weight) * c_gridPositionUnits;
     const auto coordinate = [&](std::size_t axis) {
         const double sum =
             std::ldexp(positionCarry[axis], c_carryBits) + static_cast<double>(position[axis]);

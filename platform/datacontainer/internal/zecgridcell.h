@@ -14,8 +14,6 @@
 /// Made all zero by value initialisation; at least one surfel is added before a mean is asked for.
 struct alignas(64) ZeCGridCell
 {
-    static constexpr std::uint32_t c_positionUnits = 1U << 28U;
-
     /// What is largest for the heaviest of some surfels, of several for the smallest code.
     [[nodiscard]] static std::uint32_t RankOf(std::uint64_t w, ZeCQuantizedNormal code) noexcept
     {
@@ -23,7 +21,7 @@ struct alignas(64) ZeCGridCell
     }
     /// Adds where a surfel lies and how.
     /// @param w its weight, at most 2048
-    /// @param fraction from the cell's lower corner, c_positionUnits for its size
+    /// @param fraction from the cell's lower corner, c_gridPositionUnits for its size
     /// @param direction normal of length 1, with 1 added to each coordinate, in c_gridNormalUnits
     /// @param code of that normal
     void AddGeometry(std::uint64_t w, const std::array<std::uint32_t, 3>& fraction,

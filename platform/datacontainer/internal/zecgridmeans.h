@@ -9,6 +9,9 @@
 /// @file
 /// What the surfels of a cell have in common, from their sums.
 
+/// Units of the sums of positions, which are counted from the lower corner of the cell, for the
+/// size of the cell.
+inline constexpr std::uint32_t c_gridPositionUnits = 1U << 28U;
 /// Units of the sums of normals, whose coordinates have 1 added to them.
 inline constexpr std::uint32_t c_gridNormalUnits = 1U << 19U;
 

@@ -23,8 +23,6 @@ public:
 
     /// Number of cells with at least one surfel.
     [[nodiscard]] virtual std::uint32_t GetCount() const noexcept = 0;
-    /// Units that the fractions in batches are counted in.
-    [[nodiscard]] virtual double GetPositionUnits() const noexcept = 0;
 
     /// Finds the cells of the accepted surfels of a batch, whose normals need not be loaded yet:
     /// what is known of cells is fetched meanwhile. Throws: std::bad_alloc; nothing has been added.

@@ -4,15 +4,12 @@
 
 void ZeCPackedGridCell::AddTo(ZeCGridCell& cell) const noexcept
 {
-    constexpr std::uint64_t c_finer = ZeCGridCell::c_positionUnits / c_positionUnits;
     cell.weight += GetCount();
     cell.count += GetCount();
-    cell.position[0] += GetLower(PositionXY) * c_finer;
-    cell.position[1] += GetUpper(PositionXY) * c_finer;
-    cell.position[2] += GetLower(PositionZNormalX) * c_finer;
-    cell.normal[0] += GetUpper(PositionZNormalX);
-    cell.normal[1] += GetLower(NormalYZ);
-    cell.normal[2] += GetUpper(NormalYZ);
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        cell.position[axis] += GetPosition(axis);
+        cell.normal[axis] += GetNormal(axis);
+    }
     cell.color[0] += GetSum(Red);
     cell.color[1] += GetSum(Green);
     cell.color[2] += GetSum(Blue);

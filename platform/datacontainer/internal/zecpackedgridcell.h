@@ -2,23 +2,17 @@
 
 #include "platform/datacontainer/internal/zecgridcell.h"
 
-/// Sums of the surfels of one cell where all weigh the same, several in one word: as long as there
-/// are few, they need less than half of the memory and of the instructions of a ZeCGridCell.
+/// Sums of the surfels of one cell where all weigh the same, those of a ZeCGridCell, but several in
+/// one word: as long as there are few, they need less than half of the memory and instructions.
 ///
 /// Made all zero by value initialisation: no surfels.
 struct alignas(16) ZeCPackedGridCell
 {
-    /// Units of positions: less than 1e-7 of a cell is lost.
-    static constexpr std::uint32_t c_positionUnits = 1U << 24U;
     static constexpr std::uint32_t c_mostSurfels = 255;
+    /// Bits of an axis's sum of normals, the lower ones of its word; the others are positions. Both
+    /// hold the largest sums: 255 times 2^20, and 255 times 2^28.
+    static constexpr unsigned c_normalBits = 28;
 
-    /// Words of two sums, the first one in the lower half.
-    enum EPair : std::size_t
-    {
-        PositionXY,
-        PositionZNormalX,
-        NormalYZ
-    };
     /// Sums of 16 bits, four in a word from the lowest bits on.
     enum EAttribute : unsigned
     {
@@ -31,10 +25,11 @@ struct alignas(16) ZeCPackedGridCell
         Boundary,
         Count
     };
-    /// Returns two numbers as a word.
-    static constexpr std::uint64_t PackPair(std::uint32_t first, std::uint32_t second) noexcept
+    /// Returns the word of an axis.
+    /// @param fraction,normal as ZeCGridCell::AddGeometry takes them
+    static constexpr std::uint64_t PackAxis(std::uint32_t fraction, std::uint32_t normal) noexcept
     {
-        return first | std::uint64_t{second} << 32U;
+        return std::uint64_t{fraction} << c_normalBits | normal;
     }
     /// Returns four bytes as a word of attributes; the first one in the lowest bits of both.
     static constexpr std::uint64_t PackBytes(std::uint32_t bytes) noexcept
@@ -62,35 +57,35 @@ struct alignas(16) ZeCPackedGridCell
         return !(isOther & hasOthers) && GetCount() < c_mostSurfels;
     }
     /// Adds a surfel.
-    /// @param firstPairs the first two
+    /// @param firstAxes x and y
     /// @param addedAttributes both words
-    void Add(const std::uint64_t* firstPairs, std::uint64_t normalYZ,
+    void Add(const std::uint64_t* firstAxes, std::uint64_t lastAxis,
              const std::uint64_t* addedAttributes, std::uint32_t rankOfSurfel) noexcept
     {
-        pairs[PositionXY] += firstPairs[PositionXY];
-        pairs[PositionZNormalX] += firstPairs[PositionZNormalX];
-        pairs[NormalYZ] += normalYZ;
+        axes[0] += firstAxes[0];
+        axes[1] += firstAxes[1];
+        axes[2] += lastAxis;
         attributes[0] += addedAttributes[0];
         attributes[1] += addedAttributes[1];
         if (rank < rankOfSurfel) rank = rankOfSurfel;
     }
     /// Adds the same surfels to another cell, where each weighs 1, but for their tissue type.
     void AddTo(ZeCGridCell& cell) const noexcept;
-    /// Returns the number of a pair, which is a sum.
-    [[nodiscard]] std::uint32_t GetLower(EPair pair) const noexcept
+    /// Returns the sums of an axis.
+    [[nodiscard]] std::uint64_t GetPosition(std::size_t axis) const noexcept
     {
-        return static_cast<std::uint32_t>(pairs[pair]);
+        return axes[axis] >> c_normalBits;
     }
-    [[nodiscard]] std::uint32_t GetUpper(EPair pair) const noexcept
+    [[nodiscard]] std::uint32_t GetNormal(std::size_t axis) const noexcept
     {
-        return static_cast<std::uint32_t>(pairs[pair] >> 32U);
+        return static_cast<std::uint32_t>(axes[axis]) & ((1U << c_normalBits) - 1);
     }
     [[nodiscard]] std::uint16_t GetSum(EAttribute attribute) const noexcept
     {
         return static_cast<std::uint16_t>(attributes[attribute / 4] >> 16U * (attribute % 4));
     }
 
-    std::uint64_t pairs[3];
+    std::uint64_t axes[3];
     std::uint32_t rank;     ///< the largest one
     std::uint32_t overflow; ///< kept by the owner: where surfels are that could not be added
     std::uint64_t attributes[2];

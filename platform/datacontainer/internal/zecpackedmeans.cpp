@@ -19,7 +19,7 @@ constexpr Cell::EAttribute c_averaged[] = {Cell::Red, Cell::Green, Cell::Blue, C
 struct Sums
 {
     std::int32_t indices[3][c_size];
-    std::uint32_t positions[3][c_size];
+    double positions[3][c_size];
     std::int32_t normals[3][c_size]; ///< without what was added to the coordinates
     std::int32_t attributes[std::size(c_averaged)][c_size];
     std::int32_t counts[c_size];
@@ -30,16 +30,12 @@ struct Sums
     {
         for (std::size_t i = 0; i < places.size(); ++i) {
             const Cell& cell = *places[i].cell;
+            const std::uint32_t bias = cell.GetCount() * c_gridNormalUnits;
             for (std::size_t axis = 0; axis < 3; ++axis) {
                 indices[axis][i] = places[i].index[axis];
+                positions[axis][i] = static_cast<double>(cell.GetPosition(axis));
+                normals[axis][i] = static_cast<std::int32_t>(cell.GetNormal(axis) - bias);
             }
-            positions[0][i] = cell.GetLower(Cell::PositionXY);
-            positions[1][i] = cell.GetUpper(Cell::PositionXY);
-            positions[2][i] = cell.GetLower(Cell::PositionZNormalX);
-            const std::uint32_t bias = cell.GetCount() * c_gridNormalUnits;
-            normals[0][i] = static_cast<std::int32_t>(cell.GetUpper(Cell::PositionZNormalX) - bias);
-            normals[1][i] = static_cast<std::int32_t>(cell.GetLower(Cell::NormalYZ) - bias);
-            normals[2][i] = static_cast<std::int32_t>(cell.GetUpper(Cell::NormalYZ) - bias);
             for (std::size_t k = 0; k < std::size(c_averaged); ++k) {
                 attributes[k][i] = cell.GetSum(c_averaged[k]);
             }
@@ -79,7 +75,7 @@ CB_ALWAYS_INLINE void average(Places places, const ZeCGrid& from, const Target& 
     const ZeCGrid grid = from; // nothing that is written can be part of it
     double cellsPerUnit[c_size];
     for (std::size_t i = 0; i < count; ++i) {
-        cellsPerUnit[i] = 1.0 / (static_cast<double>(sums.counts[i]) * Cell::c_positionUnits);
+        cellsPerUnit[i] = 1.0 / (static_cast<double>(sums.counts[i]) * c_gridPositionUnits);
     }
     float positions[3][c_size];
     for (int axis = 0; axis < 3; ++axis) {

@@ -26,7 +26,7 @@ CbMatrix4Rf shiftBy(float shift)
 bool isFiniteAndAffine(const CbMatrix4Rf& m)
 {
     return std::all_of(m.data(), m.data() + 16, [](float value) { return std::isfinite(value); }) &&
-           m[0][3] == 0 && m[1][3] == 0 && m[2][3] == 0 && m[3][3] == 1;
+           IsAffine(m);
 }
 
 } // namespace
@@ -102,8 +102,7 @@ bool ZeCShiftedBins::Add(const ZeCSurfelContainer& surfels, const CbMatrix4Rf& t
     for (std::size_t first = 0, n = 0; first < added; first += n) {
         n = std::min(added - first, ZeCGridBatch::c_size);
         for (std::size_t shift = 0; shift < c_shifts; ++shift) {
-            batch->shifted[shift].LoadPositions(positions.subspan(first, n), maps[shift], grid_,
-                                                ZeCGridCell::c_positionUnits);
+            batch->shifted[shift].LoadPositions(positions.subspan(first, n), maps[shift], grid_);
         }
         const ZeCGridBatch& loaded = batch->shifted[0];
         batch->shifted[0].LoadNormals(normals.subspan(first, n), maps[0]);

@@ -16,14 +16,14 @@ using Cell = ZeCPackedGridCell;
 /// The surfels of a batch, as cells take them.
 struct PackedSurfels
 {
-    std::uint64_t firstPairs[ZeCGridBatch::c_size][2];
-    std::uint64_t normalsYZ[ZeCGridBatch::c_size];
+    std::uint64_t firstAxes[ZeCGridBatch::c_size][2];
+    std::uint64_t lastAxes[ZeCGridBatch::c_size];
     std::uint64_t attributes[ZeCGridBatch::c_size][2];
     std::uint32_t ranks[ZeCGridBatch::c_size];
 
     CB_ALWAYS_INLINE void AddTo(Cell& cell, std::size_t i) const noexcept
     {
-        cell.Add(firstPairs[i], normalsYZ[i], attributes[i], ranks[i]);
+        cell.Add(firstAxes[i], lastAxes[i], attributes[i], ranks[i]);
     }
 };
 
@@ -31,11 +31,11 @@ CB_ALWAYS_INLINE void pack(const ZeCGridBatch& batch, const ZeCSurfelContainer& 
                            std::size_t first, PackedSurfels& to) noexcept
 {
     for (std::size_t i = 0; i < batch.count; ++i) {
-        to.firstPairs[i][0] = Cell::PackPair(batch.fractions[0][i], batch.fractions[1][i]);
-        to.firstPairs[i][1] = Cell::PackPair(batch.fractions[2][i], batch.normals[0][i]);
+        to.firstAxes[i][0] = Cell::PackAxis(batch.fractions[0][i], batch.normals[0][i]);
+        to.firstAxes[i][1] = Cell::PackAxis(batch.fractions[1][i], batch.normals[1][i]);
     }
     for (std::size_t i = 0; i < batch.count; ++i) {
-        to.normalsYZ[i] = Cell::PackPair(batch.normals[1][i], batch.normals[2][i]);
+        to.lastAxes[i] = Cell::PackAxis(batch.fractions[2][i], batch.normals[2][i]);
     }
     const std::uint8_t* const types = surfels.GetTissueTypeAccessor().data() + first;
     for (std::size_t i = 0; i < batch.count; ++i) {

@@ -10,10 +10,6 @@ class ZeCUnweightedGridSums : public ZeCGridSums
 {
 public:
     [[nodiscard]] std::uint32_t GetCount() const noexcept override { return cells_.GetCount(); }
-    [[nodiscard]] double GetPositionUnits() const noexcept override
-    {
-        return ZeCPackedGridCell::c_positionUnits;
-    }
     void Find(const ZeCGridBatch& batch) override;
     void Add(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
              std::size_t first) noexcept override;

@@ -14,10 +14,6 @@ public:
     explicit ZeCWeightedGridSums(const std::array<std::uint16_t, 256>& weights);
 
     [[nodiscard]] std::uint32_t GetCount() const noexcept override { return cells_.GetCount(); }
-    [[nodiscard]] double GetPositionUnits() const noexcept override
-    {
-        return ZeCGridCell::c_positionUnits;
-    }
     void Find(const ZeCGridBatch& batch) override;
     void Add(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
              std::size_t first) noexcept override;

@@ -128,7 +128,8 @@ inline void ExpectMeans(const Grid& grid, const std::vector<Scan>& scans)
         for (int k = 0; k < 3; ++k) {
             const auto mean = static_cast<float>(cell.position[k] / w);
             const double step = std::fabs(double(std::nextafter(mean, c_infinity)) - mean);
-            ASSERT_NEAR(cell.position[k] / w, position[k], 1e-7 * std::fabs(grid.cellSize) + step);
+            ASSERT_NEAR(cell.position[k] / w, position[k],
+                        std::ldexp(std::fabs(grid.cellSize), -28) + step);
         }
         const auto rounded = [w](double sum) { return static_cast<int>(sum / w + 0.5); };
         const auto color = actual->GetColorAccessor()[i];

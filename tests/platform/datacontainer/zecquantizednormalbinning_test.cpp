@@ -65,8 +65,42 @@ TEST(NormalBinning, HasTheMeanOfCellsAboveTheThreshold)
     std::reverse(directions.begin(), directions.end());
     for (const auto& each : directions) add(other, each, 1);
     EXPECT_EQ(stored(binning), stored(other)) << "in any order";
-    for (const auto& each : directions) add(binning, {-each.x, -each.y, -each.z}, 1);
-    EXPECT_EQ(binning.ComputeMeanDirectionAboveThresholdCount(0), c_none) << "cancels out";
+}
+
+TEST(NormalBinning, HasNoMeanWhereNormalsCancelOut)
+{
+    constexpr CbVector3f c_none;
+    ZeCQuantizedNormalBinning all;
+    const auto expectNoMean = [&](const CbVector3f& direction, int count) {
+        ZeCQuantizedNormalBinning binning;
+        for (auto* each : {&binning, &all}) {
+            add(*each, direction, count);
+            add(*each, {-direction.x, -direction.y, -direction.z}, count);
+            ASSERT_EQ(each->ComputeMeanDirectionAboveThresholdCount(0), c_none)
+                << direction.x << ' ' << direction.y << ' ' << direction.z << ", " << count;
+        }
+    };
+    const float steps[] = {-1, 0, 1};
+    for (const float x : steps) {
+        for (const float y : steps) {
+            for (const float z : steps) {
+                if (x == 0 && y == 0 && z == 0) continue;
+                for (const int count : {1, 2, 100}) expectNoMean({x, y, z}, count);
+            }
+        }
+    }
+    std::mt19937 random(4);
+    std::normal_distribution<float> value;
+    for (int i = 0; i < 500; ++i) expectNoMean({value(random), value(random), value(random)}, 1);
+    add(all, {0, 0, 1}, 1000);
+    EXPECT_GT(all.ComputeMeanDirectionAboveThresholdCount(0).z, 0.9F) << "more than a 64th is left";
+
+    constexpr std::int64_t c_one = ZeCQuantizedNormalBinning::c_units;
+    const ZeCQuantizedNormalBinning::Bin ignored{9, 3, {-c_one, 0, 0}};
+    read(all, record({{5, 64, {0, c_one, 0}}, ignored}));
+    EXPECT_EQ(all.ComputeMeanDirectionAboveThresholdCount(3), (CbVector3f{0, 1, 0}));
+    read(all, record({{5, 64, {0, c_one - 1, 0}}, ignored}));
+    EXPECT_EQ(all.ComputeMeanDirectionAboveThresholdCount(3), c_none) << "shorter than a 64th";
 }
 
 TEST(NormalBinning, ComesBackAsItWasOrStaysAsItIs)

@@ -32,25 +32,67 @@ double DeterminantBySum(const CbMatrix4Rd& m)
     return static_cast<double>(sum);
 }
 
+CbMatrix4Rd InverseOf(CbMatrix4Rd matrix)
+{
+    CbMatrixInternal::Invert(matrix);
+    return matrix;
+}
+
+// Both signs of zero differ.
+void ExpectExactlyAffine(const CbMatrix4Rd& matrix)
+{
+    for (int i = 0; i < 4; ++i) {
+        ASSERT_EQ(c_matIdentityD[i][3], matrix[i][3]) << i;
+        ASSERT_FALSE(std::signbit(matrix[i][3])) << i;
+    }
+}
+
+void ExpectInverse(const CbMatrix4Rd& matrix, double tolerance)
+{
+    const double expected = DeterminantBySum(matrix);
+    if (std::fabs(expected) < 1.0 - 1e-9) return; // close to singular
+
+    CbMatrix4Rd inverse = matrix;
+    const double determinant = CbMatrixInternal::Invert(inverse);
+    ASSERT_EQ(CbMatrixInternal::Determinant(matrix), determinant);
+    ASSERT_NEAR(1.0, determinant / expected, tolerance);
+    const CbMatrix4Rd product = Compose(matrix, inverse);
+    for (int i = 0; i < 16; ++i) {
+        ASSERT_NEAR(c_matIdentityD.data()[i], product.data()[i], 10 * tolerance);
+    }
+    if (IsAffine(matrix)) ExpectExactlyAffine(inverse);
+}
+
 } // namespace
 
-TEST(MatrixInverse, ComposedWithTheMatrixIsTheIdentity)
+TEST(MatrixInverse, ComposedWithTheMatrixIsTheIdentityAndAsAffineAsIt)
 {
     std::mt19937 random(5);
     for (int round = 0; round < Rounds(20000); ++round) {
         SCOPED_TRACE(round);
-        const auto matrix = RandomMatrix<double>(random, 10.0);
-        const double expected = DeterminantBySum(matrix);
-        if (std::fabs(expected) < 1.0) continue; // close to singular
+        auto matrix = RandomMatrix<double>(random, 10.0);
+        ASSERT_NO_FATAL_FAILURE(ExpectInverse(matrix, 1e-9));
+        for (int i = 0; i < 3; ++i) matrix[i][3] = round % 2 == 0 ? 0.0 : -0.0;
+        matrix[3][3] = 1;
+        ASSERT_NO_FATAL_FAILURE(ExpectInverse(matrix, 1e-9));
+        ASSERT_NO_FATAL_FAILURE(ExpectInverse(RandomRigidMatrix(random, 100), 2e-14));
+    }
+    CbMatrix4Rd matrix;
+    for (int i = 0; i < 3; ++i) matrix[i][i] = 1e110; // has an infinite determinant
+    ExpectExactlyAffine(InverseOf(matrix));
+    matrix[1][2] = std::numeric_limits<double>::quiet_NaN();
+    ExpectExactlyAffine(InverseOf(matrix));
+}
 
-        CbMatrix4Rd inverse = matrix;
-        const double determinant = CbMatrixInternal::Invert(inverse);
-        ASSERT_EQ(CbMatrixInternal::Determinant(matrix), determinant);
-        ASSERT_NEAR(1.0, determinant / expected, 1e-9);
-        const CbMatrix4Rd product = Compose(matrix, inverse);
-        for (int i = 0; i < 16; ++i) {
-            ASSERT_NEAR(c_matIdentityD.data()[i], product.data()[i], 1e-8);
-        }
+TEST(MatrixInverse, KeepsPosesAffineThatAreSetWhereTheyAreAgainAndAgain)
+{
+    std::mt19937 random(6);
+    for (int round = 0; round < 100; ++round) {
+        SCOPED_TRACE(round);
+        const auto father = RandomRigidMatrix(random, 100);
+        auto pose = RandomRigidMatrix(random, 100);
+        for (int i = 0; i < 2000; ++i) pose = Compose(Compose(pose, father), InverseOf(father));
+        ASSERT_NO_FATAL_FAILURE(ExpectExactlyAffine(pose));
     }
 }
 

@@ -220,6 +220,8 @@ TEST_F(Scansession, MergesTheScansOfEachClusterInTheFrameOfTheRoot)
         EXPECT_EQ(node.GetModelRevision(), node.GetNodeRevisionSubtree(3));
     }
     EXPECT_EQ(merged, stored);
+    ExpectOneLine(Run({"--load", file, "--merge-clusters", "--cell", "1e-30"}), "scansession: ",
+                  "warning: --cell 1e-30 is too small for these scans, nothing is left of Cl");
 
     CbMatrix4Rd shift;
     shift[3][0] = 1000.0;
@@ -275,18 +277,30 @@ TEST_F(Scansession, KeepsTheOrderAndTheUnitOfRangeScans)
         "property double x\nproperty double y\nproperty double z\nproperty uchar red\n"
         "property uchar green\nproperty uchar blue\nproperty float nx\nproperty float ny\n"
         "property float nz\nend_header\n";
-    Write("scans/a.ply", c_header + "element vertex 2\n" + properties +
-                             "0.001 0 0 1 2 3 0 1 0\n0 0.002 0 4 5 6 0 1 0\n");
+    const std::string others = // names for the same, and what there is no use for
+        "property double x\nproperty double y\nproperty double z\nproperty uchar diffuse_red\n"
+        "property uchar diffuse_green\nproperty uchar diffuse_blue\nproperty float normal_x\n"
+        "property float normal_y\nproperty float normal_z\nproperty float confidence\n"
+        "element face 0\nproperty list uchar int vertex_indices\nend_header\n";
+    Write("scans/a.ply", c_header + "element vertex 5\n" + others +
+                             "nan 0 0 9 9 9 1 0 0 1\n0.001 0 0 1 2 3 0 1 0 1\n"
+                             "0 -inf 0 9 9 9 1 0 0 1\n0 0.002 0 4 5 6 0 1 0 1\n"
+                             "0 0 1e39 9 9 9 1 0 0 1");
     Write("scans/b.ply", c_header + "element vertex 1\n" + properties + "0 0 3 7 8 9 1 0 0\n");
     Write("scans/c.ply", c_header + "element vertex 0\n" + properties);
     Write("scans/d.ply", c_onePoint);
     const auto poses = Write("poses.conf", "camera 0 0 0 0 0 0 1\n"
                                            "bmesh b.ply 0 0 1 0 0 0 1\n"
-                                           "bmesh c.ply 0 0 0 0 0 0 1\n"
+                                           "mesh c.ply 0 0 0 0 0 0 1\n"
+                                           "mesh gone.ply 0 0 0 0 0 0 1\n"
                                            "bmesh a.ply 0.5 0 0 0 0 1 1\n");
     const auto result = Run({"--scans", (Folder() / "scans").string(), "--poses", poses.string()});
     ASSERT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_THAT(result.out, HasSubstr("left out, no pose: d.ply"));
+    EXPECT_THAT(result.out,
+                testing::StartsWith("left out, no pose: d.ply\n"
+                                    "left out, no file: 1 scans of mesh lines\n"
+                                    "left out, no finite position: 3 vertices, of 1 scans\n"
+                                    "not used: face vertex_indices, vertex confidence\nRoot\n"));
     const PlyFile file = ReadPly(Merged());
     const auto positions = PointsOf(file, "x", "y", "z");
     ASSERT_EQ(positions.size(), 3U);
@@ -327,6 +341,9 @@ TEST_F(Scansession, RefusesBadInputWithOneLineAndNoOutput)
     const std::string zero = " 0 0 0 0 0 0 ";
     Write("poses.conf", "bmesh a.ply" + zero + "1\nbmesh b.ply" + zero + "1\n");
     ExpectRefused(arguments, "poses.conf: pose for an unknown scan");
+    Write("poses.conf", "mesh b.ply" + zero + "1\n");
+    ExpectRefused(arguments, "poses.conf: none of its scans is in ");
+    Write("poses.conf", "bmesh a.ply" + zero + "1\nbmesh b.ply" + zero + "1\n");
     Write("scans/b.ply", "no PLY file");
     ExpectRefused(arguments, "b.ply: line 1: is no PLY file");
     std::filesystem::remove(Folder() / "scans" / "b.ply");

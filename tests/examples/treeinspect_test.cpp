@@ -159,8 +159,10 @@ TEST_F(Treeinspect, EndsWith1ForAnInconsistentFileAnd2ForAnUnreadableOne)
                 "both: is named by --ply and --dot");
     EXPECT_FALSE(std::filesystem::exists(both));
     EXPECT_EQ(run({"--help"}).exitCode, 0);
-    if (!std::filesystem::exists("/dev/full")) return;
     for (const auto* program : {TREEINSPECT_PROGRAM, SCANSESSION_PROGRAM}) {
+        const std::string name = std::filesystem::path(program).stem().string();
+        EXPECT_EQ(RunProgram(program, {"--version"}).out, name + " " TREE_VERSION "\n");
+        if (!std::filesystem::exists("/dev/full")) continue;
         const auto result = RunProgram(program, {"--help"}, "/dev/full");
         EXPECT_EQ(result.exitCode, 2);
         ExpectOneLine(result, "", "output cannot be written");

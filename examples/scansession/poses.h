@@ -23,10 +23,9 @@ struct NamedPose
 /// A line reads `bmesh name tx ty tz qx qy qz qw` (or `mesh ...`), meaning for column vectors
 /// `p_common = R(conj(q)) * p_scan + t`: the rotation of the quaternion is transposed, the
 /// translation is added as written. The scan of a `mesh` may be missing. The quaternion is
-/// normalised first. A `camera` line, empty
-/// lines and lines that begin with # are passed over. Throws: InputError naming the file and the
-/// line: malformed, a scan named twice, a quaternion without direction (singular pose), or no pose
-/// at all.
+/// normalised first. A `camera` line, empty lines and lines that begin with # are passed over.
+/// Throws: InputError naming the file and the line: malformed, a scan named twice, a quaternion
+/// without direction (singular pose), or no pose at all.
 [[nodiscard]] std::vector<NamedPose> ReadPoseFile(const std::filesystem::path& path);
 
 /// Reads one transformation: 16 numbers, row after row of a 4x4 matrix for column vectors, so that

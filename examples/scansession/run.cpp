@@ -153,11 +153,13 @@ std::vector<MergedCluster> Merge(const Options& options, Session& session, Progr
                                  Timing& timing, std::ostream& err)
 {
     if (!options.cell) return {};
-    Progress progress(err, style, "merging", session.GetNrClusters());
-    timing.merging.Start();
-    auto merged =
-        session.MergeClusters(*options.cell, options.shifted, [&] { progress.Advance(); });
-    timing.merging.Stop();
+    std::vector<MergedCluster> merged;
+    {
+        Progress progress(err, style, "merging", session.GetNrClusters());
+        timing.merging.Start();
+        merged = session.MergeClusters(*options.cell, options.shifted, [&] { progress.Advance(); });
+        timing.merging.Stop();
+    }
     for (const auto& cluster : merged) {
         if (cluster.scanned == 0 || cluster.merged > 0) continue;
         err << "scansession: warning: --cell " << *options.cell

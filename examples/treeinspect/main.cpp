@@ -1,6 +1,7 @@
 // Checks a session file, prints its tree and exports a subtree.
 
 #include "examples/scansession/inputerror.h"
+#include "examples/scansession/interruption.h"
 #include "examples/scansession/surfelexport.h"
 #include "examples/session/sessionerror.h"
 #include "examples/session/sessionfile.h"
@@ -78,6 +79,7 @@ int main(int argc, char** argv)
 {
     constexpr int c_inconsistent = 1;
     constexpr int c_unreadable = 2;
+    scansession::RemovePartFilesWhenInterrupted();
     try {
         const auto options = treeinspect::ParseOptions(argc, argv, std::cout);
         if (options) treeinspect::Inspect(*options);

@@ -13,6 +13,11 @@
 #include <png.h>
 #include <regex>
 
+#ifndef _WIN32
+#include <csignal>
+#include <unistd.h>
+#endif
+
 using namespace scansession;
 using testing::HasSubstr;
 
@@ -366,6 +371,48 @@ TEST_F(Scansession, LeavesWhatStandsAtTheOutputPlace)
     }
     EXPECT_EQ(Read(Merged()), "older");
 }
+
+#ifndef _WIN32
+TEST_F(Scansession, LeavesNoPartOfAFileWhereASignalEndsItButAKill)
+{
+    std::filesystem::create_directory(Out());
+    const auto hasPart = [&] {
+        std::error_code error; // files may vanish meanwhile
+        return std::any_of(std::filesystem::directory_iterator(Out(), error), {},
+                           [](const auto& entry) { return entry.path().extension() == ".part"; });
+    };
+    for (const int signal : {SIGINT, SIGTERM, SIGKILL}) {
+        for (bool wasWriting = false; !wasWriting;) { // it may end before it is stopped
+            const pid_t child = fork();
+            if (child == 0) {
+                execl(SCANSESSION_PROGRAM, SCANSESSION_PROGRAM, "--quiet", "--frames", "2", "--out",
+                      Out().c_str(), nullptr);
+                _exit(127);
+            }
+            int status = 0;
+            bool hasEnded = false;
+            while (!hasPart() && !hasEnded) hasEnded = waitpid(child, &status, WNOHANG) != 0;
+            if (!hasEnded) {
+                kill(child, SIGSTOP);
+                waitpid(child, &status, WUNTRACED);
+                hasEnded = !WIFSTOPPED(status);
+            }
+            if (hasEnded) {
+                ASSERT_EQ(status, 0);
+                continue;
+            }
+            wasWriting = hasPart();
+            kill(child, signal);
+            kill(child, SIGCONT);
+            waitpid(child, &status, 0);
+            EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal);
+            EXPECT_EQ(hasPart(), wasWriting && signal == SIGKILL);
+        }
+    }
+    EXPECT_EQ(Run({"--quiet", "--frames", "1"}).exitCode, 0);
+    EXPECT_FALSE(hasPart());
+}
+#endif
 
 TEST_F(Scansession, RefusesCommandLinesThatItDoesNotUnderstand)
 {

@@ -9,6 +9,7 @@
 #include "examples/scansession/scanner.h"
 #include "examples/scansession/session.h"
 #include "examples/scansession/surfelexport.h"
+#include "examples/scansession/unknowntext.h"
 #include "examples/session/replacementfile.h"
 #include "examples/session/sessionfile.h"
 #include "platform/math3d/cyexceptionnotinvertible.h"
@@ -259,11 +260,15 @@ void RunSession(const Options& options, std::ostream& out, std::ostream& err)
     CheckOutputs(options);
     Timing timing;
     std::unique_ptr<const ScanSource> source;
-    Session::Inner loaded;
+    sessionfile::LoadedSession loaded;
     if (options.load) {
         timing.taking.Start();
         loaded = sessionfile::LoadSession(*options.load);
         timing.taking.Stop();
+        if (!loaded.unknown.IsEmpty()) {
+            err << "scansession: warning: " << options.load->string() << ": "
+                << DescribeUnknown(loaded.unknown) << '\n';
+        }
     } else {
         source = OpenSource(options, out);
     }
@@ -271,7 +276,7 @@ void RunSession(const Options& options, std::ostream& out, std::ostream& err)
 
     const ProgressStyle style = options.quiet ? ProgressStyle::None : StyleForStandardError();
     ChangeCounter changes;
-    Session session(options.maxChildren, loaded);
+    Session session(options.maxChildren, std::move(loaded));
     if (source) {
         AllUnused unused;
         {

@@ -3,6 +3,7 @@
 #include "examples/scansession/inputerror.h"
 #include "examples/scansession/interruption.h"
 #include "examples/scansession/surfelexport.h"
+#include "examples/scansession/unknowntext.h"
 #include "examples/session/sessionerror.h"
 #include "examples/session/sessionfile.h"
 #include "examples/treeinspect/options.h"
@@ -64,9 +65,10 @@ void RequireDifferentFiles(const Options& options)
 void Inspect(const Options& options)
 {
     RequireDifferentFiles(options);
-    const auto root = sessionfile::LoadSession(options.file);
+    const auto [root, unknown] = sessionfile::LoadSession(options.file);
     const auto& top = options.node.empty() ? *root : FindNode(*root, options.node);
-    PrintTree(top, std::cout);
+    PrintTree(top, unknown, std::cout);
+    if (!unknown.IsEmpty()) std::cout << scansession::DescribeUnknown(unknown) << '\n';
     if (options.ply) scansession::WriteSurfels(top, *options.ply, [] {});
     if (options.dot) WriteDot(top, *options.dot);
 }

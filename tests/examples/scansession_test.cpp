@@ -4,6 +4,7 @@
 #include "examples/session/sessionfile.h"
 #include "tests/examples/programtest.h"
 #include "tests/examples/scandata.h"
+#include "tests/examples/sessionrecords.h"
 #include "tests/support/scenario.h"
 #include "transformationtree/transformationtree.h"
 
@@ -165,7 +166,7 @@ TEST_F(Scansession, GivesTheTreeAnotherShapeWithoutChangingTheResult)
         EXPECT_EQ(Read(Merged()), whole);
         EXPECT_THAT(result.out, testing::StartsWith("before:\nRoot\n"));
         EXPECT_THAT(result.out, HasSubstr("\n\nafter:\nRoot\n"));
-        const auto root = sessionfile::LoadSession(Folder() / "a.session");
+        const auto root = sessionfile::LoadSession(Folder() / "a.session").root;
         EXPECT_THAT(Describe(*root), HasSubstr(shape));
     }
     // A scan in the place of a collector.
@@ -176,7 +177,7 @@ TEST_F(Scansession, GivesTheTreeAnotherShapeWithoutChangingTheResult)
     sessionfile::SaveSession(file, tree.GetRootInner());
     const auto result = Run({"--load", file, "--merge-clusters", "--save", file});
     EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(Describe(*sessionfile::LoadSession(file)), Describe(*tree.GetRoot()));
+    EXPECT_EQ(Describe(*sessionfile::LoadSession(file).root), Describe(*tree.GetRoot()));
 }
 
 TEST_F(Scansession, GoesOnFromASavedSession)
@@ -197,6 +198,18 @@ TEST_F(Scansession, GoesOnFromASavedSession)
     EXPECT_EQ(treeOf(loaded), treeOf(saved));
     EXPECT_THAT(loaded.out, HasSubstr("messages:     none\n"));
 
+    std::string unknown = Read(file);
+    Bytes bytes(unknown.begin(), unknown.end());
+    RenameClass(bytes, CB_TEXT("QMT_DepthImage"), CB_TEXT("QMT_DepthVideo"));
+    RepairChecksums(bytes);
+    unknown.assign(bytes.begin(), bytes.end());
+    Write("a.session", unknown);
+    const auto kept = Run({"--load", file, "--save", again});
+    EXPECT_EQ(kept.exitCode, 0);
+    ExpectOneLine(kept, "scansession: warning: " + file,
+                  ": unknown classes 'QMT_DepthVideo': 3 models, which have no surfels here\n");
+    EXPECT_EQ(Read(again), unknown);
+
     std::filesystem::remove_all(Out());
     ExpectRefused({"--load", (Folder() / "b").string()}, "b: no such file");
     Write("a.session", Read(again).substr(0, 5000));
@@ -216,7 +229,7 @@ TEST_F(Scansession, MergesTheScansOfEachClusterInTheFrameOfTheRoot)
     const std::size_t merged = CountIn("model.ply");
     EXPECT_LT(merged, CountIn("merged.ply") / 4);
 
-    const auto root = sessionfile::LoadSession(file);
+    const auto root = sessionfile::LoadSession(file).root;
     std::size_t stored = 0;
     for (const auto& [node, trafo] : root->CachedLeaves()) {
         ASSERT_FALSE(node.IsLeaf()) << "no model above";

@@ -8,6 +8,7 @@ require_packages g++ cmake ninja-build libcli11-dev libpng-dev
 
 # Options of the program name files relative to where the caller stands.
 build="$here/build/run"
+echo "Building; for the first time that takes a few minutes" >&2
 CXX=g++ quietly cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF
 quietly cmake --build "$build" --target scansession
 exec "$build/examples/scansession/scansession" "$@"

@@ -66,7 +66,7 @@ int main()
     std::cout << "stored " << root->GetNrLeafNodes() << " scans\n";
 
     // The tree that comes back is in no data manager; SetRootNode() would bring it there.
-    const Inner restored = sessionfile::LoadSession(path);
+    const Inner restored = sessionfile::LoadSession(path).root;
     std::cout << "restored " << restored->GetNrLeafNodes() << " scans:";
     const char* separator = " ";
     for (const auto& [leaf, trafo] : restored->Leaves()) {
@@ -78,7 +78,7 @@ int main()
 
     fs::resize_file(path, fs::file_size(path) / 2);
     try {
-        const Inner half = sessionfile::LoadSession(path);
+        const auto half = sessionfile::LoadSession(path);
         std::cout << "\nhalf of the file: accepted\n";
     } catch (const sessionfile::SessionError&) { // its text says what is wrong, and where
         std::cout << "\nhalf of the file: refused\n";

@@ -2,6 +2,7 @@
 // transformation tree, and writes and draws the surfels of all leaves in the frame of the root.
 
 #include "examples/scansession/inputerror.h"
+#include "examples/scansession/interruption.h"
 #include "examples/scansession/options.h"
 #include "examples/scansession/run.h"
 
@@ -12,6 +13,7 @@
 int main(int argc, char** argv)
 {
     constexpr int c_badInput = 2;
+    scansession::RemovePartFilesWhenInterrupted();
     try {
         const auto options = scansession::ParseOptions(argc, argv, std::cout);
         if (options) scansession::RunSession(*options, std::cout, std::cerr);

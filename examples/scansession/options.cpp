@@ -116,11 +116,15 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostr
         ->disable_flag_override();
     app.add_flag("--quiet", options.quiet, "Print neither tree, summary nor progress")
         ->disable_flag_override();
+    app.set_version_flag("--version", "scansession " TREE_VERSION, "Print the version and end");
 
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
         help << app.help();
+        return std::nullopt;
+    } catch (const CLI::CallForVersion& version) {
+        help << version.what() << '\n';
         return std::nullopt;
     } catch (const CLI::ParseError& error) {
         std::string text = error.what();

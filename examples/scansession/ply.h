@@ -73,10 +73,11 @@ struct PlyFile
 
 /// Reads a PLY 1.0 file of any of the three formats, with line feeds or CR LF as line ends.
 ///
-/// Strict, so that no damaged file passes for a whole one: the last line of an ASCII file needs its
-/// line end, and nothing but white space may follow the last row. Counts are checked against what
-/// remains of the file before anything is allocated for them.
-/// Throws: InputError naming the file and the line (text) or the byte (binary data).
+/// Strict, so that hardly a damaged file passes for a whole one: all rows are there, and nothing
+/// but white space may follow the last one. The last line of an ASCII file may lack its line end,
+/// so one cut within its last word is taken for whole. Counts are checked against what remains of
+/// the file before anything is allocated for them. Throws: InputError naming the file and the line
+/// (text) or the byte (binary data).
 [[nodiscard]] PlyFile ReadPly(const std::filesystem::path& path);
 
 } // namespace scansession

@@ -80,13 +80,12 @@ private:
     std::vector<std::string_view> nextLine()
     {
         ++header_.lines;
-        const auto end = content_.find('\n', header_.size);
-        if (end == std::string_view::npos) {
-            fail(header_.lines == 1 ? "is no PLY file" : "the file ends inside its header");
-        }
-        const auto line = content_.substr(header_.size, end - header_.size);
-        header_.size = end + 1;
-        return SplitWords(line);
+        const auto end = std::min(content_.find('\n', header_.size), content_.size());
+        auto words = SplitWords(content_.substr(header_.size, end - header_.size));
+        const bool isCut = end == content_.size() && words != SplitWords("end_header");
+        if (isCut) fail(header_.lines == 1 ? "is no PLY file" : "the file ends inside its header");
+        header_.size = std::min(end + 1, content_.size());
+        return words;
     }
 
     void addInfo(const std::vector<std::string_view>& words)

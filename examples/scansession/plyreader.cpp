@@ -32,8 +32,9 @@ public:
         : rest_(content.substr(header.size)), line_(header.lines + 1), name_(name)
     {}
 
-    /// A value needs a digit and the white space behind it.
+    /// A value needs a digit and, but for the last one of the file, white space behind it.
     [[nodiscard]] static std::size_t LeastSize(PlyType) { return 2; }
+    [[nodiscard]] std::size_t Room() const { return rest_.size() + 1; }
     [[nodiscard]] std::size_t Remaining() const { return rest_.size(); }
 
     double Read(PlyType type)
@@ -41,7 +42,7 @@ public:
         SkipBlanks();
         std::size_t length = 0;
         while (length < rest_.size() && !IsBlank(rest_[length])) ++length;
-        if (length == rest_.size()) Fail("the file ends inside its data");
+        if (length == 0) Fail("the file ends inside its data");
         const auto word = rest_.substr(0, length);
         const auto value = ParseNumber(word);
         if (!value) Fail(Quoted(word) + " is no number");
@@ -87,6 +88,7 @@ public:
     {}
 
     [[nodiscard]] static std::size_t LeastSize(PlyType type) { return SizeOf(type); }
+    [[nodiscard]] std::size_t Room() const { return Remaining(); }
     [[nodiscard]] std::size_t Remaining() const { return content_.size() - position_; }
 
     double Read(PlyType type)
@@ -137,8 +139,7 @@ template<class Values>
 void ReadList(PlyProperty& property, Values& values)
 {
     const double length = values.Read(property.countType);
-    const auto possible =
-        static_cast<double>(values.Remaining() / Values::LeastSize(property.type));
+    const auto possible = static_cast<double>(values.Room() / Values::LeastSize(property.type));
     if (!(length >= 0.0 && length <= possible)) {
         values.Fail("a list of " + std::to_string(static_cast<std::int64_t>(length)) +
                     " values cannot follow here");
@@ -157,7 +158,7 @@ void ReadRows(PlyElement& element, Values& values)
         leastRow += Values::LeastSize(property.isList ? property.countType : property.type);
     }
     if (leastRow == 0) return; // no properties: rows without content
-    if (element.count > values.Remaining() / leastRow) {
+    if (element.count > values.Room() / leastRow) {
         values.Fail("the " + std::to_string(element.count) + " rows of element " +
                     Quoted(element.name) + " do not fit what is left of the file (" +
                     std::to_string(values.Remaining()) + " bytes)");

@@ -96,7 +96,7 @@ std::vector<NamedPose> ReadPoseFile(const std::filesystem::path& path)
         if (!names.insert(name).second) {
             throw InputError(place + "second pose for scan " + Quoted(name));
         }
-        poses.push_back({name, FromTranslationAndQuaternion(values, place)});
+        poses.push_back({name, FromTranslationAndQuaternion(values, place), words[0] == "mesh"});
     }
     if (poses.empty()) throw InputError(path.string() + ": holds no poses");
     return poses;

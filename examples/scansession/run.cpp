@@ -9,6 +9,7 @@
 #include "examples/scansession/scanner.h"
 #include "examples/scansession/session.h"
 #include "examples/scansession/surfelexport.h"
+#include "examples/scansession/unknowntext.h"
 #include "examples/session/replacementfile.h"
 #include "examples/session/sessionfile.h"
 #include "platform/math3d/cyexceptionnotinvertible.h"
@@ -19,8 +20,10 @@
 #include <iomanip>
 #include <memory>
 #include <ostream>
+#include <set>
 #include <string>
 #include <system_error>
+#include <utility>
 
 namespace scansession
 {
@@ -56,17 +59,45 @@ struct Timing
     Stopwatch writing;
 };
 
+/// What the files of all scans have and the session has not.
+struct AllUnused
+{
+    std::size_t points = 0; ///< without a finite position
+    std::size_t scans = 0;  ///< that have such points
+    std::set<std::string> properties;
+
+    void Add(const Unused& unused)
+    {
+        points += unused.points;
+        scans += unused.points > 0 ? 1 : 0;
+        properties.insert(unused.properties.begin(), unused.properties.end());
+    }
+    void Print(std::ostream& out) const
+    {
+        if (points > 0) {
+            out << "left out, no finite position: " << points << " vertices, of " << scans
+                << " scans\n";
+        }
+        if (properties.empty()) return;
+        const char* separator = "not used: ";
+        for (const auto& property : properties) out << std::exchange(separator, ", ") << property;
+        out << '\n';
+    }
+};
+
 /// Takes the scans into clusters of equal size, give or take one scan. Pumps the messages after
 /// each scan, as an application's main loop would.
-void TakeScans(const ScanSource& source, std::size_t clusters, Session& session, Progress& progress,
-               Timing& timing)
+AllUnused TakeScans(const ScanSource& source, std::size_t clusters, Session& session,
+                    Progress& progress, Timing& timing)
 {
+    AllUnused unused;
     for (std::size_t i = 0, cluster = 0; cluster < clusters; ++cluster) {
         session.StartCluster();
         for (; i < source.Count() * (cluster + 1) / clusters; ++i) {
             timing.taking.Start();
             const Scan scan = source.Take(i);
             timing.taking.Stop();
+            unused.Add(scan.unused);
             timing.building.Start();
             session.Append(scan);
             CyMessageDispatcher::GetInstance().DispatchMessages();
@@ -74,6 +105,7 @@ void TakeScans(const ScanSource& source, std::size_t clusters, Session& session,
             progress.Advance();
         }
     }
+    return unused;
 }
 
 /// Opens what the options name.
@@ -82,8 +114,11 @@ std::unique_ptr<const ScanSource> OpenSource(const Options& options, std::ostrea
     std::unique_ptr<const ScanSource> source;
     if (options.scans) {
         auto folder = std::make_unique<ScanFolder>(*options.scans, options.poses);
-        for (const auto& name : folder->LeftOut()) {
-            if (!options.quiet) out << "left out, no pose: " << name << '\n';
+        if (!options.quiet) {
+            for (const auto& name : folder->LeftOut()) out << "left out, no pose: " << name << '\n';
+            if (const auto missing = folder->CountMissing(); missing > 0) {
+                out << "left out, no file: " << missing << " scans of mesh lines\n";
+            }
         }
         source = std::move(folder);
     } else {
@@ -119,11 +154,18 @@ std::vector<MergedCluster> Merge(const Options& options, Session& session, Progr
                                  Timing& timing, std::ostream& err)
 {
     if (!options.cell) return {};
-    Progress progress(err, style, "merging", session.GetNrClusters());
-    timing.merging.Start();
-    auto merged =
-        session.MergeClusters(*options.cell, options.shifted, [&] { progress.Advance(); });
-    timing.merging.Stop();
+    std::vector<MergedCluster> merged;
+    {
+        Progress progress(err, style, "merging", session.GetNrClusters());
+        timing.merging.Start();
+        merged = session.MergeClusters(*options.cell, options.shifted, [&] { progress.Advance(); });
+        timing.merging.Stop();
+    }
+    for (const auto& cluster : merged) {
+        if (cluster.scanned == 0 || cluster.merged > 0) continue;
+        err << "scansession: warning: --cell " << *options.cell
+            << " is too small for these scans, nothing is left of " << cluster.name << '\n';
+    }
     return merged;
 }
 
@@ -218,11 +260,15 @@ void RunSession(const Options& options, std::ostream& out, std::ostream& err)
     CheckOutputs(options);
     Timing timing;
     std::unique_ptr<const ScanSource> source;
-    Session::Inner loaded;
+    sessionfile::LoadedSession loaded;
     if (options.load) {
         timing.taking.Start();
         loaded = sessionfile::LoadSession(*options.load);
         timing.taking.Stop();
+        if (!loaded.unknown.IsEmpty()) {
+            err << "scansession: warning: " << options.load->string() << ": "
+                << DescribeUnknown(loaded.unknown) << '\n';
+        }
     } else {
         source = OpenSource(options, out);
     }
@@ -230,10 +276,14 @@ void RunSession(const Options& options, std::ostream& out, std::ostream& err)
 
     const ProgressStyle style = options.quiet ? ProgressStyle::None : StyleForStandardError();
     ChangeCounter changes;
-    Session session(options.maxChildren, loaded);
+    Session session(options.maxChildren, std::move(loaded));
     if (source) {
-        Progress progress(err, style, stage, source->Count());
-        TakeScans(*source, options.clusters, session, progress, timing);
+        AllUnused unused;
+        {
+            Progress progress(err, style, stage, source->Count());
+            unused = TakeScans(*source, options.clusters, session, progress, timing);
+        }
+        if (!options.quiet) unused.Print(out);
     }
     Results results;
     try {

@@ -4,6 +4,7 @@
 #include "platform/math3d/cbmatrix4.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -33,12 +34,20 @@ struct Surfel
     friend bool operator==(const Surfel&, const Surfel&) = default;
 };
 
+/// What the source of a scan has and its surfels have not.
+struct Unused
+{
+    std::size_t points = 0;              ///< without a finite position
+    std::vector<std::string> properties; ///< by element and name
+};
+
 /// One capture: the sensor stands on the +z side and looks along -z.
 struct Scan
 {
     std::string name;
     CbMatrix4Rd sensorToRoot; ///< maps the frame of the surfels into the root's frame
     std::vector<Surfel> surfels;
+    Unused unused;
 };
 
 /// Codes a mean curvature (convex is positive) in a byte: 128 for flat, 1 and 255 where the radius

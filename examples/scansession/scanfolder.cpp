@@ -56,7 +56,7 @@ std::vector<NamedPose> ReadMatrixPoses(const std::filesystem::path& folder,
             throw InputError((folder / scan).string() +
                              ": no pose, neither a matrix file (.xf or .txt) nor --poses");
         }
-        poses.push_back({scan, ReadMatrixFile(matrix)});
+        poses.push_back({scan, ReadMatrixFile(matrix), false});
     }
     for (const auto& matrix : ListFiles(folder, ".xf")) {
         const std::string stem = std::filesystem::path(matrix).stem().string();
@@ -84,6 +84,12 @@ ScanFolder::ScanFolder(const std::filesystem::path& folder,
     }
     poses_ = ReadPoseFile(*poseFile);
     std::vector<std::string> named;
+    missing_ = std::erase_if(poses_, [&](const NamedPose& pose) {
+        return pose.mayBeMissing && !Contains(scans, pose.name);
+    });
+    if (poses_.empty()) {
+        throw InputError(poseFile->string() + ": none of its scans is in " + folder.string());
+    }
     for (const auto& pose : poses_) {
         if (!Contains(scans, pose.name)) {
             throw InputError(poseFile->string() + ": pose for an unknown scan, " +
@@ -99,7 +105,8 @@ ScanFolder::ScanFolder(const std::filesystem::path& folder,
 Scan ScanFolder::Take(std::size_t index) const
 {
     const NamedPose& pose = poses_.at(index);
-    return {pose.name, pose.scanToRoot, ReadRangeScan(folder_ / pose.name)};
+    RangeScan scan = ReadRangeScan(folder_ / pose.name);
+    return {pose.name, pose.scanToRoot, std::move(scan.surfels), std::move(scan.unused)};
 }
 
 } // namespace scansession

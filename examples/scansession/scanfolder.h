@@ -13,15 +13,16 @@ namespace scansession
 
 /// Range scans in a folder.
 ///
-/// With a pose file (see ReadPoseFile) the scans are those it names, in its order. Without one they
+/// With a pose file (see ReadPoseFile) the scans are those it names, in its order, without those
+/// that may be missing and are. Without one they
 /// are all PLY files of the folder, sorted by name, each with its own matrix in NAME.xf or NAME.txt
 /// (see ReadMatrixFile; .xf goes first).
 class ScanFolder : public ScanSource
 {
 public:
     /// Reads the poses and looks for all scans, so that a missing one shows before any work.
-    /// Throws: InputError naming the folder or file: missing, a pose for an unknown scan, a scan
-    /// without its matrix.
+    /// Throws: InputError naming the folder or file: missing, a pose for an unknown scan, none of
+    /// the scans there, a scan without its matrix.
     ScanFolder(const std::filesystem::path& folder,
                const std::optional<std::filesystem::path>& poseFile);
 
@@ -31,11 +32,14 @@ public:
 
     /// PLY files of the folder that the pose file does not name.
     [[nodiscard]] const std::vector<std::string>& LeftOut() const { return leftOut_; }
+    /// Number of scans that the pose file names and that are not there.
+    [[nodiscard]] std::size_t CountMissing() const { return missing_; }
 
 private:
     std::filesystem::path folder_;
     std::vector<NamedPose> poses_;
     std::vector<std::string> leftOut_;
+    std::size_t missing_ = 0;
 };
 
 } // namespace scansession

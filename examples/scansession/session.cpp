@@ -8,6 +8,7 @@
 #include "transformationtree/transformationtree.h"
 
 #include <ostream>
+#include <utility>
 
 namespace scansession
 {
@@ -59,14 +60,15 @@ CbSmartPointer<ZeCSurfelCollectionQMT> PackSurfels(const std::vector<Surfel>& su
     return packed;
 }
 
-Session::Session(unsigned int maxChildren, const Inner& root) : maxChildren_(maxChildren)
+Session::Session(unsigned int maxChildren, sessionfile::LoadedSession loaded)
+    : unknown_(std::move(loaded.unknown)), maxChildren_(maxChildren)
 {
     auto& manager = Manager();
     if (!manager.SetDataManager(dataManager_, dataManager_.GetTopNode())) {
         throw CbException(CB_HERE, "another session uses the node manager");
     }
     try {
-        tree_ = root ? CbMake<SessionTree>(root) : CbMake<SessionTree>();
+        tree_ = loaded.root ? CbMake<SessionTree>(loaded.root) : CbMake<SessionTree>();
     } catch (...) {
         manager.UnsetRootNode();
         (void)manager.UnsetDataManager();
@@ -190,7 +192,7 @@ void Session::Save(const std::filesystem::path& path) const
 {
     const auto root = tree_->GetRoot();
     const auto lock = Manager().GetSingleReadHandleLocked(root);
-    sessionfile::SaveSession(path, root);
+    sessionfile::SaveSession(path, root, unknown_);
 }
 
 } // namespace scansession

@@ -3,6 +3,7 @@
 #include "examples/scansession/scan.h"
 #include "examples/scansession/sessiontree.h"
 #include "examples/scansession/surface.h"
+#include "examples/session/loadedsession.h"
 #include "platform/base/cbsmartpointer.h"
 #include "platform/datacontainer/zecsurfelcollectionqmt.h"
 #include "platform/datatree/cydatamanager.h"
@@ -42,8 +43,8 @@ public:
 
     /// Makes root and model node, or takes over the tree of a session that was loaded.
     /// @param maxChildren how many children a node at or below an optimizer may have; at least 2
-    /// @param root of the loaded tree, outside any data manager; null for a new session
-    explicit Session(unsigned int maxChildren, const Inner& root = nullptr);
+    /// @param loaded its tree is outside any data manager; null for a new session
+    explicit Session(unsigned int maxChildren, sessionfile::LoadedSession loaded = {});
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
     /// Takes the tree apart, under a write handle on the root.
@@ -81,8 +82,8 @@ public:
     [[nodiscard]] Surface GetScans() const;
     /// The cached models of the clusters, in the same frame.
     [[nodiscard]] Surface GetClusterModels() const;
-    /// Writes the whole session to a file. All or nothing.
-    /// Throws: as sessionfile::SaveSession().
+    /// Writes the whole session to a file, with what was unknown when it was loaded. All or
+    /// nothing. Throws: as sessionfile::SaveSession().
     void Save(const std::filesystem::path& path) const;
 
 private:
@@ -92,6 +93,7 @@ private:
     void forEachOptimizer(const std::function<void(const Inner&)>& edit);
 
     CyDataManager dataManager_;
+    sessionfile::UnknownRecords unknown_;
     CbSmartPointer<SessionTree> tree_;
     Inner optimizer_; ///< of the active cluster: the top of its subtree of scans
     Inner place_;     ///< the node of that subtree that took the last scan

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "examples/session/partfile.h"
 #include "platform/base/cbstreamwritebinary.h"
 
-#include <cstdio>
 #include <filesystem>
 #include <system_error>
 #include <vector>
@@ -13,8 +13,10 @@ namespace sessionfile
 /// A file that replaces another one as a whole, or not at all.
 ///
 /// What is written goes to a new file `<name>.<id>.part` beside the goal, which Commit() renames.
-/// Without Commit() the destructor removes that file, and the goal stays as it was. An older file
-/// hands down its permissions; where the goal is a link, the file that it leads to is replaced, and
+/// Without Commit() the destructor removes that file, and the goal stays as it was. Where a process
+/// is killed the file stays, until the next one for the same goal removes it; a program's handler
+/// of a signal can do so as well, see RemovePartFiles(). An older file hands down its permissions;
+/// where the goal is a link, the file that it leads to is replaced, and
 /// a link that leads nowhere is refused, as is whatever else is no regular file.
 class ReplacementFile : public CbStreamWriteBinary
 {
@@ -33,11 +35,11 @@ protected:
 
 private:
     void flush();
+    void require(std::error_code error) const;
     [[noreturn]] void fail(std::error_code reason) const;
 
     std::filesystem::path path_;
-    std::filesystem::path part_;
-    std::FILE* file_;                  ///< null once it is closed; unbuffered
+    PartFile part_;
     std::vector<std::uint8_t> buffer_; ///< position_ and end_ are in it
 };
 

@@ -37,7 +37,7 @@ auto onFile(const std::filesystem::path& path, const Action& action)
     }
 }
 
-CbSmartPointer<ZeCTransformationNodeInner> load(const std::filesystem::path& path)
+LoadedSession load(const std::filesystem::path& path)
 {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
@@ -66,16 +66,17 @@ CbSmartPointer<ZeCTransformationNodeInner> load(const std::filesystem::path& pat
 } // namespace
 
 void SaveSession(const std::filesystem::path& path,
-                 const CbSmartPointer<const ZeCTransformationNodeInner>& root)
+                 const CbSmartPointer<const ZeCTransformationNodeInner>& root,
+                 const UnknownRecords& unknown)
 {
     onFile(path, [&] {
         ReplacementFile file(path);
-        WriteSession(file, root);
+        WriteSession(file, root, unknown);
         file.Commit();
     });
 }
 
-CbSmartPointer<ZeCTransformationNodeInner> LoadSession(const std::filesystem::path& path)
+LoadedSession LoadSession(const std::filesystem::path& path)
 {
     return onFile(path, [&] {
         try {

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "platform/base/cbsmartpointer.h"
-#include "transformationtree/zectransformationnodeinner.h"
+#include "examples/session/loadedsession.h"
 
 #include <filesystem>
 
@@ -13,12 +12,12 @@ namespace sessionfile
 /// Throws: SessionError for what WriteSession() refuses, std::system_error where the file cannot be
 /// written; both name the file.
 void SaveSession(const std::filesystem::path& path,
-                 const CbSmartPointer<const ZeCTransformationNodeInner>& root);
+                 const CbSmartPointer<const ZeCTransformationNodeInner>& root,
+                 const UnknownRecords& unknown = {});
 
-/// Reads the tree of a session file as ReadSession() does.
+/// Reads a session file as ReadSession() does.
 /// Throws: SessionError naming the file; nothing is left behind. The memory taken is at most four
 /// times the size of the file, next to none where that does not begin as a session.
-[[nodiscard]] CbSmartPointer<ZeCTransformationNodeInner>
-LoadSession(const std::filesystem::path& path);
+[[nodiscard]] LoadedSession LoadSession(const std::filesystem::path& path);
 
 } // namespace sessionfile

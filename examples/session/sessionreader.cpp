@@ -1,6 +1,7 @@
 #include "examples/session/sessionreader.h"
 
 #include "examples/session/crc32.h"
+#include "examples/session/modelstandin.h"
 #include "examples/session/sessionformat.h"
 #include "examples/session/sessionmappings.h"
 #include "examples/session/sessionsection.h"
@@ -49,7 +50,7 @@ public:
     Reader& operator=(const Reader&) = delete;
     ~Reader();
 
-    Inner Read();
+    LoadedSession Read();
 
 private:
     /// What was met so far of an announced node.
@@ -74,6 +75,12 @@ private:
     SessionMappings mappings_; // goes after the nodes, which are cut first
     std::vector<Node> nodes_;
     std::unordered_map<const ZeCTransformationNode*, Seen> seen_;
+    // Stored models of unknown classes: by those that stand in their place, and those without an id
+    // that could be read, of which some have found their place.
+    std::unordered_map<const ZeCModelQMT*, std::span<const std::uint8_t>> unread_;
+    std::vector<std::span<const std::uint8_t>> nameless_;
+    std::size_t placed_ = 0;
+    UnknownRecords unknown_;
     Inner root_; ///< null until all has been checked
 };
 
@@ -88,7 +95,7 @@ Reader::~Reader()
     }
 }
 
-Inner Reader::Read()
+LoadedSession Reader::Read()
 {
     SessionSection nodes = openSection(ESection::Nodes, "nodes");
     SessionSection structure = openSection(ESection::Structure, "structure");
@@ -114,7 +121,8 @@ Inner Reader::Read()
     readAttributes(attributes);
     const Inner root = findRoot(structure);
     requireOneTree(structure, root);
-    return root_ = root;
+    root_ = root;
+    return {root, std::move(unknown_)};
 }
 
 SessionSection Reader::openSection(ESection section, const std::string& name)
@@ -159,9 +167,18 @@ void Reader::readModels(std::uint32_t count)
         if (section.GetSize() < c_smallestModel) section.Refuse("too short");
         section.ReadRecord([&] {
             requireClassName(section);
-            models.push_back(mapper.ReadModel(section.GetStream()));
+            const auto stored = section.GetBytes();
+            if (!IsOfUnknownClass(stored)) {
+                models.push_back(mapper.ReadModel(section.GetStream()));
+                // A short one is filled up.
+                if (stored.size() > c_smallestModel) section.RequireEnd();
+            } else if (auto standIn = MapStandIn(stored)) {
+                unread_.emplace(standIn.Get(), stored);
+                models.push_back(std::move(standIn));
+            } else {
+                nameless_.push_back(stored);
+            }
         });
-        if (section.GetSize() > c_smallestModel) section.RequireEnd(); // a short one is filled up
     }
     for (const auto& model : models) {
         const CyUniqueID id = model->GetID();
@@ -211,7 +228,14 @@ void Reader::readNode(SessionSection& section)
     (void)links.ReadAndCompareVersion(1);
     const CyUniqueID father = readID(links);
     const CyUniqueID model = readID(links);
+    const auto& models = CbSingleton<ZeCModelSerializationIDMapper>::GetInstance();
+    if (!model.IsNil() && !models.GetModel(model) && placed_ < nameless_.size()) {
+        unread_.emplace(MapStandIn(model).Get(), nameless_[placed_++]);
+    }
     node.SerializeStructure(stream);
+    if (const auto unread = unread_.find(node.GetModel().Get()); unread != unread_.end()) {
+        unknown_.KeepModel(node.GetModel(), unread->second);
+    }
     if (node.GetID() != id)
         section.Refuse("record of " + textOf(node) + " as that of " + textOf(id));
     if (idOf(node.GetFather()) != father) {
@@ -234,7 +258,10 @@ void Reader::readAttributes(SessionSection& section)
             if (std::exchange(seen_[&node].attributes, true)) {
                 section.Refuse("second record of " + textOf(id));
             }
+            auto container = section.Peek();
             node.SerializeAttributes(stream);
+            const std::size_t bytes = container.Remaining() - stream.Remaining();
+            unknown_.KeepAttributes(id, container.ReadView(bytes));
         });
     }
     section.RequireEnd();
@@ -306,7 +333,7 @@ void RequireHeader(std::span<const std::uint8_t> bytes)
     }
 }
 
-CbSmartPointer<ZeCTransformationNodeInner> ReadSession(std::span<const std::uint8_t> bytes)
+LoadedSession ReadSession(std::span<const std::uint8_t> bytes)
 {
     RequireHeader(bytes);
     return Reader(bytes.subspan(c_headerBytes)).Read();

@@ -21,6 +21,8 @@ public:
     SessionSection(std::string name, std::span<const std::uint8_t> bytes, std::size_t offset);
 
     [[nodiscard]] CyStreamReadBinaryBuffer& GetStream() noexcept { return stream_; }
+    /// All bytes, those that were read too.
+    [[nodiscard]] std::span<const std::uint8_t> GetBytes() const noexcept { return bytes_; }
     /// Number of bytes.
     [[nodiscard]] std::size_t GetSize() const noexcept { return bytes_.size(); }
     /// Where the next byte stands in the file.

@@ -92,21 +92,23 @@ void writeSection(CbStreamWriteBinary& stream, ESection section, CyStreamWriteBi
     content.Empty();
 }
 
-void writeAttributes(CbStreamWriteBinary& stream, const std::vector<Node>& nodes)
+void writeAttributes(CbStreamWriteBinary& stream, const std::vector<Node>& nodes,
+                     const UnknownRecords& unknown)
 {
-    const auto hasAttributes = [](const Node& node) { return !node->GetAllAttributes().IsEmpty(); };
+    const auto hasAttributes = [&](const Node& node) { return unknown.HasAttributes(*node); };
     stream << static_cast<std::uint32_t>(std::count_if(nodes.begin(), nodes.end(), hasAttributes));
     for (const auto& node : nodes) {
         if (!hasAttributes(node)) continue;
         node->GetID().Serialize(stream);
-        node->SerializeAttributes(stream);
+        unknown.WriteAttributes(stream, *node);
     }
 }
 
 } // namespace
 
 void WriteSession(CbStreamWriteBinary& stream,
-                  const CbSmartPointer<const ZeCTransformationNodeInner>& root)
+                  const CbSmartPointer<const ZeCTransformationNodeInner>& root,
+                  const UnknownRecords& unknown)
 {
     const SessionMappings mappings;
     auto& nodeMapper = CbSingleton<ZeCTransformationNodeSerializationIDMapper>::GetInstance();
@@ -136,11 +138,15 @@ void WriteSession(CbStreamWriteBinary& stream,
     }
     writeSection(stream, ESection::Structure, content);
 
-    writeAttributes(content, nodes);
+    writeAttributes(content, nodes, unknown);
     writeSection(stream, ESection::Attributes, content);
 
     for (const auto& model : models) {
-        modelMapper.WriteModel(content, model);
+        if (const auto stored = unknown.GetStored(*model); !stored.empty()) {
+            content.WriteBuffer(stored.data(), stored.size());
+        } else {
+            modelMapper.WriteModel(content, model);
+        }
         while (content.GetCount() < c_smallestModel) content << false;
         writeSection(stream, ESection::Model, content);
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "examples/session/unknownrecords.h"
 #include "platform/base/cbsmartpointer.h"
 #include "platform/base/cbstreamwritebinary.h"
 #include "transformationtree/zectransformationnodeinner.h"
@@ -8,6 +9,8 @@ namespace sessionfile
 {
 
 /// Writes a whole tree: all nodes with their attributes, and each model that they refer to once.
+/// What is unknown is written again for its nodes and in the place of the models that stand there
+/// for it.
 ///
 /// Throws: SessionError, before anything is written, for what ReadSession() would refuse: @p root
 /// is null or has a father, a node below it is listed by another node than its father, an id is nil
@@ -15,6 +18,7 @@ namespace sessionfile
 /// the stream throws. Threads: needs a read handle on the root; one thread at a time writes or
 /// reads sessions.
 void WriteSession(CbStreamWriteBinary& stream,
-                  const CbSmartPointer<const ZeCTransformationNodeInner>& root);
+                  const CbSmartPointer<const ZeCTransformationNodeInner>& root,
+                  const UnknownRecords& unknown = {});
 
 } // namespace sessionfile

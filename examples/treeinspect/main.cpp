@@ -1,7 +1,9 @@
 // Checks a session file, prints its tree and exports a subtree.
 
 #include "examples/scansession/inputerror.h"
+#include "examples/scansession/interruption.h"
 #include "examples/scansession/surfelexport.h"
+#include "examples/scansession/unknowntext.h"
 #include "examples/session/sessionerror.h"
 #include "examples/session/sessionfile.h"
 #include "examples/treeinspect/options.h"
@@ -63,9 +65,10 @@ void RequireDifferentFiles(const Options& options)
 void Inspect(const Options& options)
 {
     RequireDifferentFiles(options);
-    const auto root = sessionfile::LoadSession(options.file);
+    const auto [root, unknown] = sessionfile::LoadSession(options.file);
     const auto& top = options.node.empty() ? *root : FindNode(*root, options.node);
-    PrintTree(top, std::cout);
+    PrintTree(top, unknown, std::cout);
+    if (!unknown.IsEmpty()) std::cout << scansession::DescribeUnknown(unknown) << '\n';
     if (options.ply) scansession::WriteSurfels(top, *options.ply, [] {});
     if (options.dot) WriteDot(top, *options.dot);
 }
@@ -78,6 +81,7 @@ int main(int argc, char** argv)
 {
     constexpr int c_inconsistent = 1;
     constexpr int c_unreadable = 2;
+    scansession::RemovePartFilesWhenInterrupted();
     try {
         const auto options = treeinspect::ParseOptions(argc, argv, std::cout);
         if (options) treeinspect::Inspect(*options);

@@ -28,10 +28,14 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostr
     auto* const dotOption =
         app.add_option("--dot", dot, "Writes the subtree as a graph for Graphviz")
             ->type_name("OUT");
+    app.set_version_flag("--version", "treeinspect " TREE_VERSION, "Print the version and end");
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
         help << app.help();
+        return std::nullopt;
+    } catch (const CLI::CallForVersion& version) {
+        help << version.what() << '\n';
         return std::nullopt;
     } catch (const CLI::ParseError& error) {
         std::string text = error.what();

@@ -16,7 +16,22 @@ namespace
 /// Deeper levels are told by a number: a chain's lines would grow without bound.
 constexpr std::size_t c_deepestIndent = 40;
 
-void PrintNode(const SubtreeNode& entry, std::ostream& out)
+/// The model's surfels, or its class where that is unknown.
+void PrintModel(const ZeCTransformationNode& node, const sessionfile::UnknownRecords& unknown,
+                std::ostream& out)
+{
+    const auto model = node.GetModel();
+    const CString className = model ? unknown.GetClassName(*model) : CString();
+    out << (node.IsLeaf() ? ", " : ", merged ");
+    if (className.IsEmpty()) {
+        out << "surfels " << CountOwnSurfels(node);
+    } else {
+        out << "model of unknown class " << Quoted(className);
+    }
+}
+
+void PrintNode(const SubtreeNode& entry, const sessionfile::UnknownRecords& unknown,
+               std::ostream& out)
 {
     const auto& [node, depth, father] = entry;
     if (depth <= c_deepestIndent) {
@@ -27,31 +42,33 @@ void PrintNode(const SubtreeNode& entry, std::ostream& out)
     out << Quoted(node->GetDescription()) << (node->IsLeaf() ? " leaf " : " inner ")
         << node->GetID().ToString().ToUtf8() << ", revisions " << node->GetNodeRevision(1) << ' '
         << node->GetNodeRevision(2);
-    if (node->IsLeaf()) {
-        out << ", surfels " << CountOwnSurfels(*node);
-    } else if (node->GetModel()) {
-        out << ", merged surfels " << CountOwnSurfels(*node) << " of revision "
-            << node->GetModelRevision();
-    }
+    if (node->IsLeaf() || node->GetModel()) PrintModel(*node, unknown, out);
+    if (!node->IsLeaf() && node->GetModel()) out << " of revision " << node->GetModelRevision();
     out << ", pose ";
     PrintPose(node->GetRelativeTrafo(), out);
     out << '\n';
+    const std::string bullet = std::string(2 * (std::min(depth, c_deepestIndent) + 1), ' ') + "- ";
     for (const auto& attribute : node->GetAllAttributes()) {
-        out << std::string(2 * (std::min(depth, c_deepestIndent) + 1), ' ') << "- ";
+        out << bullet;
         PrintAttribute(*attribute, out);
         out << '\n';
+    }
+    for (const auto& attribute : unknown.GetAttributes(node->GetID())) {
+        out << bullet << "of unknown class " << Quoted(attribute.className) << ": "
+            << attribute.bytes << " bytes\n";
     }
 }
 
 } // namespace
 
-void PrintTree(const ZeCTransformationNode& top, std::ostream& out)
+void PrintTree(const ZeCTransformationNode& top, const sessionfile::UnknownRecords& unknown,
+               std::ostream& out)
 {
     const auto nodes = ListSubtree(top);
     std::uint64_t leaves = 0;
     std::uint64_t surfels = 0;
     for (const auto& entry : nodes) {
-        PrintNode(entry, out);
+        PrintNode(entry, unknown, out);
         if (!entry.node->IsLeaf()) continue;
         ++leaves;
         surfels += CountOwnSurfels(*entry.node);

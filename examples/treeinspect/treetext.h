@@ -1,5 +1,6 @@
 #pragma once
 
+#include "examples/session/unknownrecords.h"
 #include "transformationtree/zectransformationnode.h"
 
 #include <ostream>
@@ -10,7 +11,9 @@ namespace treeinspect
 /// Prints a line for each node at or below @p top, children indented below their father:
 /// description, kind, id, revisions (model and transformation), surfels and pose, which are the 16
 /// values of the transformation into the father's frame; and below it a line for each of the node's
-/// attributes. Then a line of totals.
-void PrintTree(const ZeCTransformationNode& top, std::ostream& out);
+/// attributes. Models and attributes of unknown classes are named by their class. Then a line of
+/// totals.
+void PrintTree(const ZeCTransformationNode& top, const sessionfile::UnknownRecords& unknown,
+               std::ostream& out);
 
 } // namespace treeinspect

@@ -134,9 +134,10 @@ TEST_F(PlyFiles, ReadTheSameInEveryEncoding)
 TEST_F(PlyFiles, CutShortAnywhereAreRefusedByName)
 {
     for (const auto& [name, content] : AllEncodings()) {
-        if (name.find(" CR LF") != std::string::npos) continue; // whole without the last LF
         SCOPED_TRACE(name);
-        for (std::size_t length = 0; length < content.size(); ++length) {
+        const std::size_t whole = content.find_last_not_of("\t\r\n") + 1; // no need for a line end
+        EXPECT_NO_THROW((void)ReadPly(Write("whole.ply", content.substr(0, whole))));
+        for (std::size_t length = 0; length < whole; ++length) {
             const auto path = Write("cut.ply", content.substr(0, length));
             const auto text = InputErrorOf([&] { (void)ReadPly(path); });
             ASSERT_THAT(text, HasSubstr("cut.ply: ")) << length;

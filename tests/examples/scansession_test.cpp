@@ -4,6 +4,7 @@
 #include "examples/session/sessionfile.h"
 #include "tests/examples/programtest.h"
 #include "tests/examples/scandata.h"
+#include "tests/examples/sessionrecords.h"
 #include "tests/support/scenario.h"
 #include "transformationtree/transformationtree.h"
 
@@ -12,6 +13,11 @@
 #include <gmock/gmock.h>
 #include <png.h>
 #include <regex>
+
+#ifndef _WIN32
+#include <csignal>
+#include <unistd.h>
+#endif
 
 using namespace scansession;
 using testing::HasSubstr;
@@ -160,7 +166,7 @@ TEST_F(Scansession, GivesTheTreeAnotherShapeWithoutChangingTheResult)
         EXPECT_EQ(Read(Merged()), whole);
         EXPECT_THAT(result.out, testing::StartsWith("before:\nRoot\n"));
         EXPECT_THAT(result.out, HasSubstr("\n\nafter:\nRoot\n"));
-        const auto root = sessionfile::LoadSession(Folder() / "a.session");
+        const auto root = sessionfile::LoadSession(Folder() / "a.session").root;
         EXPECT_THAT(Describe(*root), HasSubstr(shape));
     }
     // A scan in the place of a collector.
@@ -171,7 +177,7 @@ TEST_F(Scansession, GivesTheTreeAnotherShapeWithoutChangingTheResult)
     sessionfile::SaveSession(file, tree.GetRootInner());
     const auto result = Run({"--load", file, "--merge-clusters", "--save", file});
     EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(Describe(*sessionfile::LoadSession(file)), Describe(*tree.GetRoot()));
+    EXPECT_EQ(Describe(*sessionfile::LoadSession(file).root), Describe(*tree.GetRoot()));
 }
 
 TEST_F(Scansession, GoesOnFromASavedSession)
@@ -192,6 +198,18 @@ TEST_F(Scansession, GoesOnFromASavedSession)
     EXPECT_EQ(treeOf(loaded), treeOf(saved));
     EXPECT_THAT(loaded.out, HasSubstr("messages:     none\n"));
 
+    std::string unknown = Read(file);
+    Bytes bytes(unknown.begin(), unknown.end());
+    RenameClass(bytes, CB_TEXT("QMT_DepthImage"), CB_TEXT("QMT_DepthVideo"));
+    RepairChecksums(bytes);
+    unknown.assign(bytes.begin(), bytes.end());
+    Write("a.session", unknown);
+    const auto kept = Run({"--load", file, "--save", again});
+    EXPECT_EQ(kept.exitCode, 0);
+    ExpectOneLine(kept, "scansession: warning: " + file,
+                  ": unknown classes 'QMT_DepthVideo': 3 models, which have no surfels here\n");
+    EXPECT_EQ(Read(again), unknown);
+
     std::filesystem::remove_all(Out());
     ExpectRefused({"--load", (Folder() / "b").string()}, "b: no such file");
     Write("a.session", Read(again).substr(0, 5000));
@@ -211,7 +229,7 @@ TEST_F(Scansession, MergesTheScansOfEachClusterInTheFrameOfTheRoot)
     const std::size_t merged = CountIn("model.ply");
     EXPECT_LT(merged, CountIn("merged.ply") / 4);
 
-    const auto root = sessionfile::LoadSession(file);
+    const auto root = sessionfile::LoadSession(file).root;
     std::size_t stored = 0;
     for (const auto& [node, trafo] : root->CachedLeaves()) {
         ASSERT_FALSE(node.IsLeaf()) << "no model above";
@@ -220,6 +238,8 @@ TEST_F(Scansession, MergesTheScansOfEachClusterInTheFrameOfTheRoot)
         EXPECT_EQ(node.GetModelRevision(), node.GetNodeRevisionSubtree(3));
     }
     EXPECT_EQ(merged, stored);
+    ExpectOneLine(Run({"--load", file, "--merge-clusters", "--cell", "1e-30"}), "scansession: ",
+                  "warning: --cell 1e-30 is too small for these scans, nothing is left of Cl");
 
     CbMatrix4Rd shift;
     shift[3][0] = 1000.0;
@@ -275,18 +295,30 @@ TEST_F(Scansession, KeepsTheOrderAndTheUnitOfRangeScans)
         "property double x\nproperty double y\nproperty double z\nproperty uchar red\n"
         "property uchar green\nproperty uchar blue\nproperty float nx\nproperty float ny\n"
         "property float nz\nend_header\n";
-    Write("scans/a.ply", c_header + "element vertex 2\n" + properties +
-                             "0.001 0 0 1 2 3 0 1 0\n0 0.002 0 4 5 6 0 1 0\n");
+    const std::string others = // names for the same, and what there is no use for
+        "property double x\nproperty double y\nproperty double z\nproperty uchar diffuse_red\n"
+        "property uchar diffuse_green\nproperty uchar diffuse_blue\nproperty float normal_x\n"
+        "property float normal_y\nproperty float normal_z\nproperty float confidence\n"
+        "element face 0\nproperty list uchar int vertex_indices\nend_header\n";
+    Write("scans/a.ply", c_header + "element vertex 5\n" + others +
+                             "nan 0 0 9 9 9 1 0 0 1\n0.001 0 0 1 2 3 0 1 0 1\n"
+                             "0 -inf 0 9 9 9 1 0 0 1\n0 0.002 0 4 5 6 0 1 0 1\n"
+                             "0 0 1e39 9 9 9 1 0 0 1");
     Write("scans/b.ply", c_header + "element vertex 1\n" + properties + "0 0 3 7 8 9 1 0 0\n");
     Write("scans/c.ply", c_header + "element vertex 0\n" + properties);
     Write("scans/d.ply", c_onePoint);
     const auto poses = Write("poses.conf", "camera 0 0 0 0 0 0 1\n"
                                            "bmesh b.ply 0 0 1 0 0 0 1\n"
-                                           "bmesh c.ply 0 0 0 0 0 0 1\n"
+                                           "mesh c.ply 0 0 0 0 0 0 1\n"
+                                           "mesh gone.ply 0 0 0 0 0 0 1\n"
                                            "bmesh a.ply 0.5 0 0 0 0 1 1\n");
     const auto result = Run({"--scans", (Folder() / "scans").string(), "--poses", poses.string()});
     ASSERT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_THAT(result.out, HasSubstr("left out, no pose: d.ply"));
+    EXPECT_THAT(result.out,
+                testing::StartsWith("left out, no pose: d.ply\n"
+                                    "left out, no file: 1 scans of mesh lines\n"
+                                    "left out, no finite position: 3 vertices, of 1 scans\n"
+                                    "not used: face vertex_indices, vertex confidence\nRoot\n"));
     const PlyFile file = ReadPly(Merged());
     const auto positions = PointsOf(file, "x", "y", "z");
     ASSERT_EQ(positions.size(), 3U);
@@ -327,6 +359,9 @@ TEST_F(Scansession, RefusesBadInputWithOneLineAndNoOutput)
     const std::string zero = " 0 0 0 0 0 0 ";
     Write("poses.conf", "bmesh a.ply" + zero + "1\nbmesh b.ply" + zero + "1\n");
     ExpectRefused(arguments, "poses.conf: pose for an unknown scan");
+    Write("poses.conf", "mesh b.ply" + zero + "1\n");
+    ExpectRefused(arguments, "poses.conf: none of its scans is in ");
+    Write("poses.conf", "bmesh a.ply" + zero + "1\nbmesh b.ply" + zero + "1\n");
     Write("scans/b.ply", "no PLY file");
     ExpectRefused(arguments, "b.ply: line 1: is no PLY file");
     std::filesystem::remove(Folder() / "scans" / "b.ply");
@@ -349,6 +384,48 @@ TEST_F(Scansession, LeavesWhatStandsAtTheOutputPlace)
     }
     EXPECT_EQ(Read(Merged()), "older");
 }
+
+#ifndef _WIN32
+TEST_F(Scansession, LeavesNoPartOfAFileWhereASignalEndsItButAKill)
+{
+    std::filesystem::create_directory(Out());
+    const auto hasPart = [&] {
+        std::error_code error; // files may vanish meanwhile
+        return std::any_of(std::filesystem::directory_iterator(Out(), error), {},
+                           [](const auto& entry) { return entry.path().extension() == ".part"; });
+    };
+    for (const int signal : {SIGINT, SIGTERM, SIGKILL}) {
+        for (bool wasWriting = false; !wasWriting;) { // it may end before it is stopped
+            const pid_t child = fork();
+            if (child == 0) {
+                execl(SCANSESSION_PROGRAM, SCANSESSION_PROGRAM, "--quiet", "--frames", "2", "--out",
+                      Out().c_str(), nullptr);
+                _exit(127);
+            }
+            int status = 0;
+            bool hasEnded = false;
+            while (!hasPart() && !hasEnded) hasEnded = waitpid(child, &status, WNOHANG) != 0;
+            if (!hasEnded) {
+                kill(child, SIGSTOP);
+                waitpid(child, &status, WUNTRACED);
+                hasEnded = !WIFSTOPPED(status);
+            }
+            if (hasEnded) {
+                ASSERT_EQ(status, 0);
+                continue;
+            }
+            wasWriting = hasPart();
+            kill(child, signal);
+            kill(child, SIGCONT);
+            waitpid(child, &status, 0);
+            EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal);
+            EXPECT_EQ(hasPart(), wasWriting && signal == SIGKILL);
+        }
+    }
+    EXPECT_EQ(Run({"--quiet", "--frames", "1"}).exitCode, 0);
+    EXPECT_FALSE(hasPart());
+}
+#endif
 
 TEST_F(Scansession, RefusesCommandLinesThatItDoesNotUnderstand)
 {

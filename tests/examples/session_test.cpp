@@ -3,6 +3,7 @@
 #include "tests/support/managerfixture.h"
 #include "tests/support/rounds.h"
 #include "tests/transformationtree/goldenfiles.h"
+#include "transformationtree/transformationtree.h"
 
 #include <functional>
 #include <gmock/gmock.h>
@@ -60,6 +61,48 @@ TEST(Session, ComesBackFromRecordsInAnyOrder)
     }
 }
 
+TEST(Session, KeepsWhatIsOfUnknownClasses)
+{
+    const SampleTree tree;
+    using Loops = ZeCBackgroundOptimizationLoopCountAttribute;
+    tree.cluster->SetAttribute(CbMake<ZeCRepresentativeAttribute>());
+    tree.b->SetAttribute(CbMake<Loops>());
+    tree.b->SetAttribute(CbMake<Tooth>());
+    tree.scan->SetDescription(CB_TEXT("scan"));
+    Bytes bytes = SessionOf(tree.root);
+    RenameClass(bytes, CB_TEXT("Tooth"), CB_TEXT("Molar"));
+    RenameClass(bytes, CB_TEXT("ZeCModelQMT"), CB_TEXT("ZeCModel3DX"));
+    RepairChecksums(bytes);
+    Bytes nameless = bytes; // as far as it can be told
+    const auto scanID = tree.scan->GetID().GetBytes();
+    const auto inModel =
+        std::find_end(nameless.begin(), nameless.end(), scanID.begin(), scanID.end());
+    *(inModel - 4) = 9; // version
+    RepairChecksums(nameless);
+
+    for (const Bytes& stored : {bytes, nameless}) {
+        auto session = ReadSession(stored);
+        EXPECT_EQ(SessionOf(session), stored);
+        EXPECT_EQ(session.unknown.CountModels(), 2U);
+        EXPECT_EQ(session.unknown.CountAttributes(), 2U);
+        EXPECT_THAT(session.unknown.GetClassNames(), testing::ElementsAre("Molar", "ZeCModel3DX"));
+        const auto& root = session.root;
+        EXPECT_FALSE(root->BeginSurfel());
+        const auto leaf = root->FrontLeaf();
+        EXPECT_EQ(leaf->GetModel()->GetID(), tree.scan->GetID());
+        EXPECT_EQ(leaf->GetModel()->GetDescription().ToUtf8(), stored == bytes ? "scan" : "");
+
+        const auto cluster = CbStaticPointerCast<ZeCTransformationNodeInner>(root->FrontChild());
+        cluster->SetModel(CbMake<ZeCModelQMT>(), 8);
+        cluster->DeleteAttribute(ZeCRepresentativeAttribute::RTTI);
+        TestAccess::Children(*cluster).pop_back();
+        session = ReadSession(SessionOf(session));
+        EXPECT_EQ(session.unknown.CountModels(), 1U);
+        EXPECT_EQ(session.unknown.CountAttributes(), 1U);
+        EXPECT_EQ(session.unknown.GetAttributes(cluster->GetID()).size(), 1U);
+    }
+}
+
 TEST(Session, KnowsNothingThatWasMappedBefore)
 {
     const SampleTree tree;
@@ -77,7 +120,7 @@ class RestoredSession : public NodeManagerTest
 TEST_F(RestoredSession, IsEditedBelowTheManager)
 {
     const SampleTree tree;
-    const Inner root = ReadSession(SessionOf(tree.root));
+    const Inner root = ReadSession(SessionOf(tree.root)).root;
     manager().SetRootNode(root);
     const auto lock = manager().GetSingleWriteHandleLocked(root);
     EXPECT_TRUE(manager().IsValid());
@@ -152,7 +195,21 @@ TEST(Session, IsRefusedWhereItsRecordsAreNoTree)
         {"was not announced", no, [](Records& r) { ++r.attributes[0][0]; }},
         {"no class of nodes: ZeCTrans", no, [](Records& r) { ++r.announcements[0][20]; }},
         {"class name of 16777241", no, [](Records& r) { ++r.announcements[0][3]; }},
-        {"no class of models", no, [](Records& r) { ++r.models[0][4]; }},
+        {"no class of models", no,
+         [](Records& r) {
+             r.models[0] = r.announcements[0];
+             r.models[0].resize(1024);
+         }},
+        {"is not in the session", no,
+         [](Records& r) {
+             ++r.models[0][4];  // of an unknown class
+             ++r.models[0][30]; // its id
+         }},
+        {"of two models", no,
+         [](Records& r) {
+             r.models.push_back(r.models[0]);
+             ++r.models[0][4];
+         }},
         {"too short", no, [](Records& r) { r.models[0].pop_back(); }},
         {"of two models", no, [](Records& r) { r.models.push_back(r.models[0]); }},
         {"models for 5 nodes", no, [](Records& r) { r.models.resize(6, r.models[0]); }},

@@ -40,9 +40,13 @@ TEST(Session, IsUnreadableWhereverItIsCutOrDamaged)
 
 TEST(Session, IsInconsistentWhereverASectionIsCut)
 {
-    for (const auto section :
-         {&Records::announcements, &Records::structure, &Records::attributes, &Records::models}) {
+    for (const auto& [section, attribute] : {std::pair(&Records::announcements, CB_TEXT("Tooth")),
+                                             {&Records::structure, CB_TEXT("Tooth")},
+                                             {&Records::attributes, CB_TEXT("Tooth")},
+                                             {&Records::attributes, CB_TEXT("Molar")},
+                                             {&Records::models, CB_TEXT("Tooth")}}) {
         Records records{SampleTree()};
+        RenameClass(records.attributes[0], CB_TEXT("Tooth"), attribute);
         Bytes& last = (records.*section).back();
         while (!last.empty()) {
             last.pop_back();
@@ -96,10 +100,24 @@ TEST_F(HarmfulSession, TakesLittleMemoryWhateverItsBytesSay)
     announcements.nodeCount = static_cast<std::uint32_t>(announcements.announcements.size());
     Records models(tree);
     fill(models.models, c_most);
+    Records attributes(tree); // of classes without a name
+    constexpr std::uint32_t c_count = c_most / 8;
+    attributes.attributes[0].resize(20);
+    const auto* const count = reinterpret_cast<const std::uint8_t*>(&c_count);
+    attributes.attributes[0].insert(attributes.attributes[0].end(), count, count + sizeof c_count);
+    attributes.attributes[0].resize(24 + 8 * c_count);
+    Bytes unknown = star([&] {
+        const Leaf leaf = plain();
+        leaf->SetAttribute(CbMake<Tooth>());
+        return leaf;
+    });
+    RenameClass(unknown, CB_TEXT("Tooth"), CB_TEXT("Molar"));
+    RepairChecksums(unknown);
     tree.root->SetDescription(CString(std::u16string(c_most / 2 - 2000, u'x')));
 
-    for (const auto& bytes : {announcements.Join(), models.Join(), star(plain), star(withModel),
-                              star(withAttributes), SessionOf(tree.root)}) {
+    for (const auto& bytes :
+         {announcements.Join(), models.Join(), star(plain), star(withModel), star(withAttributes),
+          SessionOf(tree.root), attributes.Join(), unknown}) {
         EXPECT_GT(bytes.size(), c_most - 20000);
         const auto path = Write("a.session", std::string(bytes.begin(), bytes.end()));
         const std::size_t before = AllocatedBytes();

@@ -5,11 +5,14 @@
 #include "tests/examples/tempfolder.h"
 #include "tests/support/failingallocations.h"
 
+#include <array>
 #include <gmock/gmock.h>
 
 #ifndef _WIN32
 #include <csignal>
 #include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #endif
 
 using namespace sessionfile;
@@ -112,26 +115,39 @@ TEST_F(SessionFile, ComesBackAndSaysWhyItCannot)
 
 TEST_F(SessionFile, LeavesNothingBehindWhereverMemoryEnds)
 {
-    SaveSession(path(), SampleTree().root);
-    (void)LoadSession(path());
-    const std::size_t before = AllocatedBytes();
-    bool isRead = false;
-    for (long allocations = 0; !isRead; ++allocations) {
-        FailAllocationsAfter(allocations);
-        try {
-            isRead = LoadSession(path()) != nullptr;
-        } catch (const std::exception&) {
+    for (const auto* const model : {CB_TEXT("ZeCModelQMT"), CB_TEXT("ZeCModel3DX")}) {
+        Bytes bytes = SessionOf(SampleTree().root);
+        RenameClass(bytes, CB_TEXT("Tooth"), CB_TEXT("Molar"));
+        RenameClass(bytes, CB_TEXT("ZeCModelQMT"), model);
+        RepairChecksums(bytes);
+        Write("a.session", std::string(bytes.begin(), bytes.end()));
+        (void)LoadSession(path());
+        const std::size_t before = AllocatedBytes();
+        bool isRead = false;
+        for (long allocations = 0; !isRead; ++allocations) {
+            FailAllocationsAfter(allocations);
+            try {
+                isRead = LoadSession(path()).root != nullptr;
+            } catch (const std::exception&) {
+            }
+            FailAllocationsAfter(-1);
+            ASSERT_EQ(AllocatedBytes(), before) << allocations;
         }
-        FailAllocationsAfter(-1);
-        ASSERT_EQ(AllocatedBytes(), before) << allocations;
     }
 }
 
 TEST_F(SessionFile, IsReplacedByOneOfTwoAndByNothingElse)
 {
-    Write("a.session.part", "mine");
+    const std::string id = "." + CountingId(1).ToString().ToUtf8();
+    for (const std::string& name : std::initializer_list<std::string>{
+             "a.session.part", "a.session.id.part", "b.session" + id + ".part",
+             "a.session" + id + ".partly", "a.session" + id + "0.part"}) {
+        Write(name, "mine");
+    }
+    Write("a.session" + id + ".part", "left behind");
     Write("a.session", "old");
     ReplacementFile first(path());
+    EXPECT_FALSE(std::filesystem::exists(Folder() / ("a.session" + id + ".part")));
     {
         ReplacementFile second(path());
         second.WriteBuffer("second", 6);
@@ -141,11 +157,32 @@ TEST_F(SessionFile, IsReplacedByOneOfTwoAndByNothingElse)
         second.Commit();
         EXPECT_EQ(Read(path()), "second");
     }
-    EXPECT_EQ(Read(Folder() / "a.session.part"), "mine");
-    EXPECT_EQ(countFiles(), 2);
+    EXPECT_EQ(countFiles(), 6);
 }
 
 #ifndef _WIN32
+TEST_F(SessionFile, KeepsThePartThatAnotherProcessHolds)
+{
+    std::array<int, 2> made{};
+    ASSERT_EQ(pipe(made.data()), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        const ReplacementFile held(path());
+        (void)!write(made[1], "!", 1);
+        for (;;) pause();
+    }
+    char byte = 0;
+    EXPECT_EQ(read(made[0], &byte, 1), 1);
+    ReplacementFile(path()).Commit();
+    EXPECT_EQ(countFiles(), 2);
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    EXPECT_EQ(countFiles(), 2) << "left behind";
+    ReplacementFile(path()).Commit();
+    EXPECT_EQ(countFiles(), 1);
+    for (const int end : made) close(end);
+}
+
 TEST_F(SessionFile, KeepsItsPermissionsAndTheLinksToIt)
 {
     using std::filesystem::perms;

@@ -14,14 +14,20 @@ inline Bytes SessionOf(const Inner& root)
     return Stored([&](auto& stream) { sessionfile::WriteSession(stream, root); });
 }
 
+inline Bytes SessionOf(const sessionfile::LoadedSession& session)
+{
+    return Stored(
+        [&](auto& stream) { sessionfile::WriteSession(stream, session.root, session.unknown); });
+}
+
 /// The text of the error that reading ends in, or nothing where it gives a tree, which can be
 /// written and read again then.
 inline std::string ErrorOf(const Bytes& bytes, sessionfile::SessionError::EKind* kind = nullptr)
 {
     try {
-        const Inner root = sessionfile::ReadSession(bytes);
-        EXPECT_TRUE(root);
-        EXPECT_TRUE(sessionfile::ReadSession(SessionOf(root)));
+        const auto session = sessionfile::ReadSession(bytes);
+        EXPECT_TRUE(session.root);
+        EXPECT_TRUE(sessionfile::ReadSession(SessionOf(session)).root);
         return {};
     } catch (const sessionfile::SessionError& error) {
         if (kind != nullptr) *kind = error.GetKind();
@@ -124,6 +130,21 @@ private:
         stream.WriteBuffer(content.GetData(), content.GetCount());
     }
 };
+
+/// Gives all classes of a name another one of the same length.
+inline void RenameClass(Bytes& bytes, const CString& name, const CString& other)
+{
+    const auto stored = [](const CString& text) {
+        return Stored([&](auto& stream) { stream << text; });
+    };
+    const Bytes from = stored(name);
+    const Bytes to = stored(other);
+    for (auto at = bytes.begin();;) {
+        at = std::search(at, bytes.end(), from.begin(), from.end());
+        if (at == bytes.end()) return;
+        at = std::copy(to.begin(), to.end(), at);
+    }
+}
 
 /// Makes the checksums of all sections right that lie in the bytes as a whole.
 inline void RepairChecksums(Bytes& bytes)

@@ -52,16 +52,36 @@ TEST_F(Treeinspect, PrintsTheTree)
     EXPECT_EQ("\n" + result.out, R"(
 "root" inner 10111213-1415-1617-1819-1a1b1c1d1e1f, revisions 11 21, pose identity
   "a \"cluster\"" inner 20212223-2425-2627-2829-2a2b2c2d2e2f, revisions 12 22, merged surfels 0 of revision 7, pose identity
+    - of unknown class "Tooth": 8 bytes
     "twin" leaf 30313233-3435-3637-3839-3a3b3c3d3e3f, revisions 13 23, surfels 2, pose identity
     "twin?" leaf 40414243-4445-4647-4849-4a4b4c4d4e4f, revisions 14 24, surfels 0, pose identity
   "twin" leaf 50515253-5455-5657-5859-5a5b5c5d5e5f, revisions 15 25, surfels 2, pose 0 1 0 0 | -1 0 0 0 | 0 0 1 0 | 5 6 7 1
 
 nodes 5, leaves 3, surfels 4
+unknown classes 'Tooth': 1 attributes
 )");
+    Bytes bytes = SessionOf(tree.root);
+    RenameClass(bytes, CB_TEXT("Tooth"), CB_TEXT("\"Mo\nl"));
+    RenameClass(bytes, CB_TEXT("ZeCModelQMT"), CB_TEXT("ZeCModel3DX"));
+    RepairChecksums(bytes);
+    Write("a.session", std::string(bytes.begin(), bytes.end()));
+    const auto ply = (Folder() / "a.ply").string();
+    const auto unknown = runOnFile({"--ply", ply});
+    EXPECT_EQ(unknown.exitCode, 0) << unknown.err;
+    EXPECT_EQ(scansession::ReadPly(ply).Find("vertex")->count, 0U);
+    for (const auto* part :
+         {", merged model of unknown class \"ZeCModel3DX\" of revision 7, pose identity\n"
+          "    - of unknown class \"\\\"Mo?l\": 8 bytes\n",
+          ", revisions 15 25, model of unknown class \"ZeCModel3DX\", pose 0",
+          ", surfels 0\nunknown classes '\"Mo?l', 'ZeCModel3DX': 2 models, which have no surfels "
+          "here; 1 attributes\n"}) {
+        EXPECT_THAT(unknown.out, HasSubstr(part));
+    }
 }
 
 TEST_F(Treeinspect, PrintsAttributes)
 {
+    tree.cluster->DeleteAttribute(Tooth::RTTI);
     for (const auto& row : AttributeRows()) {
         tree.a->SetAttribute(CbCreate<ZeARTTIAttribute>(row.className));
         tree.b->SetAttribute(CbCreate<ZeARTTIAttribute>(row.className));
@@ -159,8 +179,10 @@ TEST_F(Treeinspect, EndsWith1ForAnInconsistentFileAnd2ForAnUnreadableOne)
                 "both: is named by --ply and --dot");
     EXPECT_FALSE(std::filesystem::exists(both));
     EXPECT_EQ(run({"--help"}).exitCode, 0);
-    if (!std::filesystem::exists("/dev/full")) return;
     for (const auto* program : {TREEINSPECT_PROGRAM, SCANSESSION_PROGRAM}) {
+        const std::string name = std::filesystem::path(program).stem().string();
+        EXPECT_EQ(RunProgram(program, {"--version"}).out, name + " " TREE_VERSION "\n");
+        if (!std::filesystem::exists("/dev/full")) continue;
         const auto result = RunProgram(program, {"--help"}, "/dev/full");
         EXPECT_EQ(result.exitCode, 2);
         ExpectOneLine(result, "", "output cannot be written");

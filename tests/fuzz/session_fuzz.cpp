@@ -77,15 +77,16 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    Inner root;
+    LoadedSession session;
     try {
         const LittleMemory memory(size);
-        root = ReadSession({data, size});
+        session = ReadSession({data, size});
     } catch (const SessionError& error) {
         EXPECT_NE(error.GetKind(), SessionError::EKind::Unwritable);
         return 0;
     }
-    const Bytes bytes = SessionOf(root);
+    const Bytes bytes = SessionOf(session); // what is of unknown classes is in it as well
+    const Inner root = session.root;
     EXPECT_EQ(SessionOf(ReadSession(bytes)), bytes);
     const std::size_t count = CountTree(root);
     EXPECT_NE(count, 0U);

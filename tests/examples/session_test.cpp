@@ -95,7 +95,7 @@ TEST(Session, KeepsWhatIsOfUnknownClasses)
         const auto cluster = CbStaticPointerCast<ZeCTransformationNodeInner>(root->FrontChild());
         cluster->SetModel(CbMake<ZeCModelQMT>(), 8);
         cluster->DeleteAttribute(ZeCRepresentativeAttribute::RTTI);
-        TestAccess::Children(*cluster).pop_back();
+        (void)TestAccess::Children(*cluster).TakeLast();
         session = ReadSession(SessionOf(session));
         EXPECT_EQ(session.unknown.CountModels(), 1U);
         EXPECT_EQ(session.unknown.CountAttributes(), 1U);

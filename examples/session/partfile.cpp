@@ -177,8 +177,9 @@ std::error_code PartFile::Create(const fs::path& goal)
     do {
         part_.reset(new OpenPart(goal));
         part_->file = createFile(part_->path);
-        if (part_->file == nullptr) return lastError();
-    } while (!hold(part_->file));
+        // A process that was forked goes on with the same ids as its parent.
+        if (part_->file == nullptr && errno != EEXIST) return lastError();
+    } while (part_->file == nullptr || !hold(part_->file));
     std::setvbuf(part_->file, nullptr, _IONBF, 0);
     std::error_code ignored;
     const auto older = fs::status(goal, ignored);

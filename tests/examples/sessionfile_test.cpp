@@ -163,13 +163,18 @@ TEST_F(SessionFile, IsReplacedByOneOfTwoAndByNothingElse)
 #ifndef _WIN32
 TEST_F(SessionFile, KeepsThePartThatAnotherProcessHolds)
 {
+    ReplacementFile(path()).Commit(); // the child will go on with the same ids
     std::array<int, 2> made{};
-    ASSERT_EQ(pipe(made.data()), 0);
+    std::array<int, 2> alive{};
+    ASSERT_EQ(pipe(made.data()) + pipe(alive.data()), 0);
     const pid_t child = fork();
     if (child == 0) {
+        char byte = 0;
+        close(alive[1]);
         const ReplacementFile held(path());
         (void)!write(made[1], "!", 1);
-        for (;;) pause();
+        (void)!read(alive[0], &byte, 1); // until this process ends, whatever happens
+        _exit(0);
     }
     char byte = 0;
     EXPECT_EQ(read(made[0], &byte, 1), 1);
@@ -180,7 +185,7 @@ TEST_F(SessionFile, KeepsThePartThatAnotherProcessHolds)
     EXPECT_EQ(countFiles(), 2) << "left behind";
     ReplacementFile(path()).Commit();
     EXPECT_EQ(countFiles(), 1);
-    for (const int end : made) close(end);
+    for (const int end : {made[0], made[1], alive[0], alive[1]}) close(end);
 }
 
 TEST_F(SessionFile, KeepsItsPermissionsAndTheLinksToIt)

@@ -3,6 +3,7 @@
 #include "platform/base/cbexception.h"
 #include "transformationtree/internal/collectsubtree.h"
 #include "transformationtree/internal/nodemanagernames.h"
+#include "transformationtree/internal/refusednodes.h"
 #include "transformationtree/internal/subtreewalk.h"
 #include "transformationtree/zectransformationnodemanager.h"
 
@@ -193,18 +194,21 @@ void ZeCTransformationNodeManager::RemoveChild(const Inner& father, const Node& 
     const bool last = child && child == father->BackChild();
     const auto& children = std::as_const(*father);
     const auto position = last ? children.LastChild() : children.FindChild(child);
-    if (position != std::as_const(*father).EndChild()) removeChild(father, position);
+    if (position == std::as_const(*father).EndChild()) return;
+    RefusedNodes refused(CB_HERE);
+    removeChild(father, position, refused);
 }
 
 void ZeCTransformationNodeManager::removeChild(
-    const Inner& father, ZeCTransformationNodeInner::ConstChildIterator position)
+    const Inner& father, ZeCTransformationNodeInner::ConstChildIterator position,
+    RefusedNodes& refused)
 {
     const Node child = *position; // keeps it, and what is below it, until the edit is done
     const bool own = child && child->IsChildOf(*father);
     if (own && IsNodeInDataManager(child)) {
         // A node without children needs no list of what is below it, and so no memory.
-        hasChildren(*child) ? removeSubtreeFromDataManager(child)
-                            : removeNodeFromDataManager(child);
+        hasChildren(*child) ? removeNodesFromDataManager(CollectPostOrder(*child), refused)
+                            : takeOutOfDataManager(CyNodeView(child), refused);
     }
     father->children_.erase(position);
     if (own) child->setFather(nullptr);
@@ -247,20 +251,22 @@ void ZeCTransformationNodeManager::putInPlace(const Inner& father, const Node& o
     const bool oldManaged = own && IsNodeInDataManager(old);
     std::vector<Node> leaving;
     std::vector<Node> oldNodes;
-    if (IsNodeInDataManager(child)) leaving = collectToRemove(child);
-    if (oldManaged || (own && replace)) oldNodes = collectToRemove(old);
+    if (IsNodeInDataManager(child)) leaving = CollectPostOrder(*child);
+    if (oldManaged || (own && replace)) oldNodes = CollectPostOrder(*old);
+    RefusedNodes refused(CB_HERE);
     if (replace) registerNodes(added); // the last step that can fail for want of memory
     if (own) {
-        if (oldManaged) removeNodesFromDataManager(oldNodes, false);
+        if (oldManaged) removeNodesFromDataManager(oldNodes, refused);
         old->setFather(nullptr);
         if (replace) {
+            if (!oldManaged) takeOutOfDataManager(CyNodeView(oldNodes), refused);
             for (const Node& node : oldNodes) {
                 if (!node->IsLeaf()) node->NewNodeRevision(c_allRevisions);
                 takeApart(node);
             }
         }
     }
-    if (IsNodeInDataManager(child)) removeNodesFromDataManager(leaving, false);
+    if (IsNodeInDataManager(child)) removeNodesFromDataManager(leaving, refused);
     // The old father of the new child goes on listing it.
     if (child->GetFather()) child->setMayBeStale();
     eraseStaleEntry(*father, *child, index);
@@ -282,7 +288,7 @@ void ZeCTransformationNodeManager::MoveNode(const Inner& newFather, const Node& 
     const bool managed = IsNodeInDataManager(newFather) && dataManager_.load() != nullptr;
     const bool comesIn = managed && !IsNodeInDataManager(node);
     const Nodes added = comesIn ? CollectPreOrder(*node) : Nodes{};
-    WriteHandle handle = managed && !comesIn ? GetWriteHandle(node) : WriteHandle();
+    RefusedNodes refused(CB_HERE);
     const std::size_t oldIndex = oldFather ? indexOf(*oldFather, node) : 0;
     if (!stays) reserveMore(newFather->children_, 1);
 
@@ -304,7 +310,7 @@ void ZeCTransformationNodeManager::MoveNode(const Inner& newFather, const Node& 
     if (comesIn) {
         addNodesToDataManager(added);
     } else if (managed) {
-        dataManager_.load()->MoveNode(handle, newFather).Acknowledge();
+        moveInDataManager(CyNodeView(node), newFather, refused);
     }
 }
 
@@ -354,15 +360,16 @@ void ZeCTransformationNodeManager::moveNodes(const Inner& newFather, const std::
     std::vector<Node> leaving;
     for (const Node& node : nodes) {
         if (managed == IsNodeInDataManager(node)) continue;
-        managed ? append(comingIn, CollectPreOrder(*node)) : append(leaving, collectToRemove(node));
+        managed ? append(comingIn, CollectPreOrder(*node))
+                : append(leaving, CollectPostOrder(*node));
     }
     const auto oldFathers = distinctFathers(sorted);
     const auto dropped = drop ? collectBelow(*father, sorted) : std::vector<Node>{};
     auto entries = drop ? nodes : ZeCTransformationNodeInner::Children{};
     if (!drop) reserveMore(children, nodes.size());
-    (void)GetWriteHandle(father); // a thread's first handle needs memory too
+    RefusedNodes refused(CB_HERE);
 
-    removeNodesFromDataManager(leaving, false);
+    removeNodesFromDataManager(leaving, refused);
     relink(sorted, oldFathers, father);
     if (drop) {
         entries.swap(children); // old ones go when the edit is done
@@ -370,13 +377,11 @@ void ZeCTransformationNodeManager::moveNodes(const Inner& newFather, const std::
         append(children, nodes);
     }
     if (managed) {
-        for (const Node& node : nodes) {
-            WriteHandle handle = GetWriteHandle(node); // empty for a node that comes in
-            dataManager_.load()->MoveNode(handle, father).Acknowledge();
-        }
+        moveInDataManager(CyNodeView(nodes), father, refused);
         addNodesToDataManager(comingIn);
     }
     // After the others have left, since with data nodes below it a node can't.
+    takeOutOfDataManager(CyNodeView(dropped), refused);
     for (const Node& node : dropped) {
         if (hasChildren(*node)) node->NewNodeRevision(c_allRevisions);
         takeApart(node);
@@ -402,7 +407,6 @@ void ZeCTransformationNodeManager::relink(const Nodes& nodes, const std::vector<
 
 void ZeCTransformationNodeManager::takeApart(const Node& node)
 {
-    removeNodeFromDataManager(node);
     DeleteNode(node);
     cutLinks(node);
 }

@@ -5,11 +5,13 @@
 #include "platform/base/platformapi.h"
 #include "platform/datatree/cydatahandlelockonly.h"
 #include "platform/datatree/cynode.h"
+#include "platform/datatree/cynodeview.h"
 
 #include <cstdint>
 #include <vector>
 
 class CyLockEngine;
+struct CyLockThread;
 
 /// The application's data tree and the locks on its nodes.
 ///
@@ -74,6 +76,19 @@ public:
     /// conflict with another thread's at the new place.
     CheckedBool MoveNode(CyDataHandleLockOnly<1>& handle, const CbSmartPointer<CyNode>& newFather);
 
+    /// Takes nodes out one after the other, each as RemoveNode() by a new handle of the calling
+    /// thread: children have to come before their fathers. Those that are null or not in this
+    /// manager are passed over.
+    /// Returns the number of nodes that were refused; they stay.
+    /// Cost: linear in the number of nodes and, where something is locked, in the depth.
+    std::size_t RemoveNodes(CyNodeView nodes) noexcept;
+    /// Moves nodes one after the other, each as MoveNode() by a new handle of the calling thread.
+    /// Returns as RemoveNodes(), where a new father that is null refuses all.
+    /// Cost: linear in the number of nodes and in the depth. What adds to that: a node with locks in
+    /// it, the levels that it crosses; and one that takes nodes below it to where other threads'
+    /// locks cover it, another climb.
+    std::size_t MoveNodes(CyNodeView nodes, const CbSmartPointer<CyNode>& newFather) noexcept;
+
     /// True where a lock that the calling thread holds on the node or above it gives reading, or
     /// writing: what a handle made now would say. Records nothing.
     [[nodiscard]] bool IsLocked(const CyNode& node, bool forWriting) const noexcept;
@@ -93,7 +108,9 @@ private:
     friend struct TestAccess;
 
     void ask(const CyNode& node, bool write, CyLockRecord& record);
-    static void takeOut(CyDataTreeEntry& entry) noexcept;
+    [[nodiscard]] std::size_t editNodes(CyLockThread* thread, CyNodeView nodes,
+                                        CyNode* newFather) noexcept;
+    static void hasLeft(CyDataTreeEntry& entry) noexcept;
     [[nodiscard]] CbSmartPointer<CyNode> parentOf(const CyNode& node) const;
     [[nodiscard]] std::vector<CbSmartPointer<CyNode>> childrenOf(const CyNode& node) const;
 

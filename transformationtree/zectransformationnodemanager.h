@@ -258,16 +258,17 @@ private:
     void addNodeToDataManager(ZeCTransformationNode& node);
     void registerNodes(const Nodes& nodes);
     Node registerNode(const Node& node) CB_REQUIRES(section_);
-    /// Takes nodes out of the data manager, as far as they are in it: children before their fathers.
+    /// Takes nodes out of the data manager, as far as they are in it: children before their
+    /// fathers.
     void takeOutOfDataManager(CyNodeView nodes, RefusedNodes& refused) noexcept;
     /// The same, and erases the entries among their children that belong to other fathers by now.
     void removeNodesFromDataManager(const std::vector<Node>& nodes, RefusedNodes& refused);
     /// Moves those of the nodes that are in the data manager.
-    void moveInDataManager(CyNodeView nodes, const Inner& newFather, RefusedNodes& refused) noexcept;
+    void moveInDataManager(CyNodeView nodes, const Inner& newFather,
+                           RefusedNodes& refused) noexcept;
 
     // Editing.
-    void removeChild(const Inner& father, ZeCTransformationNodeInner::ConstChildIterator position,
-                     RefusedNodes& refused);
+    void removeChild(const Inner& father, ZeCTransformationNodeInner::ConstChildIterator position);
     enum class EPlacing
     {
         Replace,

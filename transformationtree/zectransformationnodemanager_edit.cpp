@@ -194,15 +194,13 @@ void ZeCTransformationNodeManager::RemoveChild(const Inner& father, const Node& 
     const bool last = child && child == father->BackChild();
     const auto& children = std::as_const(*father);
     const auto position = last ? children.LastChild() : children.FindChild(child);
-    if (position == std::as_const(*father).EndChild()) return;
-    RefusedNodes refused(CB_HERE);
-    removeChild(father, position, refused);
+    if (position != std::as_const(*father).EndChild()) removeChild(father, position);
 }
 
 void ZeCTransformationNodeManager::removeChild(
-    const Inner& father, ZeCTransformationNodeInner::ConstChildIterator position,
-    RefusedNodes& refused)
+    const Inner& father, ZeCTransformationNodeInner::ConstChildIterator position)
 {
+    RefusedNodes refused(CB_HERE);
     const Node child = *position; // keeps it, and what is below it, until the edit is done
     const bool own = child && child->IsChildOf(*father);
     if (own && IsNodeInDataManager(child)) {

@@ -11,8 +11,8 @@
 namespace
 {
 
-constexpr unsigned int c_lockWait = 10000;       // ms
-constexpr int c_singleHandleWait = 100;          // ms, repeated while it times out
+constexpr unsigned int c_lockWait = 10000; // ms
+constexpr int c_singleHandleWait = 100;    // ms, repeated while it times out
 
 // The sum; the largest number from 24.8 days on.
 constexpr int longerBy(int more, int waited)
@@ -141,8 +141,7 @@ ZeCTransformationNodeManager::getSingleHandleLocked(const NodePointer& node,
             // There is no query to lock, whatever else the thread may have recorded.
             status = CyDataManager::eNoQueries;
         } else if (TryLockAndWait(static_cast<unsigned int>(c_singleHandleWait), status)) {
-            if (waited > c_singleHandleWait &&
-                Logging::IsWarningEnabled(c_nodeManagerLogger)) {
+            if (waited > c_singleHandleWait && Logging::IsWarningEnabled(c_nodeManagerLogger)) {
                 Logging::LogWarning(c_nodeManagerLogger, c_nodeManagerFile, 1876, function,
                                     CB_TEXT("getSingleHandleLocked<%s>(%s) waited for %dms.\n%s"),
                                     kindText, description().GetString(), waited,

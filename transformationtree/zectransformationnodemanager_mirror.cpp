@@ -54,9 +54,7 @@ void ZeCTransformationNodeManager::takeOutOfDataManager(CyNodeView nodes,
     CyDataManager* const dataManager = dataManager_.load();
     if (dataManager == nullptr) return;
     const std::size_t number = dataManager->RemoveNodes(nodes);
-    const auto isStillIn = [&](const CyNode& node) {
-        return node.GetDataManager() == dataManager;
-    };
+    const auto isStillIn = [&](const CyNode& node) { return node.GetDataManager() == dataManager; };
     if (number != 0) refused.Add(nodes.Find(isStillIn), number);
 }
 

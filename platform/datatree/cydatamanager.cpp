@@ -10,8 +10,8 @@
 namespace
 {
 
-// Other threads get a turn after so many nodes of an edit, or after as many as it had to climb past:
-// else climbing anew for each turn would make the edit of a deep tree quadratic.
+// Other threads get a turn after so many nodes of an edit, or after as many as it climbed past: if
+// turns were shorter, climbing anew in each of them would make edits of deep trees quadratic.
 constexpr std::size_t c_portion = 1024;
 
 CyDataTreeEntry& firstBottom(CyDataTreeEntry& entry) noexcept

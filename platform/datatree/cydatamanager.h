@@ -22,12 +22,19 @@ struct CyLockThread;
 /// and writing of its node and of everything below. Locks of different threads conflict where one
 /// of them is a write and one node is the other or above it; locks of one thread never do. A thread
 /// that holds a lock is given more only where the locks it holds cover it, so nobody holds and
-/// waits and there is no deadlock. Waiting requests that conflict are served in the order of their
-/// coming, a request that timed out and is repeated within 100 ms keeps its place.
+/// waits: the locks of one manager never come to a deadlock by themselves. They may with anything
+/// else that is waited for. So a thread does not wait for another one by other means while it holds
+/// a lock, holds no critical section that others enter while it locks, and does not hold a lock of
+/// one manager while it waits for one of another.
+///
+/// Requests that wait and conflict are served in the order of their coming. One whose time ran out
+/// bars nobody; if its thread tries again within 100 ms, for nothing but the same nodes, it is as
+/// old as before. That is over when the thread has no query on these nodes any more.
 ///
 /// Threads: all operations are safe beside each other; destruction is not.
-/// Cost: inserting, removing and releasing are constant where nothing is locked and linear in the
-/// depth otherwise; they allocate nothing.
+/// Cost: inserting is constant. Removing and moving are constant where nothing is locked, but for
+/// moving what has nodes below it; they are linear in the depth otherwise, once for a run of many.
+/// Locking and releasing are linear in the depth, and look at who waits. None of them allocates.
 class PLATFORM_API CyDataManager
 {
 public:
@@ -84,9 +91,9 @@ public:
     std::size_t RemoveNodes(CyNodeView nodes) noexcept;
     /// Moves nodes one after the other, each as MoveNode() by a new handle of the calling thread.
     /// Returns as RemoveNodes(), where a new father that is null refuses all.
-    /// Cost: linear in the number of nodes and in the depth. What adds to that: a node with locks in
-    /// it, the levels that it crosses; and one that takes nodes below it to where other threads'
-    /// locks cover it, another climb.
+    /// Cost: linear in the number of nodes and in the depth. A node adds the levels that it crosses
+    /// where locks move with it, and one climb where it has nodes below it and comes from below
+    /// locks of this thread, or from nobody's, to below other ones.
     std::size_t MoveNodes(CyNodeView nodes, const CbSmartPointer<CyNode>& newFather) noexcept;
 
     /// True where a lock that the calling thread holds on the node or above it gives reading, or

@@ -28,6 +28,6 @@ struct CyLockRecord
     CyLockRecord** linkOfNode = nullptr;   ///< the pointer that points here
     /// The place in the queue that the query has a part in, 0 for none; see CyLockQueue.
     std::uint64_t place = 0;
-    EState state = EState::Void;           ///< void in an empty handle
-    bool write = false;                    ///< whether writing is asked for, or else reading
+    EState state = EState::Void; ///< void in an empty handle
+    bool write = false;          ///< whether writing is asked for, or else reading
 };

@@ -225,7 +225,8 @@ TEST(ManagersWithoutMemory, GoAndLeaveTheRootWhereItIs)
         EXPECT_EQ(root->GetParent(), dataManager->GetTopNode());
         dataManager.reset();
         FailAllocationsAfter(-1);
-    }).join();
+    })
+        .join();
     EXPECT_FALSE(root->GetDataManager());
     EXPECT_EQ(root->GetNrChildren(), 1U);
 }

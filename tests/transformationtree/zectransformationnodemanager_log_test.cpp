@@ -179,10 +179,9 @@ TEST_F(NodeManagerLog, NamesANodeThatTheDataManagerKeeps)
         ASSERT_EQ(records.size(), 1U) << function;
         EXPECT_EQ(records[0].function, function);
         EXPECT_THAT(records[0].file, testing::HasSubstr("zectransformationnodemanager"));
-        EXPECT_EQ(records[0].text.ToUtf8(),
-                  "The data manager refused " + number +
-                      " nodes, which stay where they are in it, node " +
-                      node->GetID().ToString().ToUtf8() + " first.");
+        EXPECT_EQ(records[0].text.ToUtf8(), "The data manager refused " + number +
+                                                " nodes, which stay where they are in it, node " +
+                                                node->GetID().ToString().ToUtf8() + " first.");
     };
     const Node a = tree_["a"];
     const Node b = tree_["b"];
@@ -192,8 +191,8 @@ TEST_F(NodeManagerLog, NamesANodeThatTheDataManagerKeeps)
     EXPECT_EQ(b->GetFather(), c);
     EXPECT_EQ(b->GetParent(), a);
     expectKept("moveNodes", "1", b, [&] { manager().MoveNodes(root, {b}); });
-    expectKept("RemoveChild", "1", b, [&] { manager().RemoveChild(root, b); });
-    expectKept("RemoveChild", "1", a, [&] { manager().RemoveChild(root, a); });
+    expectKept("removeChild", "1", b, [&] { manager().RemoveChild(root, b); });
+    expectKept("removeChild", "1", a, [&] { manager().RemoveChild(root, a); });
     reader.reset();
     manager().AppendChild(c, b); // which stays in the data manager, where it is
     const auto below = CbMake<CyNode>();

@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Nodes that the data manager would not move or let go in an edit of the tree. They stay where they
-/// are in the data tree, which one warning tells when the edit is done.
+/// Nodes that the data manager would not move or let go in an edit of the tree. They stay where
+/// they are in the data tree, which one warning tells when the edit is done.
 ///
 /// Made before the edit enters a critical section, so that the warning is written outside.
 class RefusedNodes

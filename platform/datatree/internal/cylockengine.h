@@ -16,9 +16,9 @@
 ///
 /// Whether a thread's own locks cover a node is found by climbing too. A climb that succeeds leaves
 /// a stamp with the thread's epoch on the nodes it passed, so that the next one ends there. An
-/// epoch is of one thread, and ends when that thread gives a lock back, or moves a node to where its
-/// locks do not cover it for writing. Moves by others end no epoch: who moves a node either covers
-/// it, or nobody else has a lock at, above or below it.
+/// epoch is of one thread, and ends when that thread gives a lock back, or moves a node to where
+/// its locks do not cover it for writing. Moves by others end no epoch: who moves a node either
+/// covers it, or nobody else has a lock at, above or below it.
 ///
 /// Nothing here allocates, throws or calls out of the engine.
 ///
@@ -81,8 +81,8 @@ public:
     /// as far as locks allow.
     [[nodiscard]] bool IsLinkedHere(const CyLockRecord& record) const noexcept CB_REQUIRES(mutex);
     /// Starts to remove nodes or, below @p newFather, to move them.
-    [[nodiscard]] CyDataTreeEdit StartEdit(CyLockThread* thread, CyDataTreeEntry* newFather) noexcept
-        CB_REQUIRES(mutex);
+    [[nodiscard]] CyDataTreeEdit StartEdit(CyLockThread* thread,
+                                           CyDataTreeEntry* newFather) noexcept CB_REQUIRES(mutex);
     /// Takes a node out as NodeLeaves(). False, and nothing changed, for the top node, one with
     /// children, or without access.
     [[nodiscard]] bool Remove(CyDataTreeEdit& edit, CyDataTreeEntry& entry,
@@ -129,9 +129,9 @@ private:
 
     std::atomic<std::uint32_t> references_{1};
     bool closed_ CB_GUARDED_BY(mutex) = false;
-    std::uint64_t granted_ CB_GUARDED_BY(mutex) = 0;  ///< granted locks of all threads
-    std::uint64_t epochs_ CB_GUARDED_BY(mutex) = 0;   ///< the newest epoch
-    std::uint64_t searches_ CB_GUARDED_BY(mutex) = 0; ///< the newest search
+    std::uint64_t granted_ CB_GUARDED_BY(mutex) = 0;     ///< granted locks of all threads
+    std::uint64_t epochs_ CB_GUARDED_BY(mutex) = 0;      ///< the newest epoch
+    std::uint64_t searches_ CB_GUARDED_BY(mutex) = 0;    ///< the newest search
     CyLockThread* ended_ CB_GUARDED_BY(mutex) = nullptr; ///< those that have ended, in no order
     CyLockQueue queue_ CB_GUARDED_BY(mutex);
 };

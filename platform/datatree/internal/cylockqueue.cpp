@@ -29,8 +29,8 @@ bool isAnyPending(const CyLockThread& thread, Predicate predicate)
 bool isForPlace(const CyLockThread& thread) noexcept
 {
     return thread.place != 0 && !isAnyPending(thread, [&](const CyLockRecord& record) {
-        return record.place != thread.place;
-    });
+               return record.place != thread.place;
+           });
 }
 
 void mark(CyDataTreeSearch search, const CyLockRecord& record) noexcept

@@ -52,10 +52,11 @@ void ZeCTransformationNodeManager::takeOutOfDataManager(CyNodeView nodes,
                                                         RefusedNodes& refused) noexcept
 {
     CyDataManager* const dataManager = dataManager_.load();
-    if (dataManager == nullptr) return;
+    const auto isIn = [&](const CyNode& node) { return node.GetDataManager() == dataManager; };
+    // A data manager that has no node of the tree may be gone by now.
+    if (dataManager == nullptr || nodes.Find(isIn) == nullptr) return;
     const std::size_t number = dataManager->RemoveNodes(nodes);
-    const auto isStillIn = [&](const CyNode& node) { return node.GetDataManager() == dataManager; };
-    if (number != 0) refused.Add(nodes.Find(isStillIn), number);
+    if (number != 0) refused.Add(nodes.Find(isIn), number);
 }
 
 void ZeCTransformationNodeManager::moveInDataManager(CyNodeView nodes, const Inner& newFather,

@@ -100,6 +100,13 @@ TEST_F(DeepManagedTreesSoak, AreEditedInLinearTime)
     };
     expectLinear("remove, another thread holds a lock", lockElsewhere, remove);
     expectLinear("remove, with a lock beside", lockBeside, remove);
+    const auto gatherAndLock = [&] {
+        manager().MoveNodes(bottom, leaves);
+        lockRoot();
+    };
+    expectLinear("remove leaves one by one, far below a lock", gatherAndLock, [&] {
+        while (bottom->BackChild()) manager().RemoveChild(bottom, bottom->BackChild());
+    });
     expectLinear("move leaves, below a lock", lockRoot, [&] { moveAll(beside); });
     expectLinear("move leaves, another thread holds a lock", lockElsewhere, [&] { moveAll(top); });
     expectLinear("move leaves to a deep father", nothing, [&] { moveAll(bottom); });

@@ -17,7 +17,8 @@ struct CyLockThread;
 ///
 /// A climb marks the nodes that it passed with the answer, and the next one ends there: looking at
 /// all nodes of a chain costs one climb. Nobody is granted a lock meanwhile, so marks stay true
-/// until a node is moved to where the answer is another one.
+/// until a node is moved to where the answer is another one. What is covered is stamped, too, as
+/// CyLockEngine says, and so known to later edits.
 struct CyDataTreeEdit
 {
     static constexpr unsigned c_covered = 1;

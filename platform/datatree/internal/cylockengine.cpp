@@ -97,7 +97,7 @@ void CyLockEngine::Ask(CyLockThread& thread, CyDataTreeEntry& entry, bool write,
     linkToThread(thread.pending, record);
     linkToNode(entry.pending, record);
     ++thread.uses;
-    CyLockQueue::QueryComes(thread, record);
+    if (thread.place != 0) CyLockQueue::QueryComes(thread, record);
 }
 
 bool CyLockEngine::TakeBack(CyLockRecord& record) noexcept
@@ -106,7 +106,7 @@ bool CyLockEngine::TakeBack(CyLockRecord& record) noexcept
     switch (record.state) {
     case CyLockRecord::EState::Pending:
         unlink(record);
-        CyLockQueue::QueryGoes(thread);
+        if (thread.place != 0) CyLockQueue::QueryGoes(thread);
         break;
     case CyLockRecord::EState::Granted:
         ungrant(record);
@@ -118,7 +118,8 @@ bool CyLockEngine::TakeBack(CyLockRecord& record) noexcept
         break;
     }
     record = CyLockRecord();
-    queue_.WakeFreed(&thread); // nobody points to the thread where this was its last record
+    if (!queue_.IsEmpty())
+        queue_.WakeFreed(&thread); // nobody points to the thread where this was its last record
     return LetGo(thread);
 }
 
@@ -141,7 +142,7 @@ bool CyLockEngine::IsValid(const CyLockRecord& record) noexcept
 
 CyLockEngine::EOutcome CyLockEngine::Attempt(CyLockThread& thread, Clock::time_point now) noexcept
 {
-    CyLockQueue::Expire(thread, now);
+    if (thread.place != 0) CyLockQueue::Expire(thread, now);
     auto outcome = EOutcome::Locked;
     if (thread.dead != 0) {
         outcome = EOutcome::InvalidNode;
@@ -150,14 +151,14 @@ CyLockEngine::EOutcome CyLockEngine::Attempt(CyLockThread& thread, Clock::time_p
     } else if (!areAllCovered(thread)) {
         if (thread.granted != nullptr) {
             outcome = EOutcome::NotReleased;
-        } else {
+        } else if (granted_ != 0 || !queue_.IsEmpty()) {
             thread.blocker = findBlocker(thread);
             if (thread.blocker.older != nullptr) return EOutcome::BlockedByOlder;
             if (thread.blocker.at != nullptr) return EOutcome::BlockedByLock;
         }
     }
     const bool wasInTheWay = thread.waiting && outcome != EOutcome::Locked;
-    queue_.Leave(thread);
+    if (thread.place != 0) queue_.Leave(thread);
     if (outcome == EOutcome::Locked) grantAll(thread); // those behind it are behind its locks now
     if (wasInTheWay) queue_.WakeFreed(&thread);
     return outcome;
@@ -202,7 +203,7 @@ void CyLockEngine::NodeLeaves(CyDataTreeEntry& entry, const CyLockRecord* own) n
         record.state = &record == own ? CyLockRecord::EState::Void : CyLockRecord::EState::Dead;
         if (&record != own) ++record.thread->dead;
         record.entry = nullptr;
-        CyLockQueue::QueryGoes(*record.thread);
+        if (record.thread->place != 0) CyLockQueue::QueryGoes(*record.thread);
         queue_.WakeFreed(record.thread);
     }
     entry.coverStamp = 0;

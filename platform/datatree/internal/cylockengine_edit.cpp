@@ -26,13 +26,16 @@ unsigned answerHere(const CyDataTreeEntry& entry, const CyLockThread* thread) no
     return answer;
 }
 
-// Covered, held or free.
+// Covered, held or free. Stamps tell what is covered beyond the edit.
 unsigned findAnswer(Edit& edit, CyDataTreeEntry& entry) noexcept
 {
+    const std::uint64_t epoch = edit.thread != nullptr ? edit.thread->epoch : 0;
+    const std::uint64_t stamp = epoch << 1 | 1; // for writing
     unsigned answer = 0;
     CyDataTreeEntry* end = &entry;
     for (;;) {
         answer = edit.search.Get(*end, Edit::c_answers);
+        if (answer == 0 && epoch != 0 && end->coverStamp == stamp) answer = Edit::c_covered;
         if (answer == 0) answer = answerHere(*end, edit.thread);
         if (answer == 0 && end->parent == nullptr) answer = Edit::c_free;
         if (answer != 0) break;
@@ -40,6 +43,7 @@ unsigned findAnswer(Edit& edit, CyDataTreeEntry& entry) noexcept
     }
     for (auto* passed = &entry;; passed = passed->parent) {
         (void)edit.search.Set(*passed, answer);
+        if (answer == Edit::c_covered && epoch != 0) passed->coverStamp = stamp;
         ++edit.climbed;
         if (passed == end) return answer;
     }
@@ -78,6 +82,7 @@ bool CyLockEngine::IsLinkedHere(const CyLockRecord& record) const noexcept
 
 CyDataTreeEdit CyLockEngine::StartEdit(CyLockThread* thread, CyDataTreeEntry* newFather) noexcept
 {
+    if (thread != nullptr && thread->epoch == 0) thread->epoch = ++epochs_;
     return {thread, newFather, CyDataTreeSearch(searches_)};
 }
 

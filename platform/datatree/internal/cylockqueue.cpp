@@ -118,14 +118,12 @@ void CyLockQueue::Expire(CyLockThread& thread, Clock::time_point now) noexcept
 void CyLockQueue::QueryGoes(CyLockThread& thread) noexcept
 {
     if (thread.waiting) return Wake(thread);
-    if (thread.place == 0) return;
     const auto hasPart = [&](const CyLockRecord& record) { return record.place == thread.place; };
     if (!isAnyPending(thread, hasPart)) thread.place = 0;
 }
 
 void CyLockQueue::QueryComes(const CyLockThread& thread, CyLockRecord& record) noexcept
 {
-    if (thread.place == 0) return;
     for (auto* other = record.entry->pending; other != nullptr; other = other->nextOfNode) {
         if (other->thread == &thread && other->place == thread.place) record.place = thread.place;
     }

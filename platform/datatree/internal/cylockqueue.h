@@ -37,12 +37,14 @@ public:
     void StartWaiting(CyLockThread& thread, Clock::time_point end) noexcept;
     /// The thread's time ran out. Its place is kept.
     void StopWaiting(CyLockThread& thread, Clock::time_point now) noexcept;
-    /// Gives the thread's place up, if it has one.
+    // These are for threads that have a place.
+
+    /// Gives the place up.
     void Leave(CyLockThread& thread) noexcept;
     /// Gives the place up where it was kept long enough.
     static void Expire(CyLockThread& thread, Clock::time_point now) noexcept;
     /// A query has gone that was pending. The place of a thread that does not wait goes with the
-    /// last one that has a part in it; one that waits is woken.
+    /// last one that has a part in it; a thread that waits is woken.
     static void QueryGoes(CyLockThread& thread) noexcept;
     /// Gives a new query its part in the place, where there is another one on the node.
     static void QueryComes(const CyLockThread& thread, CyLockRecord& record) noexcept;

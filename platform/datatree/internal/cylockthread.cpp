@@ -112,9 +112,8 @@ CyLockCaller::CyLockCaller(CyLockEngine& engine, EUnknown unknown)
     isCounted_ = thread_ != nullptr;
 }
 
-CyLockCaller::~CyLockCaller()
+void CyLockCaller::letGo() noexcept
 {
-    if (!isCounted_) return;
     bool isLast = false;
     {
         CyLockEngine& engine = thread_->engine;

@@ -78,11 +78,16 @@ public:
     CyLockCaller(CyLockEngine& engine, EUnknown unknown);
     CyLockCaller(const CyLockCaller&) = delete;
     CyLockCaller& operator=(const CyLockCaller&) = delete;
-    ~CyLockCaller();
+    ~CyLockCaller()
+    {
+        if (isCounted_) letGo();
+    }
 
     [[nodiscard]] CyLockThread* Get() const noexcept { return thread_; }
 
 private:
+    void letGo() noexcept;
+
     CyLockThread* thread_ = nullptr;
     bool isCounted_ = false; ///< as a use of the object
 };

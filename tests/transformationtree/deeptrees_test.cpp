@@ -7,7 +7,7 @@
 #include "transformationtree/zectransformationtreeutility.h"
 
 #include <algorithm>
-#include <chrono>
+#include <ctime>
 #include <functional>
 #include <thread>
 
@@ -18,6 +18,10 @@ class DeepManagedTreesSoak : public NodeManagerTest
 {
 protected:
     using Utility = ZeCTransformationTreeUtility;
+
+    // How much longer an edit of eight times as many nodes may take. Linear ones take 8 to 15 times
+    // as long, since caches help small trees, and quadratic ones 64 times.
+    static constexpr double c_limit = 32;
 
     // A lock of a thread that has ended since.
     template<class Lock>
@@ -52,9 +56,9 @@ protected:
     {
         build(size);
         lock();
-        const auto start = std::chrono::steady_clock::now();
+        const std::clock_t start = std::clock();
         edit();
-        const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+        const auto time = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
         own.Release();
         others.Release();
         unsetRoot();
@@ -62,7 +66,7 @@ protected:
         for (auto* nodes : {&leaves, &inner}) {
             for (const Node& node : *nodes) manager().DeleteNode(node);
         }
-        return time.count();
+        return time;
     }
     void expectLinear(const char* what, const std::function<void()>& lock,
                       const std::function<void()>& edit)
@@ -71,9 +75,12 @@ protected:
         constexpr std::size_t c_large = Rounds(1'000'000);
         double small = 1e9; // the better of two, since the first one warms up
         for (int i = 0; i < 2; ++i) small = std::min(small, seconds(c_large / 8, lock, edit));
-        const double large = seconds(c_large, lock, edit);
-        std::printf("%-60s %8.1f %8.1f ms\n", what, 1e3 * small, 1e3 * large);
-        EXPECT_LT(large, 3 * 8 * small) << "a quadratic edit takes 64 times as long";
+        double large = seconds(c_large, lock, edit);
+        // The machine may have been busy.
+        for (int i = 0; i < 2 && large >= c_limit * small; ++i) {
+            large = std::min(large, seconds(c_large, lock, edit));
+        }
+        EXPECT_LT(large, c_limit * small) << small << " and " << large << " s";
     }
 
     Utility& utility = CbSingleton<Utility>::GetInstance();

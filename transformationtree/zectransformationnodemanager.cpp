@@ -8,7 +8,9 @@
 #include "platform/datacontainer/zecsurfelcollectionqmt.h"
 #include "transformationtree/internal/collectsubtree.h"
 #include "transformationtree/internal/nodemanagernames.h"
+#include "transformationtree/internal/refusednodes.h"
 
+#include <new>
 #include <utility>
 
 template class CbSingleton<ZeCTransformationNodeManager>;
@@ -18,11 +20,15 @@ ZeCTransformationNodeManager::ZeCTransformationNodeManager() = default;
 ZeCTransformationNodeManager::~ZeCTransformationNodeManager()
 {
     if (!root_) return;
-    // Nobody waits at exit: where the lock is not to be had, the root stays in the data manager.
-    const WriteHandle handle = GetWriteHandle(root_);
-    // A data manager that went first has taken the root out, and is not to be touched any more.
-    if (IsNodeInDataManager(root_)) TryLock().Acknowledge();
-    UnsetRootNode();
+    // Nobody waits at exit: where the lock, or memory, is not to be had, the root stays in the data
+    // manager.
+    try {
+        const WriteHandle handle = GetWriteHandle(root_);
+        // A data manager that went first has taken the root out, and is not to be touched any more.
+        if (IsNodeInDataManager(root_)) TryLock().Acknowledge();
+        UnsetRootNode();
+    } catch (const std::bad_alloc&) { // NOLINT: nothing has changed
+    }
 }
 
 bool ZeCTransformationNodeManager::SetDataManager(CyDataManager& dataManager,
@@ -180,6 +186,7 @@ void ZeCTransformationNodeManager::UnsetRootNode()
 {
     Inner root; // goes after the section is left, as do those below it
     std::vector<Node> below;
+    RefusedNodes refused(CB_HERE);
     const CbCriticalSectionLock lock(section_);
     if (!root_) return;
     if (Logging::IsDebugEnabled(c_nodeManagerLogger)) logIDMap("UnsetRootNode enter");
@@ -188,11 +195,12 @@ void ZeCTransformationNodeManager::UnsetRootNode()
         handle = GetWriteHandle(root_);
         if (!handle.IsValid()) return;
     }
-    below = collectToRemove(root_);
+    below = CollectPostOrder(*root_);
     below.pop_back(); // the root itself
-    removeNodesFromDataManager(below, true);
+    removeNodesFromDataManager(below, refused);
+    for (const Node& node : below) DeleteNode(node);
     idMap_.Remove(root_->GetID());
-    if (handle.IsValid()) dataManager_.load()->RemoveNode(handle).Acknowledge();
+    if (handle.IsValid() && !dataManager_.load()->RemoveNode(handle)) refused.Add(root_.Get(), 1);
     for (const Node& node : below) cutLinks(node);
     cutLinks(root_);
     root.Swap(root_);

@@ -15,6 +15,7 @@
 #include <vector>
 
 class CbStreamWriteASCII;
+class RefusedNodes;
 
 /// The one place where tree nodes are created, linked and locked; a singleton.
 ///
@@ -257,15 +258,19 @@ private:
     [[nodiscard]] Node findNode(const CyUniqueID& id) const CB_REQUIRES(section_);
 
     // Mirroring. Edits collect the nodes of a subtree before they change anything, so that nothing
-    // they do afterwards needs memory.
-    [[nodiscard]] std::vector<Node> collectToRemove(const Node& top) const;
+    // they do afterwards needs memory. What the data manager refuses is told when an edit is done.
     void addNodesToDataManager(const Nodes& nodes);
     void addNodeToDataManager(ZeCTransformationNode& node);
     void registerNodes(const Nodes& nodes);
     Node registerNode(const Node& node) CB_REQUIRES(section_);
-    void removeNodesFromDataManager(const std::vector<Node>& nodes, bool unregister);
-    void removeNodeFromDataManager(const Node& node);
-    void removeSubtreeFromDataManager(const Node& node);
+    /// Takes nodes out of the data manager, as far as they are in it: children before their
+    /// fathers.
+    void takeOutOfDataManager(CyNodeView nodes, RefusedNodes& refused) noexcept;
+    /// The same, and erases the entries among their children that belong to other fathers by now.
+    void removeNodesFromDataManager(const std::vector<Node>& nodes, RefusedNodes& refused);
+    /// Moves those of the nodes that are in the data manager.
+    void moveInDataManager(CyNodeView nodes, const Inner& newFather,
+                           RefusedNodes& refused) noexcept;
 
     // Editing.
     void removeChild(const Inner& father, ZeCTransformationNodeInner::ConstChildIterator position);
@@ -294,7 +299,7 @@ private:
     /// Erases the entry of a child in a father that is not its own any more, and corrects an index.
     static void eraseStaleEntry(ZeCTransformationNodeInner& father,
                                 const ZeCTransformationNode& child, std::size_t& index);
-    /// Takes a node out for good, those below it first: not in the data manager, no id, no links.
+    /// Ends a node that has left the data manager: no id, no links.
     void takeApart(const Node& node);
     /// Cuts the links to the father and, as far as this node has them, to the children.
     static void cutLinks(const Node& node);
@@ -319,6 +324,7 @@ private:
     [[nodiscard]] bool areRegisteredNodesValid() const noexcept CB_NO_THREAD_SAFETY_ANALYSIS;
     [[nodiscard]] bool isRootInPlace() const CB_NO_THREAD_SAFETY_ANALYSIS;
 
+    [[nodiscard]] bool isLocked(const ConstNode& node, bool forWriting) const;
     template<int kind, class NodePointer>
     [[nodiscard]] CyDataHandleLockOnly<kind> getHandle(const NodePointer& node) const;
     template<int kind, class NodePointer>

@@ -3,6 +3,7 @@
 #include "platform/base/cbexception.h"
 #include "transformationtree/internal/collectsubtree.h"
 #include "transformationtree/internal/nodemanagernames.h"
+#include "transformationtree/internal/refusednodes.h"
 #include "transformationtree/internal/subtreewalk.h"
 #include "transformationtree/zectransformationnodemanager.h"
 
@@ -207,12 +208,13 @@ void ZeCTransformationNodeManager::RemoveChild(const Inner& father, const Node& 
 void ZeCTransformationNodeManager::removeChild(
     const Inner& father, ZeCTransformationNodeInner::ConstChildIterator position)
 {
+    RefusedNodes refused(CB_HERE);
     const Node child = *position; // keeps it, and what is below it, until the edit is done
     const bool own = child && child->IsChildOf(*father);
     if (own && IsNodeInDataManager(child)) {
         // A node without children needs no list of what is below it, and so no memory.
-        hasChildren(*child) ? removeSubtreeFromDataManager(child)
-                            : removeNodeFromDataManager(child);
+        hasChildren(*child) ? removeNodesFromDataManager(CollectPostOrder(*child), refused)
+                            : takeOutOfDataManager(CyNodeView(child), refused);
     }
     father->children_.Erase(static_cast<std::size_t>(position - father->children_->begin()));
     if (own) child->setFather(nullptr);
@@ -255,20 +257,22 @@ void ZeCTransformationNodeManager::putInPlace(const Inner& father, const Node& o
     const bool oldManaged = own && IsNodeInDataManager(old);
     std::vector<Node> leaving;
     std::vector<Node> oldNodes;
-    if (IsNodeInDataManager(child)) leaving = collectToRemove(child);
-    if (oldManaged || (own && replace)) oldNodes = collectToRemove(old);
+    if (IsNodeInDataManager(child)) leaving = CollectPostOrder(*child);
+    if (oldManaged || (own && replace)) oldNodes = CollectPostOrder(*old);
+    RefusedNodes refused(CB_HERE);
     if (replace) registerNodes(added); // the last step that can fail for want of memory
     if (own) {
-        if (oldManaged) removeNodesFromDataManager(oldNodes, false);
+        if (oldManaged) removeNodesFromDataManager(oldNodes, refused);
         old->setFather(nullptr);
         if (replace) {
+            if (!oldManaged) takeOutOfDataManager(CyNodeView(oldNodes), refused);
             for (const Node& node : oldNodes) {
                 if (!node->IsLeaf()) node->NewNodeRevision(c_allRevisions);
                 takeApart(node);
             }
         }
     }
-    if (IsNodeInDataManager(child)) removeNodesFromDataManager(leaving, false);
+    if (IsNodeInDataManager(child)) removeNodesFromDataManager(leaving, refused);
     eraseStaleEntry(*father, *child, index);
     father->children_.Replace(index, child); // the new child's old father goes on listing it
     child->setFather(father);
@@ -288,7 +292,7 @@ void ZeCTransformationNodeManager::MoveNode(const Inner& newFather, const Node& 
     const bool managed = IsNodeInDataManager(newFather) && dataManager_.load() != nullptr;
     const bool comesIn = managed && !IsNodeInDataManager(node);
     const Nodes added = comesIn ? CollectPreOrder(*node) : Nodes{};
-    WriteHandle handle = managed && !comesIn ? GetWriteHandle(node) : WriteHandle();
+    RefusedNodes refused(CB_HERE);
     const std::size_t oldIndex = oldFather ? indexOf(*oldFather, node) : 0;
     if (!stays) reserveMore(newFather->children_, 1);
 
@@ -309,7 +313,7 @@ void ZeCTransformationNodeManager::MoveNode(const Inner& newFather, const Node& 
     if (comesIn) {
         addNodesToDataManager(added);
     } else if (managed) {
-        dataManager_.load()->MoveNode(handle, newFather).Acknowledge();
+        moveInDataManager(CyNodeView(node), newFather, refused);
     }
 }
 
@@ -365,27 +369,26 @@ void ZeCTransformationNodeManager::moveNodes(const Inner& newFather, const std::
     std::vector<Node> leaving;
     for (const Node& node : nodes) {
         if (managed == IsNodeInDataManager(node)) continue;
-        managed ? append(comingIn, CollectPreOrder(*node)) : append(leaving, collectToRemove(node));
+        managed ? append(comingIn, CollectPreOrder(*node))
+                : append(leaving, CollectPostOrder(*node));
     }
     const auto oldFathers = distinctFathers(nodes);
     const auto dropped = drop ? collectBelow(*father, sorted) : std::vector<Node>{};
     ZeCChildList replaced; // the old entries, which go when the edit is done
     reserveMore(drop ? replaced : children, nodes.size());
-    (void)GetWriteHandle(father); // a thread's first handle needs memory too
+    RefusedNodes refused(CB_HERE);
 
     if (first) first();
-    removeNodesFromDataManager(leaving, false);
+    removeNodesFromDataManager(leaving, refused);
     relink(sorted, oldFathers, father);
     if (drop) replaced.Swap(children);
     children.Append(nodes);
     if (managed) {
-        for (const Node& node : nodes) {
-            WriteHandle handle = GetWriteHandle(node); // empty for a node that comes in
-            dataManager_.load()->MoveNode(handle, father).Acknowledge();
-        }
+        moveInDataManager(CyNodeView(nodes), father, refused);
         addNodesToDataManager(comingIn);
     }
     // After the others have left, since with data nodes below it a node can't.
+    takeOutOfDataManager(CyNodeView(dropped), refused);
     for (const Node& node : dropped) {
         if (hasChildren(*node)) node->NewNodeRevision(c_allRevisions);
         takeApart(node);
@@ -411,7 +414,6 @@ void ZeCTransformationNodeManager::relink(const Nodes& nodes, const std::vector<
 
 void ZeCTransformationNodeManager::takeApart(const Node& node)
 {
-    removeNodeFromDataManager(node);
     DeleteNode(node);
     cutLinks(node);
 }

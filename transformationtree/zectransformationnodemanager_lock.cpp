@@ -6,11 +6,24 @@
 #include "transformationtree/internal/nodemanagernames.h"
 #include "transformationtree/zectransformationnodemanager.h"
 
+#include <limits>
+
 namespace
 {
 
-constexpr unsigned int c_lockWait = 10000;       // ms
-constexpr unsigned int c_singleHandleWait = 100; // ms, repeated while it times out
+constexpr unsigned int c_lockWait = 10000; // ms
+constexpr int c_singleHandleWait = 100;    // ms, repeated while it times out
+
+// The sum; the largest number from 24.8 days on.
+constexpr int longerBy(int more, int waited)
+{
+    constexpr int c_largest = std::numeric_limits<int>::max();
+    return waited < c_largest - more ? waited + more : c_largest;
+}
+static_assert(longerBy(100, 2'147'483'547) == 2'147'483'647);
+static_assert(longerBy(100, 2'147'483'600) == 2'147'483'647);
+static_assert(longerBy(100, 2'147'483'647) == 2'147'483'647);
+static_assert(longerBy(100, 100) == 200);
 
 const CbWChar* causeText(CyDataManager::ELockStatus status)
 {
@@ -121,15 +134,14 @@ ZeCTransformationNodeManager::getSingleHandleLocked(const NodePointer& node,
     };
     auto status = CyDataManager::eGeneralError;
     CyDataHandleLockOnly<kind> handle;
-    for (int waited = 0;; waited += static_cast<int>(c_singleHandleWait)) {
+    for (int waited = 0;; waited = longerBy(c_singleHandleWait, waited)) {
         // Takes the new query before it gives the old one back: the thread keeps its turn.
         handle = getHandle<kind>(node);
         if (handle.IsEmpty()) {
             // There is no query to lock, whatever else the thread may have recorded.
             status = CyDataManager::eNoQueries;
-        } else if (TryLockAndWait(c_singleHandleWait, status)) {
-            if (waited > static_cast<int>(c_singleHandleWait) &&
-                Logging::IsWarningEnabled(c_nodeManagerLogger)) {
+        } else if (TryLockAndWait(static_cast<unsigned int>(c_singleHandleWait), status)) {
+            if (waited > c_singleHandleWait && Logging::IsWarningEnabled(c_nodeManagerLogger)) {
                 Logging::LogWarning(c_nodeManagerLogger, c_nodeManagerFile, 1876, function,
                                     CB_TEXT("getSingleHandleLocked<%s>(%s) waited for %dms.\n%s"),
                                     kindText, description().GetString(), waited,
@@ -170,16 +182,22 @@ ZeCTransformationNodeManager::GetSingleWriteHandleLocked(const Node& node) const
     return getSingleHandleLocked<1>(node, CB_TEXT("Write"));
 }
 
-bool ZeCTransformationNodeManager::IsReadLocked(const ConstNode& node) const
+// A node that is in no data manager is not asked for: the one that is set may be gone by then.
+bool ZeCTransformationNodeManager::isLocked(const ConstNode& node, bool forWriting) const
 {
     const CyDataManager* const dataManager = dataManager_.load();
-    return node && dataManager != nullptr && dataManager->IsLocked(*node, false);
+    return IsNodeInDataManager(node) && dataManager != nullptr &&
+           dataManager->IsLocked(*node, forWriting);
+}
+
+bool ZeCTransformationNodeManager::IsReadLocked(const ConstNode& node) const
+{
+    return isLocked(node, false);
 }
 
 bool ZeCTransformationNodeManager::IsWriteLocked(const Node& node) const
 {
-    const CyDataManager* const dataManager = dataManager_.load();
-    return node && dataManager != nullptr && dataManager->IsLocked(*node, true);
+    return isLocked(node, true);
 }
 
 bool ZeCTransformationNodeManager::IsNotManagedOrReadLocked(const ConstNode& node) const

@@ -1,6 +1,7 @@
 // The mirror of the tree in the data manager.
 
 #include "transformationtree/internal/collectsubtree.h"
+#include "transformationtree/internal/refusednodes.h"
 #include "transformationtree/zectransformationnodemanager.h"
 
 namespace
@@ -25,13 +26,6 @@ void ZeCTransformationNodeManager::registerNodes(const Nodes& nodes)
     for (std::size_t i = 0; i < nodes.size(); ++i) replaced[i] = registerNode(Node(nodes[i]));
 }
 
-std::vector<ZeCTransformationNodeManager::Node>
-ZeCTransformationNodeManager::collectToRemove(const Node& top) const
-{
-    (void)GetWriteHandle(top); // a thread's first handle needs memory too
-    return CollectPostOrder(*top);
-}
-
 void ZeCTransformationNodeManager::addNodeToDataManager(ZeCTransformationNode& node)
 {
     CyDataManager* const dataManager = dataManager_.load();
@@ -53,30 +47,35 @@ void ZeCTransformationNodeManager::AddSubtreeToDataManager(const Node& node)
     addNodesToDataManager(nodes);
 }
 
-void ZeCTransformationNodeManager::removeNodeFromDataManager(const Node& node)
+void ZeCTransformationNodeManager::takeOutOfDataManager(CyNodeView nodes,
+                                                        RefusedNodes& refused) noexcept
 {
-    WriteHandle handle = GetWriteHandle(node);
     CyDataManager* const dataManager = dataManager_.load();
-    // A node outside the data manager gives an empty handle: there is nothing to take out.
-    if (IsNodeInDataManager(node) && dataManager != nullptr) {
-        dataManager->RemoveNode(handle).Acknowledge();
-    }
+    const auto isIn = [&](const CyNode& node) { return node.GetDataManager() == dataManager; };
+    // A data manager that has no node of the tree may be gone by now.
+    if (dataManager == nullptr || nodes.Find(isIn) == nullptr) return;
+    const std::size_t number = dataManager->RemoveNodes(nodes);
+    if (number != 0) refused.Add(nodes.Find(isIn), number);
+}
+
+void ZeCTransformationNodeManager::moveInDataManager(CyNodeView nodes, const Inner& newFather,
+                                                     RefusedNodes& refused) noexcept
+{
+    CyDataManager* const dataManager = dataManager_.load();
+    const std::size_t number = dataManager->MoveNodes(nodes, newFather);
+    const auto isElsewhere = [&](const CyNode& node) {
+        return node.GetDataManager() == dataManager && node.GetParent() != newFather;
+    };
+    if (number != 0) refused.Add(nodes.Find(isElsewhere), number);
 }
 
 void ZeCTransformationNodeManager::removeNodesFromDataManager(const std::vector<Node>& nodes,
-                                                              bool unregister)
+                                                              RefusedNodes& refused)
 {
     for (const Node& node : nodes) {
-        if (!node->IsLeaf()) {
-            auto& inner = static_cast<ZeCTransformationNodeInner&>(*node);
-            eraseStaleEntries(inner, inner.children_);
-        }
-        removeNodeFromDataManager(node);
-        if (unregister) DeleteNode(node);
+        if (node->IsLeaf()) continue;
+        auto& inner = static_cast<ZeCTransformationNodeInner&>(*node);
+        eraseStaleEntries(inner, inner.children_);
     }
-}
-
-void ZeCTransformationNodeManager::removeSubtreeFromDataManager(const Node& node)
-{
-    removeNodesFromDataManager(collectToRemove(node), false);
+    takeOutOfDataManager(CyNodeView(nodes), refused);
 }

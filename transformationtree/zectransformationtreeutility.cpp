@@ -104,7 +104,6 @@ ZeCTransformationTreeUtility::prepareForNextChild(const Inner& node, unsigned in
         branch.push_back(inner);
     }
     if (branch.size() == 1) return place;
-    if (oldTop) (void)manager.GetWriteHandle(oldTop); // a thread's first handle needs memory
     manager.AppendChild(place, branch[1], true);
     if (oldTop) {
         manager.InsertChild(topFather, oldTop, place);

@@ -33,6 +33,7 @@ struct OpenPart
     std::filesystem::path path;
     std::atomic<std::FILE*> file = nullptr; ///< unbuffered; null where it is not open
     bool isListed;                          ///< among those that a signal removes
+    bool isMade = false;                    ///< it is there, unless it was removed or renamed
 };
 
 namespace
@@ -162,7 +163,7 @@ void PartFile::Forget::operator()(OpenPart* part) const noexcept
 {
     part->Close();
     std::error_code ignored;
-    fs::remove(part->path, ignored); // not there any more where it is in its place
+    if (part->isMade) fs::remove(part->path, ignored); // not there where it is in its place
     const bool isTaken = part->isListed && !unlist(part);
     if (!isTaken) delete part; // or else the process is about to end
 }
@@ -177,9 +178,10 @@ std::error_code PartFile::Create(const fs::path& goal)
     do {
         part_.reset(new OpenPart(goal));
         part_->file = createFile(part_->path);
+        part_->isMade = part_->file != nullptr;
         // A process that was forked goes on with the same ids as its parent.
-        if (part_->file == nullptr && errno != EEXIST) return lastError();
-    } while (part_->file == nullptr || !hold(part_->file));
+        if (!part_->isMade && errno != EEXIST) return lastError();
+    } while (!part_->isMade || !hold(part_->file));
     std::setvbuf(part_->file, nullptr, _IONBF, 0);
     std::error_code ignored;
     const auto older = fs::status(goal, ignored);

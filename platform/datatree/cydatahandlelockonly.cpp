@@ -54,7 +54,7 @@ void CyDataHandleLockOnly<kind>::Release() noexcept
         const CyDataTreeMutexLock lock(engine.mutex);
         isLast = engine.TakeBack(record_);
     }
-    if (isLast) CyLockThread::Delete(thread);
+    if (isLast) delete thread;
 }
 
 template class CyDataHandleLockOnly<0>;

@@ -2,6 +2,7 @@
 
 #include "platform/datatree/internal/cylockengine.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <utility>
@@ -9,42 +10,9 @@
 namespace
 {
 
-void linkLast(CyDataTreeEntry& father, CyDataTreeEntry& entry) noexcept
-{
-    entry.parent = &father;
-    entry.next = nullptr;
-    CyDataTreeEntry* const first = father.firstChild;
-    if (first == nullptr) {
-        father.firstChild = &entry;
-        entry.previous = &entry;
-    } else {
-        entry.previous = std::exchange(first->previous, &entry);
-        entry.previous->next = &entry;
-    }
-}
-
-void unlink(CyDataTreeEntry& entry) noexcept
-{
-    CyDataTreeEntry* const father = entry.parent;
-    if (father == nullptr) return;
-    CyDataTreeEntry* const first = father->firstChild;
-    if (entry.next != nullptr) {
-        entry.next->previous = entry.previous;
-    } else {
-        first->previous = entry.previous; // the new last child; the only one goes with this
-    }
-    (&entry != first ? entry.previous->next : father->firstChild) = entry.next;
-    entry.parent = nullptr;
-    entry.previous = nullptr;
-    entry.next = nullptr;
-}
-
-bool isInSubtree(const CyDataTreeEntry& entry, const CyDataTreeEntry& top) noexcept
-{
-    auto* above = &entry;
-    while (above != nullptr && above != &top) above = above->parent;
-    return above != nullptr;
-}
+// Other threads get a turn after so many nodes of an edit, or after as many as it climbed past: if
+// turns were shorter, climbing anew in each of them would make edits of deep trees quadratic.
+constexpr std::size_t c_portion = 1024;
 
 CyDataTreeEntry& firstBottom(CyDataTreeEntry& entry) noexcept
 {
@@ -73,7 +41,8 @@ CyDataManager::~CyDataManager()
                 CyDataTreeEntry& bottom = firstBottom(*entry);
                 entry = bottom.parent;
                 engine_->NodeLeaves(bottom, nullptr);
-                takeOut(bottom);
+                bottom.Unlink();
+                hasLeft(bottom);
                 if (entry != nullptr) portion[count++] = bottom.owner;
             }
             if (entry == nullptr) engine_->Close();
@@ -97,7 +66,7 @@ CyDataManager::CheckedBool CyDataManager::InsertNode(const CbSmartPointer<CyNode
     if (!node->dataManager_.compare_exchange_strong(none, this, std::memory_order_acq_rel)) {
         return false;
     }
-    linkLast(father->entry_, node->entry_);
+    node->entry_.LinkLast(father->entry_);
     (void)owned.Detach(); // the manager's own reference
     return true;
 }
@@ -106,12 +75,12 @@ CyDataManager::CheckedBool CyDataManager::RemoveNode(CyDataHandleLockOnly<1>& ha
 {
     CbSmartPointer<CyNode> removed; // given back outside the mutex
     const CyDataTreeMutexLock lock(engine_->mutex);
-    if (!engine_->HasMomentaryAccess(handle.record_)) return false;
+    if (!engine_->IsLinkedHere(handle.record_)) return false;
     CyDataTreeEntry& entry = *handle.record_.entry;
-    if (entry.firstChild != nullptr || entry.parent == nullptr) return false;
+    auto edit = engine_->StartEdit(handle.record_.thread, nullptr);
+    if (!engine_->Remove(edit, entry, &handle.record_)) return false;
     removed = CbSmartPointer<CyNode>::Adopt(entry.owner);
-    engine_->NodeLeaves(entry, &handle.record_);
-    takeOut(entry);
+    hasLeft(entry);
     return true;
 }
 
@@ -121,24 +90,61 @@ CyDataManager::CheckedBool CyDataManager::MoveNode(CyDataHandleLockOnly<1>& hand
     if (!newFather) return false;
     const CyDataTreeMutexLock lock(engine_->mutex);
     if (newFather->GetDataManager() != this) return false;
-    if (!engine_->HasMomentaryAccess(handle.record_)) return false;
-    CyDataTreeEntry& entry = *handle.record_.entry;
-    CyDataTreeEntry& father = newFather->entry_;
-    if (isInSubtree(father, entry)) return false;
-    if (!engine_->FitsBelow(entry, father, *handle.record_.thread)) return false;
-    engine_->SubtreeUnlinks(entry);
-    unlink(entry);
-    linkLast(father, entry);
-    engine_->SubtreeLinked(entry);
-    return true;
+    if (!engine_->IsLinkedHere(handle.record_)) return false;
+    auto edit = engine_->StartEdit(handle.record_.thread, &newFather->entry_);
+    const bool moved = engine_->Move(edit, *handle.record_.entry);
+    engine_->EndEdit(edit);
+    return moved;
+}
+
+std::size_t CyDataManager::RemoveNodes(CyNodeView nodes) noexcept
+{
+    const CyLockCaller caller(*engine_, CyLockCaller::EUnknown::Null);
+    return editNodes(caller.Get(), nodes, nullptr);
+}
+
+std::size_t CyDataManager::MoveNodes(CyNodeView nodes,
+                                     const CbSmartPointer<CyNode>& newFather) noexcept
+{
+    if (!newFather) return nodes.GetCount();
+    const CyLockCaller caller(*engine_, CyLockCaller::EUnknown::Null);
+    return editNodes(caller.Get(), nodes, newFather.Get());
+}
+
+// Removes or, below a new father, moves.
+std::size_t CyDataManager::editNodes(CyLockThread* thread, CyNodeView nodes,
+                                     CyNode* newFather) noexcept
+{
+    std::size_t refused = 0;
+    for (std::size_t i = 0; i < nodes.GetCount();) {
+        const CyDataTreeMutexLock lock(engine_->mutex);
+        const bool mayMove = newFather != nullptr && newFather->GetDataManager() == this;
+        auto edit = engine_->StartEdit(thread, mayMove ? &newFather->entry_ : nullptr);
+        const std::size_t start = i;
+        for (; i < nodes.GetCount() && i - start < std::max(c_portion, edit.climbed); ++i) {
+            CyNode* const node = nodes[i];
+            if (node == nullptr || node->GetDataManager() != this) continue;
+            if (newFather != nullptr) {
+                refused += !(mayMove && engine_->Move(edit, node->entry_));
+            } else if (engine_->Remove(edit, node->entry_, nullptr)) {
+                hasLeft(node->entry_);
+                // Not the last reference: the caller has one.
+                (void)CbSmartPointer<CyNode>::Adopt(node);
+            } else {
+                ++refused;
+            }
+        }
+        engine_->EndEdit(edit);
+    }
+    return refused;
 }
 
 bool CyDataManager::IsLocked(const CyNode& node, bool forWriting) const noexcept
 {
-    CyLockThread* const thread = CyLockThread::Find(*engine_);
-    if (thread == nullptr) return false;
+    const CyLockCaller caller(*engine_, CyLockCaller::EUnknown::Null);
+    if (caller.Get() == nullptr) return false;
     const CyDataTreeMutexLock lock(engine_->mutex);
-    return node.GetDataManager() == this && engine_->Covers(*thread, node.entry_, forWriting);
+    return node.GetDataManager() == this && engine_->Covers(*caller.Get(), node.entry_, forWriting);
 }
 
 CyDataManager::CheckedBool CyDataManager::TryLock() { return TryLockAndWait(0); }
@@ -153,10 +159,10 @@ CyDataManager::CheckedBool CyDataManager::TryLockAndWait(std::uint32_t milliseco
                                                          ELockStatus& status)
 {
     using EOutcome = CyLockEngine::EOutcome;
-    CyLockThread* const thread = CyLockThread::Find(*engine_);
-    const auto outcome = thread != nullptr
-                             ? engine_->Lock(*thread, std::chrono::milliseconds(milliseconds))
-                             : EOutcome::NoQueries;
+    const CyLockCaller caller(*engine_, CyLockCaller::EUnknown::Null);
+    const std::chrono::milliseconds wait(milliseconds);
+    const auto outcome =
+        caller.Get() != nullptr ? engine_->Lock(*caller.Get(), wait) : EOutcome::NoQueries;
     switch (outcome) {
     case EOutcome::Locked:
         status = eLocked;
@@ -181,14 +187,13 @@ CyDataManager::CheckedBool CyDataManager::TryLockAndWait(std::uint32_t milliseco
 void CyDataManager::ask(const CyNode& node, bool write, CyLockRecord& record)
 {
     if (node.GetDataManager() != this) return; // no thread object for nothing
-    CyLockThread& thread = CyLockThread::Get(*engine_);
+    const CyLockCaller caller(*engine_, CyLockCaller::EUnknown::Make);
     const CyDataTreeMutexLock lock(engine_->mutex);
-    if (node.GetDataManager() == this) engine_->Ask(thread, node.entry_, write, record);
+    if (node.GetDataManager() == this) engine_->Ask(*caller.Get(), node.entry_, write, record);
 }
 
-void CyDataManager::takeOut(CyDataTreeEntry& entry) noexcept
+void CyDataManager::hasLeft(CyDataTreeEntry& entry) noexcept
 {
-    unlink(entry);
     entry.owner->dataManager_.store(nullptr, std::memory_order_release);
 }
 

@@ -5,11 +5,13 @@
 #include "platform/base/platformapi.h"
 #include "platform/datatree/cydatahandlelockonly.h"
 #include "platform/datatree/cynode.h"
+#include "platform/datatree/cynodeview.h"
 
 #include <cstdint>
 #include <vector>
 
 class CyLockEngine;
+struct CyLockThread;
 
 /// The application's data tree and the locks on its nodes.
 ///
@@ -20,12 +22,19 @@ class CyLockEngine;
 /// and writing of its node and of everything below. Locks of different threads conflict where one
 /// of them is a write and one node is the other or above it; locks of one thread never do. A thread
 /// that holds a lock is given more only where the locks it holds cover it, so nobody holds and
-/// waits and there is no deadlock. Waiting requests that conflict are served in the order of their
-/// coming, a request that timed out and is repeated within 100 ms keeps its place.
+/// waits: the locks of one manager never come to a deadlock by themselves. They may with anything
+/// else that is waited for. So a thread does not wait for another one by other means while it holds
+/// a lock, holds no critical section that others enter while it locks, and does not hold a lock of
+/// one manager while it waits for one of another.
+///
+/// Requests that wait and conflict are served in the order of their coming. One whose time ran out
+/// bars nobody; if its thread tries again within 100 ms, for nothing but the same nodes, it is as
+/// old as before. That is over when the thread has no query on these nodes any more.
 ///
 /// Threads: all operations are safe beside each other; destruction is not.
-/// Cost: inserting, removing and releasing are constant where nothing is locked and linear in the
-/// depth otherwise; they allocate nothing.
+/// Cost: inserting is constant. Removing and moving are constant where nothing is locked, but for
+/// moving what has nodes below it; they are linear in the depth otherwise, once for a run of many.
+/// Locking and releasing are linear in the depth, and look at who waits. None of them allocates.
 class PLATFORM_API CyDataManager
 {
 public:
@@ -74,6 +83,19 @@ public:
     /// conflict with another thread's at the new place.
     CheckedBool MoveNode(CyDataHandleLockOnly<1>& handle, const CbSmartPointer<CyNode>& newFather);
 
+    /// Takes nodes out one after the other, each as RemoveNode() by a new handle of the calling
+    /// thread: children have to come before their fathers. Those that are null or not in this
+    /// manager are passed over.
+    /// Returns the number of nodes that were refused; they stay.
+    /// Cost: linear in the number of nodes and, where something is locked, in the depth.
+    std::size_t RemoveNodes(CyNodeView nodes) noexcept;
+    /// Moves nodes one after the other, each as MoveNode() by a new handle of the calling thread.
+    /// Returns as RemoveNodes(), where a new father that is null refuses all.
+    /// Cost: linear in the number of nodes and in the depth. A node adds the levels that it crosses
+    /// where locks move with it, and one climb where it has nodes below it and comes from below
+    /// locks of this thread, or from nobody's, to below other ones.
+    std::size_t MoveNodes(CyNodeView nodes, const CbSmartPointer<CyNode>& newFather) noexcept;
+
     /// True where a lock that the calling thread holds on the node or above it gives reading, or
     /// writing: what a handle made now would say. Records nothing.
     [[nodiscard]] bool IsLocked(const CyNode& node, bool forWriting) const noexcept;
@@ -93,7 +115,9 @@ private:
     friend struct TestAccess;
 
     void ask(const CyNode& node, bool write, CyLockRecord& record);
-    static void takeOut(CyDataTreeEntry& entry) noexcept;
+    [[nodiscard]] std::size_t editNodes(CyLockThread* thread, CyNodeView nodes,
+                                        CyNode* newFather) noexcept;
+    static void hasLeft(CyDataTreeEntry& entry) noexcept;
     [[nodiscard]] CbSmartPointer<CyNode> parentOf(const CyNode& node) const;
     [[nodiscard]] std::vector<CbSmartPointer<CyNode>> childrenOf(const CyNode& node) const;
 

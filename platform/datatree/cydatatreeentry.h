@@ -62,6 +62,11 @@ struct CyDataTreeEntry
     CyDataTreeEntry& operator=(const CyDataTreeEntry&) = delete;
     ~CyDataTreeEntry() = default;
 
+    /// Becomes the last child of @p father. It has no parent so far.
+    void LinkLast(CyDataTreeEntry& father) noexcept;
+    /// Leaves its parent, if it has one; what is below stays below.
+    void Unlink() noexcept;
+
     // What a climb to the top looks at, side by side.
     CyDataTreeEntry* parent = nullptr; ///< null for the top node
     CyLockCounts countHere;            ///< granted locks on this node
@@ -70,8 +75,8 @@ struct CyDataTreeEntry
     CyLockRecord* pending = nullptr;   ///< queries on this node that are not granted yet
     /// Which thread's locks cover the node, as of which of its epochs; see CyLockEngine.
     std::uint64_t coverStamp = 0;
-    /// Which requests are in the way here, as of the last search; see CyLockQueue.
-    std::uint64_t queueMark = 0;
+    /// What the last search found out here; see CyDataTreeSearch.
+    std::uint64_t searchMark = 0;
 
     CyNode* const owner;                   ///< the node that this is inside of
     CyDataTreeEntry* firstChild = nullptr; ///< null where there is none

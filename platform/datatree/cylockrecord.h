@@ -26,6 +26,8 @@ struct CyLockRecord
     CyLockRecord** linkOfThread = nullptr; ///< the pointer that points here
     CyLockRecord* nextOfNode = nullptr;    ///< null for the last record of the list
     CyLockRecord** linkOfNode = nullptr;   ///< the pointer that points here
-    EState state = EState::Void;           ///< void in an empty handle
-    bool write = false;                    ///< whether writing is asked for, or else reading
+    /// The place in the queue that the query has a part in, 0 for none; see CyLockQueue.
+    std::uint64_t place = 0;
+    EState state = EState::Void; ///< void in an empty handle
+    bool write = false;          ///< whether writing is asked for, or else reading
 };

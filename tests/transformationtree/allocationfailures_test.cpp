@@ -220,6 +220,27 @@ TEST_F(WithoutMemory, ATreeObjectLeavesItsNodesBehind)
     EXPECT_EQ(describe(), before);
 }
 
+TEST(ManagersWithoutMemory, GoAndLeaveTheRootWhereItIs)
+{
+    using Manager = ZeCTransformationNodeManager;
+    auto& manager = CbSingleton<Manager>::GetInstance();
+    auto dataManager = std::make_unique<CyDataManager>();
+    ASSERT_TRUE(manager.SetDataManager(*dataManager, dataManager->GetTopNode()));
+    const Inner root = manager.CreateRootNode();
+    manager.AppendChild(root, manager.CreateLeafNode(nullptr));
+    const auto lock = manager.GetSingleReadHandleLocked(root);
+    std::thread([&] { // which has had no handle yet
+        FailAllocationsAfter(0);
+        TestAccess::DestroySingleton<Manager>();
+        EXPECT_EQ(root->GetParent(), dataManager->GetTopNode());
+        dataManager.reset();
+        FailAllocationsAfter(-1);
+    })
+        .join();
+    EXPECT_FALSE(root->GetDataManager());
+    EXPECT_EQ(root->GetNrChildren(), 1U);
+}
+
 constexpr std::uint32_t c_gridSurfels = 9000;
 
 // Two surfels in each cell.

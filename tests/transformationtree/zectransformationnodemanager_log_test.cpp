@@ -177,24 +177,50 @@ TEST_F(NodeManagerLog, TellsHowLongASingleHandleWaited)
     }
 }
 
-TEST_F(NodeManagerLog, ASingleHandleKeepsItsTurnBetweenItsTimeouts)
+TEST_F(NodeManagerLog, NamesANodeThatTheDataManagerKeeps)
 {
-    std::optional<Holder> held(std::in_place,
-                               [&] { return manager().GetSingleReadHandleLocked(tree_["b"]); });
-    bool isRefused = false;
-    int timeouts = 0;
-    // A machine may be so slow that the writer asks again too late; not every time.
-    recorder_.SetObserver([&](const LogRecord& record) {
-        if (record.line != 1834) return;
-        std::thread([&] {
-            const auto newer = manager().GetReadHandle(tree_["b"]);
-            isRefused = !manager().TryLock();
-        }).join();
-        if (isRefused || ++timeouts == 20) held.reset();
-    });
-    EXPECT_TRUE(manager().GetSingleWriteHandleLocked(tree_["b"]).IsValid());
-    recorder_.SetObserver(nullptr);
-    EXPECT_TRUE(isRefused) << "a reader that came later got in";
+    const Inner root = tree_.GetRootInner();
+    std::optional<Holder> reader; // of another thread, which edits do not respect
+    const auto lockElsewhere = [&](const Node& node) {
+        reader.emplace([node] { return manager().GetSingleReadHandleLocked(node); });
+    };
+    // Expects that one warning names a node, and that it was written outside the section.
+    const auto expectKept = [&](const char* function, const std::string& number, const Node& node,
+                                const std::function<void()>& edit) {
+        recorder_.SetObserver([](const LogRecord& record) {
+            if (record.level == 3) std::thread([] { (void)manager().GetRootNode(); }).join();
+        });
+        edit();
+        recorder_.SetObserver(nullptr);
+        auto records = recorder_.TakeRecords();
+        std::erase_if(records, [](const LogRecord& record) { return record.level != 3; });
+        ASSERT_EQ(records.size(), 1U) << function;
+        EXPECT_EQ(records[0].function, function);
+        EXPECT_THAT(records[0].file, testing::HasSubstr("zectransformationnodemanager"));
+        EXPECT_EQ(records[0].text.ToUtf8(), "The data manager refused " + number +
+                                                " nodes, which stay where they are in it, node " +
+                                                node->GetID().ToString().ToUtf8() + " first.");
+    };
+    const Node a = tree_["a"];
+    const Node b = tree_["b"];
+    const Inner c = tree_.GetInner("c");
+    lockElsewhere(b);
+    expectKept("MoveNode", "1", b, [&] { manager().MoveNode(c, b, nullptr); });
+    EXPECT_EQ(b->GetFather(), c);
+    EXPECT_EQ(b->GetParent(), a);
+    expectKept("moveNodes", "1", b, [&] { manager().MoveNodes(root, {b}); });
+    expectKept("removeChild", "1", b, [&] { manager().RemoveChild(root, b); });
+    expectKept("removeChild", "1", a, [&] { manager().RemoveChild(root, a); });
+    reader.reset();
+    manager().AppendChild(c, b); // which stays in the data manager, where it is
+    const auto below = CbMake<CyNode>();
+    ASSERT_TRUE(dataManager.InsertNode(c, below));
+    expectKept("UnsetRootNode", "2", c, [] { unsetRoot(); });
+    for (const CbSmartPointer<CyNode>& kept :
+         std::initializer_list<CbSmartPointer<CyNode>>{below, c, a, root}) {
+        Manager::WriteHandle handle(dataManager, kept);
+        EXPECT_TRUE(dataManager.RemoveNode(handle));
+    }
 }
 
 TEST_F(NodeManagerLog, ListsTheIdsWhenTheRootComesAndGoes)

@@ -85,8 +85,10 @@ TEST_F(NodeManager, TouchesNoDataManagerThatWentFirst)
         CyDataManager shortLived;
         ASSERT_TRUE(manager().UnsetDataManager());
         ASSERT_TRUE(manager().SetDataManager(shortLived, shortLived.GetTopNode()));
-        manager().CreateRootNode();
+        const auto handle = manager().GetReadHandle(manager().CreateRootNode());
     }
+    EXPECT_FALSE(manager().IsReadLocked(manager().GetRootNode()));
+    EXPECT_FALSE(manager().IsWriteLocked(manager().GetRootNode()));
     TestAccess::DestroySingleton<Manager>();
     ASSERT_TRUE(manager().SetDataManager(dataManager, dataNode));
 }

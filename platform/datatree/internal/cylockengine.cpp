@@ -6,9 +6,8 @@
 namespace
 {
 
-// A waiter that is blocked by older requests alone looks again after this time: their places may
-// end without anybody noticing.
-constexpr std::chrono::milliseconds c_lookAgain{20};
+// Whoever waits in slices is back this long after one of them. Who is behind it looks again then.
+constexpr std::chrono::milliseconds c_isBack{20};
 
 void linkToThread(CyLockRecord*& head, CyLockRecord& record) noexcept
 {
@@ -68,22 +67,17 @@ bool holdsHere(const CyLockThread& thread, const CyDataTreeEntry& entry, bool wr
     return false;
 }
 
-bool isBelow(const CyDataTreeEntry& entry, const CyDataTreeEntry& top) noexcept
-{
-    auto* above = entry.parent;
-    while (above != nullptr && above != &top) above = above->parent;
-    return above != nullptr;
-}
-
-// True where granted locks conflict with a query whose thread has none of them.
-bool conflicts(const CyLockRecord& query) noexcept
+// The lock, if any, that conflicts with a query whose thread has none so far.
+CyLockThread::Blocker findLockInTheWay(const CyLockRecord& query) noexcept
 {
     const CyDataTreeEntry& entry = *query.entry;
-    if ((entry.countHere + entry.countBelow).Excludes(query.write)) return true;
-    for (auto* above = entry.parent; above != nullptr; above = above->parent) {
-        if (above->countHere.Excludes(query.write)) return true;
+    if ((entry.countHere + entry.countBelow).Excludes(query.write)) {
+        return {nullptr, &entry, true, query.write};
     }
-    return false;
+    for (auto* above = entry.parent; above != nullptr; above = above->parent) {
+        if (above->countHere.Excludes(query.write)) return {nullptr, above, false, query.write};
+    }
+    return {};
 }
 
 } // namespace
@@ -102,17 +96,17 @@ void CyLockEngine::Ask(CyLockThread& thread, CyDataTreeEntry& entry, bool write,
     record.write = write;
     linkToThread(thread.pending, record);
     linkToNode(entry.pending, record);
-    ++thread.records;
+    ++thread.uses;
+    if (thread.place != 0) CyLockQueue::QueryComes(thread, record);
 }
 
 bool CyLockEngine::TakeBack(CyLockRecord& record) noexcept
 {
     CyLockThread& thread = *record.thread;
-    // Others may go on where a lock goes, or a query that stood in the queue.
-    const bool matters = record.state == CyLockRecord::EState::Granted || thread.inQueue;
     switch (record.state) {
     case CyLockRecord::EState::Pending:
         unlink(record);
+        if (thread.place != 0) CyLockQueue::QueryGoes(thread);
         break;
     case CyLockRecord::EState::Granted:
         ungrant(record);
@@ -124,11 +118,9 @@ bool CyLockEngine::TakeBack(CyLockRecord& record) noexcept
         break;
     }
     record = CyLockRecord();
-    --thread.records;
-    const bool isLast = thread.ended && thread.records == 0;
-    if (isLast) queue_.Leave(thread);
-    if (matters) wakeQueue();
-    return isLast;
+    if (!queue_.IsEmpty())
+        queue_.WakeFreed(&thread); // nobody points to the thread where this was its last record
+    return LetGo(thread);
 }
 
 void CyLockEngine::Relocate(CyLockRecord& from, CyLockRecord& to) noexcept
@@ -148,16 +140,9 @@ bool CyLockEngine::IsValid(const CyLockRecord& record) noexcept
            Covers(*record.thread, *record.entry, record.write);
 }
 
-bool CyLockEngine::HasMomentaryAccess(const CyLockRecord& record) noexcept
-{
-    if (record.thread == nullptr || &record.thread->engine != this || !isLinked(record))
-        return false;
-    return IsValid(record) || !doOthersHold(*record.entry, *record.thread);
-}
-
 CyLockEngine::EOutcome CyLockEngine::Attempt(CyLockThread& thread, Clock::time_point now) noexcept
 {
-    if (!queue_.IsEmpty()) queue_.Expire(now);
+    if (thread.place != 0) CyLockQueue::Expire(thread, now);
     auto outcome = EOutcome::Locked;
     if (thread.dead != 0) {
         outcome = EOutcome::InvalidNode;
@@ -166,18 +151,16 @@ CyLockEngine::EOutcome CyLockEngine::Attempt(CyLockThread& thread, Clock::time_p
     } else if (!areAllCovered(thread)) {
         if (thread.granted != nullptr) {
             outcome = EOutcome::NotReleased;
-        } else if (isBlockedByLock(thread)) {
-            return EOutcome::BlockedByLock;
-        } else if (!queue_.IsEmpty() && queue_.IsOlderInTheWay(thread)) {
-            return EOutcome::BlockedByOlder;
+        } else if (granted_ != 0 || !queue_.IsEmpty()) {
+            thread.blocker = findBlocker(thread);
+            if (thread.blocker.older != nullptr) return EOutcome::BlockedByOlder;
+            if (thread.blocker.at != nullptr) return EOutcome::BlockedByLock;
         }
     }
-    if (outcome == EOutcome::Locked) grantAll(thread);
-    if (thread.inQueue) {
-        queue_.Leave(thread);
-        // Whoever stood behind a request that was granted is now blocked by the lock.
-        if (outcome != EOutcome::Locked) queue_.WakeAll();
-    }
+    const bool wasInTheWay = thread.waiting && outcome != EOutcome::Locked;
+    if (thread.place != 0) queue_.Leave(thread);
+    if (outcome == EOutcome::Locked) grantAll(thread); // those behind it are behind its locks now
+    if (wasInTheWay) queue_.WakeFreed(&thread);
     return outcome;
 }
 
@@ -187,15 +170,16 @@ CyLockEngine::EOutcome CyLockEngine::Lock(CyLockThread& thread, std::chrono::mil
     const auto isBlocked = [](EOutcome outcome) {
         return outcome == EOutcome::BlockedByLock || outcome == EOutcome::BlockedByOlder;
     };
-    auto outcome = Attempt(thread, queue_.IsEmpty() ? Clock::time_point() : Clock::now());
+    auto outcome = Attempt(thread, thread.place == 0 ? Clock::time_point() : Clock::now());
     if (!isBlocked(outcome) || wait.count() == 0) return outcome;
     auto now = Clock::now();
     const auto end = now + wait;
-    queue_.StartWaiting(thread);
+    queue_.StartWaiting(thread, end);
     while (now < end) {
-        mutex.WaitUntil(thread.wake, outcome == EOutcome::BlockedByOlder
-                                         ? std::min(end, now + c_lookAgain)
-                                         : end);
+        // The older request leaves, is granted and released, or ends: only that wakes nobody.
+        const auto* const older = thread.blocker.older;
+        const auto look = older != nullptr ? std::max(older->until, now) + c_isBack : end;
+        mutex.WaitUntil(thread.wake, std::min(look, end));
         now = Clock::now();
         outcome = Attempt(thread, now);
         if (!isBlocked(outcome)) return outcome;
@@ -206,12 +190,12 @@ CyLockEngine::EOutcome CyLockEngine::Lock(CyLockThread& thread, std::chrono::mil
 
 void CyLockEngine::NodeLeaves(CyDataTreeEntry& entry, const CyLockRecord* own) noexcept
 {
-    const bool wasAsked = entry.granted != nullptr || entry.pending != nullptr;
     while (entry.granted != nullptr) {
         CyLockRecord& record = *entry.granted;
         ungrant(record);
         record.state = CyLockRecord::EState::Void;
         record.entry = nullptr;
+        queue_.WakeFreed(record.thread);
     }
     while (entry.pending != nullptr) {
         CyLockRecord& record = *entry.pending;
@@ -219,51 +203,48 @@ void CyLockEngine::NodeLeaves(CyDataTreeEntry& entry, const CyLockRecord* own) n
         record.state = &record == own ? CyLockRecord::EState::Void : CyLockRecord::EState::Dead;
         if (&record != own) ++record.thread->dead;
         record.entry = nullptr;
+        if (record.thread->place != 0) CyLockQueue::QueryGoes(*record.thread);
+        queue_.WakeFreed(record.thread);
     }
     entry.coverStamp = 0;
-    entry.queueMark = 0;
-    if (wasAsked) wakeQueue();
+    entry.searchMark = 0;
 }
 
-bool CyLockEngine::FitsBelow(const CyDataTreeEntry& subtree, const CyDataTreeEntry& father,
-                             const CyLockThread& thread) const noexcept
+bool CyLockEngine::EndThread(CyLockThread& thread, std::uint64_t number) noexcept
 {
-    const auto inside = subtree.countHere + subtree.countBelow;
-    if (inside.IsZero()) return true;
-    for (auto* entry = &father; entry != nullptr; entry = entry->parent) {
-        for (auto* record = entry->granted; record != nullptr; record = record->nextOfNode) {
-            if (record->thread != &thread && inside.Excludes(record->write)) return false;
-        }
+    queue_.Leave(thread);
+    AddEnded(thread, number);
+    return LetGo(thread);
+}
+
+void CyLockEngine::AddEnded(CyLockThread& thread, std::uint64_t number) noexcept
+{
+    thread.endedNumber = number;
+    thread.nextEnded = std::exchange(ended_, &thread);
+}
+
+CyLockThread* CyLockEngine::FindEnded(std::uint64_t number) const noexcept
+{
+    CyLockThread* thread = ended_;
+    while (thread != nullptr && thread->endedNumber != number) thread = thread->nextEnded;
+    return thread;
+}
+
+bool CyLockEngine::LetGo(CyLockThread& thread) noexcept
+{
+    if (--thread.uses != 0) return false;
+    if (thread.endedNumber != 0) {
+        CyLockThread** link = &ended_;
+        while (*link != &thread) link = &(*link)->nextEnded;
+        *link = thread.nextEnded;
     }
     return true;
-}
-
-void CyLockEngine::SubtreeUnlinks(const CyDataTreeEntry& subtree) noexcept
-{
-    const auto inside = subtree.countHere + subtree.countBelow;
-    if (!inside.IsZero()) subtractAbove(subtree, inside);
-    lastMove_ = epochs_;
-}
-
-void CyLockEngine::SubtreeLinked(const CyDataTreeEntry& subtree) noexcept
-{
-    const auto inside = subtree.countHere + subtree.countBelow;
-    if (!inside.IsZero()) addAbove(subtree, inside);
-    wakeQueue();
-}
-
-bool CyLockEngine::EndThread(CyLockThread& thread) noexcept
-{
-    thread.ended = true;
-    queue_.Leave(thread);
-    wakeQueue();
-    return thread.records == 0;
 }
 
 bool CyLockEngine::Covers(CyLockThread& thread, CyDataTreeEntry& entry, bool write) noexcept
 {
     if (write ? thread.grantedWrites == 0 : thread.granted == nullptr) return false;
-    if (thread.epoch <= lastMove_) thread.epoch = ++epochs_;
+    if (thread.epoch == 0) thread.epoch = ++epochs_;
     // A stamp is the epoch above one bit: whether writing is covered too.
     const auto isStamped = [&](const CyDataTreeEntry& at) {
         return at.coverStamp >> 1 == thread.epoch && (!write || (at.coverStamp & 1) != 0);
@@ -289,30 +270,19 @@ bool CyLockEngine::areAllCovered(CyLockThread& thread) noexcept
     return true;
 }
 
-bool CyLockEngine::isBlockedByLock(const CyLockThread& thread) const noexcept
+CyLockThread::Blocker CyLockEngine::findBlocker(const CyLockThread& thread) noexcept
 {
-    if (granted_ == 0) return false;
-    for (auto* record = thread.pending; record != nullptr; record = record->nextOfThread) {
-        if (conflicts(*record)) return true;
+    if (!queue_.IsEmpty()) {
+        const auto* const older = queue_.FindOlderInTheWay(thread, CyDataTreeSearch(searches_));
+        if (older != nullptr) return {older};
     }
-    return false;
-}
-
-bool CyLockEngine::doOthersHold(const CyDataTreeEntry& entry,
-                                const CyLockThread& thread) const noexcept
-{
-    if (granted_ == 0) return false;
-    for (auto* above = &entry; above != nullptr; above = above->parent) {
-        for (auto* record = above->granted; record != nullptr; record = record->nextOfNode) {
-            if (record->thread != &thread) return true;
-        }
+    CyLockThread::Blocker blocker;
+    if (granted_ == 0) return blocker;
+    const CyLockRecord* record = thread.pending;
+    for (; record != nullptr && blocker.IsNone(); record = record->nextOfThread) {
+        blocker = findLockInTheWay(*record);
     }
-    auto below = entry.countBelow.GetReads() + entry.countBelow.GetWrites();
-    if (below == 0) return false;
-    for (auto* record = thread.granted; record != nullptr; record = record->nextOfThread) {
-        if (isBelow(*record->entry, entry)) --below;
-    }
-    return below != 0;
+    return blocker;
 }
 
 void CyLockEngine::grantAll(CyLockThread& thread) noexcept
@@ -338,9 +308,4 @@ void CyLockEngine::ungrant(CyLockRecord& record) noexcept
     --granted_;
     if (record.write) --record.thread->grantedWrites;
     record.thread->epoch = 0;
-}
-
-void CyLockEngine::wakeQueue() noexcept
-{
-    if (!queue_.IsEmpty()) queue_.WakeAll();
 }

@@ -2,6 +2,7 @@
 
 #include "platform/base/platformapi.h"
 #include "platform/datatree/cydatatreeentry.h"
+#include "platform/datatree/internal/cydatatreeedit.h"
 #include "platform/datatree/internal/cydatatreemutex.h"
 #include "platform/datatree/internal/cylockqueue.h"
 
@@ -15,7 +16,9 @@
 ///
 /// Whether a thread's own locks cover a node is found by climbing too. A climb that succeeds leaves
 /// a stamp with the thread's epoch on the nodes it passed, so that the next one ends there. An
-/// epoch is of one thread, and ends when that thread gives a lock back or any node is moved.
+/// epoch is of one thread, and ends when that thread gives a lock back, or moves a node to where
+/// its locks do not cover it for writing. Moves by others end no epoch: who moves a node either
+/// covers it, or nobody else has a lock at, above or below it.
 ///
 /// Nothing here allocates, throws or calls out of the engine.
 ///
@@ -49,8 +52,7 @@ public:
     void Ask(CyLockThread& thread, CyDataTreeEntry& entry, bool write,
              CyLockRecord& record) noexcept CB_REQUIRES(mutex);
     /// Takes a query or lock back; the record is unused then.
-    /// @return true where the thread has ended and this was its last record: the caller deletes the
-    ///     thread once it left the mutex
+    /// @return as LetGo()
     [[nodiscard]] bool TakeBack(CyLockRecord& record) noexcept CB_REQUIRES(mutex);
     /// Moves a query or lock into an unused record.
     void Relocate(CyLockRecord& from, CyLockRecord& to) noexcept CB_REQUIRES(mutex);
@@ -60,10 +62,6 @@ public:
         CB_REQUIRES(mutex);
     /// True where the lock is granted, or pending and covered.
     [[nodiscard]] bool IsValid(const CyLockRecord& record) noexcept CB_REQUIRES(mutex);
-    /// True where the node of a query to this engine may be taken out or moved: the query is valid,
-    /// or no other thread holds a lock on the node, above or below it.
-    [[nodiscard]] bool HasMomentaryAccess(const CyLockRecord& record) noexcept CB_REQUIRES(mutex);
-
     /// Locks all pending queries of a thread, or none. An outcome other than blocked ends the
     /// thread's place in the queue.
     /// @param now looked at only where the queue is not empty
@@ -75,21 +73,43 @@ public:
     /// Voids the locks on a node that leaves the manager and kills the queries on it; @p own, which
     /// may be null, becomes void in any case.
     void NodeLeaves(CyDataTreeEntry& entry, const CyLockRecord* own) noexcept CB_REQUIRES(mutex);
-    /// True where the locks of a thread in a subtree would conflict with no other thread's if the
-    /// subtree hung below @p father. No other thread has locks in it.
-    [[nodiscard]] bool FitsBelow(const CyDataTreeEntry& subtree, const CyDataTreeEntry& father,
-                                 const CyLockThread& thread) const noexcept CB_REQUIRES(mutex);
-    /// Takes the locks in a subtree out of the counters above, before the subtree is unlinked.
-    void SubtreeUnlinks(const CyDataTreeEntry& subtree) noexcept CB_REQUIRES(mutex);
-    /// Adds them to the counters above, after the subtree was linked in a new place.
-    void SubtreeLinked(const CyDataTreeEntry& subtree) noexcept CB_REQUIRES(mutex);
+
+    /// @name Removals and moves by a thread; see CyDataTreeEdit
+    /// @{
+
+    /// True where the query is to this engine and not dead or void, so that its node may be edited
+    /// as far as locks allow.
+    [[nodiscard]] bool IsLinkedHere(const CyLockRecord& record) const noexcept CB_REQUIRES(mutex);
+    /// Starts to remove nodes or, below @p newFather, to move them.
+    [[nodiscard]] CyDataTreeEdit StartEdit(CyLockThread* thread,
+                                           CyDataTreeEntry* newFather) noexcept CB_REQUIRES(mutex);
+    /// Takes a node out as NodeLeaves(). False, and nothing changed, for the top node, one with
+    /// children, or without access.
+    [[nodiscard]] bool Remove(CyDataTreeEdit& edit, CyDataTreeEntry& entry,
+                              const CyLockRecord* own) noexcept CB_REQUIRES(mutex);
+    /// Moves a node to the end of the new father's children. False, and nothing changed, where the
+    /// new father is the node or below it, without access, or where locks in the subtree would
+    /// come into conflict with another thread's at the new place.
+    [[nodiscard]] bool Move(CyDataTreeEdit& edit, CyDataTreeEntry& entry) noexcept
+        CB_REQUIRES(mutex);
+    /// Ends the edit: who waits looks again where nodes were moved.
+    void EndEdit(const CyDataTreeEdit& edit) noexcept CB_REQUIRES(mutex);
+    /// @}
 
     /// Says that the manager is gone.
     void Close() noexcept CB_REQUIRES(mutex) { closed_ = true; }
     [[nodiscard]] bool IsClosed() const noexcept CB_REQUIRES(mutex) { return closed_; }
-    /// Says that a thread is gone.
-    /// @return true where it has no record: the caller deletes the thread once it left the mutex
-    [[nodiscard]] bool EndThread(CyLockThread& thread) noexcept CB_REQUIRES(mutex);
+    /// Says that a thread has ended, or soon will: it is found by a number from now on.
+    /// @return as LetGo()
+    [[nodiscard]] bool EndThread(CyLockThread& thread, std::uint64_t number) noexcept
+        CB_REQUIRES(mutex);
+    /// Adds a thread that had no handle until it ended.
+    void AddEnded(CyLockThread& thread, std::uint64_t number) noexcept CB_REQUIRES(mutex);
+    /// Returns the thread that ended with the number, or null.
+    [[nodiscard]] CyLockThread* FindEnded(std::uint64_t number) const noexcept CB_REQUIRES(mutex);
+    /// Gives up one use of a thread's object.
+    /// @return true where it was the last one: the caller deletes the object once it left the mutex
+    [[nodiscard]] bool LetGo(CyLockThread& thread) noexcept CB_REQUIRES(mutex);
 
 private:
     friend struct TestAccess;
@@ -97,18 +117,21 @@ private:
     ~CyLockEngine() = default;
 
     [[nodiscard]] bool areAllCovered(CyLockThread& thread) noexcept CB_REQUIRES(mutex);
-    [[nodiscard]] bool isBlockedByLock(const CyLockThread& thread) const noexcept
+    [[nodiscard]] CyLockThread::Blocker findBlocker(const CyLockThread& thread) noexcept
         CB_REQUIRES(mutex);
-    [[nodiscard]] bool doOthersHold(const CyDataTreeEntry& entry,
-                                    const CyLockThread& thread) const noexcept CB_REQUIRES(mutex);
     void grantAll(CyLockThread& thread) noexcept CB_REQUIRES(mutex);
     void ungrant(CyLockRecord& record) noexcept CB_REQUIRES(mutex);
-    void wakeQueue() noexcept CB_REQUIRES(mutex);
+
+    [[nodiscard]] bool hasAccess(CyDataTreeEdit& edit, CyDataTreeEntry& entry) noexcept
+        CB_REQUIRES(mutex);
+    void movesLocks(CyDataTreeEdit& edit, CyDataTreeEntry& entry) noexcept CB_REQUIRES(mutex);
+    void movesMarks(CyDataTreeEdit& edit, CyDataTreeEntry& entry) noexcept CB_REQUIRES(mutex);
 
     std::atomic<std::uint32_t> references_{1};
     bool closed_ CB_GUARDED_BY(mutex) = false;
-    std::uint64_t granted_ CB_GUARDED_BY(mutex) = 0;  ///< granted locks of all threads
-    std::uint64_t epochs_ CB_GUARDED_BY(mutex) = 0;   ///< the newest epoch
-    std::uint64_t lastMove_ CB_GUARDED_BY(mutex) = 0; ///< epochs up to this one have ended
+    std::uint64_t granted_ CB_GUARDED_BY(mutex) = 0;     ///< granted locks of all threads
+    std::uint64_t epochs_ CB_GUARDED_BY(mutex) = 0;      ///< the newest epoch
+    std::uint64_t searches_ CB_GUARDED_BY(mutex) = 0;    ///< the newest search
+    CyLockThread* ended_ CB_GUARDED_BY(mutex) = nullptr; ///< those that have ended, in no order
     CyLockQueue queue_ CB_GUARDED_BY(mutex);
 };

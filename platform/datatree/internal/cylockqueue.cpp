@@ -1,109 +1,167 @@
 #include "platform/datatree/internal/cylockqueue.h"
 
-#include "platform/datatree/cydatatreeentry.h"
+#include <algorithm>
+#include <limits>
 
 namespace
 {
 
 constexpr std::chrono::milliseconds c_keepPlace{100};
 
-// A mark: the number of the search above four flags that tell what older requests ask for.
-constexpr std::uint64_t c_readHere = 1;
-constexpr std::uint64_t c_writeHere = 2;
-constexpr std::uint64_t c_readBelow = 4;
-constexpr std::uint64_t c_writeBelow = 8;
-constexpr int c_flagBits = 4;
+// What the thread that looks asks for, here and below.
+constexpr unsigned c_readHere = 1;
+constexpr unsigned c_writeHere = 2;
+constexpr unsigned c_readBelow = 4;
+constexpr unsigned c_writeBelow = 8;
+// It asks for nothing, here and above, that conflicts with reading or writing further down.
+constexpr unsigned c_mayReadBelow = 16;
+constexpr unsigned c_mayWriteBelow = 32;
 
-// False where the flag was set already.
-bool setFlag(CyDataTreeEntry& entry, std::uint64_t search, std::uint64_t flag) noexcept
+template<class Predicate>
+bool isAnyPending(const CyLockThread& thread, Predicate predicate)
 {
-    if (entry.queueMark >> c_flagBits != search) entry.queueMark = search << c_flagBits;
-    if ((entry.queueMark & flag) != 0) return false;
-    entry.queueMark |= flag;
-    return true;
+    const CyLockRecord* record = thread.pending;
+    while (record != nullptr && !predicate(*record)) record = record->nextOfThread;
+    return record != nullptr;
+}
+
+// True where the thread has a place and asks for nothing else than when it got it.
+bool isForPlace(const CyLockThread& thread) noexcept
+{
+    return thread.place != 0 && !isAnyPending(thread, [&](const CyLockRecord& record) {
+               return record.place != thread.place;
+           });
+}
+
+void mark(CyDataTreeSearch search, const CyLockRecord& record) noexcept
+{
+    (void)search.Set(*record.entry, record.write ? c_writeHere : c_readHere);
+    const auto below = record.write ? c_writeBelow : c_readBelow;
+    for (auto* above = record.entry->parent; above != nullptr; above = above->parent) {
+        if (!search.Set(*above, below)) return; // and so have all above it
+    }
+}
+
+// To be asked until it is true once, since it takes for granted that no conflict was found.
+bool isMarkedAgainst(CyDataTreeSearch search, const CyLockRecord& record) noexcept
+{
+    const auto here = record.write ? c_readHere | c_writeHere : c_writeHere;
+    const auto below = record.write ? c_readBelow | c_writeBelow : c_writeBelow;
+    if (search.Get(*record.entry, here | below) != 0) return true;
+    const auto mayBelow = record.write ? c_mayWriteBelow : c_mayReadBelow;
+    for (auto* above = record.entry->parent; above != nullptr; above = above->parent) {
+        if (search.Get(*above, here) != 0) return true;
+        if (!search.Set(*above, mayBelow)) return false;
+    }
+    return false;
+}
+
+bool isStillBlocked(const CyLockThread& thread, const CyLockThread* changed) noexcept
+{
+    const CyLockThread::Blocker& blocker = thread.blocker;
+    if (const CyLockThread* const older = blocker.older) {
+        const bool isInTheWay = older->waiting && older->place < thread.place;
+        return older != changed && (isInTheWay || older->granted != nullptr);
+    }
+    auto counts = blocker.at->countHere;
+    if (blocker.orBelow) counts += blocker.at->countBelow;
+    return counts.Excludes(blocker.write);
 }
 
 } // namespace
 
-void CyLockQueue::StartWaiting(CyLockThread& thread) noexcept
+void CyLockQueue::StartWaiting(CyLockThread& thread, Clock::time_point end) noexcept
 {
+    if (!isForPlace(thread)) {
+        thread.place = ++places_;
+        for (auto* record = thread.pending; record != nullptr; record = record->nextOfThread) {
+            record->place = thread.place;
+        }
+    }
+    CyLockThread* older = newest_;
+    while (older != nullptr && older->place > thread.place) older = older->olderInQueue;
+    CyLockThread* const newer = older != nullptr ? older->newerInQueue : oldest_;
+    thread.olderInQueue = older;
+    thread.newerInQueue = newer;
+    (older != nullptr ? older->newerInQueue : oldest_) = &thread;
+    (newer != nullptr ? newer->olderInQueue : newest_) = &thread;
     thread.waiting = true;
-    if (thread.inQueue) return;
-    thread.inQueue = true;
-    thread.olderInQueue = newest_;
-    thread.newerInQueue = nullptr;
-    (newest_ != nullptr ? newest_->newerInQueue : oldest_) = &thread;
-    newest_ = &thread;
+    thread.until = end;
 }
 
 void CyLockQueue::StopWaiting(CyLockThread& thread, Clock::time_point now) noexcept
 {
-    thread.waiting = false;
-    thread.keepUntil = now + c_keepPlace;
+    const auto place = thread.place;
+    Leave(thread);
+    thread.place = place;
+    thread.until = now + c_keepPlace;
+    QueryGoes(thread); // the last one may have gone while it waited
 }
 
 void CyLockQueue::Leave(CyLockThread& thread) noexcept
 {
-    if (!thread.inQueue) return;
-    thread.inQueue = false;
+    thread.place = 0;
+    if (!thread.waiting) return;
     thread.waiting = false;
+    thread.blocker = {};
     auto& fromOlder = thread.olderInQueue != nullptr ? thread.olderInQueue->newerInQueue : oldest_;
     auto& fromNewer = thread.newerInQueue != nullptr ? thread.newerInQueue->olderInQueue : newest_;
     fromOlder = thread.newerInQueue;
     fromNewer = thread.olderInQueue;
 }
 
-void CyLockQueue::Expire(Clock::time_point now) noexcept
+void CyLockQueue::Expire(CyLockThread& thread, Clock::time_point now) noexcept
 {
-    for (CyLockThread* thread = oldest_; thread != nullptr;) {
-        CyLockThread* const newer = thread->newerInQueue;
-        if (!thread->waiting && thread->keepUntil < now) Leave(*thread);
-        thread = newer;
+    if (!thread.waiting && thread.until < now) thread.place = 0;
+}
+
+void CyLockQueue::QueryGoes(CyLockThread& thread) noexcept
+{
+    if (thread.waiting) return Wake(thread);
+    const auto hasPart = [&](const CyLockRecord& record) { return record.place == thread.place; };
+    if (!isAnyPending(thread, hasPart)) thread.place = 0;
+}
+
+void CyLockQueue::QueryComes(const CyLockThread& thread, CyLockRecord& record) noexcept
+{
+    for (auto* other = record.entry->pending; other != nullptr; other = other->nextOfNode) {
+        if (other->thread == &thread && other->place == thread.place) record.place = thread.place;
     }
+}
+
+const CyLockThread* CyLockQueue::FindOlderInTheWay(const CyLockThread& thread,
+                                                   CyDataTreeSearch search) const noexcept
+{
+    const auto place =
+        isForPlace(thread) ? thread.place : std::numeric_limits<std::uint64_t>::max();
+    const CyLockThread* older = newest_;
+    while (older != nullptr && older->place >= place) older = older->olderInQueue;
+    if (older == nullptr) return nullptr;
+    for (auto* record = thread.pending; record != nullptr; record = record->nextOfThread) {
+        mark(search, *record);
+    }
+    const auto isInTheWay = [&](const auto& record) { return isMarkedAgainst(search, record); };
+    while (older != nullptr && !isAnyPending(*older, isInTheWay)) older = older->olderInQueue;
+    return older;
+}
+
+void CyLockQueue::WakeFreed(const CyLockThread* changed) noexcept
+{
+    for (CyLockThread* thread = oldest_; thread != nullptr; thread = thread->newerInQueue) {
+        const bool isWoken = thread->blocker.IsNone();
+        if (!isWoken && !isStillBlocked(*thread, changed)) Wake(*thread);
+    }
+}
+
+void CyLockQueue::Wake(CyLockThread& thread) noexcept
+{
+    thread.blocker = {};
+    thread.wake.notify_one();
 }
 
 void CyLockQueue::WakeAll() noexcept
 {
     for (CyLockThread* thread = oldest_; thread != nullptr; thread = thread->newerInQueue) {
-        if (thread->waiting) thread->wake.notify_one();
+        if (!thread->blocker.IsNone()) Wake(*thread);
     }
-}
-
-bool CyLockQueue::IsOlderInTheWay(const CyLockThread& thread) noexcept
-{
-    if (oldest_ == &thread) return false;
-    ++search_;
-    for (const CyLockThread* older = oldest_; older != nullptr && older != &thread;
-         older = older->newerInQueue) {
-        for (auto* record = older->pending; record != nullptr; record = record->nextOfThread) {
-            mark(*record);
-        }
-    }
-    for (auto* record = thread.pending; record != nullptr; record = record->nextOfThread) {
-        if (isMarkedAgainst(*record)) return true;
-    }
-    return false;
-}
-
-void CyLockQueue::mark(const CyLockRecord& record) noexcept
-{
-    (void)setFlag(*record.entry, search_, record.write ? c_writeHere : c_readHere);
-    const auto below = record.write ? c_writeBelow : c_readBelow;
-    for (auto* above = record.entry->parent; above != nullptr; above = above->parent) {
-        if (!setFlag(*above, search_, below)) return; // and so have all above it
-    }
-}
-
-bool CyLockQueue::isMarkedAgainst(const CyLockRecord& record) const noexcept
-{
-    const auto isMarked = [this](const CyDataTreeEntry& entry, std::uint64_t flags) {
-        return entry.queueMark >> c_flagBits == search_ && (entry.queueMark & flags) != 0;
-    };
-    const auto here = record.write ? c_readHere | c_writeHere : c_writeHere;
-    const auto below = record.write ? c_readBelow | c_writeBelow : c_writeBelow;
-    if (isMarked(*record.entry, here | below)) return true;
-    for (auto* above = record.entry->parent; above != nullptr; above = above->parent) {
-        if (isMarked(*above, here)) return true;
-    }
-    return false;
 }

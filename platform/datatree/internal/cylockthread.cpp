@@ -3,6 +3,7 @@
 #include "platform/datatree/internal/cylockengine.h"
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -16,14 +17,16 @@ using Threads = std::vector<CyLockThread*>;
 // are gone.
 constinit thread_local Threads* t_threads = nullptr;
 constinit thread_local CyLockThread* t_last = nullptr; // the one found last, among t_threads
-constinit thread_local bool t_ended = false;
+constinit thread_local std::uint64_t t_endedNumber = 0;
 
-// Marks the thread as ended for one engine; true where nothing holds the object any more.
-bool end(CyLockThread& thread) noexcept
+constinit std::atomic<std::uint64_t> s_endedThreads{0};
+
+// Ends a thread for one engine; true where nothing uses the object any more.
+bool end(CyLockThread& thread, std::uint64_t number) noexcept
 {
     CyLockEngine& engine = thread.engine;
     const CyDataTreeMutexLock lock(engine.mutex);
-    return engine.EndThread(thread);
+    return engine.EndThread(thread, number);
 }
 
 struct AtThreadEnd
@@ -35,9 +38,9 @@ struct AtThreadEnd
     {
         const std::unique_ptr<Threads> threads(std::exchange(t_threads, nullptr));
         t_last = nullptr;
-        t_ended = true;
+        t_endedNumber = ++s_endedThreads;
         for (CyLockThread* thread : *threads) {
-            if (end(*thread)) delete thread;
+            if (end(*thread, t_endedNumber)) delete thread;
         }
     }
 };
@@ -47,7 +50,7 @@ bool isLeftOver(CyLockThread& thread) noexcept
 {
     CyLockEngine& engine = thread.engine;
     const CyDataTreeMutexLock lock(engine.mutex);
-    return engine.IsClosed() && thread.records == 0 && engine.EndThread(thread);
+    return engine.IsClosed() && thread.uses == 1 && engine.LetGo(thread);
 }
 
 void deleteLeftOvers(Threads& threads) noexcept
@@ -59,13 +62,7 @@ void deleteLeftOvers(Threads& threads) noexcept
     });
 }
 
-} // namespace
-
-CyLockThread::CyLockThread(CyLockEngine& lockEngine) : engine(lockEngine) { engine.AddReference(); }
-
-CyLockThread::~CyLockThread() { engine.Release(); }
-
-CyLockThread* CyLockThread::Find(const CyLockEngine& engine) noexcept
+CyLockThread* findThread(const CyLockEngine& engine) noexcept
 {
     if (t_last != nullptr && &t_last->engine == &engine) return t_last;
     if (t_threads == nullptr) return nullptr;
@@ -75,14 +72,8 @@ CyLockThread* CyLockThread::Find(const CyLockEngine& engine) noexcept
     return nullptr;
 }
 
-CyLockThread& CyLockThread::Get(CyLockEngine& engine)
+CyLockThread* makeThread(CyLockEngine& engine)
 {
-    if (CyLockThread* const thread = Find(engine)) return *thread;
-    if (t_ended) { // nobody is told when the thread ends: the last record deletes it
-        t_last = new CyLockThread(engine);
-        t_last->ended = true;
-        return *t_last;
-    }
     if (t_threads == nullptr) {
         auto threads = std::make_unique<Threads>();
         thread_local AtThreadEnd atThreadEnd;
@@ -92,11 +83,42 @@ CyLockThread& CyLockThread::Get(CyLockEngine& engine)
     deleteLeftOvers(*t_threads);
     auto thread = std::make_unique<CyLockThread>(engine);
     t_threads->push_back(thread.get());
-    return *thread.release();
+    return thread.release();
 }
 
-void CyLockThread::Delete(CyLockThread* thread) noexcept
+} // namespace
+
+CyLockThread::CyLockThread(CyLockEngine& lockEngine) : engine(lockEngine) { engine.AddReference(); }
+
+CyLockThread::~CyLockThread() { engine.Release(); }
+
+CyLockCaller::CyLockCaller(CyLockEngine& engine, EUnknown unknown)
 {
-    if (t_last == thread) t_last = nullptr;
-    delete thread;
+    const bool make = unknown == EUnknown::Make;
+    if (t_endedNumber == 0) {
+        thread_ = findThread(engine);
+        if (thread_ == nullptr && make) thread_ = makeThread(engine);
+        return;
+    }
+    auto made = make ? std::make_unique<CyLockThread>(engine) : nullptr;
+    const CyDataTreeMutexLock lock(engine.mutex);
+    thread_ = engine.FindEnded(t_endedNumber);
+    if (thread_ != nullptr) {
+        ++thread_->uses;
+    } else if (made) {
+        thread_ = made.release();
+        engine.AddEnded(*thread_, t_endedNumber);
+    }
+    isCounted_ = thread_ != nullptr;
+}
+
+void CyLockCaller::letGo() noexcept
+{
+    bool isLast = false;
+    {
+        CyLockEngine& engine = thread_->engine;
+        const CyDataTreeMutexLock lock(engine.mutex);
+        isLast = engine.LetGo(*thread_);
+    }
+    if (isLast) delete thread_;
 }

@@ -20,36 +20,74 @@ struct PLATFORM_API CyLockThread
 {
     using Clock = std::chrono::steady_clock;
 
+    /// What a thread that waits met when it looked last: an older request or a lock. Nothing, once
+    /// it was woken.
+    struct Blocker
+    {
+        const CyLockThread* older = nullptr; ///< the newest of those that were in its way
+        const CyDataTreeEntry* at = nullptr; ///< or where it met the lock,
+        bool orBelow = false;                ///< or one below that,
+        bool write = false;                  ///< when it asked for writing, or else reading
+
+        [[nodiscard]] bool IsNone() const noexcept { return older == nullptr && at == nullptr; }
+    };
+
     explicit CyLockThread(CyLockEngine& lockEngine);
     CyLockThread(const CyLockThread&) = delete;
     CyLockThread& operator=(const CyLockThread&) = delete;
     ~CyLockThread();
 
-    /// Returns the calling thread's object with an engine; null where it had no handle so far.
-    [[nodiscard]] static CyLockThread* Find(const CyLockEngine& engine) noexcept;
-    /// The same, made where there is none.
-    [[nodiscard]] static CyLockThread& Get(CyLockEngine& engine);
-
-    /// Deletes the object of a thread that has ended, after its last record.
-    static void Delete(CyLockThread* thread) noexcept;
-
     CyLockEngine& engine; ///< kept alive
 
     CyLockRecord* pending = nullptr;
     CyLockRecord* granted = nullptr;
-    std::uint32_t records = 0;       ///< in use, dead and void ones included
-    std::uint32_t dead = 0;          ///< among them dead ones
-    std::uint32_t grantedWrites = 0; ///< among them granted writes
-    bool ended = false;              ///< the thread is gone; the last record deletes this
+    std::uint32_t uses = 1;          ///< records, dead and void ones too, and who knows the object
+    std::uint32_t dead = 0;          ///< number of dead records
+    std::uint32_t grantedWrites = 0; ///< number of granted writes
 
     /// Number of the present set of grants, from the engine; 0 where a new one is due.
     std::uint64_t epoch = 0;
 
-    // Place in the queue of blocked requests, oldest first.
+    // The place among blocked requests; see CyLockQueue.
     CyLockThread* olderInQueue = nullptr;
     CyLockThread* newerInQueue = nullptr;
-    bool inQueue = false;
-    bool waiting = false;        ///< waits at this moment; otherwise its time ran out
-    Clock::time_point keepUntil; ///< end of its place where it does not wait
+    std::uint64_t place = 0; ///< 0 for none
+    bool waiting = false;    ///< in the queue; otherwise a place is only kept
+    Clock::time_point until; ///< end of its time to wait or, where a place is only kept, of that
+    Blocker blocker;
     std::condition_variable wake;
+
+    // What is left of a thread that has ended, or is destroying its last objects; see CyLockCaller.
+    std::uint64_t endedNumber = 0; ///< 0 while it goes on
+    CyLockThread* nextEnded = nullptr;
+};
+
+/// The calling thread as an engine sees it, for the time of a call.
+///
+/// A thread keeps a list of its objects until its thread-local objects are destroyed. Those that go
+/// after the list may still use handles: from then on the engine finds the thread by a number, and
+/// the object goes with its last use.
+class CyLockCaller
+{
+public:
+    enum class EUnknown
+    {
+        Null, ///< a thread that has had no handle so far is null
+        Make  ///< or made; may throw std::bad_alloc
+    };
+    CyLockCaller(CyLockEngine& engine, EUnknown unknown);
+    CyLockCaller(const CyLockCaller&) = delete;
+    CyLockCaller& operator=(const CyLockCaller&) = delete;
+    ~CyLockCaller()
+    {
+        if (isCounted_) letGo();
+    }
+
+    [[nodiscard]] CyLockThread* Get() const noexcept { return thread_; }
+
+private:
+    void letGo() noexcept;
+
+    CyLockThread* thread_ = nullptr;
+    bool isCounted_ = false; ///< as a use of the object
 };

@@ -33,17 +33,36 @@ struct TestAccess
     static void StartWaiting(CyLockThread& thread)
     {
         const CyDataTreeMutexLock lock(thread.engine.mutex);
-        thread.engine.queue_.StartWaiting(thread);
+        thread.engine.queue_.StartWaiting(thread, {});
+    }
+    /// True where a thread that waits was woken.
+    static bool IsWoken(const CyLockThread& thread)
+    {
+        const CyDataTreeMutexLock lock(thread.engine.mutex);
+        return thread.blocker.IsNone();
+    }
+    /// The older request that a thread is behind, or null.
+    static const CyLockThread* GetOlder(const CyLockThread& thread)
+    {
+        const CyDataTreeMutexLock lock(thread.engine.mutex);
+        return thread.blocker.older;
     }
     static void StopWaiting(CyLockThread& thread, Clock::time_point now)
     {
         const CyDataTreeMutexLock lock(thread.engine.mutex);
         thread.engine.queue_.StopWaiting(thread, now);
     }
+    /// Removes nodes for a logical thread or, below a new father, moves them.
+    static std::size_t EditNodes(CyDataManager& manager, CyLockThread& thread,
+                                 const std::vector<CbSmartPointer<CyNode>>& nodes,
+                                 CyNode* newFather)
+    {
+        return manager.editNodes(&thread, CyNodeView(nodes), newFather);
+    }
     static void End(CyLockThread& thread)
     {
         const CyDataTreeMutexLock lock(thread.engine.mutex);
-        EXPECT_TRUE(thread.engine.EndThread(thread)) << "a logical thread left handles behind";
+        EXPECT_TRUE(thread.engine.EndThread(thread, 1)) << "a logical thread left handles behind";
     }
     static bool IsAnybodyWaiting(const CyDataManager& manager)
     {

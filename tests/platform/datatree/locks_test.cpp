@@ -1,5 +1,6 @@
 #include "tests/platform/datatree/datatreeaccess.h"
 
+#include <functional>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -120,19 +121,168 @@ TEST_F(LockingNodes, EditsWantAHandleOfThisTreeAndAFatherInIt)
     TestAccess::CheckCounters(manager);
 }
 
-TEST_F(LockingNodes, IsNotOvertakenBetweenTwoSlicesOfWaiting)
+TEST_F(LockingNodes, NobodyIsBarredByAThreadThatDoesNotWait)
 {
-    const Read held = lockElsewhere<Read>(b);
     const Write wanted(manager, b);
-    bool refused = false;
-    for (int slice = 0; slice < 100 && !refused; ++slice) { // a slow machine needs more than one
+    {
+        const Read held = lockElsewhere<Read>(b);
         EXPECT_EQ(tryLock(1), CyDataManager::eTimeout);
-        std::thread([&] {
-            const Read newer(manager, b);
-            refused = !manager.TryLock();
-        }).join();
+        (void)lockElsewhere<Read>(c);
     }
-    EXPECT_TRUE(refused);
+    (void)lockElsewhere<Write>(a);
+}
+
+// Threads whose steps and times the test decides.
+class WaitingInTurn : public LockingNodes
+{
+protected:
+    using EOutcome = TestAccess::EOutcome;
+    using Time = TestAccess::Clock::time_point;
+
+    struct Requester
+    {
+        explicit Requester(CyDataManager& manager) : thread(TestAccess::Engine(manager)) {}
+        ~Requester()
+        {
+            write.Release();
+            TestAccess::End(thread);
+        }
+
+        void Ask(const CbSmartPointer<CyNode>& node)
+        {
+            Write asked;
+            TestAccess::Ask(asked, thread, *node);
+            write = std::move(asked);
+        }
+        EOutcome Try(int milliseconds = 0)
+        {
+            return TestAccess::Attempt(thread, Time(std::chrono::milliseconds(milliseconds)));
+        }
+        void Wait(EOutcome expected, int milliseconds = 0)
+        {
+            EXPECT_EQ(Try(milliseconds), expected);
+            TestAccess::StartWaiting(thread);
+        }
+        void StopWaiting() { TestAccess::StopWaiting(thread, Time()); }
+        [[nodiscard]] bool IsWoken() const { return TestAccess::IsWoken(thread); }
+
+        CyLockThread thread;
+        Write write;
+    };
+
+    WaitingInTurn()
+    {
+        for (Requester* requester : {&first, &second, &third}) requester->Ask(b);
+    }
+
+    Requester first{manager}, second{manager}, third{manager};
+};
+
+TEST_F(WaitingInTurn, OneReleaseWakesOneWriter)
+{
+    Write held = lockElsewhere<Write>(b);
+    first.Wait(EOutcome::BlockedByLock);
+    second.Wait(EOutcome::BlockedByOlder);
+    third.Wait(EOutcome::BlockedByOlder);
+    held.Release();
+    EXPECT_TRUE(first.IsWoken());
+    EXPECT_FALSE(second.IsWoken() || third.IsWoken());
+    EXPECT_EQ(first.Try(), EOutcome::Locked);
+    EXPECT_FALSE(second.IsWoken() || third.IsWoken());
+    first.write.Release();
+    EXPECT_TRUE(second.IsWoken());
+    EXPECT_FALSE(third.IsWoken());
+
+    (void)lockElsewhere<Write>(e); // whom that concerns
+    EXPECT_FALSE(third.IsWoken());
+    second.StopWaiting();
+    EXPECT_FALSE(third.IsWoken()) << "who waits in slices is back soon";
+    second.write.Release();
+    EXPECT_TRUE(third.IsWoken());
+}
+
+TEST_F(WaitingInTurn, ARequestThatIsRepeatedKeepsItsPlaceFor100Milliseconds)
+{
+    const struct
+    {
+        const char* name;
+        std::function<void()> repeat;
+        int milliseconds;
+        bool keeps;
+    } rows[] = {
+        {"in time", [] {}, 100, true},
+        {"too late", [] {}, 101, false},
+        {"by a new handle", [&] { first.Ask(b); }, 100, true},
+        {"after its last query has gone",
+         [&] {
+             first.write.Release();
+             first.Ask(b);
+         },
+         0, false},
+        {"for another node", [&] { first.Ask(c); }, 0, false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const Read held = lockElsewhere<Read>(b);
+        first.Ask(b);
+        first.Wait(EOutcome::BlockedByLock);
+        second.Wait(EOutcome::BlockedByOlder);
+        first.StopWaiting();
+        EXPECT_EQ(third.Try(), EOutcome::BlockedByOlder) << "the second one waits";
+        row.repeat();
+        first.Wait(row.keeps ? EOutcome::BlockedByLock : EOutcome::BlockedByOlder,
+                   row.milliseconds);
+        EXPECT_EQ(second.Try(), row.keeps ? EOutcome::BlockedByOlder : EOutcome::BlockedByLock);
+        for (Requester* requester : {&first, &second}) {
+            requester->StopWaiting();
+            requester->write.Release();
+            requester->Ask(b);
+        }
+    }
+}
+
+// Uses handles when the other objects of its thread have gone.
+struct LastOfAThread
+{
+    ~LastOfAThread()
+    {
+        SmallTree& tree = *used;
+        SmallTree other;
+        {
+            const Write early = std::move(handle);
+            EXPECT_TRUE(early.IsValid());
+            const Write again(tree.manager, tree.c);
+            EXPECT_TRUE(tree.manager.TryLock()) << "it is the same thread";
+        }
+        {
+            Write late(tree.manager, tree.a);
+            EXPECT_TRUE(tree.manager.TryLock());
+            const Read elsewhere(other.manager, other.a);
+            EXPECT_TRUE(other.manager.TryLock());
+            const Read covered(tree.manager, tree.b);
+            EXPECT_TRUE(covered.IsValid());
+            EXPECT_TRUE(tree.manager.IsLocked(*tree.b, true));
+        }
+        Write given(tree.manager, tree.a);
+        std::thread([&] { const Write taken = std::move(given); }).join();
+        const Write last(tree.manager, tree.a);
+        EXPECT_TRUE(tree.manager.TryLock());
+    }
+
+    SmallTree* used = nullptr;
+    Write handle;
+};
+
+TEST_F(LockingNodes, AThreadIsTheSameToItsLastObject)
+{
+    std::thread([&] {
+        thread_local LastOfAThread last; // goes after what the first handle makes
+        last.used = this;
+        last.handle = Write(manager, b);
+        EXPECT_TRUE(manager.TryLock());
+    }).join();
+    Write mine(manager, a);
+    EXPECT_EQ(tryLock(), CyDataManager::eLocked);
 }
 
 } // namespace

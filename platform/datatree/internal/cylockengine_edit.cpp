@@ -1,0 +1,163 @@
+// Removals and moves of nodes beside the locks of other threads.
+
+#include "platform/datatree/internal/cylockengine.h"
+
+namespace
+{
+
+using Edit = CyDataTreeEdit;
+
+bool isBelow(const CyDataTreeEntry& entry, const CyDataTreeEntry& top) noexcept
+{
+    auto* above = entry.parent;
+    while (above != nullptr && above != &top) above = above->parent;
+    return above != nullptr;
+}
+
+// What the locks on this one node say, or 0.
+unsigned answerHere(const CyDataTreeEntry& entry, const CyLockThread* thread) noexcept
+{
+    if (entry.countHere.IsZero()) return 0;
+    unsigned answer = 0;
+    for (auto* record = entry.granted; record != nullptr; record = record->nextOfNode) {
+        if (record->thread != thread) return Edit::c_held;
+        if (record->write) answer = Edit::c_covered;
+    }
+    return answer;
+}
+
+// Covered, held or free. Stamps tell what is covered beyond the edit.
+unsigned findAnswer(Edit& edit, CyDataTreeEntry& entry) noexcept
+{
+    const std::uint64_t epoch = edit.thread != nullptr ? edit.thread->epoch : 0;
+    const std::uint64_t stamp = epoch << 1 | 1; // for writing
+    unsigned answer = 0;
+    CyDataTreeEntry* end = &entry;
+    for (;;) {
+        answer = edit.search.Get(*end, Edit::c_answers);
+        if (answer == 0 && epoch != 0 && end->coverStamp == stamp) answer = Edit::c_covered;
+        if (answer == 0) answer = answerHere(*end, edit.thread);
+        if (answer == 0 && end->parent == nullptr) answer = Edit::c_free;
+        if (answer != 0) break;
+        end = end->parent;
+    }
+    for (auto* passed = &entry;; passed = passed->parent) {
+        (void)edit.search.Set(*passed, answer);
+        if (answer == Edit::c_covered && epoch != 0) passed->coverStamp = stamp;
+        ++edit.climbed;
+        if (passed == end) return answer;
+    }
+}
+
+void markFather(Edit& edit) noexcept
+{
+    if (edit.isFatherMarked) return;
+    edit.isFatherMarked = true;
+    for (auto* above = edit.newFather; above != nullptr; above = above->parent) {
+        (void)edit.search.Set(*above, Edit::c_aboveFather);
+        ++edit.climbed;
+        for (auto* record = above->granted; record != nullptr; record = record->nextOfNode) {
+            if (record->thread == edit.thread) continue;
+            (record->write ? edit.othersWrite : edit.othersRead) = true;
+        }
+    }
+}
+
+bool isAtOrAboveFather(Edit& edit, const CyDataTreeEntry& entry) noexcept
+{
+    if (&entry == edit.newFather) return true;
+    if (entry.firstChild == nullptr) return false; // so leaves move without a look upwards
+    markFather(edit);
+    return edit.search.Get(entry, Edit::c_aboveFather) != 0;
+}
+
+} // namespace
+
+bool CyLockEngine::IsLinkedHere(const CyLockRecord& record) const noexcept
+{
+    return record.thread != nullptr && &record.thread->engine == this &&
+           (record.state == CyLockRecord::EState::Pending ||
+            record.state == CyLockRecord::EState::Granted);
+}
+
+CyDataTreeEdit CyLockEngine::StartEdit(CyLockThread* thread, CyDataTreeEntry* newFather) noexcept
+{
+    if (thread != nullptr && thread->epoch == 0) thread->epoch = ++epochs_;
+    return {thread, newFather, CyDataTreeSearch(searches_)};
+}
+
+bool CyLockEngine::Remove(CyDataTreeEdit& edit, CyDataTreeEntry& entry,
+                          const CyLockRecord* own) noexcept
+{
+    if (entry.firstChild != nullptr || entry.parent == nullptr) return false;
+    if (!hasAccess(edit, entry)) return false;
+    NodeLeaves(entry, own);
+    entry.Unlink();
+    return true;
+}
+
+bool CyLockEngine::Move(CyDataTreeEdit& edit, CyDataTreeEntry& entry) noexcept
+{
+    if (isAtOrAboveFather(edit, entry) || !hasAccess(edit, entry)) return false;
+    const auto inside = entry.countHere + entry.countBelow;
+    if (!inside.IsZero()) {
+        markFather(edit);
+        if ((edit.othersRead && inside.Excludes(false)) ||
+            (edit.othersWrite && inside.Excludes(true))) {
+            return false;
+        }
+        movesLocks(edit, entry);
+    }
+    if (granted_ != 0) movesMarks(edit, entry);
+    entry.Unlink();
+    entry.LinkLast(*edit.newFather);
+    edit.hasMoved = true;
+    return true;
+}
+
+void CyLockEngine::EndEdit(const CyDataTreeEdit& edit) noexcept
+{
+    if (edit.hasMoved) queue_.WakeAll();
+}
+
+bool CyLockEngine::hasAccess(CyDataTreeEdit& edit, CyDataTreeEntry& entry) noexcept
+{
+    if (granted_ == 0) return true;
+    const auto answer = findAnswer(edit, entry);
+    if (answer != Edit::c_free) return answer == Edit::c_covered;
+    auto below = entry.countBelow.GetReads() + entry.countBelow.GetWrites();
+    if (below == 0 || edit.thread == nullptr) return below == 0;
+    for (auto* record = edit.thread->granted; record != nullptr; record = record->nextOfThread) {
+        if (isBelow(*record->entry, entry)) --below;
+    }
+    return below == 0;
+}
+
+// Takes the locks in a subtree out of the counters above its old place and adds them above the new
+// one, both only up to where the two meet.
+void CyLockEngine::movesLocks(CyDataTreeEdit& edit, CyDataTreeEntry& entry) noexcept
+{
+    const auto inside = entry.countHere + entry.countBelow;
+    CyDataTreeEntry* common = entry.parent;
+    while (edit.search.Get(*common, Edit::c_aboveFather) == 0) {
+        common->countBelow -= inside;
+        common = common->parent;
+    }
+    for (auto* above = edit.newFather; above != common; above = above->parent) {
+        above->countBelow += inside;
+    }
+}
+
+// Keeps what is known about a subtree at its old place, as far as that is true at the new one.
+void CyLockEngine::movesMarks(CyDataTreeEdit& edit, CyDataTreeEntry& entry) noexcept
+{
+    const auto there = findAnswer(edit, *edit.newFather);
+    if (edit.thread != nullptr && there != Edit::c_covered) edit.thread->epoch = 0;
+    if (edit.search.Get(entry, Edit::c_answers) == there) return;
+    if (entry.firstChild == nullptr) {
+        entry.searchMark = 0;
+    } else {
+        edit.search = CyDataTreeSearch(searches_);
+        edit.isFatherMarked = false;
+    }
+}

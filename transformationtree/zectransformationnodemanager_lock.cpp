@@ -1,6 +1,7 @@
 // Handles and locks.
 
 #include "logging/log.h"
+#include "platform/base/cbalwaysinline.h"
 #include "platform/base/cbexception.h"
 #include "transformationtree/internal/loggedcallstack.h"
 #include "transformationtree/internal/nodemanagernames.h"
@@ -120,18 +121,15 @@ void ZeCTransformationNodeManager::Lock() const
     throw CbException(c_nodeManagerFile, 1436, function, CString(cause).ToUtf8());
 }
 
+// Inlined, so that the caller of the public functions is the first one in the call stacks that are
+// logged.
 template<int kind, class NodePointer>
-CyDataHandleLockOnly<kind>
+CB_ALWAYS_INLINE CyDataHandleLockOnly<kind>
 ZeCTransformationNodeManager::getSingleHandleLocked(const NodePointer& node,
                                                     const CbWChar* kindText) const
 {
     constexpr const char* function = "ZeCTransformationNodeManager::getSingleHandleLocked";
     const auto description = [&] { return node ? node->getLoggedDescription() : CString(); };
-    const auto logFailure = [&](unsigned line, const CbWChar* format) {
-        if (!Logging::IsWarningEnabled(c_nodeManagerLogger)) return;
-        Logging::LogWarning(c_nodeManagerLogger, c_nodeManagerFile, line, function, format,
-                            kindText, description().GetString(), LoggedCallStack().GetString());
-    };
     auto status = CyDataManager::eGeneralError;
     CyDataHandleLockOnly<kind> handle;
     for (int waited = 0;; waited = longerBy(c_singleHandleWait, waited)) {
@@ -154,18 +152,27 @@ ZeCTransformationNodeManager::getSingleHandleLocked(const NodePointer& node,
                           CB_TEXT("getSingleHandleLocked<%s>(%s) 100ms Timeout, retrying."),
                           kindText, description().GetString());
     }
+    unsigned int line = 0;
+    const CbWChar* format = nullptr; // of outcomes that are logged
     switch (status) {
     case CyDataManager::eNoQueries:
-        logFailure(1863, CB_TEXT("getSingleHandleLocked<%s>(%s) NoData.\n%s"));
+        line = 1863;
+        format = CB_TEXT("getSingleHandleLocked<%s>(%s) NoData.\n%s");
         break;
     case CyDataManager::eNotReleased:
-        logFailure(1866, CB_TEXT("getSingleHandleLocked<%s>(%s) NotAllLocksReleased.\n%s"));
+        line = 1866;
+        format = CB_TEXT("getSingleHandleLocked<%s>(%s) NotAllLocksReleased.\n%s");
         break;
     case CyDataManager::eInvalidNode:
-        logFailure(1860, CB_TEXT("getSingleHandleLocked<%s>(%s) InvalidNode.\n%s"));
+        line = 1860;
+        format = CB_TEXT("getSingleHandleLocked<%s>(%s) InvalidNode.\n%s");
         break;
     default:
         break;
+    }
+    if (format != nullptr && Logging::IsWarningEnabled(c_nodeManagerLogger)) {
+        Logging::LogWarning(c_nodeManagerLogger, c_nodeManagerFile, line, function, format,
+                            kindText, description().GetString(), LoggedCallStack().GetString());
     }
     throw CbException(c_nodeManagerFile, 1870, function, CString(causeText(status)).ToUtf8());
 }

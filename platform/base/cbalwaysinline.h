@@ -1,10 +1,10 @@
 #pragma once
 
 /// @file
-/// Functions that stand in loops.
+/// Functions that are always inlined.
 
-/// Declares a function that is always inlined: loops over it are worked on several elements at a
-/// time only then.
+/// Declares a function that stands in a loop, which is worked on several elements at a time only
+/// if it is inlined, or one that is to be no call of its own in call stacks.
 #if defined(_MSC_VER)
 #define CB_ALWAYS_INLINE __forceinline
 #else

@@ -122,8 +122,9 @@ TEST_F(NodeManagerLog, ShowsTheCallsThatLedToAFailure)
     const std::string here = CyStackWalker::GetCallStack().ToUtf8();
     EXPECT_THROW(manager().Lock(), CbException);
     EXPECT_THROW(tree_.GetRoot()->SetRelativeTrafo(c_matIdentityD, nullptr), CbException);
+    EXPECT_THROW((void)manager().GetSingleReadHandleLocked(nullptr), CbException);
     const auto records = recorder_.TakeRecords();
-    ASSERT_EQ(records.size(), 2U);
+    ASSERT_EQ(records.size(), 3U);
     for (const LogRecord& record : records) {
         const std::string text = record.text.ToUtf8();
         const std::string calls = text.substr(text.find('\n') + 1);

@@ -2,8 +2,6 @@
 
 #include "platform/base/cbexceptionstream.h"
 #include "transformationtree/internal/subtreewalk.h"
-#include "transformationtree/zectransformationnodeiterators.h"
-#include "transformationtree/zectransformationnodeleaf.h"
 #include "transformationtree/zectransformationnodeserializationidmapper.h"
 
 #include <algorithm>
@@ -121,20 +119,6 @@ void ZeCTransformationNodeInner::SetModel(CbSmartPointer<const ZeCModelQMT> mode
 }
 
 void ZeCTransformationNodeInner::DeleteModel() { SetModel(nullptr, -1); }
-
-bool ZeCTransformationNodeInner::EmptyLeafs() const { return !FrontLeaf(); }
-
-CyBoundingBox3D ZeCTransformationNodeInner::GetBoundingBox(const CbMatrix4Rd& trafo) const
-{
-    const CbMatrix4Rf rootToResult = ToFloat(trafo);
-    CyBoundingBox3D result;
-    for (const auto& [leaf, leafToRoot] : Leaves()) {
-        CyBoundingBox3D box = leaf.GetBoundingBox(c_matIdentityD);
-        box.Transform(Compose(ToFloat(leafToRoot), rootToResult));
-        result.Extend(box);
-    }
-    return result;
-}
 
 void ZeCTransformationNodeInner::AssumeAttributes(
     const CbSmartPointer<const ZeCTransformationNode>& other, EAttributesToCopy what)

@@ -1,4 +1,4 @@
-// The walks that begin at an inner node.
+// The walks that begin at an inner node, and what is found by them.
 
 #include "transformationtree/internal/subtreewalk.h"
 #include "transformationtree/zectransformationnodeinner.h"
@@ -216,4 +216,18 @@ ZeCTransformationNodeInner::Find(const CbSmartPointer<ZeCTransformationNodeLeaf>
     ZeNNodeIterator& position = found;
     position = Find(CbSmartPointer<ZeCTransformationNode>(leaf));
     return found;
+}
+
+bool ZeCTransformationNodeInner::EmptyLeafs() const { return !FrontLeaf(); }
+
+CyBoundingBox3D ZeCTransformationNodeInner::GetBoundingBox(const CbMatrix4Rd& trafo) const
+{
+    const CbMatrix4Rf rootToResult = ToFloat(trafo);
+    CyBoundingBox3D result;
+    for (const auto& [leaf, leafToRoot] : Leaves()) {
+        CyBoundingBox3D box = leaf.GetBoundingBox(c_matIdentityD);
+        box.Transform(Compose(ToFloat(leafToRoot), rootToResult));
+        result.Extend(box);
+    }
+    return result;
 }

@@ -16,6 +16,7 @@ class ZeCTransformationNode;
 class TRANSFORMATIONTREE_API ZeCChildList
 {
 public:
+    /// An entry, and all of them as a plain vector, which counts nothing.
     using Child = CbSmartPointer<ZeCTransformationNode>;
     using Children = std::vector<Child>;
 

@@ -23,6 +23,7 @@ public:
         : first_(&node), count_(1), at_(&at<Node>)
     {}
 
+    /// Number of pointers, null ones too.
     [[nodiscard]] std::size_t GetCount() const noexcept { return count_; }
     /// The node at an index below the count, or null.
     [[nodiscard]] CyNode* operator[](std::size_t index) const noexcept

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/datacontainer/zecsurfelcollectionqmt.h"
+#include "platform/datacontainer/surfels/zecsurfelcollectionqmt.h"
 
 #include <cstddef>
 #include <vector>

@@ -8,11 +8,11 @@
 //     restored 2 scans: "first" at 0 mm, "second" at 7.5 mm
 //     same ids and revisions: yes
 //     half of the file: refused
-#include <examples/session/sessionerror.h>
-#include <examples/session/sessionfile.h>
 #include <filesystem>
 #include <iostream>
 #include <random>
+#include <sessionfile/sessionerror.h>
+#include <sessionfile/sessionfile.h>
 #include <string>
 #include <transformationtree/transformationtree.h>
 

@@ -2,7 +2,7 @@
 
 #include "examples/treeinspect/posetext.h"
 #include "examples/treeinspect/subtree.h"
-#include "platform/datacontainer/zecsurfelcontainer.h"
+#include "platform/datacontainer/surfels/zecsurfelcontainer.h"
 #include "transformationtree/transformationtree.h"
 
 #include <cstdint>

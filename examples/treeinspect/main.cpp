@@ -1,15 +1,15 @@
 // Checks a session file, prints its tree and exports a subtree.
 
-#include "examples/scansession/inputerror.h"
-#include "examples/scansession/interruption.h"
-#include "examples/scansession/surfelexport.h"
-#include "examples/scansession/unknowntext.h"
-#include "examples/session/sessionerror.h"
-#include "examples/session/sessionfile.h"
+#include "examples/scansession/app/interruption.h"
+#include "examples/scansession/scans/inputerror.h"
+#include "examples/scansession/session/unknowntext.h"
+#include "examples/scansession/surface/surfelexport.h"
 #include "examples/treeinspect/options.h"
 #include "examples/treeinspect/subtree.h"
 #include "examples/treeinspect/treedot.h"
 #include "examples/treeinspect/treetext.h"
+#include "sessionfile/sessionerror.h"
+#include "sessionfile/sessionfile.h"
 
 #include <exception>
 #include <filesystem>

@@ -1,6 +1,6 @@
 #include "examples/treeinspect/options.h"
 
-#include "examples/scansession/inputerror.h"
+#include "examples/scansession/scans/inputerror.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

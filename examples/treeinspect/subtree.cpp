@@ -1,6 +1,6 @@
 #include "examples/treeinspect/subtree.h"
 
-#include "transformationtree/zectransformationnodeinner.h"
+#include "transformationtree/nodes/zectransformationnodeinner.h"
 
 namespace treeinspect
 {

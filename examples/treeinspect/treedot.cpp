@@ -1,7 +1,7 @@
 #include "examples/treeinspect/treedot.h"
 
-#include "examples/session/replacementfile.h"
 #include "examples/treeinspect/subtree.h"
+#include "sessionfile/replacementfile.h"
 
 #include <initializer_list>
 #include <string>

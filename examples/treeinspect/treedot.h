@@ -1,6 +1,6 @@
 #pragma once
 
-#include "transformationtree/zectransformationnode.h"
+#include "transformationtree/nodes/zectransformationnode.h"
 
 #include <filesystem>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "examples/session/unknownrecords.h"
-#include "transformationtree/zectransformationnode.h"
+#include "sessionfile/unknownrecords.h"
+#include "transformationtree/nodes/zectransformationnode.h"
 
 #include <ostream>
 

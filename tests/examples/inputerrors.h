@@ -1,6 +1,6 @@
 #pragma once
 
-#include "examples/scansession/inputerror.h"
+#include "examples/scansession/scans/inputerror.h"
 
 #include <gtest/gtest.h>
 #include <string>

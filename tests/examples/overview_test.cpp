@@ -1,5 +1,5 @@
-#include "examples/scansession/overview.h"
-#include "examples/scansession/session.h"
+#include "examples/scansession/drawing/overview.h"
+#include "examples/scansession/session/session.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>

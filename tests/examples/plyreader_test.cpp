@@ -1,6 +1,6 @@
-#include "examples/scansession/ply.h"
+#include "examples/scansession/scans/ply.h"
 #include "tests/examples/inputerrors.h"
-#include "tests/examples/tempfolder.h"
+#include "tests/support/tempfolder.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/examples/tempfolder.h"
+#include "tests/support/tempfolder.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,6 +1,6 @@
-#include "examples/scansession/rangescan.h"
+#include "examples/scansession/scans/rangescan.h"
 #include "tests/examples/inputerrors.h"
-#include "tests/examples/tempfolder.h"
+#include "tests/support/tempfolder.h"
 
 #include <cmath>
 #include <functional>

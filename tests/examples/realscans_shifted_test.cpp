@@ -1,9 +1,9 @@
 // Sampling real scans on shifted grids.
 
-#include "examples/scansession/scanfolder.h"
-#include "examples/scansession/session.h"
+#include "examples/scansession/scans/scanfolder.h"
+#include "examples/scansession/session/session.h"
 #include "tests/examples/scandata.h"
-#include "tests/platform/datacontainer/shiftedsampling.h"
+#include "tests/platform/datacontainer/sampling/shiftedsampling.h"
 #include "tests/support/rounds.h"
 
 namespace

@@ -1,6 +1,6 @@
-#include "examples/scansession/poses.h"
-#include "examples/scansession/random.h"
-#include "examples/scansession/scanfolder.h"
+#include "examples/scansession/scans/poses.h"
+#include "examples/scansession/scans/scanfolder.h"
+#include "examples/scansession/simulator/random.h"
 #include "tests/examples/scandata.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
-#include "examples/scansession/poses.h"
+#include "examples/scansession/scans/poses.h"
 #include "tests/examples/inputerrors.h"
-#include "tests/examples/tempfolder.h"
+#include "tests/support/tempfolder.h"
 
 #include <gmock/gmock.h>
 

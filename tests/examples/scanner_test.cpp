@@ -1,5 +1,5 @@
-#include "examples/scansession/poses.h"
-#include "examples/scansession/scanner.h"
+#include "examples/scansession/scans/poses.h"
+#include "examples/scansession/simulator/scanner.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,9 +1,9 @@
-#include "examples/scansession/ply.h"
-#include "examples/session/sessionfile.h"
+#include "examples/scansession/scans/ply.h"
 #include "platform/base/cbcreate.h"
+#include "sessionfile/sessionfile.h"
 #include "tests/examples/programtest.h"
-#include "tests/examples/sessionrecords.h"
-#include "tests/transformationtree/attributerows.h"
+#include "tests/sessionfile/sessionrecords.h"
+#include "tests/transformationtree/attributes/attributerows.h"
 
 using testing::HasSubstr;
 

@@ -3,9 +3,9 @@
 // stands a byte that picks the node.
 
 #include "platform/base/cbexception.h"
-#include "tests/examples/sessionrecords.h"
 #include "tests/fuzz/fuzzing.h"
 #include "tests/fuzz/treewalks.h"
+#include "tests/sessionfile/sessionrecords.h"
 
 namespace
 {

@@ -3,8 +3,8 @@
 #include "platform/base/cbexceptionstream.h"
 #include "platform/base/cbexceptionwrongfileversion.h"
 #include "tests/fuzz/fuzzing.h"
-#include "tests/transformationtree/mappedrecords.h"
-#include "transformationtree/zecleafnodevector.h"
+#include "tests/transformationtree/nodes/mappedrecords.h"
+#include "transformationtree/models/zecleafnodevector.h"
 
 #include <cstring>
 

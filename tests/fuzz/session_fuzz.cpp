@@ -1,9 +1,9 @@
 // Session files. Most inputs get lengths and checksums that are right, so that what is behind them
 // is reached; they are session files all the same, which treeinspect reads too.
 
-#include "tests/examples/sessionrecords.h"
 #include "tests/fuzz/fuzzing.h"
 #include "tests/fuzz/treewalks.h"
+#include "tests/sessionfile/sessionrecords.h"
 #include "tests/support/managerfixture.h"
 
 #include <random>

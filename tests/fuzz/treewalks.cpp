@@ -2,7 +2,7 @@
 
 #include "platform/math3d/cyexceptionnotinvertible.h"
 #include "tests/support/storedbytes.h"
-#include "transformationtree/zectransformationnodeiterators.h"
+#include "transformationtree/walks/zectransformationnodeiterators.h"
 
 #include <unordered_set>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tests/support/treetestaccess.h"
-#include "transformationtree/zectransformationnodemanager.h"
+#include "transformationtree/manager/zectransformationnodemanager.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 #include "platform/messages/zecmessagesurfelcollectionmodified.h"
 #include "platform/messages/zecmessagetransformationchanged.h"
 #include "platform/messages/zecmessagetreestructuremodified.h"
-#include "transformationtree/zectransformationnode.h"
+#include "transformationtree/nodes/zectransformationnode.h"
 
 #include <sstream>
 #include <string>

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "platform/datacontainer/zecmodelqmt.h"
+#include "platform/datacontainer/models/zecmodelqmt.h"
 #include "tests/support/treetestaccess.h"
-#include "transformationtree/zectransformationnodeiterators.h"
-#include "transformationtree/zectransformationnodeleaf.h"
-#include "transformationtree/zectransformationnodemanager.h"
+#include "transformationtree/manager/zectransformationnodemanager.h"
+#include "transformationtree/nodes/zectransformationnodeleaf.h"
+#include "transformationtree/walks/zectransformationnodeiterators.h"
 
 #include <algorithm>
 #include <map>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/base/cbsingleton.h"
-#include "transformationtree/zecleafnodevector.h"
-#include "transformationtree/zectransformationnodemanager.h"
+#include "transformationtree/manager/zectransformationnodemanager.h"
+#include "transformationtree/models/zecleafnodevector.h"
 
 /// What tests of the tree need of the nodes' private parts.
 struct TestAccess

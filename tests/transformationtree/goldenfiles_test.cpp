@@ -1,7 +1,7 @@
+#include "tests/support/treematrices.h"
 #include "tests/transformationtree/goldenfiles.h"
-#include "tests/transformationtree/mappedrecords.h"
-#include "tests/transformationtree/treematrices.h"
-#include "transformationtree/zecleafnodevector.h"
+#include "tests/transformationtree/nodes/mappedrecords.h"
+#include "transformationtree/models/zecleafnodevector.h"
 
 namespace
 {

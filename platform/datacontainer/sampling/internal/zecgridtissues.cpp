@@ -1,0 +1,39 @@
+#include "platform/datacontainer/sampling/internal/zecgridtissues.h"
+
+#include <algorithm>
+
+void ZeCGridTissues::MakeRoom(std::size_t numberOfSurfels)
+{
+    const std::size_t needed = others_.size() + numberOfSurfels;
+    if (others_.capacity() < needed) others_.reserve(std::max(2 * others_.capacity(), needed));
+}
+
+void ZeCGridTissues::Add(ZeCGridCell& cell, std::uint32_t weight, std::uint8_t type) noexcept
+{
+    for (std::uint32_t i = cell.otherTissues; i != 0; i = others_[i - 1].next) {
+        OtherTissue& other = others_[i - 1];
+        if (other.type != type) continue;
+        other.weight += weight;
+        return;
+    }
+    others_.push_back({weight, cell.otherTissues, type});
+    cell.otherTissues = static_cast<std::uint32_t>(others_.size());
+}
+
+std::uint8_t ZeCGridTissues::GetHeaviest(const ZeCGridCell& cell) const noexcept
+{
+    std::uint8_t best = cell.tissueType;
+    if (cell.otherTissues == 0) return best;
+
+    std::uint64_t most = cell.weight;
+    for (std::uint32_t i = cell.otherTissues; i != 0; i = others_[i - 1].next) {
+        most -= others_[i - 1].weight;
+    }
+    for (std::uint32_t i = cell.otherTissues; i != 0; i = others_[i - 1].next) {
+        const OtherTissue& other = others_[i - 1];
+        if (other.weight < most || (other.weight == most && other.type > best)) continue;
+        best = other.type;
+        most = other.weight;
+    }
+    return best;
+}

@@ -1,0 +1,307 @@
+#include "platform/base/cbexception.h"
+#include "tests/platform/datacontainer/sampling/naivesampler.h"
+#include "tests/support/rounds.h"
+
+#include <numeric>
+
+TEST(GridSampler, GivesTheWeightedMeansOfTheUsedCells)
+{
+    struct Case
+    {
+        const char* name;
+        Grid grid;
+        float size = 40; ///< of the cloud
+        std::uint32_t count = 3000;
+    };
+    const Case cases[] = {{"some surfels in each cell", {8, 0, 1, 1}},
+                          {"half offset and gain", {8, 4, 6.5F, 20}},
+                          {"about one surfel in each cell", {3, 0, 1, 3}},
+                          {"one cell", {1000, 500, 6.5F, 1e6F}},
+                          {"one cell, equal weights", {1000, 500, 1, 1e6F}},
+                          {"hundreds of surfels in each cell", {20, 0, 1, 400}},
+                          {"huge cells", {3e38F, 0, 2, 1}},
+                          {"huge cells and positions", {1e37F, 0, 1, 1}, 2e38F},
+                          {"negative size", {-8, 4, 1, c_infinity}},
+                          {"far fewer surfels than cells", {0.01F, 0, 1, 2}, 40, 12000},
+                          {"tiny cells", {4e-38F, 0, 1, 1}, 1e-36F},
+                          {"cells too small for some", {1e-7F, 0, 1, 1}, 150},
+                          {"cells too small for all", {1e-30F, 0, 1, 1}},
+                          {"gain below 1", {8, 0, -5, c_nan}},
+                          {"gain above 8", {8, 0, 1e9F, -c_infinity}},
+                          {"an empty cloud", {1, 0, 1, 1}, 40, 0}};
+    std::mt19937 random(20);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        for (int round = 0; round < Rounds(10); ++round) {
+            ASSERT_NO_FATAL_FAILURE(ExpectMeans(c.grid, RandomScans(random, c.count, c.size)));
+        }
+    }
+}
+
+TEST(GridSampler, PutsSurfelsOnBordersIntoTheCellsThatExactQuotientsName)
+{
+    std::mt19937 random(21);
+    for (const float cellSize : {0.1F, 0.23F, 0.25F, 1.0F / 3, 7e-5F, 1e30F}) {
+        for (const float offset : {0.0F, cellSize * 0.5F}) {
+            const auto surfels = RandomSurfels(random, 5000);
+            PutOnBorders(random, *surfels, [&](float cell) { return cell * cellSize + offset; });
+            ASSERT_NO_FATAL_FAILURE(ExpectMeans({cellSize, offset, 1, 1}, {{surfels, {}}}))
+                << cellSize << ", " << offset;
+        }
+    }
+}
+
+TEST(GridSampler, LeavesOutPositionsThatAreNotFiniteOrTooFarAway)
+{
+    std::mt19937 random(22);
+    const auto surfels = RandomSurfels(random, 3000);
+    const float bad[] = {c_nan,  c_infinity,    -c_infinity,   3e38F,
+                         -3e38F, 1073741824.0F, -1073741888.0F};
+    for (auto& position : surfels->GetPositionAccessor()) {
+        const float value = bad[random() % std::size(bad)];
+        const auto kind = random() % 9;
+        if (kind == 0) position.x = value;
+        if (kind == 1) position.y = value;
+        if (kind == 2) position.z = value;
+        if (kind == 3) position = {1073741760.0F, -1073741760.0F, 0}; // far away, but not too far
+    }
+    ASSERT_NO_FATAL_FAILURE(ExpectMeans({1, 0, 1, 1}, {{surfels, {}}}));
+    EXPECT_EQ(0U, Subsample({}, {{surfels, ShiftBy(0, c_nan, 0)}})->GetNrSurfels());
+
+    for (const float none : {0.0F, -0.0F, c_nan, c_infinity, -c_infinity}) {
+        EXPECT_EQ(0U, Subsample({none, 0, 1, 1}, {{surfels, {}}})->GetNrSurfels()) << none;
+    }
+    for (const float none : {c_nan, c_infinity, -c_infinity}) {
+        EXPECT_EQ(0U, Subsample({1, none, 1, 1}, {{surfels, {}}})->GetNrSurfels()) << none;
+    }
+}
+
+TEST(GridSampler, GivesTheSameBytesInWhateverOrderSurfelsCome)
+{
+    std::mt19937 random(23);
+    for (const Grid& grid :
+         {Grid{5, 0, 1, 1}, Grid{0.01F, 0, 6.5F, 4}, Grid{20, 10, 6.5F, 1}, Grid{25, 0, 1, 1000}}) {
+        auto scans = RandomScans(random, 6000, 40);
+        for (auto& type : scans[0].surfels->GetTissueTypeAccessor()) type = type + random() % 200;
+        const auto expected = Subsample(grid, scans);
+        for (int round = 0; round < Rounds(10); ++round) {
+            std::vector<Scan> parts;
+            for (const Scan& scan : scans) {
+                std::vector<std::uint32_t> order(scan.surfels->GetNrSurfels());
+                std::iota(order.begin(), order.end(), 0U);
+                std::shuffle(order.begin(), order.end(), random);
+                const auto middle =
+                    order.begin() + static_cast<std::ptrdiff_t>(random() % order.size());
+                parts.push_back({Pick(*scan.surfels, {order.begin(), middle}), scan.toResult});
+                parts.push_back({Pick(*scan.surfels, {middle, order.end()}), scan.toResult});
+            }
+            std::shuffle(parts.begin(), parts.end(), random);
+            ASSERT_NO_FATAL_FAILURE(ExpectSameSurfels(*expected, *Subsample(grid, parts)));
+        }
+    }
+}
+
+TEST(GridSampler, AddsOnlyWhatIsInsideOneOfTheSpheres)
+{
+    std::mt19937 random(24);
+    const auto surfels = RandomSurfels(random, 5000);
+    const CbMatrix4Rf m = TurnAndShift(1, 10);
+    const std::vector<CyBoundingSphere> spheres = {
+        {{10, 10, 10}, 20}, {{20, 10, 0}, 15}, {{0, 0, 0}, -5}, {{0, 0, 0}, c_nan}};
+    std::vector<std::uint32_t> inside;
+    for (std::uint32_t i = 0; i < 5000; ++i) {
+        const CbVector3f p = TransformPoint(surfels->GetPositionAccessor()[i], m);
+        if (spheres[0].Contains(p) || spheres[1].Contains(p)) inside.push_back(i);
+    }
+    ZeCGridSampler sampler(3, 0, 1);
+    sampler.AddSurfels(*surfels, &m, spheres);
+    ExpectSameSurfels(*Subsample({3, 0, 1, 1}, {{Pick(*surfels, inside), m}}), *ResultOf(sampler));
+    const auto before = ResultOf(sampler);
+    sampler.AddSurfels(*surfels, &m, std::vector<CyBoundingSphere>());
+    ExpectSameSurfels(*before, *ResultOf(sampler));
+}
+
+TEST(GridSampler, WritesNothingIntoACollectionOfAnotherSize)
+{
+    std::mt19937 random(25);
+    const auto surfels = RandomSurfels(random, 500);
+    ZeCGridSampler sampler(10, 0, 1);
+    sampler.AddSurfels(*surfels, nullptr);
+    const std::uint32_t count = sampler.GetNrOfUsedCells();
+    for (const std::uint32_t wrong : {0U, count - 1, count + 1}) {
+        const auto target = Neutral(wrong);
+        EXPECT_THROW(sampler.GetSubsampled(*target, 1, c_attributes, true), CbException);
+        ExpectSameSurfels(*Neutral(wrong), *target);
+    }
+    const auto kept = ResultOf(sampler);
+    const auto released = Neutral(count);
+    sampler.GetSubsampled(*released, 1, c_attributes, true);
+    ExpectSameSurfels(*kept, *released);
+    EXPECT_EQ(0U, sampler.GetNrOfUsedCells());
+    sampler.AddSurfels(*surfels, nullptr);
+    ExpectSameSurfels(*kept, *ResultOf(sampler));
+}
+
+TEST(GridSampler, RoundsLoweredQualitiesHalfUp)
+{
+    const struct
+    {
+        std::uint32_t count;
+        std::uint8_t quality;
+        float parameter;
+        int expected;
+    } cases[] = {{1, 49, 98, 1}, {3, 55, 22, 8}, {1, 48, 98, 0}, {5, 255, 5, 255}};
+    for (const auto& c : cases) {
+        const auto surfels = Neutral(c.count);
+        for (std::uint32_t i = 0; i < c.count; ++i) {
+            surfels->GetQualityAccessor().data()[i] = c.quality;
+        }
+        const auto result = Subsample({1, 0, 1, c.parameter}, {{surfels, {}}});
+        EXPECT_EQ(c.expected, result->GetQualityAccessor().data()[0]) << c.parameter;
+    }
+}
+
+TEST(GridSampler, HoldsManySurfelsWithTheLargestValues)
+{
+    for (const std::uint32_t count : {254U, 255U, 256U, 257U, 300U, 511U, 1000U}) {
+        const auto surfels = Neutral(count);
+        for (std::uint32_t i = 0; i < count; ++i) {
+            surfels->GetPositionAccessor()[i] = {-1e-30F, 0.99999994F, 0.99999994F};
+            surfels->GetColorAccessor()[i] = {255, 255, 255, 255};
+            surfels->GetCurvatureAccessor()[i] = 255;
+            surfels->GetBoundaryFlagAccessor()[i] = true;
+        }
+        const auto result = Subsample({}, {{surfels, {}}});
+        ASSERT_EQ(1U, result->GetNrSurfels());
+        EXPECT_EQ(0, result->GetPositionAccessor()[0].x) << count;
+        EXPECT_NEAR(1, result->GetPositionAccessor()[0].z, 1e-6) << count;
+        EXPECT_EQ(surfels->GetNormalAccessor()[0], result->GetNormalAccessor()[0]) << count;
+        EXPECT_EQ((ZeCCompressedColor{255, 255, 255, 0}), result->GetColorAccessor()[0]) << count;
+        EXPECT_EQ(255, result->GetCurvatureAccessor()[0]) << count;
+        EXPECT_EQ(255, result->GetQualityAccessor().data()[0]) << count;
+        EXPECT_TRUE(result->GetBoundaryFlagAccessor()[0]) << count;
+    }
+}
+
+TEST(GridSampler, RoundsMeansHalfUpForEveryNumberOfSurfels)
+{
+    for (std::uint32_t count = 2; count <= 300; count += 2) {
+        const auto surfels = Neutral(count);
+        for (std::uint32_t i = 0; i < count; ++i) {
+            const auto odd = static_cast<std::uint8_t>(i % 2);
+            surfels->GetColorAccessor()[i] = {odd, static_cast<std::uint8_t>(254 + odd), 0, 0};
+            surfels->GetCurvatureAccessor()[i] =
+                i < count / 2 - 1 ? 1 : 0; // a little less than half
+        }
+        const auto result = Subsample({}, {{surfels, {}}});
+        EXPECT_EQ((ZeCCompressedColor{1, 255, 0, 0}), result->GetColorAccessor()[0]) << count;
+        EXPECT_EQ(0, result->GetCurvatureAccessor()[0]) << count;
+    }
+}
+
+TEST(GridSampler, DecidesTies)
+{
+    const auto pair = Neutral(2);
+    pair->GetTissueTypeAccessor()[0] = 9;
+    pair->GetTissueTypeAccessor()[1] = 4;
+    pair->GetColorAccessor()[0] = {1, 10, 255, 7};
+    pair->GetColorAccessor()[1] = {2, 11, 254, 7};
+    pair->GetBoundaryFlagAccessor()[1] = true;
+    pair->GetNormalAccessor()[0] = ZeCQuantizedNormal(CbVector3f{1, 0, 0.2F});
+    pair->GetNormalAccessor()[1] = ZeCQuantizedNormal(CbVector3f{-1, 0, -0.2F});
+    for (const bool swapped : {false, true}) {
+        const auto surfels = swapped ? Pick(*pair, {1, 0}) : pair;
+        const auto even = Subsample({}, {{surfels, {}}});
+        ASSERT_EQ(1U, even->GetNrSurfels());
+        EXPECT_EQ(4, even->GetTissueTypeAccessor()[0]) << "the smaller type";
+        EXPECT_EQ((ZeCCompressedColor{2, 11, 255, 0}), even->GetColorAccessor()[0]) << "half up";
+        EXPECT_FALSE(even->GetBoundaryFlagAccessor()[0]) << "not more than half";
+        EXPECT_EQ(std::min(pair->GetNormalAccessor()[0].GetCode(),
+                           pair->GetNormalAccessor()[1].GetCode()),
+                  even->GetNormalAccessor()[0].GetCode());
+
+        surfels->GetQualityAccessor()[0] = 0.99F; // both sheets of a thin wall, one scanned better
+        const auto uneven = Subsample({1, 0, 1.1F, 1}, {{surfels, {}}});
+        EXPECT_EQ(surfels->GetNormalAccessor()[1], uneven->GetNormalAccessor()[0]);
+        EXPECT_EQ(surfels->GetTissueTypeAccessor()[1], uneven->GetTissueTypeAccessor()[0]);
+        EXPECT_EQ(surfels->GetBoundaryFlagAccessor()[1], uneven->GetBoundaryFlagAccessor()[0]);
+        surfels->GetQualityAccessor()[0] = 1;
+    }
+}
+
+TEST(GridSampler, KeepsEveryNormalThatIsAloneInItsCellHoweverShortItBecomes)
+{
+    const auto surfels = Neutral(65536);
+    for (std::uint32_t i = 0; i < 65536; ++i) {
+        surfels->GetPositionAccessor()[i] = {static_cast<float>(i), 0.5F, 0};
+        surfels->GetNormalAccessor()[i] =
+            ZeCQuantizedNormal::FromCode(static_cast<std::uint16_t>(i));
+    }
+    const auto moved = Neutral(0);
+    moved->Append(*surfels, ShiftBy(0, 0.25F, 0));
+    ExpectSameSurfels(*moved, *Subsample({}, {{surfels, ShiftBy(0, 0.25F, 0)}}));
+    for (const float shortest : {1e-19F, 1e-21F, 5e-22F, 1e-22F, 5e-23F, 1e-30F}) {
+        SCOPED_TRACE(shortest);
+        const CbMatrix4Rf flatten({1, 0, shortest, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 1});
+        const auto expected = Neutral(0);
+        expected->Append(*surfels, flatten);
+        const auto actual = Subsample({}, {{surfels, flatten}});
+        ASSERT_EQ(65536U, actual->GetNrSurfels());
+        for (std::uint32_t i = 0; i < 65536; ++i) {
+            const auto kept = expected->GetNormalAccessor()[i].GetNormal();
+            const auto is = actual->GetNormalAccessor()[i].GetNormal();
+            ASSERT_GT(CosineBetween(Coordinates(kept), Coordinates(is)), std::cos(1 / 57.3)) << i;
+        }
+    }
+}
+
+TEST(GridSampler, AddsUpMappedNormalsThatAreNotQuantised)
+{
+    // Each turned by another angle: the errors of the codes would not cancel for one angle alone.
+    for (const float angle : {0.1F, 0.2F, 0.3F, 0.4F, 0.5F}) {
+        const auto surfels = Neutral(1);
+        surfels->GetNormalAccessor()[0] = ZeCQuantizedNormal::FromCode(0x1234);
+        const CbVector3f n = surfels->GetNormalAccessor()[0].GetNormal();
+        const CbMatrix4Rf turn = TurnAndShift(angle, 0);
+        const CbMatrix4Rf tilt({1, 0, 0, 0, 0, 0.6F, 0.8F, 0, 0, -0.8F, 0.6F, 0, 0, 0, 0, 1});
+        // As many of each, so that the mean is half-way between the two directions.
+        const auto actual = Subsample({}, {{surfels, turn}, {surfels, tilt}});
+        const CbVector3f a = TransformPoint(n, turn), b = TransformPoint(n, tilt);
+        const ZeCQuantizedNormal expected(CbVector3f{a.x + b.x, a.y + b.y, a.z + b.z});
+        EXPECT_EQ(expected, actual->GetNormalAccessor()[0]) << angle;
+    }
+}
+
+TEST(GridSampler, TakesTheHeaviestNormalWhereATenthOrLessIsLeft)
+{
+    const float tilt = 0.1F;
+    for (const float left : {0.095F, 0.105F}) {
+        // Two nearly opposite normals, whose sum has this part of their lengths along z.
+        const auto surfels = Neutral(2);
+        const float side = std::sqrt(1 - left * left);
+        surfels->GetNormalAccessor()[0] = ZeCQuantizedNormal(CbVector3f{side, tilt, left});
+        surfels->GetNormalAccessor()[1] = ZeCQuantizedNormal(CbVector3f{-side, -tilt, left});
+        const float z = Subsample({}, {{surfels, {}}})->GetNormalAccessor()[0].GetNormal().z;
+        EXPECT_EQ(left > 0.1F, z > 0.9F) << left;
+    }
+}
+
+TEST(GridSampler, AddsUpMoreThanTheSumsOfOneCellSeemToHold)
+{
+    const auto surfels = Neutral(1U << 20U);
+    for (auto& position : surfels->GetPositionAccessor()) position = {0.999F, 0.5F, 0.998F};
+    ZeCGridSampler sampler(1, 0, 8);
+    for (int i = 0; i < Rounds(40); ++i) sampler.AddSurfels(*surfels, nullptr);
+    const auto result = ResultOf(sampler);
+    ASSERT_EQ(1U, result->GetNrSurfels());
+    ZeCGridSampler other(1, 0, 8); // whose sums become too large at other moments
+    const auto part = Pick(*surfels, {0, 1, 2});
+    other.AddSurfels(*part, nullptr);
+    for (int i = 0; i < Rounds(40); ++i) other.AddSurfels(*surfels, nullptr);
+    sampler.AddSurfels(*part, nullptr);
+    ExpectSameSurfels(*ResultOf(sampler), *ResultOf(other));
+    const CbVector3f mean = result->GetPositionAccessor()[0];
+    EXPECT_NEAR(0.999F, mean.x, 1e-6);
+    EXPECT_NEAR(0.5F, mean.y, 1e-6);
+    EXPECT_NEAR(0.998F, mean.z, 1e-6);
+}

@@ -1,0 +1,323 @@
+// Edits are all or nothing: each allocation that an edit makes fails once.
+
+#include "platform/datacontainer/sampling/zecgridsampler.h"
+#include "platform/messages/cymessagedispatcher.h"
+#include "tests/support/failingallocations.h"
+#include "tests/support/managerfixture.h"
+#include "tests/support/scenario.h"
+#include "transformationtree/attributes/zecrepresentativeattribute.h"
+#include "transformationtree/manager/zectransformationnodemanager_unittest.h"
+#include "transformationtree/tree/zectransformationtree.h"
+#include "transformationtree/tree/zectransformationtreeutility.h"
+
+#include <functional>
+#include <memory>
+#include <new>
+#include <optional>
+#include <thread>
+
+namespace
+{
+
+class WithoutMemory : public NodeManagerTest
+{
+protected:
+    using Verb = std::function<void()>;
+
+    // A managed tree and a loose one, with places that exchanged nodes have left.
+    void build()
+    {
+        tree.emplace("root(a(b(c, d()), e), f(g))", Scenario::EBuilder::Manager);
+        loose.emplace("top(x(y), z)", Scenario::EBuilder::Manager);
+        manager().ExchangeChild(tree->GetInner("f"), (*tree)["g"], (*tree)["c"]);
+        manager().SetRootNode(tree->GetRootInner());
+    }
+
+    // All that an edit could change.
+    [[nodiscard]] std::string describe() const
+    {
+        std::string text = Describe(*tree->GetRoot()) + Describe(*loose->GetRoot());
+        text += " root " + std::to_string(manager().GetRootNode() == tree->GetRoot());
+        text += " ids " + std::to_string(TestAccess::CountIds(manager()));
+        text += " messages " + std::to_string(dispatcher.GetNrQueuedMessages());
+        for (const Scenario* scenario : {&*tree, &*loose}) {
+            for (const auto& [name, at] : scenario->GetNodes()) {
+                const auto parent = at->GetParent();
+                text += ' ' + name + (parent ? parent->GetName().ToUtf8() : "") + ' ' +
+                        std::to_string(at->GetNodeRevision(1)) + ',' +
+                        std::to_string(at->GetNodeRevision(2)) +
+                        (manager().GetNodeByID(at->GetID()) ? "+" : "-") +
+                        (at->GetAllAttributes().IsEmpty() ? "" : "a");
+            }
+        }
+        return text;
+    }
+
+    void expectAllOrNothing(const Verb& prepare, const Verb& edit)
+    {
+        for (long allocations = 0;; ++allocations) {
+            SCOPED_TRACE(allocations);
+            ASSERT_LT(allocations, 1000);
+            build();
+            bool done = true;
+            // A thread of its own, which has had no handle yet.
+            std::thread([&] {
+                prepare();
+                const std::string before = describe();
+                FailAllocationsAfter(allocations);
+                try {
+                    edit();
+                } catch (const std::bad_alloc&) {
+                    done = false;
+                }
+                FailAllocationsAfter(-1);
+                EXPECT_EQ(describe() == before, !done) << before << '\n' << describe();
+                handle.Release();
+            }).join();
+            unsetRoot();
+            tree.reset();
+            loose.reset();
+            dispatcher.DispatchMessages();
+            TestAccess::DestroySingleton<Manager>();
+            ASSERT_TRUE(manager().SetDataManager(dataManager, dataNode));
+            if (done) return;
+        }
+    }
+
+    [[nodiscard]] Inner inner(const std::string& name) const { return tree->GetInner(name); }
+    [[nodiscard]] Inner top() const { return loose->GetRootInner(); }
+    [[nodiscard]] Node node(const std::string& name) const { return (*tree)[name]; }
+    [[nodiscard]] Node looseNode(const std::string& name) const { return (*loose)[name]; }
+
+    std::optional<Scenario> tree;
+    std::optional<Scenario> loose;
+    Manager::WriteHandle handle;
+    CyMessageDispatcher& dispatcher = CyMessageDispatcher::GetInstance();
+    const CyMessageSubscription subscription =
+        dispatcher.Subscribe(CyMessage::RTTI, [](const CyMessage&) {});
+};
+
+TEST_F(WithoutMemory, EditsChangeNothing)
+{
+    const Verb none = [] {};
+    const Verb unset = [] { unsetRoot(); };
+    const Verb lock = [&] {
+        handle = manager().GetWriteHandle(node("root"));
+        EXPECT_TRUE(manager().TryLock());
+    };
+    const Verb forget = [&] { manager().DeleteNode(top()); };
+    auto& utility = CbSingleton<ZeCTransformationTreeUtility>::GetInstance();
+    Inner topNode;
+    const struct
+    {
+        const char* name;
+        Verb prepare;
+        Verb edit;
+    } rows[] = {
+        {"create leaf", none, [&] { (void)manager().CreateLeafNode(nullptr); }},
+        {"create root", unset, [&] { manager().CreateRootNode(); }},
+        {"set root", unset, [&] { manager().SetRootNode(top()); }},
+        {"unset root", lock, [&] { manager().UnsetRootNode(); }},
+        {"append", none, [&] { manager().AppendChild(inner("d"), top()); }},
+        {"remove", none, [&] { manager().RemoveChild(inner("root"), node("a")); }},
+        {"replace", none, [&] { manager().ReplaceChild(inner("root"), node("a"), top()); }},
+        {"replace by a managed node", none,
+         [&] { manager().ReplaceChild(inner("f"), node("c"), node("b")); }},
+        {"replace outside", none,
+         [&] { manager().ReplaceChild(top(), looseNode("x"), node("a")); }},
+        {"exchange", none, [&] { manager().ExchangeChild(inner("root"), node("a"), top()); }},
+        {"exchange by what is below", none,
+         [&] { manager().ExchangeChild(inner("root"), node("a"), node("b")); }},
+        {"move within", none, [&] { manager().MoveNode(inner("f"), node("b"), node("c")); }},
+        {"move in", none, [&] { manager().MoveNode(inner("d"), looseNode("x"), nullptr); }},
+        {"move out", none, [&] { manager().MoveNode(top(), node("a"), looseNode("x")); }},
+        {"register", forget, [&] { manager().AddSubtreeToDataManager(top()); }},
+        {"create a child", none,
+         [&] { utility.CreateLeaf(inner("d"), CbMake<ZeCModelQMT>(), &c_matIdentityD); }},
+        {"replace a leaf", none,
+         [&] { utility.CreateLeafAndReplace(tree->GetLeaf("e"), nullptr); }},
+        {"make room above", [&] { manager().RemoveChild(inner("a"), node("e")); },
+         [&] { EXPECT_TRUE(utility.PrepareForNextChild(inner("b"), 2, topNode = inner("root"))); }},
+        {"make room by a new top", none,
+         [&] { EXPECT_TRUE(utility.PrepareForNextChild(inner("b"), 2, topNode = inner("a"))); }},
+        {"make room by a new top below a place that another node had",
+         [&] {
+             manager().MoveNode(inner("d"), node("e"), nullptr);
+             manager().AppendChild(inner("d"), manager().CreateLeafNode(nullptr));
+             manager().ExchangeChild(inner("root"), node("a"), node("b"));
+         },
+         [&] { EXPECT_TRUE(utility.PrepareForNextChild(inner("d"), 2, topNode = inner("d"))); }},
+        {"remove a subtree", none, [&] { utility.RemoveSubtree(node("a"), true); }},
+        {"remove children", none, [&] { utility.RemoveChildren(inner("root"), true); }},
+        {"remove loose children", none, [&] { utility.RemoveChildren(top(), false); }},
+        {"clear", [&] { node("root")->SetAttribute(CbMake<ZeCRepresentativeAttribute>()); },
+         [&] { utility.ClearAndRemoveChildren(inner("root"), true); }},
+        {"merge", none,
+         [&] { utility.MergeInnerNodes(inner("b"), inner("f"), c_matIdentityD, true); }},
+        {"copy", none,
+         [&] {
+             ZeCTransformationTreeUtility::NodeMap map;
+             const auto all = ZeCTransformationNode::EAttributesToCopy::PropertiesAndModel;
+             (void)utility.CopySubtree(node("root"), all, &map, true);
+         }},
+        {"normalise", none, [&] { utility.NormalizeTreeStructure(inner("root"), 2, true); }},
+        {"normalise outside", none, [&] { utility.NormalizeTreeStructure(top(), 2, true); }},
+        {"collapse", lock, [&] { utility.CollapseAll(inner("root"), true); }},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        expectAllOrNothing(row.prepare, row.edit);
+    }
+}
+
+TEST_F(WithoutMemory, TheSelfTestEndsAndLeavesNoNodeBehind)
+{
+    bool failed = true;
+    for (long allocations = 0; failed; ++allocations) {
+        SCOPED_TRACE(allocations);
+        ASSERT_LT(allocations, 1000);
+        EXPECT_TRUE(manager().UnsetDataManager());
+        ZeCTransformationNodeManager_UnitTest test(dataManager, dataNode);
+        std::thread([&] {
+            FailAllocationsAfter(allocations);
+            try {
+                test.Run();
+                failed = test.HasFailed();
+            } catch (const std::bad_alloc&) {
+                // There was no memory for the line that tells it.
+            }
+            FailAllocationsAfter(-1);
+        }).join();
+        unsetRoot();
+        EXPECT_EQ(TestAccess::CountIds(manager()), 0);
+    }
+}
+
+class ClusterTree final : public ZeCTransformationTree
+{
+public:
+    [[nodiscard]] Inner GetModelNode() override { return nullptr; }
+    void Clear() override {}
+};
+
+TEST_F(WithoutMemory, ANewClusterLeavesNothingAndUsesNoName)
+{
+    const auto clusters = CbMake<ClusterTree>();
+    Inner cluster;
+    expectAllOrNothing([] {}, [&] { cluster = clusters->CreateNewCluster(inner("d"), false); });
+    EXPECT_EQ(cluster->GetDescription(), CString(CB_TEXT("Cluster 0")));
+}
+
+TEST_F(WithoutMemory, ATreeObjectLeavesItsNodesBehind)
+{
+    build();
+    auto clusters = CbMake<ClusterTree>();
+    clusters->SetRoot(tree->GetRootInner());
+    const std::string before = describe();
+    FailAllocationsAfter(0);
+    clusters = nullptr;
+    FailAllocationsAfter(-1);
+    EXPECT_EQ(describe(), before);
+}
+
+TEST(ManagersWithoutMemory, GoAndLeaveTheRootWhereItIs)
+{
+    using Manager = ZeCTransformationNodeManager;
+    auto& manager = CbSingleton<Manager>::GetInstance();
+    auto dataManager = std::make_unique<CyDataManager>();
+    ASSERT_TRUE(manager.SetDataManager(*dataManager, dataManager->GetTopNode()));
+    const Inner root = manager.CreateRootNode();
+    manager.AppendChild(root, manager.CreateLeafNode(nullptr));
+    const auto lock = manager.GetSingleReadHandleLocked(root);
+    std::thread([&] { // which has had no handle yet
+        FailAllocationsAfter(0);
+        TestAccess::DestroySingleton<Manager>();
+        EXPECT_EQ(root->GetParent(), dataManager->GetTopNode());
+        dataManager.reset();
+        FailAllocationsAfter(-1);
+    })
+        .join();
+    EXPECT_FALSE(root->GetDataManager());
+    EXPECT_EQ(root->GetNrChildren(), 1U);
+}
+
+constexpr std::uint32_t c_gridSurfels = 9000;
+
+// Two surfels in each cell.
+CbSmartPointer<ZeCSurfelCollectionQMT> surfelsForGrid()
+{
+    auto surfels = CbMake<ZeCSurfelCollectionQMT>(
+        c_gridSurfels, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
+    for (std::uint32_t i = 0; i < c_gridSurfels; ++i) {
+        const std::uint32_t cell = i / 2;
+        surfels->GetPositionAccessor()[i].x = static_cast<float>(cell);
+        surfels->GetTissueTypeAccessor()[i] = i % 2;
+    }
+    return surfels;
+}
+
+// Calls a function with more and more allocations that succeed, until it does.
+void untilDone(const std::function<void()>& attempt, const std::function<void(bool)>& check)
+{
+    bool done = false;
+    for (long allocations = 0; !done; ++allocations) {
+        SCOPED_TRACE(allocations);
+        ASSERT_LT(allocations, 1000);
+        FailAllocationsAfter(allocations);
+        try {
+            attempt();
+            done = true;
+        } catch (const std::bad_alloc&) {
+        }
+        FailAllocationsAfter(-1);
+        check(done);
+    }
+}
+
+TEST(AGridSampler, KeepsWhatItHasWhereMemoryEnds)
+{
+    const auto surfels = surfelsForGrid();
+    for (const float gain : {1.0F, 2.0F}) {
+        std::unique_ptr<ZeCGridSampler> sampler;
+        const auto add = [&] {
+            sampler.reset();
+            sampler = std::make_unique<ZeCGridSampler>(1.0F, 0.0F, gain);
+            sampler->AddSurfels(*surfels, nullptr);
+        };
+        untilDone(add, [&](bool done) {
+            if (sampler == nullptr) return;
+            const std::uint32_t count = sampler->GetNrOfUsedCells();
+            const auto result = CbMake<ZeCSurfelCollectionQMT>(
+                count, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
+            sampler->GetSubsampled(*result, 1, {}, false);
+            for (std::uint32_t i = 0; i < count; ++i) {
+                ASSERT_EQ(result->GetPositionAccessor()[i].x, static_cast<float>(i));
+            }
+            EXPECT_EQ(count == c_gridSurfels / 2, done);
+        });
+    }
+}
+
+TEST(AGridSampler, WritesAllOrNothingWhereMemoryEnds)
+{
+    for (const float gain : {1.0F, 2.0F}) {
+        ZeCGridSampler sampler(1, 0, gain);
+        sampler.AddSurfels(*surfelsForGrid(), nullptr);
+        const std::uint32_t count = sampler.GetNrOfUsedCells();
+        const auto result = CbMake<ZeCSurfelCollectionQMT>(
+            count, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
+        int failures = 0;
+        untilDone([&] { sampler.GetSubsampled(*result, 1, {}, true); },
+                  [&](bool done) {
+                      failures += done ? 0 : 1;
+                      EXPECT_EQ(sampler.GetNrOfUsedCells(), done ? 0 : count);
+                      for (std::uint32_t i = 0; i < count; ++i) {
+                          const float written = done ? static_cast<float>(i) : 0.0F;
+                          ASSERT_EQ(result->GetPositionAccessor()[i].x, written);
+                      }
+                  });
+        EXPECT_GT(failures, 0);
+    }
+}
+
+} // namespace

@@ -1,0 +1,480 @@
+// Merging, copying, normalising and collapsing of random trees, beside a naive tree that follows
+// the steps one by one.
+
+#include "platform/base/cbexception.h"
+#include "platform/math3d/cbmatrixinternal.h"
+#include "platform/math3d/cyexceptionnotinvertible.h"
+#include "tests/support/managerfixture.h"
+#include "tests/support/messagerecorder.h"
+#include "tests/support/rounds.h"
+#include "tests/support/scenario.h"
+#include "tests/support/treematrices.h"
+#include "tests/transformationtree/tree/naiveutility.h"
+#include "transformationtree/attributes/zecbackgroundoptimizationloopcountattribute.h"
+#include "transformationtree/tree/zectransformationtreeutility.h"
+#include "transformationtree/walks/zectransformationnodeiterators.h"
+
+#include <functional>
+#include <set>
+#include <tuple>
+
+namespace
+{
+
+using EWhat = ZeCTransformationNode::EAttributesToCopy;
+using Texts = NaiveUtility::Texts;
+
+// A model whose clone function, if it has one, gives nothing.
+class OddModel final : public ZeCModelQMT
+{
+public:
+    explicit OddModel(const CbRTTI& type) : type_(type) {}
+    [[nodiscard]] const CbRTTI& GetRTTI() const override { return type_; }
+
+private:
+    const CbRTTI& type_;
+};
+
+const CbRTTI c_uncloned(CB_TEXT("Uncloned"), nullptr, nullptr, &ZeCModelQMT::RTTI);
+const CbRTTI c_clonedToNull(
+    CB_TEXT("ClonedToNull"), nullptr, [](const IObject&) -> IObject* { return nullptr; },
+    &ZeCModelQMT::RTTI);
+
+class Restructuring : public NodeManagerTest
+{
+protected:
+    using Utility = ZeCTransformationTreeUtility;
+    using Attribute = ZeCBackgroundOptimizationLoopCountAttribute;
+    using Step = std::function<void()>;
+
+    [[nodiscard]] std::size_t number(std::size_t below) { return random_() % below; }
+
+    // Lets a step loose on random trees. Half of them hang in the data manager, under a write lock
+    // on the root.
+    void onRandomTrees(const Step& step, double tolerance = 0)
+    {
+        for (int round = 0; round < Rounds(2000) && !HasFailure(); ++round) {
+            SCOPED_TRACE(round);
+            const bool managed = round % 2 == 0;
+            root_ = managed ? manager().CreateRootNode() : manager().CreateInnerNode();
+            build(1 + number(60));
+            rootModel_ = number(2) == 0 ? CbMake<ZeCModelQMT>() : nullptr;
+            if (rootModel_) root_->SetModel(rootModel_, 7);
+            if (managed) handle_ = manager().GetWriteHandle(root_);
+            EXPECT_EQ(manager().TryLock(), managed);
+            EXPECT_TRUE(manager().IsValid());
+            naive_ = {};
+            naiveRoot_ = naive_.Read(*root_);
+            poses_ = poses();
+            tell_ = number(2) == 0;
+            since_ = TestAccess::NextGlobalNodeRevision();
+            step();
+            check(tolerance);
+            handle_.Release();
+            unsetRoot();
+            utility_.RemoveSubtree(root_, false);
+            EXPECT_EQ(TestAccess::CountIds(manager()), 0U);
+        }
+    }
+    void build(std::size_t size)
+    {
+        nodes_ = {root_};
+        inner_ = {root_};
+        for (unsigned i = 0; i < size; ++i) {
+            const auto model = CbMake<ZeCModelQMT>();
+            model->SetAcquireSequenceNumber(number(8));
+            const Inner father = number(3) == 0 ? inner_.back() : inner_[number(inner_.size())];
+            if (number(5) < 3) {
+                const Leaf leaf = manager().CreateLeafNode(number(4) != 0 ? model : nullptr);
+                leaf->SetIsNewEntryScan(true);
+                nodes_.emplace_back(leaf);
+                const auto attribute = CbMake<Attribute>();
+                attribute->SetOptimizationLoopCount(i);
+                nodes_.back()->SetAttribute(attribute);
+            } else {
+                inner_.push_back(manager().CreateInnerNode());
+                if (number(2) == 0) inner_.back()->SetModel(model, 5);
+                nodes_.emplace_back(inner_.back());
+            }
+            nodes_.back()->SetRelativeTrafo(RandomPose(random_));
+            nodes_.back()->SetDescription(CString::FromUtf8(std::to_string(i)));
+            nodes_.back()->SetVisible(number(2) == 0);
+            manager().AppendChild(father, nodes_.back());
+        }
+    }
+    // The leaves' models and poses relative to the root, by what else they keep.
+    using Poses = std::map<std::string, std::pair<Model, CbMatrix4Rd>>;
+    [[nodiscard]] Poses poses() const
+    {
+        Poses poses;
+        for (const auto& [leaf, toRoot] : root_->Leaves()) {
+            const auto attribute = leaf.GetAllAttributes().GetAttribute<Attribute>();
+            poses[leaf.GetDescription().ToUtf8() + (leaf.IsVisible() ? "+" : "-") +
+                  std::to_string(attribute->GetOptimizationLoopCount())] = {leaf.GetModel(),
+                                                                            toRoot};
+        }
+        return poses;
+    }
+    // That revisions were renewed as by the steps one by one, and in their order.
+    void expectRenewals(const ZeCTransformationNode& top, const NaiveTreeNode& naiveTop) const
+    {
+        std::map<long, long long> renewals; // the revisions by when they were renewed
+        collectRenewals(top, naiveTop, renewals);
+        const auto isOlder = [](const auto& a, const auto& b) { return a.second < b.second; };
+        EXPECT_TRUE(std::is_sorted(renewals.begin(), renewals.end(), isOlder)) << "their order";
+    }
+    void collectRenewals(const ZeCTransformationNode& node, const NaiveTreeNode& naive,
+                         std::map<long, long long>& renewals) const
+    {
+        for (const auto& [mask, when] :
+             {std::pair(1U, naive.modelRenewed), {2U, naive.trafoRenewed}}) {
+            const auto revision = node.GetNodeRevision(mask);
+            EXPECT_EQ(revision > since_, when != 0) << naive.name << ", mask " << mask;
+            if (when != 0) renewals[when] = revision;
+        }
+        if (node.IsLeaf()) return;
+        auto child = static_cast<const ZeCTransformationNodeInner&>(node).BeginChild();
+        for (const auto* below : naive.children) collectRenewals(**child++, *below, renewals);
+    }
+    void check(double tolerance)
+    {
+        ASSERT_EQ(Describe(*root_), NaiveUtility::Text(naiveRoot_));
+        expectRenewals(*root_, *naiveRoot_);
+        Texts messages = naive_.always;
+        if (tell_) messages.insert(messages.end(), naive_.posted.begin(), naive_.posted.end());
+        EXPECT_EQ(recorder_.Take(), messages);
+        const auto now = poses();
+        EXPECT_EQ(now.size(), poses_.size());
+        for (const auto& [name, leaf] : poses_) {
+            ASSERT_TRUE(now.contains(name)) << name;
+            EXPECT_EQ(now.at(name).first, leaf.first) << name;
+            EXPECT_THAT(now.at(name).second, IsNear(leaf.second, tolerance)) << name;
+        }
+        const Model model = naiveRoot_->star.empty() ? nullptr : rootModel_;
+        EXPECT_EQ(root_->GetModel(), model);
+        EXPECT_EQ(root_->GetModelRevision(), model ? 7 : -1);
+        EXPECT_TRUE(manager().IsValid());
+        std::set<const ZeCTransformationNode*> left;
+        for (const auto& [node, trafo] : root_->Nodes()) left.insert(&node);
+        EXPECT_EQ(TestAccess::CountIds(manager()), left.size());
+        for (const Node& node : nodes_) {
+            const bool stays = left.contains(node.Get());
+            EXPECT_EQ(manager().GetNodeByID(node->GetID()) == node, stays);
+            EXPECT_TRUE(stays || (!node->GetFather() && !manager().IsNodeInDataManager(node)));
+        }
+    }
+
+    // The nodes with newer revisions of their models (m) and transformations (t).
+    static std::string renewed(const Scenario& tree, long long since)
+    {
+        std::string text;
+        for (const auto& [name, node] : tree.GetNodes()) {
+            const bool model = node->GetNodeRevision(1) > since;
+            const bool trafo = node->GetNodeRevision(2) > since;
+            if (model || trafo) text += name + (model ? ":m" : ":") + (trafo ? "t " : " ");
+        }
+        return text;
+    }
+
+    std::mt19937 random_{20240805};
+    Utility& utility_ = CbSingleton<Utility>::GetInstance();
+    MessageRecorder recorder_;
+    Manager::WriteHandle handle_;
+    bool tell_ = false;
+    Inner root_;
+    std::vector<Node> nodes_;
+    std::vector<Inner> inner_;
+    NaiveUtility naive_;
+    NaiveTreeNode* naiveRoot_ = nullptr;
+    long long since_ = 0; ///< newest revision before the step
+    Model rootModel_;
+    Poses poses_;
+};
+
+TEST_F(Restructuring, MergesAsStepByStep)
+{
+    const Step merge = [&] {
+        const Inner source = inner_[number(inner_.size())];
+        const Inner target = inner_[number(inner_.size())];
+        bool refused = target->EmptyLeafs() || source->EmptyLeafs();
+        for (Inner above = target; above; above = above->GetFather()) {
+            refused = refused || above == source;
+        }
+        const auto model = target->GetModel();
+        if (!refused) {
+            naive_.Merge(naive_.byNode.at(source.Get()), naive_.byNode.at(target.Get()));
+            const std::string name = target->GetDescription().ToUtf8();
+            if (model) {
+                naive_.posted.push_back("surfels " + name + ' ' +
+                                        model->GetID().ToString().ToUtf8() + " 1");
+            }
+        }
+        CbMatrix4Rd rootToTarget = target->GetRelativeTrafo(root_);
+        CbMatrixInternal::Invert(rootToTarget);
+        utility_.MergeInnerNodes(source, target,
+                                 Compose(source->GetRelativeTrafo(root_), rootToTarget), tell_);
+    };
+    onRandomTrees(merge, 1e-9);
+}
+
+TEST_F(Restructuring, NormalisesAsStepByStep)
+{
+    onRandomTrees([&] {
+        const unsigned fanOut = 1 + static_cast<unsigned>(number(6));
+        if (fanOut == 1 && root_->GetNrLeafNodes() > 1) {
+            EXPECT_THROW(utility_.NormalizeTreeStructure(root_, 1, tell_), CbException);
+            return;
+        }
+        naive_.Normalize(naiveRoot_, fanOut);
+        utility_.NormalizeTreeStructure(root_, static_cast<int>(fanOut), tell_);
+        for (const auto& [inner, trafo] : root_->InnerNodes()) {
+            EXPECT_LE(inner.GetNrChildren(), fanOut);
+        }
+        for (const auto& [leaf, trafo] : root_->Leaves()) EXPECT_FALSE(leaf.IsNewEntryScan());
+        for (const Node& node : nodes_) { // the new leaves have clones
+            const auto attribute = node->GetAllAttributes().GetAttribute<Attribute>();
+            if (attribute) attribute->SetOptimizationLoopCount(1000);
+        }
+    });
+}
+
+TEST_F(Restructuring, CollapsesAsStepByStep)
+{
+    onRandomTrees([&] {
+        naive_.Collapse(naiveRoot_);
+        utility_.CollapseAll(root_, tell_);
+    });
+}
+
+TEST_F(Restructuring, CopiesAreIndependent)
+{
+    const auto state = [](const Node& top) {
+        std::vector<std::tuple<CyUniqueID, long long, CbMatrix4Rd>> all;
+        for (const auto& [node, trafo] : top->Nodes()) {
+            all.emplace_back(node.GetID(), node.GetNodeRevision(3), node.GetRelativeTrafo());
+        }
+        return all;
+    };
+    onRandomTrees([&] {
+        const bool withModels = number(2) == 0;
+        const bool clone = number(2) == 0;
+        const Node source = nodes_[number(nodes_.size())];
+        const auto before = state(root_);
+        Utility::NodeMap map;
+        const Node copy = utility_.CopySubtree(
+            source, withModels ? EWhat::PropertiesAndModel : EWhat::Properties, &map, clone);
+        EXPECT_FALSE(copy->GetFather() || manager().IsNodeInDataManager(copy));
+        expectRenewals(*copy, *naive_.Copy(naive_.byNode.at(source.Get())));
+        EXPECT_EQ(map.GetCount(), state(copy).size());
+        EXPECT_TRUE(manager().IsValid());
+        auto original = source->BeginNode();
+        for (const auto& [node, trafo] : copy->Nodes()) {
+            const ZeCTransformationNode& from = original.Borrow().node;
+            ASSERT_EQ(map.Find(Node(&node))->Get(), &from);
+            EXPECT_EQ(node.IsLeaf(), from.IsLeaf());
+            EXPECT_EQ(node.GetDescription(), from.GetDescription());
+            EXPECT_EQ(node.IsVisible(), from.IsVisible());
+            EXPECT_EQ(node.GetRelativeTrafo(), from.GetRelativeTrafo());
+            EXPECT_TRUE(node.GetAllAttributes().IsEmpty());
+            EXPECT_EQ(manager().GetNodeByID(node.GetID()).Get(), &node);
+            const Model model = node.IsLeaf() || withModels ? from.GetModel() : nullptr;
+            EXPECT_EQ(node.GetModel() == nullptr, model == nullptr);
+            EXPECT_EQ(node.GetModel() == model, !(clone && model && node.IsLeaf()));
+            node.SetRelativeTrafo(Shift(1, 2, 3));
+            ++original;
+        }
+        EXPECT_FALSE(original);
+        EXPECT_EQ(state(root_), before);
+
+        const Node second = utility_.CopySubtree(copy, EWhat::Properties, nullptr, clone);
+        const auto copied = state(second);
+        utility_.RemoveSubtree(copy, false);
+        EXPECT_EQ(state(root_), before);
+        EXPECT_EQ(state(second), copied);
+        utility_.RemoveSubtree(second, false);
+    });
+    for (const CbRTTI* type : {&c_uncloned, &c_clonedToNull}) {
+        const Model model = CbMake<OddModel>(*type);
+        const Node leaf = manager().CreateLeafNode(model);
+        EXPECT_EQ(utility_.CopySubtree(leaf, EWhat::Properties, nullptr, true)->GetModel(), model);
+    }
+    EXPECT_FALSE(utility_.CopySubtree(nullptr, EWhat::Properties, nullptr, true));
+}
+
+TEST_F(Restructuring, RefusesWhatItCannotDoAndChangesNothing)
+{
+    const std::string text = "root(a(b(c), d), e(f), empty(g()))";
+    const Scenario tree(text, Scenario::EBuilder::Manager);
+    const Scenario loose("top(x(y))", Scenario::EBuilder::Manager);
+    manager().SetRootNode(tree.GetRootInner());
+    handle_ = manager().GetWriteHandle(tree.GetRoot());
+    ASSERT_TRUE(manager().TryLock());
+    const auto revision = tree.GetRoot()->GetNodeRevisionSubtree(3);
+    const auto in = [&](const char* name) { return tree.GetInner(name); };
+    const std::pair<Inner, Inner> refused[] = {
+        {in("c"), in("e")},
+        {in("a"), in("f")},
+        {in("empty"), in("e")},
+        {in("e"), in("empty")},
+        {loose.GetInner("x"), in("e")},
+        {in("e"), loose.GetInner("x")},
+        {in("a"), in("a")},
+        {in("a"), in("b")},
+    };
+    for (const auto& [source, target] : refused) {
+        utility_.MergeInnerNodes(source, target, Shift(1, 2, 3), true);
+        EXPECT_EQ(Describe(*tree.GetRoot()) + Describe(*loose.GetRoot()), text + "top(x(y))");
+    }
+    for (const int fanOut : {1, 0, -1}) {
+        EXPECT_THROW(utility_.NormalizeTreeStructure(in("root"), fanOut, true), CbException);
+        EXPECT_THROW(utility_.NormalizeTreeStructure(nullptr, fanOut, true), CbException);
+    }
+    EXPECT_THROW(utility_.NormalizeTreeStructure(in("g"), 0, true), CbException);
+    EXPECT_THROW(utility_.CollapseAll(nullptr, true), CbException);
+    utility_.CollapseAll(in("g"), true);
+    EXPECT_EQ(tree.GetRoot()->GetNodeRevisionSubtree(3), revision);
+
+    CbMatrix4Rd singular;
+    singular[1][1] = 0;
+    tree["b"]->SetRelativeTrafo(singular);
+    EXPECT_THROW(utility_.NormalizeTreeStructure(in("root"), 2, true), CyExceptionNotInvertible);
+    EXPECT_THROW(utility_.CollapseAll(in("root"), true), CyExceptionNotInvertible);
+    EXPECT_EQ(Describe(*tree.GetRoot()), text);
+    EXPECT_EQ(TestAccess::CountIds(manager()), 12U);
+    EXPECT_TRUE(recorder_.Take().empty());
+}
+
+TEST_F(Restructuring, MergesBySourceToTarget)
+{
+    const Scenario tree("root(a(b, c), d(e), f(g))");
+    const CbMatrix4Rd b = RandomPose(random_);
+    const CbMatrix4Rd c = RandomSparse(random_);
+    tree["b"]->SetRelativeTrafo(b);
+    tree["c"]->SetRelativeTrafo(c);
+    const auto since = TestAccess::NextGlobalNodeRevision();
+    utility_.MergeInnerNodes(tree.GetInner("a"), tree.GetInner("d"), c_matIdentityD, false);
+    EXPECT_EQ(Describe(*tree.GetRoot()), "root(d(e, b, c), f(g))");
+    EXPECT_EQ(renewed(tree, since), "a:mt b:t c:t d:mt root:mt ");
+    EXPECT_GT(tree["d"]->GetNodeRevision(1), tree["c"]->GetNodeRevision(2));
+    EXPECT_THAT(tree["c"]->GetRelativeTrafo(), HasBitsOf(c));
+    // A matrix that is changed by the merge itself.
+    utility_.MergeInnerNodes(tree.GetInner("d"), tree.GetInner("f"), tree["b"]->GetRelativeTrafo(),
+                             false);
+    EXPECT_THAT(tree["b"]->GetRelativeTrafo(), HasBitsOf(Compose(b, b)));
+    EXPECT_THAT(tree["c"]->GetRelativeTrafo(), HasBitsOf(Compose(c, b)));
+}
+
+TEST_F(Restructuring, RenewsTheRootOfCollapsedLeavesLast)
+{
+    const Scenario tree("top(root(a(b, c(d)), e))");
+    const auto since = TestAccess::NextGlobalNodeRevision();
+    utility_.CollapseAll(tree.GetInner("root"), false);
+    EXPECT_EQ(renewed(tree, since), "a:mt b:t c:mt d:t e:t root:mt ");
+    for (const char* leaf : {"b", "d", "e"}) {
+        EXPECT_GT(tree["root"]->GetNodeRevision(1), tree[leaf]->GetNodeRevision(2));
+    }
+}
+
+// A place that a node has left for another father, and null entries.
+TEST_F(Restructuring, LeavesNodesWithTheirFathers)
+{
+    const auto build = [&] {
+        Scenario tree("root(a(b(c, null), d), e(f(g), null), h(i))");
+        manager().ExchangeChild(tree.GetInner("h"), tree["i"], tree["f"]);
+        return tree;
+    };
+    auto tree = build();
+    TestAccess::Children(*tree.GetInner("e")).Append({tree["b"]}); // walks find a leaf there
+    const auto since = TestAccess::NextGlobalNodeRevision();
+    utility_.MergeInnerNodes(tree.GetInner("e"), tree.GetInner("h"), Shift(1, 2, 3), true);
+    EXPECT_EQ(RenewalOrder(tree.GetRoot(), since), "root") << "nothing came to h";
+    EXPECT_EQ(Describe(*tree.GetRoot()), "root(a(b(c, null), d), h(f(g)))");
+    EXPECT_EQ(Describe(*tree["e"]), "e()");
+    EXPECT_EQ(recorder_.Take(), Texts{"structure e < root 2"});
+    EXPECT_EQ(tree["f"]->GetRelativeTrafo(), c_matIdentityD);
+
+    tree = build();
+    utility_.CollapseAll(tree.GetInner("e"), false);
+    EXPECT_EQ(Describe(*tree.GetRoot()), "root(a(b(c, null), d), e(), h(f(g)))");
+    utility_.CollapseAll(tree.GetRootInner(), false);
+    EXPECT_EQ(tree.GetRootInner()->GetNrChildren(), 3U);
+    tree = build();
+    utility_.NormalizeTreeStructure(tree.GetRootInner(), 2, false);
+    EXPECT_EQ(Describe(*tree.GetRoot()), "root(ClusterDummy(c, d), Inner(g))");
+
+    tree = build();
+    EXPECT_EQ(Describe(*utility_.CopySubtree(tree["e"], EWhat::Properties, nullptr, false)),
+              "e(f(g))");
+    for (const char* above : {"h", "e"}) { // both lead to it
+        EXPECT_THROW(manager().MoveNodes(tree.GetInner("f"), {tree[above]}), CbException);
+    }
+    manager().MoveNodes(tree.GetInner("e"), {tree["f"], tree["c"]});
+    EXPECT_EQ(Describe(*tree.GetRoot()), "root(a(b(), d), e(null, f(g), c), h())");
+}
+
+TEST_F(Restructuring, MovesManyNodesAtOnce)
+{
+    const Scenario tree("root(a(b, c(d)), e(f))", Scenario::EBuilder::Manager);
+    const Scenario loose("top(x(y), z)", Scenario::EBuilder::Manager);
+    const auto describe = [&] { return Describe(*tree.GetRoot()) + Describe(*loose.GetRoot()); };
+    manager().SetRootNode(tree.GetRootInner());
+    const Inner a = tree.GetInner("a");
+    const std::vector<Node> refused[] = {
+        {tree["f"], tree["f"]}, {tree["f"], nullptr}, {tree["f"], tree["root"]}, {tree["f"], a}};
+    for (const auto& nodes : refused) {
+        EXPECT_THROW(manager().MoveNodes(a, nodes), CbException);
+        EXPECT_THROW(manager().ReplaceChildren(a, nodes), CbException);
+    }
+    EXPECT_THROW(manager().MoveNodes(tree.GetInner("c"), {tree["f"], a}), CbException);
+    EXPECT_THROW(manager().MoveNodes(nullptr, {}), CbException);
+    EXPECT_EQ(describe(), "root(a(b, c(d)), e(f))top(x(y), z)");
+
+    const auto since = TestAccess::NextGlobalNodeRevision();
+    manager().MoveNodes(a, {loose["x"], tree["f"], tree["b"]}); // in, across and to the end
+    EXPECT_EQ(renewed(tree, since) + renewed(loose, since), "a:mt e:mt top:mt ");
+    EXPECT_EQ(describe(), "root(a(c(d), x(y), f, b), e())top(z)");
+    EXPECT_TRUE(manager().IsNodeInDataManager(loose["y"]));
+    manager().ReplaceChildren(loose.GetRootInner(), {tree["d"], tree["e"]}); // out
+    EXPECT_EQ(describe(), "root(a(c(), x(y), f, b))top(d, e())");
+    EXPECT_FALSE(manager().IsNodeInDataManager(tree["d"]));
+    EXPECT_FALSE(manager().GetNodeByID(loose["z"]->GetID()));
+    const auto handle = manager().GetWriteHandle(tree.GetRoot());
+    EXPECT_TRUE(manager().TryLock() && manager().IsValid());
+
+    const Scenario wide("root(a(), b(p), c(q), d(r), e(s))");
+    const auto before = TestAccess::NextGlobalNodeRevision();
+    manager().MoveNodes(wide.GetInner("a"), {wide["s"], wide["q"], wide["p"], wide["r"]});
+    EXPECT_EQ(RenewalOrder(wide.GetRoot(), before), "e c b d a");
+}
+
+TEST_F(Restructuring, TakesTreesOfAnyDepth)
+{
+    constexpr std::size_t depth = 100000;
+    const Inner above = manager().CreateInnerNode();
+    const Inner root = manager().CreateInnerNode();
+    manager().AppendChild(above, root);
+    Inner bottom = root;
+    for (std::size_t i = 1; i < depth; ++i) {
+        const Inner below = manager().CreateInnerNode();
+        manager().AppendChild(bottom, manager().CreateLeafNode(nullptr));
+        manager().AppendChild(bottom, below);
+        bottom = below;
+    }
+    const auto copy = CbDynamicPointerCast<ZeCTransformationNodeInner>(
+        utility_.CopySubtree(root, EWhat::PropertiesAndModel, nullptr, false));
+    utility_.NormalizeTreeStructure(copy, 2, false);
+    utility_.CollapseAll(copy, false);
+    EXPECT_EQ(copy->GetNrChildren(), depth - 1);
+    (void)recorder_.Take();
+
+    for (int i = 0; i < 2; ++i) manager().AppendChild(bottom, manager().CreateLeafNode(nullptr));
+    Inner top = root;
+    EXPECT_EQ(utility_.PrepareForNextChild(bottom, 2, top)->GetNrChildren(), 0U);
+    EXPECT_EQ(recorder_.Take().size(), depth + 2); // a new top, its old one, and a branch
+    utility_.RemoveSubtree(top, true);
+    EXPECT_EQ(recorder_.Take().size(), 3 * depth + 2);
+    EXPECT_EQ(TestAccess::CountIds(manager()), depth + 1); // above, and the copy
+    EXPECT_TRUE(manager().IsValid());
+}
+
+} // namespace

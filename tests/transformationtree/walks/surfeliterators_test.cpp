@@ -1,0 +1,351 @@
+// Walks, numberings and samples of surfels against an enumeration by hand.
+
+#include "platform/base/cystreamreadbinarybuffer.h"
+#include "platform/base/cystreamwritebinarybuffer.h"
+#include "platform/math3d/cyexceptionnotinvertible.h"
+#include "tests/support/rounds.h"
+#include "tests/support/scenario.h"
+#include "tests/support/treematrices.h"
+#include "transformationtree/walks/zectransformationnodeiterators.h"
+
+#include <algorithm>
+#include <barrier>
+#include <gtest/gtest.h>
+#include <numeric>
+#include <thread>
+#include <tuple>
+
+namespace
+{
+
+using Collection = CbSmartPointer<ZeCSurfelCollectionQMT>;
+using SurfelIterator = ZeCTransformationNode::ZeNSurfelIterator;
+using Numbering = ZeCTransformationNode::ZeNRandomAccessSurfelIterator;
+using Samples = ZeCTransformationNode::ZeNRandomSamplingSurfelIterator;
+
+static_assert(std::ranges::view<ZeCTransformationNode::ZeCSurfelRange>);
+static_assert(std::ranges::input_range<ZeCTransformationNode::ZeCSurfelRange>);
+
+// Surfels whose positions differ from each other, and whose other attributes mostly do.
+Collection surfels(std::uint32_t count, std::uint32_t start = 0)
+{
+    const auto collection = CbMake<ZeCSurfelCollectionQMT>(
+        count, true, ZeCSurfelContainer::ESurfelAttributeSet{}, nullptr);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const auto byte = static_cast<std::uint8_t>(start + i);
+        collection->GetPositionAccessor()[i] = {static_cast<float>(start + i), 1, 2};
+        collection->GetNormalAccessor()[i] =
+            ZeCQuantizedNormal::FromCode(static_cast<std::uint16_t>(byte * 251));
+        collection->GetColorAccessor()[i] = {byte, 3, 4, 5};
+        collection->GetQualityAccessor().data()[i] = byte;
+        collection->GetTissueTypeAccessor()[i] = byte ^ 0x11U;
+        collection->GetBoundaryFlagAccessor()[i] = byte % 3 == 0;
+        collection->GetCurvatureAccessor()[i] = byte ^ 0x22U;
+    }
+    return collection;
+}
+
+Leaf leafWith(const Collection& collection)
+{
+    return CbMake<ZeCTransformationNodeLeaf>(CbMake<ZeCModelQMT>(collection, false));
+}
+
+// A root whose leaves have so many surfels.
+Inner leavesWith(const std::vector<std::uint32_t>& counts)
+{
+    const auto root = CbMake<ZeCTransformationNodeInner>();
+    for (const std::uint32_t count : counts) LinkByHand(root, leafWith(surfels(count)));
+    return root;
+}
+
+// The surfels of one leaf, as the walk of leaves, tested elsewhere, tells of them.
+struct LeafRun
+{
+    const ZeCSurfelContainer* container = nullptr;
+    std::uint32_t count = 0;
+    CbMatrix4Rd trafo;
+};
+
+struct Surfel
+{
+    const ZeCSurfelContainer* container;
+    std::uint32_t index;
+    const CbMatrix4Rd* trafo;
+};
+
+std::vector<LeafRun> runsIn(const ZeCTransformationNode& node)
+{
+    std::vector<LeafRun> runs;
+    for (const auto& [leaf, trafo] : node.Leaves()) {
+        LeafRun& run = runs.emplace_back(LeafRun{.trafo = trafo});
+        const auto model = leaf.GetModel();
+        if (!model) continue;
+        run.container = model->BorrowSurfelCollection(ZeCModelQMT::ESurfelCollectionType::Standard);
+        if (run.container != nullptr) run.count = run.container->GetNrSurfels();
+    }
+    return runs;
+}
+
+std::vector<Surfel> surfelsIn(const std::vector<LeafRun>& runs)
+{
+    std::vector<Surfel> all;
+    for (const LeafRun& run : runs) {
+        for (std::uint32_t i = 0; i < run.count; ++i) all.push_back({run.container, i, &run.trafo});
+    }
+    return all;
+}
+
+Inner randomTree(std::mt19937& random)
+{
+    std::vector<Inner> inners{CbMake<ZeCTransformationNodeInner>()};
+    std::uint32_t next = 0;
+    for (auto size = random() % 30; size > 0; --size) {
+        const Inner father = inners[random() % inners.size()];
+        const auto draw = random() % 8;
+        Node child;
+        if (draw < 2) {
+            inners.push_back(CbMake<ZeCTransformationNodeInner>());
+            inners.back()->SetModel(CbMake<ZeCModelQMT>(surfels(2), true), -1); // not walked
+            child = inners.back();
+        } else if (draw < 4) {
+            const Model empty = draw == 2 ? Model(CbMake<ZeCModelQMT>()) : nullptr;
+            child = CbMake<ZeCTransformationNodeLeaf>(empty);
+        } else {
+            const auto count = static_cast<std::uint32_t>(random() % 5);
+            child = leafWith(surfels(count, next));
+            next += count;
+        }
+        child->SetRelativeTrafo(RandomPose(random));
+        LinkByHand(father, child);
+    }
+    return inners[0];
+}
+
+// The walk that stops at leaves without surfels, stepped over them.
+void checkWalk(const ZeCTransformationNode& root, const std::vector<LeafRun>& runs)
+{
+    SurfelIterator it = root.BeginSurfel();
+    SurfelIterator reused = it;
+    for (const LeafRun& run : runs) {
+        ASSERT_EQ(it.GetContainer(), run.container);
+        ASSERT_THAT(it.GetTransformation(), HasBitsOf(run.trafo));
+        if (run.count == 0) {
+            ASSERT_FALSE(it);
+            ++it;
+        }
+        for (std::uint32_t i = 0; i < run.count; ++i) {
+            ASSERT_TRUE(it);
+            ASSERT_EQ(it.GetIndex(), i);
+            reused = it;
+            ASSERT_TRUE(reused == it);
+            ++it;
+            ASSERT_FALSE(reused == it);
+            ASSERT_EQ(reused.GetContainer(), run.container);
+        }
+    }
+    ASSERT_FALSE(it);
+    ASSERT_FALSE(++it);
+}
+
+void checkRange(const ZeCTransformationNode& root, const std::vector<Surfel>& expected)
+{
+    auto surfel = expected.begin();
+    for (const auto& [container, index, trafo] : root.Surfels()) {
+        ASSERT_NE(surfel, expected.end());
+        ASSERT_EQ(&container, surfel->container);
+        ASSERT_EQ(index, surfel->index);
+        ASSERT_THAT(trafo, HasBitsOf(*surfel->trafo));
+        ++surfel;
+    }
+    ASSERT_EQ(surfel, expected.end());
+}
+
+// All attributes of one surfel.
+auto attributesOf(const Surfel& surfel)
+{
+    const auto& [container, i, trafo] = surfel;
+    return std::tuple(container->GetPositionAccessor()[i], container->GetNormalAccessor()[i],
+                      container->GetColorAccessor()[i], float(container->GetQualityAccessor()[i]),
+                      container->GetTissueTypeAccessor()[i],
+                      container->GetBoundaryFlagAccessor()[i],
+                      container->GetCurvatureAccessor()[i]);
+}
+
+template<class... Number>
+auto attributesOf(const auto& iterator, Number... i)
+{
+    return std::tuple(iterator.GetPosition(i...), iterator.GetNormal(i...), iterator.GetColor(i...),
+                      iterator.GetQuality(i...), iterator.GetTissueType(i...),
+                      iterator.GetBoundaryFlag(i...), iterator.GetCurvature(i...));
+}
+
+void checkNumbering(const Numbering& numbering, const std::vector<Surfel>& expected,
+                    std::mt19937& random)
+{
+    ASSERT_EQ(numbering.GetNrOfOverallSurfels(), expected.size());
+    std::vector<std::uint32_t> order(expected.size());
+    std::iota(order.begin(), order.end(), 0U);
+    if (random() % 2 == 0) std::shuffle(order.begin(), order.end(), random);
+    for (const std::uint32_t i : order) {
+        ASSERT_EQ(attributesOf(numbering, i), attributesOf(expected[i]));
+        ASSERT_THAT(numbering.GetTransformation(i), HasBitsOf(*expected[i].trafo));
+    }
+}
+
+void checkSamples(Samples samples, const std::vector<Surfel>& expected)
+{
+    for (std::uint64_t number = 0; samples; ++samples, number += 1073676287) {
+        const Surfel& surfel = expected[number % expected.size()];
+        ASSERT_EQ(attributesOf(samples), attributesOf(surfel));
+        ASSERT_THAT(samples.GetTransformation(), HasBitsOf(*surfel.trafo));
+    }
+}
+
+TEST(SurfelsOfRandomTrees, AreThoseOfAllLeavesInOrder)
+{
+    for (int round = 0; round < Rounds(300); ++round) {
+        SCOPED_TRACE(testing::Message() << "seed " << round);
+        std::mt19937 random(round);
+        const Inner root = randomTree(random);
+        for (const auto& [node, trafo] : root->Nodes()) {
+            const auto runs = runsIn(node);
+            const auto all = surfelsIn(runs);
+            checkWalk(node, runs);
+            checkRange(node, all);
+            checkNumbering(node.GetRas(), all, random);
+            checkSamples(node.BeginRss(1 + static_cast<int>(random() % 4)), all);
+            if (HasFatalFailure()) return;
+        }
+    }
+}
+
+TEST(Samples, AreAsManyAsAskedForAndSpread)
+{
+    const auto positions = [](Samples samples) {
+        std::vector<float> visited;
+        for (; samples; ++samples) visited.push_back(samples.GetPosition().x);
+        return visited;
+    };
+    const auto ten = leafWith(surfels(10))->BeginRss(4);
+    EXPECT_EQ(ten.GetNrSamples(), 2U);
+    EXPECT_EQ(positions(ten), (std::vector<float>{0, 7}));
+    Samples five = leafWith(surfels(5))->BeginRss(6);
+    EXPECT_EQ(five.GetNrSamples(), 0U);
+    EXPECT_FALSE(five);
+    five.InitByNrSamples(3);
+    EXPECT_EQ(positions(five), (std::vector<float>{0, 2, 4}));
+    ++five;
+    five.InitByNrSamples(7);
+    EXPECT_EQ(positions(five), (std::vector<float>{0, 2, 4, 1, 3, 0, 2}));
+    EXPECT_FALSE(leavesWith({0, 0})->BeginRss(1));
+
+    for (std::uint32_t count = 1; count < 100; ++count) {
+        auto visited = positions(leafWith(surfels(count))->BeginRss(1));
+        std::sort(visited.begin(), visited.end());
+        std::vector<float> all(count);
+        std::iota(all.begin(), all.end(), 0.0F);
+        ASSERT_EQ(visited, all);
+    }
+}
+
+TEST(AWalkOfSurfels, IsComparedByItsLeavesAndPlaceInThem)
+{
+    EXPECT_TRUE(leavesWith({})->BeginSurfel() == std::default_sentinel);
+    EXPECT_FALSE(SurfelIterator(CbWeakPointer<const ZeCSurfelContainer>(
+        CbSmartPointer<const ZeCSurfelContainer>(surfels(3)))));
+
+    const auto root = leavesWith({2, 0, 3});
+    EXPECT_TRUE(root->BeginSurfel() == root->BeginSurfel());
+    EXPECT_FALSE(root->BeginSurfel() == leavesWith({2})->BeginSurfel()) << "another root";
+    EXPECT_FALSE(root->BeginSurfel() == leafWith(surfels(2))->BeginSurfel());
+    EXPECT_TRUE(leafWith(surfels(1))->BeginSurfel() == leafWith(surfels(2))->BeginSurfel());
+}
+
+TEST(AWalkOfSurfels, TakesContainersThatAreGoneForEmptyOnes)
+{
+    Leaf leaf = leafWith(surfels(3));
+    const Leaf other = leafWith(surfels(2));
+    SurfelIterator it = leaf->BeginSurfel();
+    SurfelIterator copy = it;
+    SurfelIterator moved = other->BeginSurfel();
+    moved = it;
+    it = other->BeginSurfel();
+    leaf = nullptr;
+    for (SurfelIterator* gone : {&copy, &moved}) {
+        EXPECT_EQ(gone->GetContainer(), nullptr);
+        EXPECT_FALSE(*gone);
+        EXPECT_FALSE(++*gone);
+    }
+    EXPECT_TRUE(++it);
+    EXPECT_FALSE(++it);
+
+    // A model that reads another one's record loses its collection.
+    CyStreamWriteBinaryBuffer record;
+    CbMake<ZeCModelQMT>()->Serialize(record);
+    const auto model = CbMake<ZeCModelQMT>(surfels(4), false);
+    const auto root = CbMake<ZeCTransformationNodeInner>();
+    LinkByHand(root, CbMake<ZeCTransformationNodeLeaf>(model));
+    LinkByHand(root, other);
+    it = root->BeginSurfel();
+    ++it;
+    CyStreamReadBinaryBuffer stream(record.GetBytes());
+    model->Serialize(stream);
+    EXPECT_FALSE(it);
+    EXPECT_TRUE(++it);
+    EXPECT_EQ(it.GetIndex(), 0U);
+}
+
+TEST(ANumberingOfSurfels, KeepsModelsAndMoment)
+{
+    Inner root = leavesWith({5, 4, 11});
+    root->BeginChild()[2]->SetRelativeTrafo(Shift(1, 2, 3));
+    Numbering numbering = root->GetRas();
+    auto samples = root->BeginRss(1);
+    root->BeginChild()[2]->SetRelativeTrafo(Shift(4, 5, 6));
+    root = nullptr;
+    const Numbering copy = numbering;
+    numbering = leafWith(surfels(1))->GetRas();
+    EXPECT_EQ(numbering.GetPosition(0).x, 0);
+    EXPECT_EQ(copy.GetPosition(9).x, 0);
+    EXPECT_EQ(copy.GetPosition(4).x, 4);
+    EXPECT_EQ(copy.GetPosition(19).x, 10);
+    EXPECT_EQ(copy.GetTransformation(19), Shift(1, 2, 3));
+    EXPECT_EQ((++samples).GetPosition().x, copy.GetPosition(1073676287 % 20).x);
+}
+
+TEST(SurfelsBelowASingularTransformation, CanBeWalkedButNotNumbered)
+{
+    const auto root = leavesWith({});
+    const auto flat = leavesWith({2});
+    flat->SetRelativeTrafo(CbMatrix4Rd({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}));
+    LinkByHand(root, flat);
+    EXPECT_THROW((void)root->GetRas(), CyExceptionNotInvertible);
+    EXPECT_THROW((void)root->BeginRss(1), CyExceptionNotInvertible);
+    EXPECT_EQ(std::ranges::distance(root->Surfels()), 2);
+    EXPECT_EQ(root->BeginSurfel().GetTransformation(), flat->GetRelativeTrafo());
+}
+
+TEST(OneNumberingThreads, MayBeReadByMany)
+{
+    const auto root = leavesWith({3, 0, 5, 1, 7, 2});
+    const Numbering shared = root->GetRas();
+    std::vector<float> expected;
+    for (const auto& [container, index, trafo] : root->Surfels())
+        expected.push_back(container.GetPositionAccessor()[index].x);
+    std::barrier start(4);
+    std::vector<std::jthread> threads;
+    for (std::uint32_t thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&, thread] {
+            start.arrive_and_wait();
+            for (std::uint32_t i = 0; i < 2000; ++i) {
+                const auto number = (i * (thread + 1) * 5) % 18;
+                EXPECT_EQ(shared.GetPosition(number).x, expected[number]);
+                if (i % 100 != 0) continue;
+                const Numbering own(shared);
+                EXPECT_EQ(own.GetPosition(number).x, expected[number]);
+            }
+        });
+    }
+}
+
+} // namespace

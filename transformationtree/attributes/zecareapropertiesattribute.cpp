@@ -1,0 +1,51 @@
+#include "transformationtree/attributes/zecareapropertiesattribute.h"
+
+#include "platform/base/cbstreamreadbinary.h"
+#include "platform/base/cbstreamwritebinary.h"
+
+namespace
+{
+
+constexpr std::uint32_t c_version = 1;
+
+} // namespace
+
+const CbRTTI ZeCAreaPropertiesAttribute::RTTI(CB_TEXT("ZeCAreaPropertiesAttribute"),
+                                              &CreateByFactory, nullptr, &ZeARTTIAttribute::RTTI);
+
+ZeCAreaPropertiesAttribute::~ZeCAreaPropertiesAttribute() = default;
+
+IObject* ZeCAreaPropertiesAttribute::CreateByFactory() { return new ZeCAreaPropertiesAttribute; }
+
+const CbRTTI& ZeCAreaPropertiesAttribute::GetRTTI() const { return RTTI; }
+
+ZeCAreaPropertiesAttribute::EOrientationStrategy
+ZeCAreaPropertiesAttribute::GetOrientationStrategy() const
+{
+    const CbCriticalSectionLock lock(section_);
+    return orientationStrategy_;
+}
+
+void ZeCAreaPropertiesAttribute::SetOrientationStrategy(EOrientationStrategy strategy)
+{
+    const CbCriticalSectionLock lock(section_);
+    orientationStrategy_ = strategy;
+}
+
+// Stored areas have always come back with the default strategy; the format stays as it is.
+void ZeCAreaPropertiesAttribute::Serialize(CbStreamWriteBinary& stream) const
+{
+    stream << c_version;
+}
+
+void ZeCAreaPropertiesAttribute::Serialize(CbStreamReadBinary& stream)
+{
+    stream.ReadKnownVersion(c_version, c_version, "zecareapropertiesattribute", 51);
+    SetOrientationStrategy(EOrientationStrategy::Default);
+}
+
+bool ZeCAreaPropertiesAttribute::ResetAttribute()
+{
+    SetOrientationStrategy(EOrientationStrategy::Default);
+    return true;
+}

@@ -1,0 +1,73 @@
+#include "transformationtree/attributes/zecbackgroundoptimizationloopcountattribute.h"
+
+#include "platform/base/cbstreamreadbinary.h"
+#include "platform/base/cbstreamwritebinary.h"
+
+namespace
+{
+
+constexpr std::uint32_t c_version = 1;
+
+} // namespace
+
+const CbRTTI ZeCBackgroundOptimizationLoopCountAttribute::RTTI(
+    CB_TEXT("ZeCBackgroundOptimizationLoopCountAttribute"), &CreateByFactory, &CloneByFactory,
+    &ZeARTTIAttribute::RTTI);
+
+ZeCBackgroundOptimizationLoopCountAttribute::ZeCBackgroundOptimizationLoopCountAttribute(
+    const ZeCBackgroundOptimizationLoopCountAttribute& other)
+    : ZeARTTIAttribute(other), optimizationLoopCount_(other.GetOptimizationLoopCount())
+{}
+
+ZeCBackgroundOptimizationLoopCountAttribute::~ZeCBackgroundOptimizationLoopCountAttribute() =
+    default;
+
+IObject* ZeCBackgroundOptimizationLoopCountAttribute::CreateByFactory()
+{
+    return new ZeCBackgroundOptimizationLoopCountAttribute;
+}
+
+IObject* ZeCBackgroundOptimizationLoopCountAttribute::CloneByFactory(const IObject& object)
+{
+    return new ZeCBackgroundOptimizationLoopCountAttribute(
+        dynamic_cast<const ZeCBackgroundOptimizationLoopCountAttribute&>(object));
+}
+
+const CbRTTI& ZeCBackgroundOptimizationLoopCountAttribute::GetRTTI() const { return RTTI; }
+
+unsigned int ZeCBackgroundOptimizationLoopCountAttribute::GetOptimizationLoopCount() const
+{
+    const CbCriticalSectionLock lock(section_);
+    return optimizationLoopCount_;
+}
+
+void ZeCBackgroundOptimizationLoopCountAttribute::SetOptimizationLoopCount(unsigned int count)
+{
+    const CbCriticalSectionLock lock(section_);
+    optimizationLoopCount_ = count;
+}
+
+void ZeCBackgroundOptimizationLoopCountAttribute::Serialize(CbStreamWriteBinary& stream) const
+{
+    stream.WriteVersion(c_version);
+    writeVersion1(stream);
+}
+
+void ZeCBackgroundOptimizationLoopCountAttribute::Serialize(CbStreamReadBinary& stream)
+{
+    stream.ReadKnownVersion(c_version, c_version, "zecbackgroundoptimizationloopcountattribute",
+                            51);
+    readVersion1(stream);
+}
+
+void ZeCBackgroundOptimizationLoopCountAttribute::writeVersion1(CbStreamWriteBinary& stream) const
+{
+    const CbCriticalSectionLock lock(section_);
+    stream << optimizationLoopCount_;
+}
+
+void ZeCBackgroundOptimizationLoopCountAttribute::readVersion1(CbStreamReadBinary& stream)
+{
+    const CbCriticalSectionLock lock(section_);
+    stream >> optimizationLoopCount_;
+}

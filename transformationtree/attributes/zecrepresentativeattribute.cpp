@@ -1,0 +1,72 @@
+#include "transformationtree/attributes/zecrepresentativeattribute.h"
+
+#include "platform/base/cbstreamreadbinary.h"
+#include "platform/base/cbstreamwritebinary.h"
+
+namespace
+{
+
+constexpr std::uint32_t c_version = 1;
+
+} // namespace
+
+const CbRTTI ZeCRepresentativeAttribute::RTTI(CB_TEXT("ZeCRepresentativeAttribute"),
+                                              &CreateByFactory, &CloneByFactory,
+                                              &ZeARTTIAttribute::RTTI);
+
+ZeCRepresentativeAttribute::~ZeCRepresentativeAttribute() = default;
+
+IObject* ZeCRepresentativeAttribute::CreateByFactory() { return new ZeCRepresentativeAttribute; }
+
+IObject* ZeCRepresentativeAttribute::CloneByFactory(const IObject& object)
+{
+    return new ZeCRepresentativeAttribute(dynamic_cast<const ZeCRepresentativeAttribute&>(object));
+}
+
+const CbRTTI& ZeCRepresentativeAttribute::GetRTTI() const { return RTTI; }
+
+void ZeCRepresentativeAttribute::SetGridVoxel(int x, int y, int z) noexcept
+{
+    x_ = x;
+    y_ = y;
+    z_ = z;
+}
+
+void ZeCRepresentativeAttribute::GetGridVoxel(int& x, int& y, int& z) const noexcept
+{
+    x = x_;
+    y = y_;
+    z = z_;
+}
+
+void ZeCRepresentativeAttribute::Serialize(CbStreamWriteBinary& stream) const
+{
+    stream.WriteVersion(c_version);
+    writeVersion1(stream);
+}
+
+void ZeCRepresentativeAttribute::Serialize(CbStreamReadBinary& stream)
+{
+    stream.ReadKnownVersion(c_version, c_version, "zecrepresentativeattribute", 41);
+    readVersion1(stream);
+}
+
+void ZeCRepresentativeAttribute::writeVersion1(CbStreamWriteBinary& stream) const
+{
+    stream << x_ << y_ << z_;
+}
+
+void ZeCRepresentativeAttribute::readVersion1(CbStreamReadBinary& stream)
+{
+    std::int32_t x = 0;
+    std::int32_t y = 0;
+    std::int32_t z = 0;
+    stream >> x >> y >> z;
+    SetGridVoxel(x, y, z);
+}
+
+bool ZeCRepresentativeAttribute::ResetAttribute()
+{
+    SetGridVoxel(c_none, c_none, c_none);
+    return true;
+}

@@ -1,0 +1,149 @@
+#include "transformationtree/models/zecleafnodevector.h"
+
+#include "platform/base/cbexceptionstream.h"
+#include "transformationtree/walks/zectransformationnodeiterators.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+#include <utility>
+
+namespace
+{
+
+using Elements = ZeCNodeVector::Elements;
+
+constexpr std::uint32_t c_version = 2; // 1 had no revisions
+
+// An id, a version and 16 values.
+constexpr std::size_t c_leastBytesPerElement = sizeof(CyUniqueID) + 4 + sizeof(CbMatrix4Rd);
+
+template<class Iterator, class Visit>
+void visitAll(Iterator iterator, const Visit& visit)
+{
+    for (; iterator; ++iterator) visit(*iterator);
+}
+
+template<class Write>
+void writeElements(CbStreamWriteBinary& stream, const Elements& elements, Write write)
+{
+    if (elements.size() > std::numeric_limits<std::uint32_t>::max()) {
+        throw CbExceptionStream(CB_HERE, std::to_string(elements.size()) +
+                                             " nodes are too many to be stored");
+    }
+    stream << static_cast<std::uint32_t>(elements.size());
+    for (const auto& element : elements) write(element);
+}
+
+template<class Read>
+void readElements(CbStreamReadBinary& stream, Elements& elements, Read read)
+{
+    elements.clear();
+    std::uint32_t count = 0;
+    stream >> count;
+    elements.reserve(std::min<std::size_t>(count, stream.Remaining() / c_leastBytesPerElement));
+    for (; count != 0; --count) {
+        ZeCNodeAccelerated element;
+        read(element);
+        elements.push_back(std::move(element));
+    }
+}
+
+} // namespace
+
+const CbRTTI ZeCNodeVector::RTTI(CB_TEXT("ZeCNodeVector"), &CreateByFactory, &CloneByFactory);
+
+IObject* ZeCNodeVector::CreateByFactory() { return new ZeCNodeVector; }
+
+IObject* ZeCNodeVector::CloneByFactory(const IObject& object)
+{
+    return new ZeCNodeVector(dynamic_cast<const ZeCNodeVector&>(object));
+}
+
+ZeCNodeVector::ZeCNodeVector(const CbSmartPointer<const ZeCTransformationNode>& node,
+                             IteratorType type, const CbMatrix4Rd& matrix,
+                             unsigned int revisionMask)
+{
+    SetInnerNode(node, type, matrix, revisionMask);
+}
+
+ZeCNodeVector::~ZeCNodeVector() = default;
+
+std::vector<CbSmartPointer<const QMT_DepthImage>> ZeCNodeVector::GetDepthImageVector() const
+{
+    std::vector<CbSmartPointer<const QMT_DepthImage>> images;
+    for (const auto& element : elements_) {
+        const auto& model = element.GetModel();
+        if (!model || !model->Is(QMT_DepthImage::RTTI)) continue;
+        images.push_back(CbStaticPointerCast<const QMT_DepthImage>(model));
+    }
+    return images;
+}
+
+void ZeCNodeVector::SetInnerNode(const CbSmartPointer<const ZeCTransformationNode>& node,
+                                 IteratorType type, const CbMatrix4Rd& matrix,
+                                 unsigned int revisionMask)
+{
+    Elements elements;
+    const auto add = [&](const ZeCTransformationNodeWithTrafo& place) {
+        elements.emplace_back(place.GetNode(), Compose(place.GetTrafo(), matrix));
+        elements.back().takeRevisions(revisionMask);
+    };
+    if (node) {
+        switch (type) {
+        case itCachedLeaf:
+            visitAll(node->BeginCachedLeaf(), add);
+            break;
+        case itLeaf:
+            visitAll(node->BeginLeaf(), add);
+            break;
+        case itNode:
+            visitAll(node->BeginNode(), add);
+            break;
+        }
+    }
+    elements_.swap(elements);
+}
+
+void ZeCNodeVector::AddNode(CbSmartPointer<ZeCTransformationNode> node, const CbMatrix4Rd& trafo)
+{
+    elements_.emplace_back(std::move(node), trafo);
+}
+
+void ZeCNodeVector::Serialize(CbStreamWriteBinary& stream) const
+{
+    stream.WriteVersion(c_version);
+    writeVersion2(stream);
+}
+
+void ZeCNodeVector::Serialize(CbStreamReadBinary& stream)
+{
+    const auto version = stream.ReadKnownVersion(1, c_version, "zecleafnodevector", 111);
+    version == 1 ? readVersion1(stream) : readVersion2(stream);
+}
+
+void ZeCNodeVector::writeVersion1(CbStreamWriteBinary& stream) const
+{
+    writeElements(stream, elements_, [&](const auto& element) { element.writeNode(stream); });
+}
+
+void ZeCNodeVector::writeVersion2(CbStreamWriteBinary& stream) const
+{
+    writeElements(stream, elements_, [&](const auto& element) {
+        element.writeNode(stream);
+        element.writeRevisions(stream);
+    });
+}
+
+void ZeCNodeVector::readVersion1(CbStreamReadBinary& stream)
+{
+    readElements(stream, elements_, [&](auto& element) { element.readNode(stream); });
+}
+
+void ZeCNodeVector::readVersion2(CbStreamReadBinary& stream)
+{
+    readElements(stream, elements_, [&](auto& element) {
+        element.readNode(stream);
+        element.readRevisions(stream);
+    });
+}

@@ -1,0 +1,316 @@
+#include "transformationtree/nodes/zectransformationnode.h"
+
+#include "logging/log.h"
+#include "platform/base/cbexception.h"
+#include "platform/base/cbimmortal.h"
+#include "platform/datacontainer/models/zecmodelserializationidmapper.h"
+#include "platform/math3d/cbmatrix4stream.h"
+#include "platform/math3d/cbmatrixinternal.h"
+#include "transformationtree/nodes/internal/loggedcallstack.h"
+#include "transformationtree/nodes/zectransformationnodeinner.h"
+#include "transformationtree/nodes/zectransformationnodeserializationidmapper.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace
+{
+
+constexpr std::uint32_t c_recordVersion = 1;
+
+constexpr const CbWChar* c_logger = CB_TEXT("Diagnostics.Registration.TransformationNode");
+
+// Where the counter of revisions stops.
+constexpr long long c_lastRevision = std::numeric_limits<long long>::max();
+
+// The newest revision of the process.
+struct HeadRevision
+{
+    CbCriticalSection section;
+    long long value CB_GUARDED_BY(section) = 0;
+};
+
+// Never destroyed: nodes of static objects may renew revisions while the process ends.
+HeadRevision& headRevision()
+{
+    static const CbImmortal<HeadRevision> instance;
+    return *instance;
+}
+
+auto& nodeMapper()
+{
+    return CbSingleton<ZeCTransformationNodeSerializationIDMapper>::GetInstance();
+}
+
+auto& modelMapper() { return CbSingleton<ZeCModelSerializationIDMapper>::GetInstance(); }
+
+} // namespace
+
+const CbRTTI ZeCTransformationNode::RTTI(CB_TEXT("ZeCTransformationNode"), nullptr, nullptr,
+                                         &CyNode::RTTI);
+
+ZeCTransformationNode::ZeCTransformationNode(EKind kind) : ZeCTransformationNode(kind, nullptr) {}
+
+ZeCTransformationNode::ZeCTransformationNode(EKind kind, CbSmartPointer<const ZeCModelQMT> model)
+    : model_(std::move(model)), leaf_(kind == EKind::Leaf)
+{
+    NewNodeRevision(3);
+    CyUniqueID id;
+    id.Renew();
+    setID(id);
+}
+
+ZeCTransformationNode::ZeCTransformationNode(const ZeCTransformationNode& other)
+    : CyNode(other),
+      description_(other.description_),
+      revisions_(other.getRevisions()),
+      relativeTrafo_(other.relativeTrafo_),
+      leaf_(other.leaf_),
+      visible_(other.visible_)
+{
+    CyUniqueID id;
+    id.Renew();
+    setID(id);
+}
+
+ZeCTransformationNode::~ZeCTransformationNode() = default;
+
+const CyUniqueID& ZeCTransformationNode::GetInvalidID() noexcept
+{
+    static constexpr CyUniqueID id = CyUniqueID::GetInvalidID();
+    return id;
+}
+
+void ZeCTransformationNode::setID(const CyUniqueID& id)
+{
+    id.IsNil() ? SetName(id.ToString()) : SetName(id);
+    id_ = id;
+}
+
+void ZeCTransformationNode::SetDescription(const CString& description)
+{
+    CString copy = description; // first, so that a want of memory leaves both as they are
+    if (!leaf_ && model_) model_->SetDescription(description);
+    storeDescription(std::move(copy));
+}
+
+void ZeCTransformationNode::storeDescription(CString description) noexcept
+{
+    const CbCriticalSectionLock lock(nodeLock_);
+    std::swap(description_, description); // the old text goes after the lock is left
+}
+
+CString ZeCTransformationNode::getLoggedDescription() const
+{
+    const CbCriticalSectionLock lock(nodeLock_);
+    return description_;
+}
+
+CbSmartPointer<ZeCTransformationNodeInner> ZeCTransformationNode::GetFather() const
+{
+    return father_.Lock();
+}
+
+void ZeCTransformationNode::setFather(
+    const CbSmartPointer<ZeCTransformationNodeInner>& father) noexcept
+{
+    father_ = father;
+}
+
+bool ZeCTransformationNode::IsChildOf(const ZeCTransformationNodeInner& father) const noexcept
+{
+    return father_.GetAddress() == &father;
+}
+
+void ZeCTransformationNode::SetRelativeTrafo(const CbMatrix4Rd& trafo)
+{
+    relativeTrafo_ = trafo;
+    NewNodeRevision(2);
+}
+
+CbMatrix4Rd ZeCTransformationNode::GetRelativeTrafo(
+    const CbSmartPointer<const ZeCTransformationNodeInner>& ancestor) const
+{
+    if (ancestor.Get() == this) return c_matIdentityD;
+    CbMatrix4Rd accumulated = relativeTrafo_;
+    for (auto father = GetFather(); father && father != ancestor; father = father->GetFather()) {
+        accumulated = Compose(accumulated, father->relativeTrafo_);
+    }
+    return accumulated;
+}
+
+void ZeCTransformationNode::SetRelativeTrafo(
+    const CbMatrix4Rd& trafo, const CbSmartPointer<const ZeCTransformationNodeInner>& ancestor)
+{
+    constexpr const char* file = "zectransformationnode";
+    constexpr const char* function = "ZeCTransformationNode::SetRelativeTrafo";
+    const auto father = GetFather();
+    if (!father) {
+        if (Logging::IsWarningEnabled(c_logger)) {
+            const CString callStack = LoggedCallStack();
+            Logging::LogWarning(c_logger, file, 403, function,
+                                CB_TEXT("Setting relative Trafo on Node without Father!\n%s"),
+                                callStack.GetString());
+        }
+        throw CbException(file, 405, function,
+                          "node " + id_.ToString().ToUtf8() + " has no father to be placed in");
+    }
+    CbMatrix4Rd ancestorToFather = father->GetRelativeTrafo(ancestor);
+    CbMatrixInternal::Invert(ancestorToFather);
+    SetRelativeTrafo(Compose(trafo, ancestorToFather));
+}
+
+long long ZeCTransformationNode::getNextGlobalNodeRevision()
+{
+    HeadRevision& head = headRevision();
+    const CbCriticalSectionLock lock(head.section);
+    if (head.value != c_lastRevision) ++head.value;
+    return head.value;
+}
+
+void ZeCTransformationNode::assertGlobalNodeHeadRevisionValid(long long revision)
+{
+    HeadRevision& head = headRevision();
+    const CbCriticalSectionLock lock(head.section);
+    if (head.value <= revision) head.value = std::min(revision, c_lastRevision - 1) + 1;
+}
+
+void ZeCTransformationNode::NewNodeRevision(unsigned int mask)
+{
+    if ((mask & 3) == 0) return;
+    const CbCriticalSectionLock lock(nodeLock_);
+    // Held across both numbers, so that they follow each other.
+    const CbCriticalSectionLock headLock(headRevision().section);
+    for (std::size_t i = 0; i < revisions_.size(); ++i) {
+        if ((mask >> i & 1) != 0) revisions_[i] = getNextGlobalNodeRevision();
+    }
+}
+
+long long ZeCTransformationNode::GetNodeRevision(unsigned int mask) const
+{
+    const CbCriticalSectionLock lock(nodeLock_);
+    switch (mask & 3) {
+    case 0:
+        return -1;
+    case 1:
+        return revisions_[0];
+    case 2:
+        return revisions_[1];
+    default:
+        return std::max(revisions_[0], revisions_[1]);
+    }
+}
+
+void ZeCTransformationNode::SetNodeRevision(long long revision, unsigned int mask)
+{
+    const CbCriticalSectionLock lock(nodeLock_);
+    for (std::size_t i = 0; i < revisions_.size(); ++i) {
+        if ((mask >> i & 1) != 0) revisions_[i] = revision;
+    }
+}
+
+std::array<long long, 2> ZeCTransformationNode::getRevisions() const
+{
+    const CbCriticalSectionLock lock(nodeLock_);
+    return revisions_;
+}
+
+std::array<long long, 2>
+ZeCTransformationNode::raiseRevisions(const std::array<long long, 2>& revisions)
+{
+    const CbCriticalSectionLock lock(nodeLock_);
+    for (std::size_t i = 0; i < revisions_.size(); ++i) {
+        revisions_[i] = std::max(revisions_[i], revisions[i]);
+    }
+    return revisions_;
+}
+
+CbSmartPointer<const ZeCModelQMT> ZeCTransformationNode::GetModel() const { return model_; }
+
+void ZeCTransformationNode::SerializeStructure(CbStreamWriteBinary& stream) const
+{
+    const auto [modelRevision, trafoRevision] = getRevisions();
+    stream << c_recordVersion;
+    GetIDOf(GetFather().Get()).Serialize(stream);
+    modelMapper().WriteModelByReference(stream, model_);
+    WriteMatrix(stream, relativeTrafo_);
+    stream << description_;
+    id_.Serialize(stream);
+    stream << std::int64_t{modelRevision} << std::int64_t{trafoRevision} << visible_;
+}
+
+void ZeCTransformationNode::SerializeStructure(CbStreamReadBinary& stream)
+{
+    stream.ReadKnownVersion(c_recordVersion, c_recordVersion, "zectransformationnode", 611);
+    const auto father = nodeMapper().ReadNodeByReference(stream);
+    setFather(father && !father->leaf_ ? CbStaticPointerCast<ZeCTransformationNodeInner>(father)
+                                       : nullptr);
+    model_ = modelMapper().ReadModelByReference(stream);
+    ReadMatrix(stream, relativeTrafo_);
+    CString description;
+    stream >> description;
+    storeDescription(std::move(description));
+    CyUniqueID id;
+    id.Serialize(stream);
+    setID(id);
+    for (const unsigned int mask : {1U, 2U}) {
+        std::int64_t revision = 0;
+        stream >> revision;
+        SetNodeRevision(revision, mask);
+    }
+    stream >> visible_;
+}
+
+void ZeCTransformationNode::AssumeAttributes(
+    const CbSmartPointer<const ZeCTransformationNode>& other, EAttributesToCopy /*what*/)
+{
+    if (!other) return;
+    SetDescription(other->description_); // the one step that may fail for want of memory
+    relativeTrafo_ = other->relativeTrafo_;
+    visible_ = other->visible_;
+}
+
+void ZeCTransformationNode::SetAttribute(const CbSmartPointer<ZeARTTIAttribute>& attribute)
+{
+    attributes_.SetAttribute(attribute);
+}
+
+void ZeCTransformationNode::SetAttributes(ZeARTTIAttributeContainer& attributes)
+{
+    attributes_.SetAttributes(attributes);
+}
+
+void ZeCTransformationNode::DeleteAttribute(const CbRTTI& type)
+{
+    attributes_.DeleteAttribute(type);
+}
+
+void ZeCTransformationNode::DeleteAttributes(const std::vector<const CbRTTI*>& types)
+{
+    attributes_.DeleteAttributes(types);
+}
+
+void ZeCTransformationNode::ClearAttributeContainer() { attributes_.Clear(); }
+
+void ZeCTransformationNode::ResetAttributes() { attributes_.ResetAttributes(); }
+
+void ZeCTransformationNode::CopyAttributesFrom(const ZeCTransformationNode& other)
+{
+    attributes_.CopyFrom(other.attributes_);
+}
+
+void ZeCTransformationNode::CopyAttributesFrom(const ZeARTTIAttributeContainer& attributes)
+{
+    attributes_.CopyFrom(attributes);
+}
+
+void ZeCTransformationNode::SerializeAttributes(CbStreamWriteBinary& stream) const
+{
+    attributes_.Serialize(stream);
+}
+
+void ZeCTransformationNode::SerializeAttributes(CbStreamReadBinary& stream)
+{
+    attributes_.Serialize(stream);
+}

@@ -1,0 +1,81 @@
+#include "transformationtree/nodes/zectransformationnodeleaf.h"
+
+#include "platform/base/cbstreamreadbinary.h"
+#include "platform/base/cbstreamwritebinary.h"
+
+namespace
+{
+
+constexpr std::uint32_t c_version = 2; // 1 had no flag
+
+} // namespace
+
+const CbRTTI ZeCTransformationNodeLeaf::RTTI(CB_TEXT("ZeCTransformationNodeLeaf"),
+                                             &ZeCTransformationNodeLeaf::CreateByFactory,
+                                             &ZeCTransformationNodeLeaf::CloneByFactory,
+                                             &ZeCTransformationNode::RTTI);
+
+IObject* ZeCTransformationNodeLeaf::CreateByFactory() { return new ZeCTransformationNodeLeaf; }
+
+IObject* ZeCTransformationNodeLeaf::CloneByFactory(const IObject& object)
+{
+    return new ZeCTransformationNodeLeaf(dynamic_cast<const ZeCTransformationNodeLeaf&>(object));
+}
+
+ZeCTransformationNodeLeaf::ZeCTransformationNodeLeaf() : ZeCTransformationNode(EKind::Leaf) {}
+
+ZeCTransformationNodeLeaf::ZeCTransformationNodeLeaf(CbSmartPointer<const ZeCModelQMT> model)
+    : ZeCTransformationNode(EKind::Leaf, std::move(model))
+{
+    SetVisible(true);
+}
+
+ZeCTransformationNodeLeaf::ZeCTransformationNodeLeaf(const ZeCTransformationNodeLeaf& other)
+    : ZeCTransformationNode(other), newEntryScan_(other.newEntryScan_)
+{}
+
+ZeCTransformationNodeLeaf::~ZeCTransformationNodeLeaf() = default;
+
+CyBoundingBox3D ZeCTransformationNodeLeaf::GetBoundingBox(const CbMatrix4Rd& /*trafo*/) const
+{
+    const ZeCSurfelContainer* const surfels = borrowSurfels();
+    return surfels != nullptr ? surfels->GetBoundingBox() : CyBoundingBox3D{};
+}
+
+void ZeCTransformationNodeLeaf::AssumeAttributes(
+    const CbSmartPointer<const ZeCTransformationNode>& other, EAttributesToCopy what)
+{
+    if (other && other->IsLeaf()) ZeCTransformationNode::AssumeAttributes(other, what);
+}
+
+void ZeCTransformationNodeLeaf::AssumeAttributesIncrementVersion(
+    const CbSmartPointer<const ZeCTransformationNode>& other)
+{
+    AssumeAttributes(other, EAttributesToCopy::PropertiesAndModel);
+}
+
+long long ZeCTransformationNodeLeaf::GetNodeRevisionSubtree(unsigned int mask) const
+{
+    return GetNodeRevision(mask);
+}
+
+void ZeCTransformationNodeLeaf::UpdateNodeRevisionSubtree(long long* out)
+{
+    const auto revisions = getRevisions();
+    out[0] = revisions[0];
+    out[1] = revisions[1];
+}
+
+void ZeCTransformationNodeLeaf::SerializeStructure(CbStreamWriteBinary& stream) const
+{
+    ZeCTransformationNode::SerializeStructure(stream);
+    stream.WriteVersion(c_version);
+    stream << newEntryScan_;
+}
+
+void ZeCTransformationNodeLeaf::SerializeStructure(CbStreamReadBinary& stream)
+{
+    ZeCTransformationNode::SerializeStructure(stream);
+    const auto version = stream.ReadKnownVersion(1, c_version, "zectransformationnodeleaf", 516);
+    if (version == c_version) stream >> newEntryScan_;
+}

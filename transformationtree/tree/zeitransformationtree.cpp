@@ -1,0 +1,3 @@
+#include "transformationtree/tree/zeitransformationtree.h"
+
+ZeITransformationTree::~ZeITransformationTree() = default;

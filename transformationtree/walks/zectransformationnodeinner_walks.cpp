@@ -1,0 +1,233 @@
+// The walks that begin at an inner node, and what is found by them.
+
+#include "transformationtree/nodes/internal/subtreewalk.h"
+#include "transformationtree/nodes/zectransformationnodeinner.h"
+#include "transformationtree/nodes/zectransformationnodeleaf.h"
+#include "transformationtree/walks/zectransformationnodeiterators.h"
+
+#include <algorithm>
+
+namespace
+{
+
+// Walks are offered by const nodes and deliver nodes that may be edited: access is ruled by
+// handles.
+CbSmartPointer<ZeCTransformationNodeInner> editable(const ZeCTransformationNodeInner* node)
+{
+    return CbSmartPointer<ZeCTransformationNodeInner>(
+        const_cast<ZeCTransformationNodeInner*>(node));
+}
+
+EVisit stopAtLeaf(const ZeCTransformationNode& node, const ZeCTransformationNodeInner& /*father*/)
+{
+    return node.IsLeaf() ? EVisit::Stop : EVisit::Enter;
+}
+
+} // namespace
+
+EVisit ZeCTransformationNodeInner::stopAtCachedLeaf(const ZeCTransformationNode& node,
+                                                    const ZeCTransformationNodeInner& /*father*/)
+{
+    return node.isCachedLeaf() ? EVisit::Stop : EVisit::Enter;
+}
+
+ZeCTransformationNode::ZeNNodeIterator ZeCTransformationNodeInner::BeginNode() const
+{
+    return {editable(this), true};
+}
+
+ZeCTransformationNode::ZeNNodeIterator ZeCTransformationNodeInner::EndNode() const
+{
+    return {editable(this), false};
+}
+
+ZeCTransformationNode::ZeNNodeIterator ZeCTransformationNodeInner::LastNode() const
+{
+    ZeNNodeIterator last = EndNode();
+    last.descendToLast();
+    last.atRoot_ = last.path_.IsEmpty();
+    return last;
+}
+
+CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::BackNode() const
+{
+    ZeCTransformationNode* last = editable(this).Get();
+    while (!last->IsLeaf()) {
+        const auto& children = *static_cast<ZeCTransformationNodeInner*>(last)->children_;
+        const auto child = std::find_if(children.rbegin(), children.rend(),
+                                        [](const auto& entry) { return entry != nullptr; });
+        if (child == children.rend()) break;
+        last = child->Get();
+    }
+    return CbSmartPointer<ZeCTransformationNode>(last);
+}
+
+ZeCTransformationNode::ZeNLeafNodeIterator ZeCTransformationNodeInner::BeginLeaf() const
+{
+    ZeNLeafNodeIterator first(editable(this), true);
+    ++first;
+    return first;
+}
+
+ZeCTransformationNode::ZeNLeafNodeIterator ZeCTransformationNodeInner::EndLeaf() const
+{
+    return {editable(this), false};
+}
+
+ZeCTransformationNode::ZeNLeafNodeIterator ZeCTransformationNodeInner::LastLeaf() const
+{
+    ZeNLeafNodeIterator last = EndLeaf();
+    last.descendToLast();
+    if (!last) --last;
+    return last;
+}
+
+CbSmartPointer<ZeCTransformationNodeLeaf> ZeCTransformationNodeInner::FrontLeaf() const
+{
+    auto* const leaf = WalkBelow(*editable(this), &stopAtLeaf);
+    return CbSmartPointer<ZeCTransformationNodeLeaf>(static_cast<ZeCTransformationNodeLeaf*>(leaf));
+}
+
+CbSmartPointer<ZeCTransformationNodeLeaf> ZeCTransformationNodeInner::BackLeaf() const
+{
+    auto* const leaf = WalkBelow<EDirection::Backward>(*editable(this), &stopAtLeaf);
+    return CbSmartPointer<ZeCTransformationNodeLeaf>(static_cast<ZeCTransformationNodeLeaf*>(leaf));
+}
+
+unsigned long long ZeCTransformationNodeInner::GetNrLeafNodes() const
+{
+    unsigned long long number = 0;
+    WalkBelow(*this, [&](const ZeCTransformationNode& node, const auto& /*father*/) {
+        number += node.IsLeaf() ? 1 : 0;
+        return EVisit::Enter;
+    });
+    return number;
+}
+
+ZeCTransformationNode::ZeNCachedLeafNodeIterator ZeCTransformationNodeInner::BeginCachedLeaf() const
+{
+    ZeNCachedLeafNodeIterator first = EndCachedLeaf();
+    first.descendToFirstCached();
+    if (!first) ++first;
+    return first;
+}
+
+ZeCTransformationNode::ZeNCachedLeafNodeIterator ZeCTransformationNodeInner::EndCachedLeaf() const
+{
+    return {editable(this), false};
+}
+
+ZeCTransformationNode::ZeNCachedLeafNodeIterator ZeCTransformationNodeInner::LastCachedLeaf() const
+{
+    ZeNCachedLeafNodeIterator last = EndCachedLeaf();
+    last.descendToLastCached();
+    if (!last) --last;
+    return last;
+}
+
+CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::FrontCachedLeaf() const
+{
+    return CbSmartPointer<ZeCTransformationNode>(WalkBelow(*editable(this), &stopAtCachedLeaf));
+}
+
+CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::BackCachedLeaf() const
+{
+    return CbSmartPointer<ZeCTransformationNode>(
+        WalkBelow<EDirection::Backward>(*editable(this), &stopAtCachedLeaf));
+}
+
+unsigned long long ZeCTransformationNodeInner::GetNrCachedLeafNodes() const
+{
+    unsigned long long number = 0;
+    WalkBelow(*this, [&](const ZeCTransformationNode& node, const auto& /*father*/) {
+        if (!node.isCachedLeaf()) return EVisit::Enter;
+        ++number;
+        return EVisit::Skip;
+    });
+    return number;
+}
+
+ZeCTransformationNode::ZeNSurfelIterator ZeCTransformationNodeInner::BeginSurfel() const
+{
+    return ZeNSurfelIterator(BeginLeaf());
+}
+
+ZeCTransformationNode::ZeNRandomAccessSurfelIterator ZeCTransformationNodeInner::GetRas() const
+{
+    ZeNRandomAccessSurfelIterator surfels;
+    for (auto leaf = BeginLeaf(); leaf; ++leaf) {
+        const ZeCTransformationNodeWithTrafo delivered = *leaf;
+        surfels.append(*delivered.GetNode(), delivered.GetTrafo());
+    }
+    return surfels;
+}
+
+ZeCTransformationNode::ZeNRandomSamplingSurfelIterator
+ZeCTransformationNodeInner::BeginRss(int k) const
+{
+    return {GetRas(), k};
+}
+
+ZeCTransformationNode::ZeNInnerNodeIterator ZeCTransformationNodeInner::BeginInner() const
+{
+    return {editable(this), true};
+}
+
+ZeCTransformationNode::ZeNInnerNodeIterator ZeCTransformationNodeInner::EndInner() const
+{
+    return {editable(this), false};
+}
+
+ZeCTransformationNode::ZeNInnerNodeIterator ZeCTransformationNodeInner::LastInner() const
+{
+    ZeNInnerNodeIterator last = EndInner();
+    last.descendToLast();
+    last.atRoot_ = last.path_.IsEmpty();
+    if (!last) --last;
+    return last;
+}
+
+ZeCTransformationNode::ZeNNodeIterator
+ZeCTransformationNodeInner::Find(const CbSmartPointer<ZeCTransformationNode>& node) const
+{
+    std::vector<CbSmartPointer<ZeCTransformationNode>> path; // from the node up
+    for (auto step = node; step.Get() != this; step = step->GetFather()) {
+        if (!step) return EndNode();
+        path.push_back(step);
+    }
+    ZeNNodeIterator found = BeginNode();
+    found.atRoot_ = path.empty();
+    const ZeCTransformationNode* above = this;
+    for (auto step = path.rbegin(); step != path.rend(); ++step) {
+        const auto& father = static_cast<const ZeCTransformationNodeInner&>(*above);
+        const auto& children = *father.children_;
+        const auto position = father.FindChild(*step);
+        if (position == children.end()) return EndNode();
+        found.push(&*position, children.data() + children.size());
+        above = step->Get();
+    }
+    return found;
+}
+
+ZeCTransformationNode::ZeNLeafNodeIterator
+ZeCTransformationNodeInner::Find(const CbSmartPointer<ZeCTransformationNodeLeaf>& leaf) const
+{
+    ZeNLeafNodeIterator found = EndLeaf();
+    ZeNNodeIterator& position = found;
+    position = Find(CbSmartPointer<ZeCTransformationNode>(leaf));
+    return found;
+}
+
+bool ZeCTransformationNodeInner::EmptyLeafs() const { return !FrontLeaf(); }
+
+CyBoundingBox3D ZeCTransformationNodeInner::GetBoundingBox(const CbMatrix4Rd& trafo) const
+{
+    const CbMatrix4Rf rootToResult = ToFloat(trafo);
+    CyBoundingBox3D result;
+    for (const auto& [leaf, leafToRoot] : Leaves()) {
+        CyBoundingBox3D box = leaf.GetBoundingBox(c_matIdentityD);
+        box.Transform(Compose(ToFloat(leafToRoot), rootToResult));
+        result.Extend(box);
+    }
+    return result;
+}

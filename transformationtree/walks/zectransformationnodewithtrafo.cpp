@@ -1,0 +1,32 @@
+#include "transformationtree/walks/zectransformationnodewithtrafo.h"
+
+#include "platform/math3d/cbmatrixinternal.h"
+#include "transformationtree/nodes/zectransformationnodeinner.h"
+#include "transformationtree/nodes/zectransformationnodeleaf.h"
+
+ZeCTransformationNodeWithTrafo::ZeCTransformationNodeWithTrafo(
+    CbSmartPointer<ZeCTransformationNode> node, const CbMatrix4Rd& trafoToRoot,
+    const CbMatrix4Rd& fatherTrafoToRoot)
+    : node_(std::move(node)), trafo_(trafoToRoot), fatherTrafo_(fatherTrafoToRoot)
+{
+    CbMatrixInternal::CheckInvertible(CbMatrixInternal::Determinant(fatherTrafo_));
+}
+
+CbSmartPointer<ZeCTransformationNodeLeaf> ZeCTransformationNodeWithTrafo::GetLeafNode() const
+{
+    if (!node_ || !node_->IsLeaf()) return nullptr;
+    return CbStaticPointerCast<ZeCTransformationNodeLeaf>(node_);
+}
+
+CbSmartPointer<ZeCTransformationNodeInner> ZeCTransformationNodeWithTrafo::GetInnerNode() const
+{
+    if (!node_ || node_->IsLeaf()) return nullptr;
+    return CbStaticPointerCast<ZeCTransformationNodeInner>(node_);
+}
+
+void ZeCTransformationNodeWithTrafo::SetTrafoToTraversalRoot(const CbMatrix4Rd& trafo) const
+{
+    CbMatrix4Rd rootToFather = fatherTrafo_;
+    CbMatrixInternal::Invert(rootToFather);
+    node_->SetRelativeTrafo(Compose(trafo, rootToFather));
+}

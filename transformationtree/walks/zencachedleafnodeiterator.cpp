@@ -1,0 +1,35 @@
+#include "transformationtree/walks/zencachedleafnodeiterator.h"
+
+using Iterator = ZeCTransformationNode::ZeNCachedLeafNodeIterator;
+
+void Iterator::descendToFirstCached()
+{
+    while ((path_.IsEmpty() || !topIsCachedLeaf()) && pushFirstChild()) {
+    }
+}
+
+void Iterator::descendToLastCached()
+{
+    while ((path_.IsEmpty() || !topIsCachedLeaf()) && pushLastChild()) {
+    }
+}
+
+Iterator& Iterator::operator++()
+{
+    if (leafRoot_) atRoot_ = false;
+    while (!path_.IsEmpty()) {
+        if (moveToNextSibling()) descendToFirstCached();
+        if (path_.IsEmpty() || topIsCachedLeaf()) break;
+    }
+    return *this;
+}
+
+Iterator& Iterator::operator--()
+{
+    if (leafRoot_) atRoot_ = false;
+    while (!path_.IsEmpty()) {
+        if (moveToPreviousSibling()) descendToLastCached();
+        if (path_.IsEmpty() || topIsCachedLeaf()) break;
+    }
+    return *this;
+}

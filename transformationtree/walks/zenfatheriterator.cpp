@@ -1,0 +1,10 @@
+#include "transformationtree/walks/zenfatheriterator.h"
+
+ZeCTransformationNode::ZeNFatherIterator& ZeCTransformationNode::ZeNFatherIterator::operator++()
+{
+    atRoot_ = false;
+    if (path_.IsEmpty()) return *this;
+    path_.Pop();
+    atRoot_ = path_.IsEmpty();
+    return *this;
+}

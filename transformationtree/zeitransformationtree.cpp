@@ -1,3 +1,0 @@
-#include "transformationtree/zeitransformationtree.h"
-
-ZeITransformationTree::~ZeITransformationTree() = default;

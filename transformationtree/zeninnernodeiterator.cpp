@@ -1,7 +1,0 @@
-#include "transformationtree/zeninnernodeiterator.h"
-
-using Iterator = ZeCTransformationNode::ZeNInnerNodeIterator;
-
-Iterator& Iterator::operator++() { return toNextStop(*this); }
-
-Iterator& Iterator::operator--() { return toPreviousStop(*this); }

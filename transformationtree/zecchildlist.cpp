@@ -1,7 +1,5 @@
 #include "transformationtree/zecchildlist.h"
 
-#include "transformationtree/zectransformationnode.h"
-
 #include <algorithm>
 #include <utility>
 

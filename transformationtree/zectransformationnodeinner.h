@@ -1,7 +1,6 @@
 #pragma once
 
 #include "transformationtree/zecchildlist.h"
-#include "transformationtree/zectransformationnode.h"
 
 #include <new>
 

@@ -1,26 +1,55 @@
-# Checks that each folder includes headers of itself and of lower layers only.
+# Checks that each room includes headers of itself and of rooms below it only.
 #   cmake -P cmake/checklayers.cmake
 cmake_minimum_required(VERSION 3.25)
 cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH root)
 
-set(below_platform/base)
-set(below_platform/math3d platform/base)
-set(below_platform/attributes platform/base platform/math3d)
-set(below_platform/datatree platform/base platform/math3d)
-set(below_platform/messages platform/base platform/math3d platform/datatree)
-set(below_platform/datacontainer platform/base platform/math3d platform/datatree)
-set(below_logging platform/base)
-set(below_transformationtree platform logging)
+set(rooms)
+# A folder, and what it may include besides itself.
+macro(room folder)
+  list(APPEND rooms ${folder})
+  set(below_${folder} ${ARGN})
+endmacro()
 
-foreach(folder platform/base platform/math3d platform/attributes platform/datatree
-        platform/messages platform/datacontainer logging transformationtree)
+set(data platform/base platform/math3d platform/datatree)
+room(platform/base)
+room(platform/math3d platform/base)
+room(platform/attributes platform/base platform/math3d)
+room(platform/datatree platform/base platform/math3d)
+room(platform/messages ${data})
+room(platform/datacontainer/surfels ${data})
+room(platform/datacontainer/models ${data} platform/datacontainer/surfels)
+room(platform/datacontainer/sampling ${data} platform/datacontainer/surfels)
+room(logging platform/base)
+
+set(tree transformationtree)
+set(nodes platform logging ${tree}/transformationtreeapi.h ${tree}/nodes)
+room(${tree}/nodes ${nodes})
+room(${tree}/walks ${nodes})
+room(${tree}/models ${nodes} ${tree}/walks)
+room(${tree}/manager ${nodes} ${tree}/walks)
+room(${tree}/tree ${nodes} ${tree}/walks ${tree}/manager)
+room(${tree}/attributes ${nodes})
+room(sessionfile platform ${tree})
+
+set(session examples/scansession)
+room(${session}/scans platform sessionfile)
+room(${session}/simulator platform ${session}/scans)
+room(${session}/surface platform ${tree} sessionfile ${session}/scans)
+room(${session}/drawing platform sessionfile ${session}/scans ${session}/surface)
+room(${session}/session platform ${tree} sessionfile ${session}/scans ${session}/surface)
+room(${session}/app platform ${tree} sessionfile ${session})
+
+foreach(folder IN LISTS rooms)
   file(GLOB_RECURSE files RELATIVE ${root} ${root}/${folder}/*.h ${root}/${folder}/*.cpp)
+  if(NOT files)
+    message(SEND_ERROR "${folder} has no files")
+  endif()
   foreach(file IN LISTS files)
     file(STRINGS ${root}/${file} includes REGEX "^#[ ]*include")
     foreach(include IN LISTS includes)
       string(REGEX REPLACE ".*[<\"](.*)[>\"].*" "\\1" header "${include}")
       if(include MATCHES "<" AND NOT header MATCHES
-         "^(platform|logging|transformationtree|tests|benchmarks|examples)/")
+         "^(platform|logging|transformationtree|sessionfile|tests|benchmarks|examples)/")
         continue() # not the project's
       endif()
       set(allowed FALSE)

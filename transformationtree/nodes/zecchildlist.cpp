@@ -1,7 +1,5 @@
 #include "transformationtree/nodes/zecchildlist.h"
 
-#include "transformationtree/nodes/zectransformationnode.h"
-
 #include <algorithm>
 #include <utility>
 

@@ -1,12 +1,10 @@
 #pragma once
 
 #include "platform/base/cbsmartpointer.h"
-#include "transformationtree/transformationtreeapi.h"
+#include "transformationtree/nodes/zectransformationnode.h"
 
 #include <cstddef>
 #include <vector>
-
-class ZeCTransformationNode;
 
 /// The children of an inner node, in their order: a vector that lets each child count the entries
 /// that name it. A child that is named by more entries than its father's one stands in a list that

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "transformationtree/nodes/zecchildlist.h"
-#include "transformationtree/nodes/zectransformationnode.h"
 
 #include <new>
 

@@ -48,7 +48,7 @@ std::error_code lastError() { return {errno, std::generic_category()}; }
 constexpr bool c_renamesOpenFiles = false;
 
 /// Null where there is a file, or a link, of the name.
-std::FILE* createFile(const fs::path& path) { return _wfopen(path.c_str(), L"wbx"); }
+std::FILE* createFile(const fs::path& path) { return _wfopen(path.c_str(), L"wbxN"); }
 
 /// An open file can't be removed by others: that is lock enough.
 bool hold(std::FILE* /*file*/) { return true; }
@@ -201,8 +201,10 @@ std::error_code PartFile::Replace(const fs::path& goal)
     if (!c_renamesOpenFiles && !part_->Close()) return lastError();
     std::error_code error;
     fs::rename(part_->path, goal, error);
-    if (!error) part_.reset();
-    return error;
+    if (error) return error;
+    part_->isMade = false; // under this name
+    part_.reset();
+    return {};
 }
 
 void RemovePartFiles() noexcept

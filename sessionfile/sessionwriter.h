@@ -19,6 +19,6 @@ namespace sessionfile
 /// reads sessions.
 void WriteSession(CbStreamWriteBinary& stream,
                   const CbSmartPointer<const ZeCTransformationNodeInner>& root,
-                  const UnknownRecords& unknown = {});
+                  const UnknownRecords& unknown);
 
 } // namespace sessionfile

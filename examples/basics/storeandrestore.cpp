@@ -62,7 +62,7 @@ int main()
     const fs::path path = fs::temp_directory_path() /
                           ("storeandrestore" + std::to_string(std::random_device{}()) + ".session");
     const Inner root = makeTree();
-    sessionfile::SaveSession(path, root);
+    sessionfile::SaveSession(path, root, {});
     std::cout << "stored " << root->GetNrLeafNodes() << " scans\n";
 
     // The tree that comes back is in no data manager; SetRootNode() would bring it there.

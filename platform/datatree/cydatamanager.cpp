@@ -10,8 +10,9 @@
 namespace
 {
 
-// Other threads get a turn after so many nodes of an edit, or after as many as it climbed past: if
-// turns were shorter, climbing anew in each of them would make edits of deep trees quadratic.
+// Other threads get a turn after so many nodes of an edit, or after as many as its longest climb
+// passed: if turns were shorter, climbing anew in each of them would make edits of deep trees
+// quadratic.
 constexpr std::size_t c_portion = 1024;
 
 CyDataTreeEntry& firstBottom(CyDataTreeEntry& entry) noexcept
@@ -121,7 +122,7 @@ std::size_t CyDataManager::editNodes(CyLockThread* thread, CyNodeView nodes,
         const bool mayMove = newFather != nullptr && newFather->GetDataManager() == this;
         auto edit = engine_->StartEdit(thread, mayMove ? &newFather->entry_ : nullptr);
         const std::size_t start = i;
-        for (; i < nodes.GetCount() && i - start < std::max(c_portion, edit.climbed); ++i) {
+        for (; i < nodes.GetCount() && i - start < std::max(c_portion, edit.longestClimb); ++i) {
             CyNode* const node = nodes[i];
             if (node == nullptr || node->GetDataManager() != this) continue;
             if (newFather != nullptr) {

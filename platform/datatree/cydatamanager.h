@@ -92,8 +92,9 @@ public:
     /// Moves nodes one after the other, each as MoveNode() by a new handle of the calling thread.
     /// Returns as RemoveNodes(), where a new father that is null refuses all.
     /// Cost: linear in the number of nodes and in the depth. A node adds the levels that it crosses
-    /// where locks move with it, and one climb where it has nodes below it and comes from below
-    /// locks of this thread, or from nobody's, to below other ones.
+    /// where locks move with it and the number of its children, and one climb where the call has
+    /// looked below it before and it comes from below locks of this thread, or from nobody's, to
+    /// below other ones.
     std::size_t MoveNodes(CyNodeView nodes, const CbSmartPointer<CyNode>& newFather) noexcept;
 
     /// True where a lock that the calling thread holds on the node or above it gives reading, or

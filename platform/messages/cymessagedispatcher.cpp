@@ -4,6 +4,7 @@
 #include "platform/messages/internal/cysubscriber.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <utility>
 
@@ -41,10 +42,10 @@ void CyMessageDispatcher::PostMessageW(CbSmartPointer<const CyMessage> message)
     if (!message) return;
     Messages messages;
     messages.push_back(std::move(message));
-    PostMessageW(std::move(messages));
+    PostMessageW(messages);
 }
 
-void CyMessageDispatcher::PostMessageW(Messages messages) noexcept
+void CyMessageDispatcher::PostMessageW(Messages& messages) noexcept
 {
     // Without a dispatcher nobody has subscribed.
     if (CbSingleton<CyMessageDispatcher>::HasInstance()) GetInstance().post(messages);
@@ -92,13 +93,23 @@ void CyMessageDispatcher::post(Messages& messages) noexcept
 
 void CyMessageDispatcher::remove(const CySubscriber& subscriber) noexcept
 {
-    Messages dropped; // what nobody wants any more goes outside the section
-    const CbCriticalSectionLock lock(section_);
-    // The caller holds the subscriber.
-    std::erase_if(subscribers_, [&](const auto& entry) { return entry.Get() == &subscriber; });
-    for (auto message = queue_.begin(); message != queue_.end();) {
-        const auto unwanted = message++;
-        if (!hasSubscriber(**unwanted)) dropped.splice(dropped.end(), queue_, unwanted);
+    {
+        const CbCriticalSectionLock lock(section_); // the caller holds the subscriber
+        std::erase_if(subscribers_, [&](const auto& entry) { return entry.Get() == &subscriber; });
+    }
+    // Messages that nobody wants any more go outside the section, in portions that need no memory:
+    // not every list can be made without.
+    std::array<CbSmartPointer<const CyMessage>, 64> dropped;
+    std::size_t count = dropped.size();
+    while (count == dropped.size()) {
+        dropped = {};
+        count = 0;
+        const CbCriticalSectionLock lock(section_);
+        for (auto message = queue_.begin(); message != queue_.end() && count < dropped.size();) {
+            const bool wanted = hasSubscriber(**message);
+            if (!wanted) dropped[count++] = std::move(*message);
+            message = wanted ? std::next(message) : queue_.erase(message);
+        }
     }
 }
 

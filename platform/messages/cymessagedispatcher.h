@@ -41,9 +41,10 @@ public:
     /// Queues a message for the subscribers of its class. Null is ignored.
     /// Throws: std::bad_alloc; the message is not queued then.
     static void PostMessageW(CbSmartPointer<const CyMessage> message);
-    /// Queues several messages, in their order, none of which is null. Needs no memory, so that who
-    /// makes the messages before an edit is sure to post them after it.
-    static void PostMessageW(Messages messages) noexcept;
+    /// Queues several messages, in their order, none of which is null; those that somebody wants
+    /// are taken out of the list. Needs no memory, so that who makes the messages before an edit is
+    /// sure to post them after it.
+    static void PostMessageW(Messages& messages) noexcept;
 
     /// Subscribes to messages of the class @p type and of those derived from it, until the
     /// subscription ends. Throws: CbException for an empty callback, std::bad_alloc.

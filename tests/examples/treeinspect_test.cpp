@@ -31,7 +31,7 @@ protected:
     [[nodiscard]] std::string file() const { return (Folder() / "a.session").string(); }
     [[nodiscard]] Result run(std::vector<std::string> arguments) const
     {
-        sessionfile::SaveSession(file(), tree.root);
+        sessionfile::SaveSession(file(), tree.root, {});
         return runOnFile(std::move(arguments));
     }
     [[nodiscard]] Result runOnFile(std::vector<std::string> arguments) const

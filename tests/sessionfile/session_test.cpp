@@ -259,7 +259,7 @@ TEST(Session, ThatWouldNotComeBackIsNotWritten)
         edit(tree);
         CyStreamWriteBinaryBuffer stream;
         try {
-            WriteSession(stream, tree.root);
+            WriteSession(stream, tree.root, {});
             ADD_FAILURE() << reason;
         } catch (const SessionError& error) {
             EXPECT_EQ(error.GetKind(), EKind::Unwritable);

@@ -93,7 +93,7 @@ TEST_F(SessionFile, ComesBackAndSaysWhyItCannot)
 {
     const SampleTree tree;
     expectRefused(": no such file");
-    SaveSession(path(), tree.root);
+    SaveSession(path(), tree.root, {});
     EXPECT_EQ(SessionOf(LoadSession(path())), SessionOf(tree.root));
     Write("a.session", "ply\nformat ascii 1.0\n");
     expectRefused(": session: is no session");
@@ -103,9 +103,9 @@ TEST_F(SessionFile, ComesBackAndSaysWhyItCannot)
     std::filesystem::remove(path());
     std::filesystem::create_directory(path());
     expectRefused(": is no regular file");
-    EXPECT_THROW(SaveSession(path(), tree.root), std::system_error);
+    EXPECT_THROW(SaveSession(path(), tree.root, {}), std::system_error);
     try {
-        SaveSession(path() / "b", tree.cluster);
+        SaveSession(path() / "b", tree.cluster, {});
         ADD_FAILURE() << "no SessionError";
     } catch (const SessionError& error) {
         EXPECT_THAT(error.what(), testing::StartsWith((path() / "b: node ").string()));
@@ -214,7 +214,7 @@ TEST_F(SessionFile, KeepsItsPermissionsAndTheLinksToIt)
 TEST_F(SessionFile, StaysAsItWasWhereverItsReplacementIsInterrupted)
 {
     const SampleTree tree;
-    SaveSession(path(), tree.root);
+    SaveSession(path(), tree.root, {});
     const std::string before = Read(path());
     tree.root->SetDescription(CB_TEXT("new"));
     const std::size_t size = SessionOf(tree.root).size();
@@ -223,14 +223,14 @@ TEST_F(SessionFile, StaysAsItWasWhereverItsReplacementIsInterrupted)
         {
             ReplacementFile file(path());
             FailingStream failing(file, bytes);
-            EXPECT_THROW(WriteSession(failing, tree.root), CbExceptionStream);
+            EXPECT_THROW(WriteSession(failing, tree.root, {}), CbExceptionStream);
         }
         if (FileSizeLimit::c_works) {
             bool failed = false;
             {
                 const FileSizeLimit limit(bytes);
                 try {
-                    SaveSession(path(), tree.root);
+                    SaveSession(path(), tree.root, {});
                 } catch (const std::system_error&) {
                     failed = true;
                 }

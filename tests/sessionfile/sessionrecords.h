@@ -11,7 +11,7 @@
 
 inline Bytes SessionOf(const Inner& root)
 {
-    return Stored([&](auto& stream) { sessionfile::WriteSession(stream, root); });
+    return Stored([&](auto& stream) { sessionfile::WriteSession(stream, root, {}); });
 }
 
 inline Bytes SessionOf(const sessionfile::LoadedSession& session)

@@ -27,7 +27,7 @@ ZeCTransformationNodeManager::~ZeCTransformationNodeManager()
         // A data manager that went first has taken the root out, and is not to be touched any more.
         if (IsNodeInDataManager(root_)) TryLock().Acknowledge();
         UnsetRootNode();
-    } catch (const std::bad_alloc&) { // NOLINT: nothing has changed
+    } catch (const std::bad_alloc&) { // NOLINT: nobody is there to be told
     }
 }
 

@@ -29,7 +29,7 @@ public:
     /// The children, to be read.
     [[nodiscard]] const Children& operator*() const noexcept { return children_; }
     [[nodiscard]] const Children* operator->() const noexcept { return &children_; }
-    /// Positions of those who are not to change the entries but their nodes.
+    /// Positions whose entries are not to be assigned.
     [[nodiscard]] Children::iterator begin() noexcept { return children_.begin(); }
     [[nodiscard]] Children::iterator end() noexcept { return children_.end(); }
 

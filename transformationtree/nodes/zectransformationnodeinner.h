@@ -37,7 +37,8 @@ public:
     [[nodiscard]] const CbRTTI& GetRTTI() const override { return RTTI; }
 
     /// @name Children, in order
-    /// Lifetime: an edit of the children invalidates the iterators.
+    /// Nobody but the node manager assigns entries; a reader that gives up what it has read may set
+    /// them to null. Lifetime: an edit of the children invalidates the iterators.
     /// @{
 
     /// The positions of the first child and behind the last one.

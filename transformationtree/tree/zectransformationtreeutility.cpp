@@ -112,7 +112,7 @@ ZeCTransformationTreeUtility::prepareForNextChild(const Inner& node, unsigned in
     }
     // As if the nodes had been made and appended one by one from the top: each is renewed when the
     // next one is appended, which was made just before. Only the last one is older than its father.
-    const Inner last = branch.back();
+    Inner last = branch.back();
     std::swap(branch.back(), branch[branch.size() - 2]);
     for (const Inner& inner : branch) {
         inner->NewNodeRevision(ZeCTransformationNode::c_allRevisions);

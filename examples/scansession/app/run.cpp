@@ -6,6 +6,7 @@
 #include "examples/scansession/drawing/pngwriter.h"
 #include "examples/scansession/scans/inputerror.h"
 #include "examples/scansession/scans/scanfolder.h"
+#include "examples/scansession/scans/textfile.h"
 #include "examples/scansession/session/session.h"
 #include "examples/scansession/session/unknowntext.h"
 #include "examples/scansession/simulator/scanner.h"
@@ -65,6 +66,7 @@ struct AllUnused
     std::size_t points = 0; ///< without a finite position
     std::size_t scans = 0;  ///< that have such points
     std::set<std::string> properties;
+    static constexpr std::size_t c_mostNames = 20; ///< printed
 
     void Add(const Unused& unused)
     {
@@ -80,7 +82,15 @@ struct AllUnused
         }
         if (properties.empty()) return;
         const char* separator = "not used: ";
-        for (const auto& property : properties) out << std::exchange(separator, ", ") << property;
+        std::size_t told = 0;
+        for (const auto& property : properties) {
+            out << std::exchange(separator, ", ");
+            if (told++ == c_mostNames) {
+                out << "and " << properties.size() - c_mostNames << " more";
+                break;
+            }
+            out << Quoted(property);
+        }
         out << '\n';
     }
 };
@@ -265,6 +275,10 @@ void RunSession(const Options& options, std::ostream& out, std::ostream& err)
         timing.taking.Start();
         loaded = sessionfile::LoadSession(*options.load);
         timing.taking.Stop();
+        if (options.cell && loaded.unknown.CountModels() > 0) {
+            throw InputError(options.load->string() +
+                             ": holds models of unknown classes, which --cell can't merge");
+        }
         if (!loaded.unknown.IsEmpty()) {
             err << "scansession: warning: " << options.load->string() << ": "
                 << DescribeUnknown(loaded.unknown) << '\n';

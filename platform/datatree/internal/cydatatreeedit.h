@@ -34,5 +34,6 @@ struct CyDataTreeEdit
     bool othersRead = false;     ///< another thread holds a read lock at or above the new father
     bool othersWrite = false;    ///< or a write lock
     bool hasMoved = false;
-    std::size_t climbed = 0; ///< number of nodes passed so far
+    bool usedStamps = false;      ///< some climb of the search ended at a stamp
+    std::size_t longestClimb = 0; ///< number of nodes that the longest one passed
 };

@@ -2,6 +2,8 @@
 
 #include "platform/datatree/internal/cylockengine.h"
 
+#include <algorithm>
+
 namespace
 {
 
@@ -35,32 +37,40 @@ unsigned findAnswer(Edit& edit, CyDataTreeEntry& entry) noexcept
     CyDataTreeEntry* end = &entry;
     for (;;) {
         answer = edit.search.Get(*end, Edit::c_answers);
-        if (answer == 0 && epoch != 0 && end->coverStamp == stamp) answer = Edit::c_covered;
+        if (answer == 0 && epoch != 0 && end->coverStamp == stamp) {
+            answer = Edit::c_covered;
+            edit.usedStamps = true;
+        }
         if (answer == 0) answer = answerHere(*end, edit.thread);
         if (answer == 0 && end->parent == nullptr) answer = Edit::c_free;
         if (answer != 0) break;
         end = end->parent;
     }
+    std::size_t climb = 0;
     for (auto* passed = &entry;; passed = passed->parent) {
         (void)edit.search.Set(*passed, answer);
         if (answer == Edit::c_covered && epoch != 0) passed->coverStamp = stamp;
-        ++edit.climbed;
-        if (passed == end) return answer;
+        ++climb;
+        if (passed == end) break;
     }
+    edit.longestClimb = std::max(edit.longestClimb, climb);
+    return answer;
 }
 
 void markFather(Edit& edit) noexcept
 {
     if (edit.isFatherMarked) return;
     edit.isFatherMarked = true;
+    std::size_t climb = 0;
     for (auto* above = edit.newFather; above != nullptr; above = above->parent) {
         (void)edit.search.Set(*above, Edit::c_aboveFather);
-        ++edit.climbed;
+        ++climb;
         for (auto* record = above->granted; record != nullptr; record = record->nextOfNode) {
             if (record->thread == edit.thread) continue;
             (record->write ? edit.othersWrite : edit.othersRead) = true;
         }
     }
+    edit.longestClimb = std::max(edit.longestClimb, climb);
 }
 
 bool isAtOrAboveFather(Edit& edit, const CyDataTreeEntry& entry) noexcept
@@ -152,12 +162,20 @@ void CyLockEngine::movesLocks(CyDataTreeEdit& edit, CyDataTreeEntry& entry) noex
 void CyLockEngine::movesMarks(CyDataTreeEdit& edit, CyDataTreeEntry& entry) noexcept
 {
     const auto there = findAnswer(edit, *edit.newFather);
-    if (edit.thread != nullptr && there != Edit::c_covered) edit.thread->epoch = 0;
+    const bool stampsEnd = there != Edit::c_covered;
+    if (edit.thread != nullptr && stampsEnd) edit.thread->epoch = 0;
     if (edit.search.Get(entry, Edit::c_answers) == there) return;
-    if (entry.firstChild == nullptr) {
-        entry.searchMark = 0;
-    } else {
+    // What climbs from further down found above the node is marked on one of its children as well,
+    // unless they ended at a stamp.
+    bool isKnownBelow = stampsEnd && edit.usedStamps;
+    for (auto* child = entry.firstChild; child != nullptr && !isKnownBelow; child = child->next) {
+        isKnownBelow = edit.search.Get(*child, Edit::c_answers) != 0;
+    }
+    if (isKnownBelow) {
         edit.search = CyDataTreeSearch(searches_);
         edit.isFatherMarked = false;
+        edit.usedStamps = false;
+    } else {
+        entry.searchMark = 0;
     }
 }

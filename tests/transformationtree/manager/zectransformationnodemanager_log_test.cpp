@@ -198,9 +198,9 @@ TEST_F(NodeManagerLog, NamesANodeThatTheDataManagerKeeps)
         ASSERT_EQ(records.size(), 1U) << function;
         EXPECT_EQ(records[0].function, function);
         EXPECT_THAT(records[0].file, testing::HasSubstr("zectransformationnodemanager"));
-        EXPECT_EQ(records[0].text.ToUtf8(), "The data manager refused " + number +
-                                                " nodes, which stay where they are in it, node " +
-                                                node->GetID().ToString().ToUtf8() + " first.");
+        EXPECT_EQ(records[0].text.ToUtf8(),
+                  "Nodes that the data manager refused, and that stay where they are in it: " +
+                      number + ", node " + node->GetID().ToString().ToUtf8() + " first.");
     };
     const Node a = tree_["a"];
     const Node b = tree_["b"];

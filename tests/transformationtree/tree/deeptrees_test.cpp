@@ -119,6 +119,13 @@ TEST_F(DeepManagedTreesSoak, AreEditedInLinearTime)
     expectLinear("move leaves to a deep father", nothing, [&] { moveAll(bottom); });
     expectLinear("move inner nodes, below a lock", lockRoot,
                  [&] { manager().MoveNodes(beside, inner); });
+    const auto moveUpwards = [&] {
+        std::reverse(inner.begin(), inner.end());
+        manager().MoveNodes(beside, inner);
+    };
+    const auto lockTop = [&] { own = manager().GetSingleWriteHandleLocked(top); };
+    expectLinear("move inner nodes, the deepest first, out of a lock", lockTop, moveUpwards);
+    expectLinear("move inner nodes, the deepest first, below a lock", lockBeside, moveUpwards);
     expectLinear("replace children, below a lock", lockRoot,
                  [&] { manager().ReplaceChildren(top, leaves); });
     expectLinear("collapse, below a lock", lockRoot, [&] { utility.CollapseAll(top, false); });

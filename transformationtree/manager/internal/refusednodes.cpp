@@ -12,8 +12,8 @@ RefusedNodes::~RefusedNodes()
     try {
         constexpr std::size_t c_largest = std::numeric_limits<std::int32_t>::max();
         Logging::LogWarning(c_nodeManagerLogger, file_, line_, function_,
-                            CB_TEXT("The data manager refused %d nodes, which stay where they are "
-                                    "in it, node %s first."),
+                            CB_TEXT("Nodes that the data manager refused, and that stay where "
+                                    "they are in it: %d, node %s first."),
                             static_cast<std::int32_t>(std::min(number_, c_largest)),
                             first_->GetName().GetString());
     } catch (...) { // NOLINT: the edit is done, whether that can be told or not

@@ -4,8 +4,6 @@
 #include "platform/messages/zecmessagetransformationchanged.h"
 #include "transformationtree/nodes/zectransformationnodeinner.h"
 
-#include <utility>
-
 void ChangeMessages::AddTreeStructureModified(
     const Node& node, const Node& father, ZeCMessageTreeStructureModified::EModificationType type)
 {
@@ -32,4 +30,4 @@ void ChangeMessages::AddTransformationChanged(const Node& node)
         CbMake<ZeCMessageTransformationChanged>(node, ToFloat(node->GetRelativeTrafo())));
 }
 
-void ChangeMessages::Post() noexcept { CyMessageDispatcher::PostMessageW(std::move(messages_)); }
+void ChangeMessages::Post() noexcept { CyMessageDispatcher::PostMessageW(messages_); }

@@ -364,17 +364,6 @@ TEST_F(Restructuring, MergesBySourceToTarget)
     EXPECT_THAT(tree["c"]->GetRelativeTrafo(), HasBitsOf(Compose(c, b)));
 }
 
-TEST_F(Restructuring, RenewsTheRootOfCollapsedLeavesLast)
-{
-    const Scenario tree("top(root(a(b, c(d)), e))");
-    const auto since = TestAccess::NextGlobalNodeRevision();
-    utility_.CollapseAll(tree.GetInner("root"), false);
-    EXPECT_EQ(renewed(tree, since), "a:mt b:t c:mt d:t e:t root:mt ");
-    for (const char* leaf : {"b", "d", "e"}) {
-        EXPECT_GT(tree["root"]->GetNodeRevision(1), tree[leaf]->GetNodeRevision(2));
-    }
-}
-
 // A place that a node has left for another father, and null entries.
 TEST_F(Restructuring, LeavesNodesWithTheirFathers)
 {

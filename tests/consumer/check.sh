@@ -34,7 +34,7 @@ done
 if find package -path '*/internal/*' | grep .; then fail "the headers above are no interface"; fi
 
 for name in platform transformationtree; do
-  soname=lib$name.so.${version%%.*}
+  soname=lib$name.so.${version%.*}
   objdump -p "$lib/$soname" | grep -q "SONAME *$soname\$" || fail "$soname has another SONAME"
   for link in "$soname" "lib$name.so"; do
     [ "$(readlink -f "$lib/$link")" = "$lib/lib$name.so.$version" ] \

@@ -121,6 +121,29 @@ TEST_F(LockingNodes, EditsWantAHandleOfThisTreeAndAFatherInIt)
     TestAccess::CheckCounters(manager);
 }
 
+// Looking at z leaves marks from there up to the lock, which are not true any more below e.
+TEST_F(LockingNodes, AnEditForgetsWhatCoveredTheNodesThatItMoves)
+{
+    const auto make = [this](const CbSmartPointer<CyNode>& father) {
+        auto node = CbMake<CyNode>();
+        EXPECT_TRUE(manager.InsertNode(father, node));
+        return node;
+    };
+    const auto x = make(a);
+    const auto w = make(x);
+    const auto z = make(w);
+    const auto leaf = make(z);
+    const auto reader = lockElsewhere<Read>(e);
+    const Write own(manager, a);
+    EXPECT_EQ(tryLock(), CyDataManager::eLocked);
+    EXPECT_TRUE(manager.IsLocked(*z, true));
+    const std::vector<CbSmartPointer<CyNode>> nodes{leaf, x, z};
+    EXPECT_EQ(manager.MoveNodes(CyNodeView(nodes), e), 1U) << "z, which another thread reads now";
+    EXPECT_EQ(x->GetParent(), e);
+    EXPECT_EQ(z->GetParent(), w);
+    TestAccess::CheckCounters(manager);
+}
+
 TEST_F(LockingNodes, NobodyIsBarredByAThreadThatDoesNotWait)
 {
     const Write wanted(manager, b);

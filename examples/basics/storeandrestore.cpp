@@ -1,7 +1,7 @@
 // Stores a tree in a file and restores it, and shows what a damaged file gives.
 //
 // The library writes records to streams; what a file looks like is the application's. Here it is
-// that of examples/session/, which checks that the records make one tree before it gives it out.
+// that of sessionfile/, which checks that the records make one tree before it gives it out.
 //
 // Prints:
 //     stored 2 scans

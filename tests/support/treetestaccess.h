@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/base/cbsingleton.h"
+#include "transformationtree/manager/internal/managerparts.h"
 #include "transformationtree/manager/zectransformationnodemanager.h"
 #include "transformationtree/models/zecleafnodevector.h"
 
@@ -28,16 +29,16 @@ struct TestAccess
     {
         ZeCTransformationNode::assertGlobalNodeHeadRevisionValid(revision);
     }
+    /// The registered nodes, to be spoiled. Only one thread at a time.
+    static auto& IdMap(ZeCTransformationNodeManager& manager)
+    {
+        return manager.parts_->registry.GetUnguardedMap();
+    }
     /// Number of nodes that are registered by their ids.
     static std::size_t CountIds(ZeCTransformationNodeManager& manager)
     {
         const CbCriticalSectionLock lock(manager.section_);
-        return manager.idMap_.GetCount();
-    }
-    /// The registered nodes, to be spoiled. Only one thread at a time.
-    static auto& IdMap(ZeCTransformationNodeManager& manager) CB_NO_THREAD_SAFETY_ANALYSIS
-    {
-        return manager.idMap_;
+        return IdMap(manager).GetCount();
     }
     static void Dump(const ZeCTransformationNodeManager& manager, CbStreamWriteASCII& stream)
     {
@@ -46,7 +47,7 @@ struct TestAccess
     static bool AreInDataManager(const ZeCTransformationNodeManager& manager,
                                  const CbSmartPointer<const CyNode>& top)
     {
-        return manager.checkRecursivelyNodesInDataManager(top);
+        return manager.parts_->checks.CheckRecursivelyNodesInDataManager(top);
     }
     /// Destroys a singleton, so that the next test finds a new one.
     template<class T>

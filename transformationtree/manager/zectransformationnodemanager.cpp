@@ -1,61 +1,46 @@
-// The link to the data manager, creation and the root. Structure edits, the mirror in the data
-// manager, locks and checks are in the sources beside this one.
-
 #include "transformationtree/manager/zectransformationnodemanager.h"
 
-#include "logging/log.h"
 #include "platform/base/cbexception.h"
 #include "platform/datacontainer/surfels/zecsurfelcollectionqmt.h"
-#include "transformationtree/manager/internal/nodemanagernames.h"
-#include "transformationtree/manager/internal/refusednodes.h"
-#include "transformationtree/nodes/internal/collectsubtree.h"
+#include "transformationtree/manager/internal/managerparts.h"
 
 #include <new>
 #include <utility>
 
 template class CbSingleton<ZeCTransformationNodeManager>;
 
-ZeCTransformationNodeManager::ZeCTransformationNodeManager() = default;
+ZeCTransformationNodeManager::ZeCTransformationNodeManager()
+    : parts_(std::make_unique<Parts>(section_))
+{}
 
 ZeCTransformationNodeManager::~ZeCTransformationNodeManager()
 {
-    if (!root_) return;
-    // Nobody waits at exit: where the lock, or memory, is not to be had, the root stays in the data
+    const Inner root = GetRootNode();
+    if (!root) return;
+    // Nobody waits at exit: if the lock, or memory, is not to be had, the root stays in the data
     // manager.
     try {
-        const WriteHandle handle = GetWriteHandle(root_);
+        const WriteHandle handle = GetWriteHandle(root);
         // A data manager that went first has taken the root out, and is not to be touched any more.
-        if (IsNodeInDataManager(root_)) TryLock().Acknowledge();
+        if (IsNodeInDataManager(root)) TryLock().Acknowledge();
         UnsetRootNode();
     } catch (const std::bad_alloc&) { // NOLINT: nobody is there to be told
     }
 }
 
+// The link to the data manager.
+
 bool ZeCTransformationNodeManager::SetDataManager(CyDataManager& dataManager,
                                                   CbSmartPointer<CyNode> node)
 {
-    const CbCriticalSectionLock lock(section_);
-    if (dataManager_.load() != nullptr || !node || node->GetDataManager() != &dataManager) {
-        return false;
-    }
-    dataManager_ = &dataManager;
-    dataManagerNode_ = std::move(node);
-    return true;
+    return parts_->mirror.SetDataManager(dataManager, std::move(node));
 }
 
-bool ZeCTransformationNodeManager::UnsetDataManager()
-{
-    CbSmartPointer<CyNode> node; // goes after the section is left
-    const CbCriticalSectionLock lock(section_);
-    if (root_) return false;
-    dataManager_ = nullptr;
-    node.Swap(dataManagerNode_);
-    return true;
-}
+bool ZeCTransformationNodeManager::UnsetDataManager() { return parts_->mirror.UnsetDataManager(); }
 
 CyDataManager& ZeCTransformationNodeManager::GetDataManager() const
 {
-    CyDataManager* const dataManager = dataManager_.load();
+    CyDataManager* const dataManager = parts_->mirror.GetDataManager();
     if (dataManager == nullptr) {
         throw CbException(CB_HERE, "no data manager is set, call SetDataManager() first");
     }
@@ -74,14 +59,16 @@ CbSmartPointer<const CyNode> ZeCTransformationNodeManager::GetDataNode(const Con
 
 bool ZeCTransformationNodeManager::IsNodeInDataManager(const ConstNode& node) noexcept
 {
-    return node && node->GetDataManager() != nullptr;
+    return IsInDataManager(node);
 }
+
+// Creation.
 
 ZeCTransformationNodeManager::Leaf
 ZeCTransformationNodeManager::CreateLeafNode(CbSmartPointer<const ZeCModelQMT> model)
 {
     auto leaf = CbMake<ZeCTransformationNodeLeaf>(std::move(model));
-    initCreatedTransformationNode(leaf);
+    parts_->registry.InitCreatedTransformationNode(leaf);
     return leaf;
 }
 
@@ -94,7 +81,7 @@ ZeCTransformationNodeManager::Leaf ZeCTransformationNodeManager::CreateLeafNodeF
 ZeCTransformationNodeManager::Inner ZeCTransformationNodeManager::CreateInnerNode()
 {
     auto inner = CbMake<ZeCTransformationNodeInner>();
-    initCreatedTransformationNode(inner);
+    parts_->registry.InitCreatedTransformationNode(inner);
     return inner;
 }
 
@@ -111,99 +98,188 @@ ZeCTransformationNodeManager::Inner ZeCTransformationNodeManager::CreateRootNode
     return root;
 }
 
-void ZeCTransformationNodeManager::initCreatedTransformationNode(const Node& node)
-{
-    Node replaced; // goes after the section is left
-    const CbCriticalSectionLock lock(section_);
-    replaced = registerNode(node);
-}
-
-// Returns what the id held before.
-ZeCTransformationNodeManager::Node ZeCTransformationNodeManager::registerNode(const Node& node)
-{
-    const CyUniqueID id = node->GetID();
-    if (Node* const held = idMap_.Find(id)) return std::exchange(*held, node);
-    idMap_.Set(id, node);
-    return nullptr;
-}
-
 void ZeCTransformationNodeManager::DeleteNode(const Node& node)
 {
-    if (!node) return;
-    Node registered; // goes after the section is left
-    const CbCriticalSectionLock lock(section_);
-    registered = idMap_.Take(node->GetID());
+    if (node) parts_->registry.DeleteNode(*node);
 }
 
 ZeCTransformationNodeManager::Node
 ZeCTransformationNodeManager::GetNodeByID(const CyUniqueID& id) const
 {
-    const CbCriticalSectionLock lock(section_);
-    return findNode(id);
+    return parts_->registry.GetNodeByID(id);
 }
 
-ZeCTransformationNodeManager::Node
-ZeCTransformationNodeManager::findNode(const CyUniqueID& id) const
-{
-    const Node* const node = idMap_.Find(id);
-    return node != nullptr ? *node : nullptr;
-}
+// The root and the structure.
 
 ZeCTransformationNodeManager::Inner ZeCTransformationNodeManager::GetRootNode() const
 {
-    const CbCriticalSectionLock lock(section_);
-    return root_;
+    return parts_->mirror.GetRoot();
 }
 
 void ZeCTransformationNodeManager::SetRootNode(const Inner& root)
 {
-    constexpr const char* function = "ZeCTransformationNodeManager::SetRootNode";
-    const CbCriticalSectionLock lock(section_);
-    if (Logging::IsDebugEnabled(c_nodeManagerLogger)) logIDMap("SetRootNode enter");
-    if (!root || root->GetFather() || IsNodeInDataManager(root) || root_) {
-        throw CbException(c_nodeManagerFile, 1223, function,
-                          !root               ? "the root is null"
-                          : root_             ? "a root is set already"
-                          : root->GetFather() ? "the node has a father"
-                                              : "the node is in a data manager already");
-    }
-    if (!dataManagerNode_ || dataManagerNode_->GetDataManager() != dataManager_.load()) {
-        throw CbException(c_nodeManagerFile, 1231, function,
-                          !dataManagerNode_ ? "no data manager is set"
-                                            : "the data manager's node has left it");
-    }
-    Nodes below = CollectPreOrder(*root);
-    registerNodes(below);
-    below.erase(below.begin()); // the root itself
-    dataManager_.load()->InsertNode(dataManagerNode_, root).Acknowledge();
-    root_ = root;
-    rootAddress_ = root.Get();
-    addNodesToDataManager(below);
-    if (Logging::IsDebugEnabled(c_nodeManagerLogger)) logIDMap("SetRootNode exit");
+    parts_->edits.SetRootNode(root);
 }
 
-void ZeCTransformationNodeManager::UnsetRootNode()
+void ZeCTransformationNodeManager::UnsetRootNode() { parts_->edits.UnsetRootNode(); }
+
+void ZeCTransformationNodeManager::InsertChild(
+    const Inner& father, ZeCTransformationNodeInner::ConstChildIterator position, const Node& child)
 {
-    Inner root; // goes after the section is left, as do those below it
-    std::vector<Node> below;
-    RefusedNodes refused(CB_HERE);
+    const auto index = father ? position - std::as_const(*father).BeginChild() : 0;
+    parts_->edits.InsertChild(father, static_cast<std::size_t>(index), child);
+}
+
+void ZeCTransformationNodeManager::InsertChild(const Inner& father, const ConstNode& before,
+                                               const Node& child)
+{
+    parts_->edits.InsertChild(father, before, child);
+}
+
+void ZeCTransformationNodeManager::AppendChild(const Inner& father, const Node& child, bool atEnd)
+{
+    parts_->edits.AppendChild(father, child, atEnd);
+}
+
+void ZeCTransformationNodeManager::RemoveChild(const Inner& father, const Node& child)
+{
+    parts_->edits.RemoveChild(father, child);
+}
+
+void ZeCTransformationNodeManager::DeleteChildren(const Inner& father,
+                                                  const std::function<void()>& first)
+{
+    parts_->edits.DeleteChildren(father, first);
+}
+
+void ZeCTransformationNodeManager::ReplaceChild(const Inner& father, const Node& oldChild,
+                                                const Node& newChild)
+{
+    parts_->edits.ReplaceChild(father, oldChild, newChild);
+}
+
+void ZeCTransformationNodeManager::ExchangeChild(const Inner& father, const Node& oldChild,
+                                                 const Node& newChild)
+{
+    parts_->edits.ExchangeChild(father, oldChild, newChild);
+}
+
+void ZeCTransformationNodeManager::MoveNode(const Inner& newFather, const Node& node,
+                                            const ConstNode& before)
+{
+    parts_->edits.MoveNode(newFather, node, before);
+}
+
+void ZeCTransformationNodeManager::MoveNodes(const Inner& newFather, const std::vector<Node>& nodes)
+{
+    parts_->edits.MoveNodes(newFather, nodes);
+}
+
+void ZeCTransformationNodeManager::ReplaceChildren(const Inner& father,
+                                                   const std::vector<Node>& children)
+{
+    parts_->edits.ReplaceChildren(father, children);
+}
+
+void ZeCTransformationNodeManager::AddSubtreeToDataManager(const Node& node)
+{
+    parts_->edits.AddSubtreeToDataManager(node);
+}
+
+// Locks.
+
+ZeCTransformationNodeManager::ReadHandle
+ZeCTransformationNodeManager::GetReadHandle(const ConstNode& node) const
+{
+    return parts_->locks.GetHandle<0>(node);
+}
+
+ZeCTransformationNodeManager::WriteHandle
+ZeCTransformationNodeManager::GetWriteHandle(const Node& node) const
+{
+    return parts_->locks.GetHandle<1>(node);
+}
+
+void ZeCTransformationNodeManager::GetHandle(const CbSmartPointer<const CyNode>& node,
+                                             ReadHandle& handle) const
+{
+    handle = parts_->locks.GetHandle<0>(node);
+}
+
+void ZeCTransformationNodeManager::GetHandle(const CbSmartPointer<CyNode>& node,
+                                             WriteHandle& handle) const
+{
+    handle = parts_->locks.GetHandle<1>(node);
+}
+
+ZeCTransformationNodeManager::ReadHandle
+ZeCTransformationNodeManager::GetSingleReadHandleLocked(const ConstNode& node) const
+{
+    return parts_->locks.GetSingleHandleLocked<0>(node);
+}
+
+ZeCTransformationNodeManager::WriteHandle
+ZeCTransformationNodeManager::GetSingleWriteHandleLocked(const Node& node) const
+{
+    return parts_->locks.GetSingleHandleLocked<1>(node);
+}
+
+ZeCTransformationNodeManager::CheckReturn ZeCTransformationNodeManager::TryLock() const
+{
+    return TryLockAndWait(0);
+}
+
+ZeCTransformationNodeManager::CheckReturn
+ZeCTransformationNodeManager::TryLockAndWait(unsigned int milliseconds) const
+{
+    auto status = CyDataManager::eGeneralError;
+    return TryLockAndWait(milliseconds, status);
+}
+
+ZeCTransformationNodeManager::CheckReturn
+ZeCTransformationNodeManager::TryLockAndWait(unsigned int milliseconds,
+                                             CyDataManager::ELockStatus& status) const
+{
+    return parts_->locks.TryLockAndWait(milliseconds, status);
+}
+
+void ZeCTransformationNodeManager::Lock() const { parts_->locks.Lock(); }
+
+bool ZeCTransformationNodeManager::IsReadLocked(const ConstNode& node) const
+{
+    return parts_->locks.IsLocked(node, false);
+}
+
+bool ZeCTransformationNodeManager::IsWriteLocked(const Node& node) const
+{
+    return parts_->locks.IsLocked(node, true);
+}
+
+bool ZeCTransformationNodeManager::IsNotManagedOrReadLocked(const ConstNode& node) const
+{
+    return parts_->locks.IsNotManagedOrLocked(node, false);
+}
+
+bool ZeCTransformationNodeManager::IsNotManagedOrWriteLocked(const Node& node) const
+{
+    return parts_->locks.IsNotManagedOrLocked(node, true);
+}
+
+// Consistency.
+
+ZeCTransformationNodeManager::CheckReturn
+ZeCTransformationNodeManager::IsValid(const ConstNode& node) const noexcept
+{
+    return parts_->checks.IsValid(node);
+}
+
+ZeCTransformationNodeManager::CheckReturn ZeCTransformationNodeManager::IsValid() const noexcept
+{
+    return parts_->checks.IsValid();
+}
+
+void ZeCTransformationNodeManager::dump(CbStreamWriteASCII& stream) const
+{
     const CbCriticalSectionLock lock(section_);
-    if (!root_) return;
-    if (Logging::IsDebugEnabled(c_nodeManagerLogger)) logIDMap("UnsetRootNode enter");
-    WriteHandle handle;
-    if (IsNodeInDataManager(root_)) {
-        handle = GetWriteHandle(root_);
-        if (!handle.IsValid()) return;
-    }
-    below = CollectPostOrder(*root_);
-    below.pop_back(); // the root itself
-    removeNodesFromDataManager(below, refused);
-    for (const Node& node : below) DeleteNode(node);
-    idMap_.Remove(root_->GetID());
-    if (handle.IsValid() && !dataManager_.load()->RemoveNode(handle)) refused.Add(root_.Get(), 1);
-    for (const Node& node : below) cutLinks(node);
-    cutLinks(root_);
-    root.Swap(root_);
-    rootAddress_ = nullptr;
-    if (Logging::IsDebugEnabled(c_nodeManagerLogger)) logIDMap("UnsetRootNode exit");
+    parts_->checks.Dump(stream);
 }

@@ -2,22 +2,19 @@
 
 #include "platform/base/cbcheckreturn.h"
 #include "platform/base/cbcriticalsection.h"
-#include "platform/base/cbhashkey.h"
-#include "platform/base/cbmap.h"
 #include "platform/base/cbsingleton.h"
 #include "platform/datatree/cydatahandlelockonly.h"
 #include "platform/datatree/cydatamanager.h"
 #include "transformationtree/nodes/zectransformationnodeinner.h"
 #include "transformationtree/nodes/zectransformationnodeleaf.h"
 
-#include <atomic>
 #include <functional>
+#include <memory>
 #include <vector>
 
 class CbStreamWriteASCII;
-class RefusedNodes;
 
-/// The one place where tree nodes are created, linked and locked; a singleton.
+/// Creates, links and locks tree nodes; nobody else does. A singleton.
 ///
 /// It edits the links between fathers and children, keeps the tree below its root mirrored in the
 /// application's data manager, finds nodes by their ids and grants read and write handles.
@@ -28,10 +25,12 @@ class RefusedNodes;
 ///
 /// Edits are all or nothing: what is thrown is thrown before anything has changed.
 ///
-/// Threads: the critical section guards the link to the data manager, the root and the id map. Who
-/// edits the structure holds write handles: on the father to insert, append, remove, replace or
-/// exchange a child, on the new child's present father too to replace or exchange, on both fathers
-/// to move one. Nodes outside the data manager need no lock, but one thread at a time.
+/// Threads: the critical section guards the link to the data manager, the root and the id map.
+/// Who edits the structure holds write handles:
+/// - on the father, to insert, append, remove, replace or exchange a child;
+/// - on the new child's present father too, to replace or exchange;
+/// - on both fathers, to move a node.
+/// Nodes outside the data manager need no lock, but one thread at a time.
 ///
 /// @code
 /// auto& manager = CbSingleton<ZeCTransformationNodeManager>::GetInstance();
@@ -41,7 +40,7 @@ class RefusedNodes;
 class TRANSFORMATIONTREE_API ZeCTransformationNodeManager
 {
 public:
-    /// As operations take and return them; null where they say so.
+    /// As operations take and return them; null only if they say so.
     using Node = CbSmartPointer<ZeCTransformationNode>;
     using Inner = CbSmartPointer<ZeCTransformationNodeInner>;
     using Leaf = CbSmartPointer<ZeCTransformationNodeLeaf>;
@@ -60,17 +59,18 @@ public:
     /// @{
 
     /// Links the manager to a data manager and to the node of it below which the root will hang.
-    /// Refuses, with false, where it is linked already or @p node is null or in another one.
+    /// Returns false, and changes nothing, if it is linked already, or if @p node is null or not in
+    /// that data manager.
     /// Lifetime: the data manager must stay until it is unset and no thread is in a lock operation.
     [[nodiscard]] bool SetDataManager(CyDataManager& dataManager, CbSmartPointer<CyNode> node);
-    /// Takes the link away. Refuses, with false, while a root is set.
+    /// Takes the link away. Returns false, and changes nothing, while a root is set.
     [[nodiscard]] bool UnsetDataManager();
-    /// Returns the data manager that is set. Throws: CbException where none is.
+    /// Returns the data manager that is set. Throws: CbException if none is.
     [[nodiscard]] CyDataManager& GetDataManager() const;
-    /// Returns the node itself where it is in the data manager, else null.
+    /// Returns the node itself if it is in the data manager, else null.
     [[nodiscard]] CbSmartPointer<CyNode> GetDataNode(const Node& node) const;
     [[nodiscard]] CbSmartPointer<const CyNode> GetDataNode(const ConstNode& node) const;
-    /// True where the node is in the data manager; false for null.
+    /// True if the node is in the data manager. False for null.
     [[nodiscard]] static bool IsNodeInDataManager(const ConstNode& node) noexcept;
     /// The section that guards this object's own fields.
     [[nodiscard]] CbCriticalSection& GetCriticalSection() const CB_RETURN_CAPABILITY(section_)
@@ -102,14 +102,13 @@ public:
     /// @name Root
     /// @{
 
-    /// Makes a fatherless node the root: it and its subtree come into the data manager and are
-    /// registered.
-    /// Throws: CbException for null, a node that has a father or is in a data manager, where a root
-    /// is set already, or without data manager.
+    /// Makes a node the root: it and its subtree come into the data manager and are registered.
+    /// Throws: CbException for null, for a node that has a father or is in a data manager, if a
+    /// root is set already, and without data manager.
     void SetRootNode(const Inner& root);
-    /// Takes the tree out of the data manager, drops its ids and takes it apart. Does nothing where
-    /// no root is set, or where the calling thread holds no write lock on it or above it. A root
-    /// that its data manager has given up needs no lock.
+    /// Takes the tree out of the data manager, drops its ids and takes it apart.
+    /// Does nothing if no root is set, or if the calling thread holds no write lock on it or above
+    /// it. A root that its data manager has given up needs no lock.
     void UnsetRootNode();
     /// Returns the root, or null.
     [[nodiscard]] Inner GetRootNode() const;
@@ -118,45 +117,48 @@ public:
     /// @name Structure
     /// Each edit renews both revisions of the fathers whose children it changes.
     ///
-    /// Those that link throw CbException, before anything has changed, for a null father or child,
-    /// for a node that would come to stand below itself, and for the manager's root
-    /// as a child.
+    /// Those that link throw CbException for
+    /// - a father or child that is null,
+    /// - a node that would come to stand below itself,
+    /// - the manager's root as a child.
     /// @{
 
-    /// Inserts a child without father at a position of the father's children, and brings its
-    /// subtree into the data manager where the father is in it. Does nothing where the child is
-    /// this father's already. Throws: CbException where it is another father's.
+    /// Inserts a child without father at a position of the father's children. If the father is in
+    /// the data manager, the child's subtree comes into it.
+    /// Does nothing if the child is this father's already.
+    /// Throws: CbException if the child has another father.
     void InsertChild(const Inner& father, ZeCTransformationNodeInner::ConstChildIterator position,
                      const Node& child);
-    /// Inserts in front of @p before; at the end where that is no child of the father.
+    /// Inserts in front of @p before; at the end if that is no child of the father.
     void InsertChild(const Inner& father, const ConstNode& before, const Node& child);
-    /// Inserts at the end, or at the front where @p atEnd is false.
+    /// Inserts at the end, or at the front if @p atEnd is false.
     void AppendChild(const Inner& father, const Node& child, bool atEnd = true);
-    /// Takes a child from its father and its subtree out of the data manager; ids stay registered.
-    /// Does nothing for a null father or one that does not list the child. An entry whose node
+    /// Takes a child from its father, and its subtree out of the data manager. Ids stay registered.
+    /// Does nothing for a null father, or one that does not list the child. An entry whose node
     /// belongs to another father by now is erased, and nothing more.
     void RemoveChild(const Inner& father, const Node& child);
     /// Takes everything below a node apart for good, children before their fathers: it leaves the
-    /// data manager, its links are cut and its ids dropped. Fathers are renewed where they had
-    /// children. Does nothing for null. Entries whose node belongs to another father by now are
-    /// erased, and nothing more. Cost: linear in the number of nodes.
-    /// @param first is called just before the first change, if there are no children, too: nothing
-    ///     but this function can fail from then on. It must not edit the tree; if it throws,
+    /// data manager, its links are cut and its ids dropped. Fathers that had children are renewed.
+    /// Does nothing for null. Entries whose node belongs to another father by now are erased, and
+    /// nothing more. Cost: linear in the number of nodes.
+    /// @param first is called just before the first change, even if there are no children. Nothing
+    ///     but this function can fail from then on. It must not edit the tree. If it throws,
     ///     nothing changes.
     void DeleteChildren(const Inner& father, const std::function<void()>& first = {});
     /// Puts a new child in the place of an old one, whose subtree is taken apart and loses its ids.
-    /// Does nothing where the father does not list the old child, or both are the same.
-    /// The new child leaves the data manager first where it is in it; its old father keeps listing
-    /// it, although it has a new father then.
-    /// Throws: CbException also where the new child is this father's or stands below the old one.
+    /// Does nothing if the father does not list the old child, or if both are the same.
+    /// A new child that is in the data manager leaves it first. Its old father keeps listing it,
+    /// although it has a new father then.
+    /// Throws: CbException also if the new child is this father's, or stands below the old one.
     void ReplaceChild(const Inner& father, const Node& oldChild, const Node& newChild);
     /// Puts a new child in the place of an old one, which survives with its subtree and its ids.
     /// Otherwise as ReplaceChild; the new child may stand below the old one.
     void ExchangeChild(const Inner& father, const Node& oldChild, const Node& newChild);
-    /// Moves a node, with its subtree, in front of @p before below a new father; to the end where
-    /// that is null or no child of the new father. Within the data manager its data nodes move;
-    /// from outside it the subtree comes in, and to the outside it goes out. In front of itself a
-    /// node keeps its place, and comes to the end below another father.
+    /// Moves a node, with its subtree, in front of @p before below a new father; to the end if that
+    /// is null or no child of the new father. In front of itself a node keeps its place; below
+    /// another father it comes to the end then.
+    /// Within the data manager the data nodes move. From outside it the subtree comes in, and to
+    /// the outside it goes out.
     void MoveNode(const Inner& newFather, const Node& node, const ConstNode& before);
     /// Moves several nodes to the end of a new father's children, in their order, as MoveNode()
     /// would one after the other, but in one pass. The fathers that they leave, each renewed once,
@@ -165,17 +167,17 @@ public:
     /// Throws: CbException also for a node that is named twice.
     /// Cost: linear in the numbers of nodes, of children that stay with the fathers they leave, of
     /// nodes that come into the data manager or go out of it, and of levels above the new father,
-    /// but for sorting nodes and levels. Where a node at or above the new father was exchanged,
-    /// each inner node is searched for among the levels, and below it for the new father.
+    /// but for sorting nodes and levels. If a node at or above the new father was exchanged, each
+    /// inner node is searched for among the levels, and below it for the new father.
     void MoveNodes(const Inner& newFather, const std::vector<Node>& nodes);
     /// Gives a father these children, and no others: they move there as by MoveNodes(), from
     /// anywhere, and what else stands below the father is taken apart as by DeleteChildren().
-    /// Nothing happens where there were no children and are to be none.
+    /// Nothing happens if there were no children and are to be none.
     /// Cost: as MoveNodes(), and linear in the number of nodes below the father, each of which is
     /// searched for among the sorted children.
     void ReplaceChildren(const Inner& father, const std::vector<Node>& children);
-    /// Registers a subtree and brings it into the data manager below the father of its top, where
-    /// that is in it. Null changes nothing.
+    /// Registers a subtree. If the father of its top is in the data manager, the subtree comes into
+    /// it below that father. Null changes nothing.
     void AddSubtreeToDataManager(const Node& node);
     /// @}
 
@@ -193,13 +195,13 @@ public:
     void GetHandle(const CbSmartPointer<const CyNode>& node, ReadHandle& handle) const;
     void GetHandle(const CbSmartPointer<CyNode>& node, WriteHandle& handle) const;
     /// Returns a granted read handle. Waits as long as others hold the node.
-    /// Throws: CbException for null, a node outside the data manager, one that leaves it meanwhile,
-    /// and where the thread holds other locks.
+    /// Throws: CbException for null, for a node outside the data manager or one that leaves it
+    /// meanwhile, and if the thread holds locks that do not cover the node.
     [[nodiscard]] ReadHandle GetSingleReadHandleLocked(const ConstNode& node) const;
     /// Returns a granted write handle. Waits and throws as GetSingleReadHandleLocked().
     [[nodiscard]] WriteHandle GetSingleWriteHandleLocked(const Node& node) const;
 
-    /// Locks all that the thread recorded where that is possible at once.
+    /// Locks all that the thread recorded, if that is possible at once.
     CheckReturn TryLock() const;
     /// Locks all that the thread recorded, waiting up to @p milliseconds.
     CheckReturn TryLockAndWait(unsigned int milliseconds) const;
@@ -208,9 +210,9 @@ public:
     /// Locks all that the thread recorded, waiting up to 10 s. Throws: CbException on failure.
     void Lock() const;
 
-    /// True where the calling thread may read the node, which is in the data manager.
+    /// True if the node is in the data manager and the calling thread may read it.
     [[nodiscard]] bool IsReadLocked(const ConstNode& node) const;
-    /// True where the calling thread may edit the node, which is in the data manager.
+    /// True if the node is in the data manager and the calling thread may edit it.
     [[nodiscard]] bool IsWriteLocked(const Node& node) const;
     /// True for null, a node outside the data manager, and one that the thread may read.
     [[nodiscard]] bool IsNotManagedOrReadLocked(const ConstNode& node) const;
@@ -219,7 +221,7 @@ public:
     /// @}
 
     /// @name Consistency
-    /// The checks change nothing and never throw; where memory runs out they say false.
+    /// The checks change nothing and never throw; if memory runs out they say false.
     ///
     /// A node in the data manager is valid only for a thread that may read it; a read lock on the
     /// root does for a whole tree. Threads: id map and root are read without the section, so no
@@ -227,12 +229,14 @@ public:
     /// data manager meanwhile.
     /// @{
 
-    /// True where the node is labelled with its id; where it, its children and its father are
-    /// registered under their ids and readable; and where they are linked to each other, in the
-    /// tree as in the data manager. False for null. Cost: linear in its children and siblings.
+    /// True if
+    /// - the node is labelled with its id,
+    /// - it, its children and its father are registered under their ids, and readable,
+    /// - they are linked to each other, in the tree as in the data manager.
+    /// False for null. Cost: linear in its children and siblings.
     CheckReturn IsValid(const ConstNode& node) const noexcept;
-    /// True where every registered node is valid, and where the root, if one is set, hangs below
-    /// the data manager's node. Cost: linear in the number of registered nodes and their children,
+    /// True if every registered node is valid, and if the root, if one is set, hangs below the data
+    /// manager's node. Cost: linear in the number of registered nodes and their children,
     /// but for sorting each father's children; a map that was larger once takes longer.
     CheckReturn IsValid() const noexcept;
     /// @}
@@ -242,103 +246,17 @@ protected:
     /// above it, its description and "[leaf]". Threads: needs a read handle on the root, and holds
     /// the section throughout.
     virtual void dump(CbStreamWriteASCII& stream) const;
-    /// Logs all ids and descriptions as debug detail.
-    void logIDMap(const char* tag) const noexcept CB_REQUIRES(section_);
 
 private:
     friend class CbSingleton<ZeCTransformationNodeManager>;
     friend struct TestAccess;
-
-    using Nodes = std::vector<ZeCTransformationNode*>;
+    struct Parts;
 
     ZeCTransformationNodeManager();
     virtual ~ZeCTransformationNodeManager();
 
-    void initCreatedTransformationNode(const Node& node);
-    [[nodiscard]] Node findNode(const CyUniqueID& id) const CB_REQUIRES(section_);
-
-    // Mirroring. Edits collect the nodes of a subtree before they change anything, so that nothing
-    // they do afterwards needs memory. What the data manager refuses is told when an edit is done.
-    void addNodesToDataManager(const Nodes& nodes);
-    void addNodeToDataManager(ZeCTransformationNode& node);
-    void registerNodes(const Nodes& nodes);
-    Node registerNode(const Node& node) CB_REQUIRES(section_);
-    /// Takes nodes out of the data manager, as far as they are in it: children before their
-    /// fathers.
-    void takeOutOfDataManager(CyNodeView nodes, RefusedNodes& refused) noexcept;
-    /// The same, and erases the entries among their children that belong to other fathers by now.
-    void removeNodesFromDataManager(const std::vector<Node>& nodes, RefusedNodes& refused);
-    /// Moves those of the nodes that are in the data manager.
-    void moveInDataManager(CyNodeView nodes, const Inner& newFather,
-                           RefusedNodes& refused) noexcept;
-
-    // Editing.
-    void removeChild(const Inner& father, ZeCTransformationNodeInner::ConstChildIterator position);
-    enum class EPlacing
-    {
-        Replace,
-        Exchange
-    };
-    void putInPlace(const Inner& father, const Node& oldChild, const Node& newChild,
-                    EPlacing placing);
-    enum class EOthers
-    {
-        Keep,
-        Drop
-    };
-    /// @param others what happens to all else that stands below the father
-    /// @param first as of DeleteChildren()
-    void moveNodes(const Inner& newFather, const std::vector<Node>& nodes, EOthers others,
-                   const char* function, const std::function<void()>& first = {});
-    /// Takes sorted nodes from the lists of their fathers, which are these, and gives them a new
-    /// one, which does not list them yet.
-    static void relink(const Nodes& nodes, const std::vector<Inner>& oldFathers,
-                       const Inner& newFather);
-    /// Inserts and links a child that has no father.
-    static void insertLinked(const Inner& father, std::size_t index, const Node& child);
-    /// Erases the entry of a child in a father that is not its own any more, and corrects an index.
-    static void eraseStaleEntry(ZeCTransformationNodeInner& father,
-                                const ZeCTransformationNode& child, std::size_t& index);
-    /// Ends a node that has left the data manager: no id, no links.
-    void takeApart(const Node& node);
-    /// Cuts the links to the father and, as far as this node has them, to the children.
-    static void cutLinks(const Node& node);
-    /// True where the children's lists lead from @p top to @p node.
-    [[nodiscard]] static bool leadsTo(const ZeCTransformationNodeInner& top, const Inner& node);
-    /// The node and those above it, sorted; empty where entries may list one of them elsewhere.
-    [[nodiscard]] static Nodes collectUpwards(const Inner& node);
-    /// Throws, from the given place, where a child may not come below a father.
-    /// @param atOrAboveFather see collectUpwards(); empty to find out for this child alone
-    void requireInsertable(const Inner& father, const Node& child, const char* file, unsigned line,
-                           const char* function, const Nodes& atOrAboveFather = {}) const;
-
-    // Checking. The section is left alone, as IsValid() says.
-    CheckReturn checkIsNodeConsistent(const ConstNode& node) const;
-    CheckReturn checkIsFatherAndChildConsistent(const ConstInner& father,
-                                                const ConstNode& child) const;
-    /// True where the nodes of the data tree at and below @p dataNode are readable nodes of trees.
-    CheckReturn
-    checkRecursivelyNodesInDataManager(CbSmartPointer<const CyNode> dataNode) const noexcept;
-    [[nodiscard]] bool
-    isRegistered(const ZeCTransformationNode& node) const CB_NO_THREAD_SAFETY_ANALYSIS;
-    [[nodiscard]] bool areRegisteredNodesValid() const noexcept CB_NO_THREAD_SAFETY_ANALYSIS;
-    [[nodiscard]] bool isRootInPlace() const CB_NO_THREAD_SAFETY_ANALYSIS;
-
-    [[nodiscard]] bool isLocked(const ConstNode& node, bool forWriting) const;
-    template<int kind, class NodePointer>
-    [[nodiscard]] CyDataHandleLockOnly<kind> getHandle(const NodePointer& node) const;
-    template<int kind, class NodePointer>
-    [[nodiscard]] CyDataHandleLockOnly<kind> getSingleHandleLocked(const NodePointer& node,
-                                                                   const CbWChar* kindText) const;
-
-    mutable CbCriticalSection section_;
-    CbMap<CyUniqueID, Node, CbHashKey<CyUniqueID>> idMap_ CB_GUARDED_BY(section_);
-    /// Written under the section, read without it by the lock operations.
-    std::atomic<CyDataManager*> dataManager_{nullptr};
-    CbSmartPointer<CyNode> dataManagerNode_ CB_GUARDED_BY(section_);
-    Inner root_ CB_GUARDED_BY(section_);
-    /// The root, for comparison without the section.
-    std::atomic<const ZeCTransformationNodeInner*> rootAddress_{nullptr};
+    mutable CbCriticalSection section_; ///< guards the fields of the parts
+    const std::unique_ptr<Parts> parts_;
 };
 
 extern template class TRANSFORMATIONTREE_API CbSingleton<ZeCTransformationNodeManager>;

@@ -10,7 +10,7 @@
 /// locks on both, while another one waits for a read lock on the leaf.
 ///
 /// The root that it builds and the manager's link stay set, so that the tree can be looked at. Who
-/// runs the test again first unsets both, the root under a write lock. Where the manager is linked
+/// runs the test again first unsets both, the root under a write lock. If the manager is linked
 /// already, or has a root, the test fails and leaves it alone.
 ///
 /// Threads: the thread that runs the test has no handle of the data manager, locked or not.

@@ -362,7 +362,7 @@ protected:
 private:
     friend class ZeCChildList;
     friend class ZeCTransformationNodeInner;
-    friend class ZeCTransformationNodeManager;
+    friend class ZeCTransformationNodeAccess;
     friend class ZeCTransformationNodeSerializationIDMapper;
     friend struct TestAccess;
 

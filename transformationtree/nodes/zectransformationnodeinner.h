@@ -135,7 +135,7 @@ protected:
 
 private:
     friend class ZeCTransformationNode::ZeNNodeIterator;
-    friend class ZeCTransformationNodeManager;
+    friend class ZeCTransformationNodeAccess;
     friend struct TestAccess;
 
     /// A visitor of walks that end at the first cached leaf.

@@ -197,7 +197,7 @@ TEST_F(NodeManagerLog, NamesANodeThatTheDataManagerKeeps)
         std::erase_if(records, [](const LogRecord& record) { return record.level != 3; });
         ASSERT_EQ(records.size(), 1U) << function;
         EXPECT_EQ(records[0].function, function);
-        EXPECT_THAT(records[0].file, testing::HasSubstr("zectransformationnodemanager"));
+        EXPECT_THAT(records[0].file, testing::HasSubstr("structureedits"));
         EXPECT_EQ(records[0].text.ToUtf8(),
                   "Nodes that the data manager refused, and that stay where they are in it: " +
                       number + ", node " + node->GetID().ToString().ToUtf8() + " first.");

@@ -22,7 +22,7 @@ public:
     ~RefusedNodes();
 
     /// Adds a number of nodes, the first of them by name.
-    /// @param first null where another thread has taken it out meanwhile
+    /// @param first null if another thread has taken it out meanwhile
     void Add(CyNode* first, std::size_t number) noexcept;
 
 private:

@@ -1,9 +1,7 @@
-// Consistency checks and diagnostics.
+#include "transformationtree/manager/internal/nodechecks.h"
 
-#include "logging/log.h"
 #include "platform/base/cbstreamwriteascii.h"
-#include "transformationtree/manager/internal/nodemanagernames.h"
-#include "transformationtree/manager/zectransformationnodemanager.h"
+#include "transformationtree/nodes/internal/zectransformationnodeaccess.h"
 #include "transformationtree/walks/zectransformationnodeiterators.h"
 
 #include <algorithm>
@@ -42,66 +40,69 @@ std::size_t countAncestors(const ZeCTransformationNode& node)
 
 } // namespace
 
-bool ZeCTransformationNodeManager::isRegistered(const ZeCTransformationNode& node) const
+bool NodeChecks::isReadable(const ConstNodePointer& node) const
 {
-    const Node* const registered = idMap_.Find(node.GetID());
+    return locks_.IsNotManagedOrLocked(node, false);
+}
+
+bool NodeChecks::isRegistered(const ZeCTransformationNode& node) const
+{
+    const NodePointer* const registered = registry_.GetUnguardedMap().Find(node.GetID());
     return registered != nullptr && registered->Get() == &node;
 }
 
-ZeCTransformationNodeManager::CheckReturn
-ZeCTransformationNodeManager::checkIsNodeConsistent(const ConstNode& node) const
+NodeChecks::CheckReturn NodeChecks::checkIsNodeConsistent(const ConstNodePointer& node) const
 {
-    return node && IsNotManagedOrReadLocked(node) && isRegistered(*node);
+    return node && isReadable(node) && isRegistered(*node);
 }
 
-ZeCTransformationNodeManager::CheckReturn
-ZeCTransformationNodeManager::checkIsFatherAndChildConsistent(const ConstInner& father,
-                                                              const ConstNode& child) const
+NodeChecks::CheckReturn
+NodeChecks::checkIsFatherAndChildConsistent(const InnerPointer& father,
+                                            const ConstNodePointer& child) const
 {
     return checkIsNodeConsistent(child) && checkIsNodeConsistent(father) &&
            areLinked(*father, *child) && father->FindChild(child) != father->EndChild();
 }
 
-ZeCTransformationNodeManager::CheckReturn
-ZeCTransformationNodeManager::IsValid(const ConstNode& node) const noexcept
+NodeChecks::CheckReturn NodeChecks::IsValid(const ConstNodePointer& node) const noexcept
 {
     if (!checkIsNodeConsistent(node)) return false;
     if (!node->IsLeaf()) {
         // They come from the father's list, so it need not be searched for them.
         const auto& inner = static_cast<const ZeCTransformationNodeInner&>(*node);
-        if (!std::all_of(inner.BeginChild(), inner.EndChild(), [&](const ConstNode& child) {
+        if (!std::all_of(inner.BeginChild(), inner.EndChild(), [&](const ConstNodePointer& child) {
                 return checkIsNodeConsistent(child) && areLinked(inner, *child);
             })) {
             return false;
         }
     }
-    const ConstInner father = node->GetFather();
+    const InnerPointer father = node->GetFather();
     if (father && !checkIsFatherAndChildConsistent(father, node)) return false;
     return node->IsNamed(node->GetID());
 }
 
-ZeCTransformationNodeManager::CheckReturn ZeCTransformationNodeManager::IsValid() const noexcept
+NodeChecks::CheckReturn NodeChecks::IsValid() const noexcept
 {
-    return areRegisteredNodesValid() && isRootInPlace();
+    return areRegisteredNodesValid() && mirror_.IsRootInPlace();
 }
 
 // Says what IsValid() of every registered node would, but looks at each node and each child once.
-bool ZeCTransformationNodeManager::areRegisteredNodesValid() const noexcept
+bool NodeChecks::areRegisteredNodesValid() const noexcept
 try {
     std::size_t withFather = 0;
     std::size_t listed = 0;
     std::vector<const ZeCTransformationNode*> scratch;
-    for (const auto& [id, node] : idMap_) {
-        if (!node || !IsNotManagedOrReadLocked(node)) return false;
+    for (const auto& [id, node] : registry_.GetUnguardedMap()) {
+        if (!node || !isReadable(node)) return false;
         if (node->GetID() != id) {
             if (!isRegistered(*node)) return false;
             continue; // its turn comes with its own id
         }
         if (!node->IsNamed(id)) return false;
-        if (node->father_.GetAddress() != nullptr) ++withFather;
+        if (ZeCTransformationNodeAccess::HasFather(*node)) ++withFather;
         if (node->IsLeaf()) continue;
         const auto& inner = static_cast<const ZeCTransformationNodeInner&>(*node);
-        if (!std::all_of(inner.BeginChild(), inner.EndChild(), [&](const Node& child) {
+        if (!std::all_of(inner.BeginChild(), inner.EndChild(), [&](const NodePointer& child) {
                 return child && isRegistered(*child) && areLinked(inner, *child);
             })) {
             return false;
@@ -116,25 +117,16 @@ try {
     return false; // no memory to count with
 }
 
-bool ZeCTransformationNodeManager::isRootInPlace() const
-{
-    if (!root_) return true;
-    const auto dataNode = GetDataNode(ConstNode(root_));
-    return dataNode && dataNode->GetParent() == dataManagerNode_;
-}
-
-ZeCTransformationNodeManager::CheckReturn
-ZeCTransformationNodeManager::checkRecursivelyNodesInDataManager(
-    CbSmartPointer<const CyNode> dataNode) const noexcept
+NodeChecks::CheckReturn
+NodeChecks::CheckRecursivelyNodesInDataManager(CbSmartPointer<const CyNode> dataNode) const noexcept
 try {
     std::vector<CbSmartPointer<const CyNode>> open{std::move(dataNode)};
     while (!open.empty()) {
         const auto top = std::move(open.back());
         open.pop_back();
-        ReadHandle handle;
-        GetHandle(top, handle);
+        const auto handle = locks_.GetHandle<0>(top);
         const auto node = CbDynamicPointerCast<const ZeCTransformationNode>(top);
-        if (!handle.IsValid() || GetDataNode(node) != top) return false;
+        if (!handle.IsValid() || !IsInDataManager(node)) return false;
         for (auto& child : top->GetChildren()) open.push_back(std::move(child));
     }
     return true;
@@ -142,36 +134,18 @@ try {
     return false; // no memory to look with
 }
 
-void ZeCTransformationNodeManager::dump(CbStreamWriteASCII& stream) const
+void NodeChecks::Dump(CbStreamWriteASCII& stream) const
 {
-    const CbCriticalSectionLock lock(section_);
     std::string text = "\n"
                        "--------------------------------------------------------------------\n"
                        "ZeCTransformationNodeManager:\n"
                        "\n";
-    if (root_) {
-        for (const auto& [node, trafo] : root_->Nodes()) {
+    if (const InnerPointer root = mirror_.GetRoot()) {
+        for (const auto& [node, trafo] : root->Nodes()) {
             text.append(countAncestors(node), ' ');
             text += node.GetDescription().ToUtf8();
             text += "[leaf]\n";
         }
     }
     stream << text;
-}
-
-void ZeCTransformationNodeManager::logIDMap(const char* tag) const noexcept
-try {
-    constexpr const char* function = "ZeCTransformationNodeManager::logIDMap";
-    const CString wideTag = CString::FromUtf8(tag);
-    Logging::LogDebug(c_nodeManagerLogger, c_nodeManagerFile, 1916, function,
-                      CB_TEXT("Start ID Map: %s"), wideTag.GetString());
-    for (const auto& [id, node] : idMap_) {
-        Logging::LogDebug(c_nodeManagerLogger, c_nodeManagerFile, 1920, function,
-                          CB_TEXT("id %s -> description %s"), id.ToString().GetString(),
-                          node->getLoggedDescription().GetString());
-    }
-    Logging::LogDebug(c_nodeManagerLogger, c_nodeManagerFile, 1922, function,
-                      CB_TEXT("End ID Map: %s"), wideTag.GetString());
-} catch (...) {
-    // Messages are no reason for an edit to fail half-way.
 }

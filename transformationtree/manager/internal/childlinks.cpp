@@ -1,0 +1,89 @@
+#include "transformationtree/manager/internal/childlinks.h"
+
+#include "transformationtree/manager/internal/insertable.h"
+#include "transformationtree/nodes/internal/zectransformationnodeaccess.h"
+
+#include <algorithm>
+
+namespace
+{
+
+using Access = ZeCTransformationNodeAccess;
+
+constexpr unsigned int c_allRevisions = ZeCTransformationNode::c_allRevisions;
+
+} // namespace
+
+bool HasChildren(const ZeCTransformationNode& node)
+{
+    return !node.IsLeaf() &&
+           static_cast<const ZeCTransformationNodeInner&>(node).GetNrChildren() != 0;
+}
+
+std::size_t IndexOf(const ZeCTransformationNodeInner& father,
+                    const ZeCTransformationNode* child) noexcept
+{
+    const auto position =
+        std::find_if(father.BeginChild(), father.EndChild(),
+                     [&](const NodePointer& listed) { return listed.Get() == child; });
+    return static_cast<std::size_t>(position - father.BeginChild());
+}
+
+void ReserveMore(ZeCChildList& children, std::size_t number)
+{
+    const std::size_t needed = children->size() + number;
+    if (needed > children->capacity()) {
+        children.Reserve(std::max<std::size_t>({4, 2 * children->capacity(), needed}));
+    }
+}
+
+void InsertLinked(const InnerPointer& father, std::size_t index, const NodePointer& child)
+{
+    EraseStaleEntry(*father, *child, index);
+    Access::GetChildren(*father).Insert(index, child);
+    Access::SetFather(*child, father);
+}
+
+void EraseStaleEntry(ZeCTransformationNodeInner& father, const ZeCTransformationNode& child,
+                     std::size_t& index)
+{
+    if (!Access::MayBeStale(child) || child.IsChildOf(father)) return;
+    const std::size_t stale = IndexOf(father, &child);
+    if (stale == father.GetNrChildren()) return;
+    Access::GetChildren(father).Erase(stale);
+    if (stale < index) --index;
+}
+
+void EraseStaleEntries(ZeCTransformationNode& node)
+{
+    if (node.IsLeaf()) return;
+    auto& father = static_cast<ZeCTransformationNodeInner&>(node);
+    const std::size_t erased = Access::GetChildren(father).EraseIf(
+        [&](const NodePointer& child) { return child && !child->IsChildOf(father); });
+    if (erased != 0) father.NewNodeRevision(c_allRevisions);
+}
+
+void Relink(const BorrowedNodes& sorted, const std::vector<InnerPointer>& oldFathers,
+            const InnerPointer& newFather)
+{
+    const auto mayBeStale = [](const auto* node) { return Access::MayBeStale(*node); };
+    if (std::any_of(sorted.begin(), sorted.end(), mayBeStale)) {
+        Access::GetChildren(*newFather).EraseIf([&](const NodePointer& child) {
+            return Contains(sorted, child.Get());
+        });
+    }
+    for (ZeCTransformationNode* const node : sorted) Access::SetFather(*node, nullptr);
+    for (const InnerPointer& father : oldFathers) {
+        Access::GetChildren(*father).EraseIf(
+            [&](const NodePointer& child) { return !child || !child->IsChildOf(*father); });
+        father->NewNodeRevision(c_allRevisions);
+    }
+    for (ZeCTransformationNode* const node : sorted) Access::SetFather(*node, newFather);
+}
+
+void CutLinks(ZeCTransformationNode& node)
+{
+    Access::SetFather(node, nullptr);
+    if (node.IsLeaf()) return;
+    Access::GetChildren(static_cast<ZeCTransformationNodeInner&>(node)).Clear();
+}

@@ -2,6 +2,7 @@
 
 #include "platform/base/cbstreamreadbinary.h"
 #include "platform/base/cbstreamwritebinary.h"
+#include "transformationtree/nodes/internal/fixedplaces.h"
 
 namespace
 {
@@ -40,7 +41,8 @@ void ZeCAreaPropertiesAttribute::Serialize(CbStreamWriteBinary& stream) const
 
 void ZeCAreaPropertiesAttribute::Serialize(CbStreamReadBinary& stream)
 {
-    stream.ReadKnownVersion(c_version, c_version, "zecareapropertiesattribute", 51);
+    constexpr FixedPlace place = FixedPlaces::c_areaPropertiesVersion;
+    stream.ReadKnownVersion(c_version, c_version, place.file, place.line);
     SetOrientationStrategy(EOrientationStrategy::Default);
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/base/cbstreamreadbinary.h"
 #include "platform/base/cbstreamwritebinary.h"
+#include "transformationtree/nodes/internal/fixedplaces.h"
 
 namespace
 {
@@ -55,8 +56,8 @@ void ZeCBackgroundOptimizationLoopCountAttribute::Serialize(CbStreamWriteBinary&
 
 void ZeCBackgroundOptimizationLoopCountAttribute::Serialize(CbStreamReadBinary& stream)
 {
-    stream.ReadKnownVersion(c_version, c_version, "zecbackgroundoptimizationloopcountattribute",
-                            51);
+    constexpr FixedPlace place = FixedPlaces::c_loopCountVersion;
+    stream.ReadKnownVersion(c_version, c_version, place.file, place.line);
     readVersion1(stream);
 }
 

@@ -1,6 +1,7 @@
 #include "transformationtree/attributes/zecdisconnectedcomponentwarningattribute.h"
 
 #include "transformationtree/attributes/internal/storedsurfelcollection.h"
+#include "transformationtree/nodes/internal/fixedplaces.h"
 
 namespace
 {
@@ -59,7 +60,8 @@ void ZeCDisconnectedComponentWarningAttribute::Serialize(CbStreamReadBinary& str
 {
     CbSmartPointer<CySurfelCollectionBase> collection; // released after the lock
     const CbCriticalSectionLock lock(section_);
-    stream.ReadKnownVersion(c_version, c_version, "zecdisconnectedcomponentwarningattribute", 66);
+    constexpr FixedPlace place = FixedPlaces::c_componentWarningVersion;
+    stream.ReadKnownVersion(c_version, c_version, place.file, place.line);
     collection = collection_;
     ReadSurfelCollection(stream, collection);
     collection_.Swap(collection);

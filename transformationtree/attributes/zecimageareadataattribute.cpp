@@ -2,6 +2,7 @@
 
 #include "platform/base/cbformat.h"
 #include "platform/math3d/cbmatrix4stream.h"
+#include "transformationtree/nodes/internal/fixedplaces.h"
 #include "transformationtree/nodes/zectransformationnodeinner.h"
 
 namespace
@@ -94,8 +95,8 @@ void ZeCImageAreaDataAttribute::Serialize(CbStreamWriteBinary& stream) const
 
 void ZeCImageAreaDataAttribute::Serialize(CbStreamReadBinary& stream)
 {
-    const std::uint32_t version =
-        stream.ReadAndCompareVersion(c_version, "zecimageareadataattribute", 259);
+    constexpr FixedPlace place = FixedPlaces::c_imageAreaDataVersion;
+    const std::uint32_t version = stream.ReadAndCompareVersion(c_version, place.file, place.line);
     Fields fields = fields_;
     if (version == 0) {
         readVersion0(stream, fields);

@@ -2,6 +2,7 @@
 
 #include "platform/base/cbstreamreadbinary.h"
 #include "platform/base/cbstreamwritebinary.h"
+#include "transformationtree/nodes/internal/fixedplaces.h"
 
 #include <utility>
 
@@ -94,7 +95,8 @@ void ZeCJawSemanticsAttribute::Serialize(CbStreamWriteBinary& stream) const
 
 void ZeCJawSemanticsAttribute::Serialize(CbStreamReadBinary& stream)
 {
-    stream.ReadKnownVersion(c_version, c_version, "zecjawsemanticsattribute", 124);
+    constexpr FixedPlace place = FixedPlaces::c_jawSemanticsVersion;
+    stream.ReadKnownVersion(c_version, c_version, place.file, place.line);
     readVersion1(stream);
 }
 

@@ -1,6 +1,7 @@
 #include "transformationtree/attributes/zecregistrationhintsattribute.h"
 
 #include "transformationtree/attributes/internal/storedsurfelcollection.h"
+#include "transformationtree/nodes/internal/fixedplaces.h"
 
 namespace
 {
@@ -112,7 +113,8 @@ void ZeCRegistrationHintsAttribute::Serialize(CbStreamReadBinary& stream)
 {
     CbSmartPointer<CySurfelCollectionBase> collection; // released after the lock
     const CbCriticalSectionLock lock(section_);
-    stream.ReadKnownVersion(c_version, c_version, "zecregistrationhintsattribute", 85);
+    constexpr FixedPlace place = FixedPlaces::c_registrationHintsVersion;
+    stream.ReadKnownVersion(c_version, c_version, place.file, place.line);
     std::uint32_t displayMode = 0;
     stream >> displayMode;
     collection = collection_;

@@ -2,6 +2,7 @@
 
 #include "platform/base/cbstreamreadbinary.h"
 #include "platform/base/cbstreamwritebinary.h"
+#include "transformationtree/nodes/internal/fixedplaces.h"
 
 namespace
 {
@@ -47,7 +48,8 @@ void ZeCRepresentativeAttribute::Serialize(CbStreamWriteBinary& stream) const
 
 void ZeCRepresentativeAttribute::Serialize(CbStreamReadBinary& stream)
 {
-    stream.ReadKnownVersion(c_version, c_version, "zecrepresentativeattribute", 41);
+    constexpr FixedPlace place = FixedPlaces::c_representativeVersion;
+    stream.ReadKnownVersion(c_version, c_version, place.file, place.line);
     readVersion1(stream);
 }
 

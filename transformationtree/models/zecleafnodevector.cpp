@@ -1,6 +1,7 @@
 #include "transformationtree/models/zecleafnodevector.h"
 
 #include "platform/base/cbexceptionstream.h"
+#include "transformationtree/nodes/internal/fixedplaces.h"
 #include "transformationtree/walks/zectransformationnodeiterators.h"
 
 #include <algorithm>
@@ -118,7 +119,8 @@ void ZeCNodeVector::Serialize(CbStreamWriteBinary& stream) const
 
 void ZeCNodeVector::Serialize(CbStreamReadBinary& stream)
 {
-    const auto version = stream.ReadKnownVersion(1, c_version, "zecleafnodevector", 111);
+    constexpr FixedPlace place = FixedPlaces::c_nodeVectorVersion;
+    const auto version = stream.ReadKnownVersion(1, c_version, place.file, place.line);
     version == 1 ? readVersion1(stream) : readVersion2(stream);
 }
 

@@ -6,6 +6,7 @@
 #include "platform/datacontainer/models/zecmodelserializationidmapper.h"
 #include "platform/math3d/cbmatrix4stream.h"
 #include "platform/math3d/cbmatrixinternal.h"
+#include "transformationtree/nodes/internal/fixedplaces.h"
 #include "transformationtree/nodes/internal/loggedcallstack.h"
 #include "transformationtree/nodes/zectransformationnodeinner.h"
 #include "transformationtree/nodes/zectransformationnodeserializationidmapper.h"
@@ -143,17 +144,18 @@ CbMatrix4Rd ZeCTransformationNode::GetRelativeTrafo(
 void ZeCTransformationNode::SetRelativeTrafo(
     const CbMatrix4Rd& trafo, const CbSmartPointer<const ZeCTransformationNodeInner>& ancestor)
 {
-    constexpr const char* file = "zectransformationnode";
     constexpr const char* function = "ZeCTransformationNode::SetRelativeTrafo";
     const auto father = GetFather();
     if (!father) {
         if (Logging::IsWarningEnabled(c_logger)) {
             const CString callStack = LoggedCallStack();
-            Logging::LogWarning(c_logger, file, 403, function,
+            constexpr FixedPlace place = FixedPlaces::c_noFatherLogged;
+            Logging::LogWarning(c_logger, place.file, place.line, function,
                                 CB_TEXT("Setting relative Trafo on Node without Father!\n%s"),
                                 callStack.GetString());
         }
-        throw CbException(file, 405, function,
+        constexpr FixedPlace place = FixedPlaces::c_noFather;
+        throw CbException(place.file, place.line, function,
                           "node " + id_.ToString().ToUtf8() + " has no father to be placed in");
     }
     CbMatrix4Rd ancestorToFather = father->GetRelativeTrafo(ancestor);
@@ -242,7 +244,8 @@ void ZeCTransformationNode::SerializeStructure(CbStreamWriteBinary& stream) cons
 
 void ZeCTransformationNode::SerializeStructure(CbStreamReadBinary& stream)
 {
-    stream.ReadKnownVersion(c_recordVersion, c_recordVersion, "zectransformationnode", 611);
+    constexpr FixedPlace place = FixedPlaces::c_nodeVersion;
+    stream.ReadKnownVersion(c_recordVersion, c_recordVersion, place.file, place.line);
     const auto father = nodeMapper().ReadNodeByReference(stream);
     setFather(father && !father->leaf_ ? CbStaticPointerCast<ZeCTransformationNodeInner>(father)
                                        : nullptr);

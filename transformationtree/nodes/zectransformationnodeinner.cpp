@@ -1,6 +1,7 @@
 #include "transformationtree/nodes/zectransformationnodeinner.h"
 
 #include "platform/base/cbexceptionstream.h"
+#include "transformationtree/nodes/internal/fixedplaces.h"
 #include "transformationtree/nodes/internal/subtreewalk.h"
 #include "transformationtree/nodes/zectransformationnodeserializationidmapper.h"
 
@@ -192,7 +193,8 @@ void ZeCTransformationNodeInner::SerializeStructure(CbStreamWriteBinary& stream)
 void ZeCTransformationNodeInner::SerializeStructure(CbStreamReadBinary& stream)
 {
     ZeCTransformationNode::SerializeStructure(stream);
-    stream.ReadKnownVersion(c_version, c_version, "zectransformationnodeinner", 1290);
+    constexpr FixedPlace place = FixedPlaces::c_innerNodeVersion;
+    stream.ReadKnownVersion(c_version, c_version, place.file, place.line);
     std::int64_t modelRevision = 0;
     std::uint32_t count = 0;
     stream >> modelRevision;

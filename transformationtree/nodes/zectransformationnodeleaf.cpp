@@ -2,6 +2,7 @@
 
 #include "platform/base/cbstreamreadbinary.h"
 #include "platform/base/cbstreamwritebinary.h"
+#include "transformationtree/nodes/internal/fixedplaces.h"
 
 namespace
 {
@@ -76,6 +77,7 @@ void ZeCTransformationNodeLeaf::SerializeStructure(CbStreamWriteBinary& stream) 
 void ZeCTransformationNodeLeaf::SerializeStructure(CbStreamReadBinary& stream)
 {
     ZeCTransformationNode::SerializeStructure(stream);
-    const auto version = stream.ReadKnownVersion(1, c_version, "zectransformationnodeleaf", 516);
+    constexpr FixedPlace place = FixedPlaces::c_leafVersion;
+    const auto version = stream.ReadKnownVersion(1, c_version, place.file, place.line);
     if (version == c_version) stream >> newEntryScan_;
 }

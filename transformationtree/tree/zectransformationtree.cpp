@@ -4,6 +4,7 @@
 #include "platform/base/cbformat.h"
 #include "transformationtree/manager/internal/creatednodes.h"
 #include "transformationtree/manager/zectransformationnodemanager.h"
+#include "transformationtree/nodes/internal/fixedplaces.h"
 #include "transformationtree/tree/internal/changemessages.h"
 #include "transformationtree/tree/zectransformationtreeutility.h"
 
@@ -45,7 +46,8 @@ const IExtensionInterface* ZeCTransformationTree::GetExtension(const char* name,
                                                                bool throwIfUnknown) const
 {
     if (!throwIfUnknown) return nullptr;
-    throw CbExceptionUnknownExtension("zectransformationtree", 358, {},
+    constexpr FixedPlace place = FixedPlaces::c_unknownExtension;
+    throw CbExceptionUnknownExtension(place.file, place.line, {},
                                       name != nullptr ? "unknown: " + std::string(name)
                                                       : "the name is null");
 }

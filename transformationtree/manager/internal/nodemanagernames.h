@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/base/cbwchar.h"
+#include "transformationtree/nodes/internal/fixedplaces.h" // IWYU pragma: export
 
-/// Logger and source name of the node manager, the same in all of its sources.
+/// Logger of the node manager, the same in all of its sources.
 inline constexpr const CbWChar* c_nodeManagerLogger =
     CB_TEXT("Diagnostics.Registration.TransformationNodeManager");
-inline constexpr const char* c_nodeManagerFile = "zectransformationnodemanager";

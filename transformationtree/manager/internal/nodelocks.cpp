@@ -1,6 +1,7 @@
 #include "transformationtree/manager/internal/nodelocks.h"
 
 #include "platform/base/cbexception.h"
+#include "transformationtree/nodes/internal/fixedplaces.h"
 #include "transformationtree/nodes/internal/zectransformationnodeaccess.h"
 
 #include <limits>
@@ -68,7 +69,8 @@ CyDataManager::ELockStatus NodeLocks::waitForHandle(const Pointer& node, Handle<
             return CyDataManager::eLocked;
         }
         if (status != CyDataManager::eTimeout) return status;
-        Logging::LogDebug(c_nodeManagerLogger, c_nodeManagerFile, 1834, c_single,
+        Logging::LogDebug(c_nodeManagerLogger, FixedPlaces::c_singleHandleRetries.file,
+                          FixedPlaces::c_singleHandleRetries.line, c_single,
                           CB_TEXT("getSingleHandleLocked<%s>(%s) 100ms Timeout, retrying."),
                           kindText(kind), describe(node.Get()).GetString());
     }
@@ -100,22 +102,26 @@ void NodeLocks::warnOfSingle(int kind, const ZeCTransformationNode* node, EStatu
                              int waited, const CString& callStack)
 {
     const CString description = describe(node);
-    const auto warnOf = [&](unsigned int line, const CbWChar* format) {
-        Logging::LogWarning(c_nodeManagerLogger, c_nodeManagerFile, line, c_single, format,
+    const auto warnOf = [&](const FixedPlace& place, const CbWChar* format) {
+        Logging::LogWarning(c_nodeManagerLogger, place.file, place.line, c_single, format,
                             kindText(kind), description.GetString(), callStack.GetString());
     };
     switch (status) {
     case CyDataManager::eLocked:
-        Logging::LogWarning(c_nodeManagerLogger, c_nodeManagerFile, 1876, c_single,
+        Logging::LogWarning(c_nodeManagerLogger, FixedPlaces::c_singleHandleWaited.file,
+                            FixedPlaces::c_singleHandleWaited.line, c_single,
                             CB_TEXT("getSingleHandleLocked<%s>(%s) waited for %dms.\n%s"),
                             kindText(kind), description.GetString(), waited, callStack.GetString());
         break;
     case CyDataManager::eNoQueries:
-        return warnOf(1863, CB_TEXT("getSingleHandleLocked<%s>(%s) NoData.\n%s"));
+        return warnOf(FixedPlaces::c_singleHandleNoData,
+                      CB_TEXT("getSingleHandleLocked<%s>(%s) NoData.\n%s"));
     case CyDataManager::eNotReleased:
-        return warnOf(1866, CB_TEXT("getSingleHandleLocked<%s>(%s) NotAllLocksReleased.\n%s"));
+        return warnOf(FixedPlaces::c_singleHandleNotReleased,
+                      CB_TEXT("getSingleHandleLocked<%s>(%s) NotAllLocksReleased.\n%s"));
     case CyDataManager::eInvalidNode:
-        return warnOf(1860, CB_TEXT("getSingleHandleLocked<%s>(%s) InvalidNode.\n%s"));
+        return warnOf(FixedPlaces::c_singleHandleInvalidNode,
+                      CB_TEXT("getSingleHandleLocked<%s>(%s) InvalidNode.\n%s"));
     case CyDataManager::eGeneralError:
     case CyDataManager::eLockedByOther:
     case CyDataManager::eTimeout:
@@ -125,13 +131,15 @@ void NodeLocks::warnOfSingle(int kind, const ZeCTransformationNode* node, EStatu
 
 void NodeLocks::warn(EStatus status, const CString& callStack)
 {
-    Logging::LogWarning(c_nodeManagerLogger, c_nodeManagerFile, 1431, c_lock, CB_TEXT("%s\n%s"),
+    Logging::LogWarning(c_nodeManagerLogger, FixedPlaces::c_lockFailedLogged.file,
+                        FixedPlaces::c_lockFailedLogged.line, c_lock, CB_TEXT("%s\n%s"),
                         causeText(status), callStack.GetString());
 }
 
 void NodeLocks::throwNotLocked(EStatus status, bool single)
 {
-    throw CbException(c_nodeManagerFile, single ? 1870 : 1436, single ? c_single : c_lock,
+    const FixedPlace place = single ? FixedPlaces::c_singleHandleFailed : FixedPlaces::c_lockFailed;
+    throw CbException(place.file, place.line, single ? c_single : c_lock,
                       CString(causeText(status)).ToUtf8());
 }
 

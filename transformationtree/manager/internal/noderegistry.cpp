@@ -2,6 +2,7 @@
 
 #include "logging/log.h"
 #include "transformationtree/manager/internal/nodemanagernames.h"
+#include "transformationtree/nodes/internal/fixedplaces.h"
 #include "transformationtree/nodes/internal/zectransformationnodeaccess.h"
 
 #include <utility>
@@ -51,16 +52,19 @@ try {
     constexpr const char* function = "ZeCTransformationNodeManager::logIDMap";
     const CString wideTag = CString::FromUtf8(tag);
     const CbCriticalSectionLock lock(section_);
-    Logging::LogDebug(c_nodeManagerLogger, c_nodeManagerFile, 1916, function,
-                      CB_TEXT("Start ID Map: %s"), wideTag.GetString());
+    Logging::LogDebug(c_nodeManagerLogger, FixedPlaces::c_idMapBegins.file,
+                      FixedPlaces::c_idMapBegins.line, function, CB_TEXT("Start ID Map: %s"),
+                      wideTag.GetString());
     for (const auto& [id, node] : idMap_) {
         const CString description = ZeCTransformationNodeAccess::GetLoggedDescription(*node);
-        Logging::LogDebug(c_nodeManagerLogger, c_nodeManagerFile, 1920, function,
+        Logging::LogDebug(c_nodeManagerLogger, FixedPlaces::c_idMapEntry.file,
+                          FixedPlaces::c_idMapEntry.line, function,
                           CB_TEXT("id %s -> description %s"), id.ToString().GetString(),
                           description.GetString());
     }
-    Logging::LogDebug(c_nodeManagerLogger, c_nodeManagerFile, 1922, function,
-                      CB_TEXT("End ID Map: %s"), wideTag.GetString());
+    Logging::LogDebug(c_nodeManagerLogger, FixedPlaces::c_idMapEnds.file,
+                      FixedPlaces::c_idMapEnds.line, function, CB_TEXT("End ID Map: %s"),
+                      wideTag.GetString());
 } catch (...) {
     // Messages are no reason for an edit to fail half-way.
 }

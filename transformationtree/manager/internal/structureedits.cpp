@@ -4,9 +4,9 @@
 
 #include "platform/base/cbexception.h"
 #include "transformationtree/manager/internal/childlinks.h"
-#include "transformationtree/manager/internal/nodemanagernames.h"
 #include "transformationtree/manager/internal/refusednodes.h"
 #include "transformationtree/nodes/internal/collectsubtree.h"
+#include "transformationtree/nodes/internal/fixedplaces.h"
 #include "transformationtree/nodes/internal/subtreewalk.h"
 #include "transformationtree/nodes/internal/zectransformationnodeaccess.h"
 
@@ -62,7 +62,9 @@ BorrowedNodes StructureEdits::collectComingIn(const InnerPointer& father, const 
 void StructureEdits::InsertChild(const InnerPointer& father, std::size_t index,
                                  const NodePointer& insertedChild)
 {
-    const EditPlace place{c_nodeManagerFile, 279, "ZeCTransformationNodeManager::InsertChild"};
+    const EditPlace place{FixedPlaces::c_childNotInsertable.file,
+                          FixedPlaces::c_childNotInsertable.line,
+                          "ZeCTransformationNodeManager::InsertChild"};
     const NodePointer child = insertedChild; // may be a reference into the children
     RequireInsertable(father, child, mirror_, place);
     if (child->IsChildOf(*father)) return;

@@ -1,8 +1,8 @@
 #include "transformationtree/manager/internal/treemirror.h"
 
 #include "platform/base/cbexception.h"
-#include "transformationtree/manager/internal/nodemanagernames.h"
 #include "transformationtree/manager/internal/refusednodes.h"
+#include "transformationtree/nodes/internal/fixedplaces.h"
 
 #include <utility>
 
@@ -32,16 +32,17 @@ void TreeMirror::RequireNewRoot(const InnerPointer& node) const
     constexpr const char* function = "ZeCTransformationNodeManager::SetRootNode";
     const CbCriticalSectionLock lock(section_);
     if (!node || node->GetFather() || IsInDataManager(node) || root_) {
-        throw CbException(c_nodeManagerFile, 1223, function,
+        throw CbException(FixedPlaces::c_rootNotSettable.file, FixedPlaces::c_rootNotSettable.line,
+                          function,
                           !node               ? "the root is null"
                           : root_             ? "a root is set already"
                           : node->GetFather() ? "the node has a father"
                                               : "the node is in a data manager already");
     }
     if (!dataManagerNode_ || dataManagerNode_->GetDataManager() != dataManager_.load()) {
-        throw CbException(c_nodeManagerFile, 1231, function,
-                          !dataManagerNode_ ? "no data manager is set"
-                                            : "the data manager's node has left it");
+        throw CbException(
+            FixedPlaces::c_noPlaceForRoot.file, FixedPlaces::c_noPlaceForRoot.line, function,
+            !dataManagerNode_ ? "no data manager is set" : "the data manager's node has left it");
     }
 }
 

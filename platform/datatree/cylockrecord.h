@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/base/cbintrusivelist.h"
+
 #include <cstdint>
 
 struct CyLockThread;
@@ -20,14 +22,18 @@ struct CyLockRecord
         Void     ///< was granted when its node left the manager; counts for nothing
     };
 
-    CyLockThread* thread = nullptr;        ///< the thread that asked; null in an empty handle
-    CyDataTreeEntry* entry = nullptr;      ///< the node; null when dead or void
-    CyLockRecord* nextOfThread = nullptr;  ///< null for the last record of the list
-    CyLockRecord** linkOfThread = nullptr; ///< the pointer that points here
-    CyLockRecord* nextOfNode = nullptr;    ///< null for the last record of the list
-    CyLockRecord** linkOfNode = nullptr;   ///< the pointer that points here
+    CyLockThread* thread = nullptr;   ///< the thread that asked; null in an empty handle
+    CyDataTreeEntry* entry = nullptr; ///< the node; null when dead or void
+    // A pending record is in the pending lists of its thread and of its node, a granted one in the
+    // granted lists, any other in none.
+    CbListLinks<CyLockRecord> ofThread;
+    CbListLinks<CyLockRecord> ofNode;
     /// The place in the queue that the query has a part in, 0 for none; see CyLockQueue.
     std::uint64_t place = 0;
     EState state = EState::Void; ///< void in an empty handle
     bool write = false;          ///< whether writing is asked for, or else reading
 };
+
+/// Records of one thread, and records on one node.
+using CyLockRecordsOfThread = CbIntrusiveList<CyLockRecord, &CyLockRecord::ofThread>;
+using CyLockRecordsOfNode = CbIntrusiveList<CyLockRecord, &CyLockRecord::ofNode>;

@@ -129,9 +129,10 @@ private:
 
     std::atomic<std::uint32_t> references_{1};
     bool closed_ CB_GUARDED_BY(mutex) = false;
-    std::uint64_t granted_ CB_GUARDED_BY(mutex) = 0;     ///< granted locks of all threads
-    std::uint64_t epochs_ CB_GUARDED_BY(mutex) = 0;      ///< the newest epoch
-    std::uint64_t searches_ CB_GUARDED_BY(mutex) = 0;    ///< the newest search
-    CyLockThread* ended_ CB_GUARDED_BY(mutex) = nullptr; ///< those that have ended, in no order
+    std::uint64_t granted_ CB_GUARDED_BY(mutex) = 0;  ///< granted locks of all threads
+    std::uint64_t epochs_ CB_GUARDED_BY(mutex) = 0;   ///< the newest epoch
+    std::uint64_t searches_ CB_GUARDED_BY(mutex) = 0; ///< the newest search
+    /// Those that have ended, in no order.
+    CbIntrusiveList<CyLockThread, &CyLockThread::amongEnded> ended_ CB_GUARDED_BY(mutex);
     CyLockQueue queue_ CB_GUARDED_BY(mutex);
 };

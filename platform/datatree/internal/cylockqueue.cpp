@@ -20,9 +20,7 @@ constexpr unsigned c_mayWriteBelow = 32;
 template<class Predicate>
 bool isAnyPending(const CyLockThread& thread, Predicate predicate)
 {
-    const CyLockRecord* record = thread.pending;
-    while (record != nullptr && !predicate(*record)) record = record->nextOfThread;
-    return record != nullptr;
+    return std::any_of(thread.pending.begin(), thread.pending.end(), predicate);
 }
 
 // True where the thread has a place and asks for nothing else than when it got it.
@@ -61,7 +59,7 @@ bool isStillBlocked(const CyLockThread& thread, const CyLockThread* changed) noe
     const CyLockThread::Blocker& blocker = thread.blocker;
     if (const CyLockThread* const older = blocker.older) {
         const bool isInTheWay = older->waiting && older->place < thread.place;
-        return older != changed && (isInTheWay || older->granted != nullptr);
+        return older != changed && (isInTheWay || !older->granted.IsEmpty());
     }
     auto counts = blocker.at->countHere;
     if (blocker.orBelow) counts += blocker.at->countBelow;
@@ -74,17 +72,11 @@ void CyLockQueue::StartWaiting(CyLockThread& thread, Clock::time_point end) noex
 {
     if (!isForPlace(thread)) {
         thread.place = ++places_;
-        for (auto* record = thread.pending; record != nullptr; record = record->nextOfThread) {
-            record->place = thread.place;
-        }
+        for (CyLockRecord& record : thread.pending) record.place = thread.place;
     }
-    CyLockThread* older = newest_;
-    while (older != nullptr && older->place > thread.place) older = older->olderInQueue;
-    CyLockThread* const newer = older != nullptr ? older->newerInQueue : oldest_;
-    thread.olderInQueue = older;
-    thread.newerInQueue = newer;
-    (older != nullptr ? older->newerInQueue : oldest_) = &thread;
-    (newer != nullptr ? newer->olderInQueue : newest_) = &thread;
+    CyLockThread* older = waiting_.Last();
+    while (older != nullptr && older->place > thread.place) older = waiting_.Before(*older);
+    waiting_.InsertBehind(older, thread);
     thread.waiting = true;
     thread.until = end;
 }
@@ -104,10 +96,7 @@ void CyLockQueue::Leave(CyLockThread& thread) noexcept
     if (!thread.waiting) return;
     thread.waiting = false;
     thread.blocker = {};
-    auto& fromOlder = thread.olderInQueue != nullptr ? thread.olderInQueue->newerInQueue : oldest_;
-    auto& fromNewer = thread.newerInQueue != nullptr ? thread.newerInQueue->olderInQueue : newest_;
-    fromOlder = thread.newerInQueue;
-    fromNewer = thread.olderInQueue;
+    waiting_.Remove(thread);
 }
 
 void CyLockQueue::Expire(CyLockThread& thread, Clock::time_point now) noexcept
@@ -124,8 +113,8 @@ void CyLockQueue::QueryGoes(CyLockThread& thread) noexcept
 
 void CyLockQueue::QueryComes(const CyLockThread& thread, CyLockRecord& record) noexcept
 {
-    for (auto* other = record.entry->pending; other != nullptr; other = other->nextOfNode) {
-        if (other->thread == &thread && other->place == thread.place) record.place = thread.place;
+    for (const CyLockRecord& other : record.entry->pending) {
+        if (other.thread == &thread && other.place == thread.place) record.place = thread.place;
     }
 }
 
@@ -134,22 +123,20 @@ const CyLockThread* CyLockQueue::FindOlderInTheWay(const CyLockThread& thread,
 {
     const auto place =
         isForPlace(thread) ? thread.place : std::numeric_limits<std::uint64_t>::max();
-    const CyLockThread* older = newest_;
-    while (older != nullptr && older->place >= place) older = older->olderInQueue;
+    const CyLockThread* older = waiting_.Last();
+    while (older != nullptr && older->place >= place) older = waiting_.Before(*older);
     if (older == nullptr) return nullptr;
-    for (auto* record = thread.pending; record != nullptr; record = record->nextOfThread) {
-        mark(search, *record);
-    }
+    for (const CyLockRecord& record : thread.pending) mark(search, record);
     const auto isInTheWay = [&](const auto& record) { return isMarkedAgainst(search, record); };
-    while (older != nullptr && !isAnyPending(*older, isInTheWay)) older = older->olderInQueue;
+    while (older != nullptr && !isAnyPending(*older, isInTheWay)) older = waiting_.Before(*older);
     return older;
 }
 
 void CyLockQueue::WakeFreed(const CyLockThread* changed) noexcept
 {
-    for (CyLockThread* thread = oldest_; thread != nullptr; thread = thread->newerInQueue) {
-        const bool isWoken = thread->blocker.IsNone();
-        if (!isWoken && !isStillBlocked(*thread, changed)) Wake(*thread);
+    for (CyLockThread& thread : waiting_) {
+        const bool isWoken = thread.blocker.IsNone();
+        if (!isWoken && !isStillBlocked(thread, changed)) Wake(thread);
     }
 }
 
@@ -161,7 +148,7 @@ void CyLockQueue::Wake(CyLockThread& thread) noexcept
 
 void CyLockQueue::WakeAll() noexcept
 {
-    for (CyLockThread* thread = oldest_; thread != nullptr; thread = thread->newerInQueue) {
-        if (!thread->blocker.IsNone()) Wake(*thread);
+    for (CyLockThread& thread : waiting_) {
+        if (!thread.blocker.IsNone()) Wake(thread);
     }
 }

@@ -30,7 +30,7 @@ public:
     using Clock = CyLockThread::Clock;
 
     /// True where nobody waits.
-    [[nodiscard]] bool IsEmpty() const noexcept { return oldest_ == nullptr; }
+    [[nodiscard]] bool IsEmpty() const noexcept { return waiting_.IsEmpty(); }
 
     /// The thread, which does not wait so far, waits up to @p end, at the place that it kept where
     /// it asks for nothing else.
@@ -63,7 +63,6 @@ public:
     void WakeAll() noexcept;
 
 private:
-    CyLockThread* oldest_ = nullptr;
-    CyLockThread* newest_ = nullptr;
-    std::uint64_t places_ = 0; ///< number of the newest place
+    CbIntrusiveList<CyLockThread, &CyLockThread::inQueue> waiting_; ///< the oldest one first
+    std::uint64_t places_ = 0;                                      ///< number of the newest place
 };

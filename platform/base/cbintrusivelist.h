@@ -27,8 +27,7 @@ struct CbListLinks
 template<class T, CbListLinks<T> T::*Links>
 class CbIntrusiveList
 {
-public:
-    /// Goes from the first element to the last one. Lifetime: until its element is removed.
+    // A forward iterator; a null one is the end.
     class Iterator
     {
     public:
@@ -45,7 +44,7 @@ public:
         [[nodiscard]] pointer operator->() const noexcept { return element_; }
         Iterator& operator++() noexcept
         {
-            element_ = (element_->*Links).next;
+            element_ = Behind(*element_);
             return *this;
         }
         Iterator operator++(int) noexcept
@@ -60,6 +59,7 @@ public:
         T* element_ = nullptr;
     };
 
+public:
     /// True if there are no elements.
     [[nodiscard]] bool IsEmpty() const noexcept { return first_ == nullptr; }
     /// The ends of the list, null if it is empty.
@@ -116,7 +116,7 @@ public:
         Remove(old);
     }
 
-    /// The elements in their order.
+    /// The elements in their order. Lifetime: an iterator holds until its element is removed.
     [[nodiscard]] Iterator begin() const noexcept { return Iterator(first_); }
     [[nodiscard]] Iterator end() const noexcept { return Iterator(); }
 

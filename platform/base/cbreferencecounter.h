@@ -17,8 +17,8 @@ class CbReferenceCounted;
 /// written under that lock and may be read without it.
 struct CbWeakLink
 {
-    std::atomic<void*> target{nullptr}; ///< null where there is none, or none any more
-    CbListLinks<CbWeakLink> place;
+    std::atomic<void*> target{nullptr}; ///< null if there is none, or none any more
+    CbListLinks<CbWeakLink> place;      ///< in the list
 };
 
 /// Reference-count block of an object: strong count and list of weak links.

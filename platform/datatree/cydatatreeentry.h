@@ -27,7 +27,7 @@ public:
         return static_cast<std::uint32_t>(word_ >> 32);
     }
     [[nodiscard]] bool IsZero() const noexcept { return word_ == 0; }
-    /// True where a query of another thread can't stand beside these locks.
+    /// True if a query of another thread can't stand beside these locks.
     [[nodiscard]] bool Excludes(bool write) const noexcept
     {
         return write ? word_ != 0 : GetWrites() != 0;
@@ -82,5 +82,5 @@ struct CyDataTreeEntry
 
     CyNode* const owner;                   ///< the node that this is inside of
     CbListLinks<CyDataTreeEntry> siblings; ///< the place among the parent's children
-    CbIntrusiveList<CyDataTreeEntry, &CyDataTreeEntry::siblings> children;
+    CbIntrusiveList<CyDataTreeEntry, &CyDataTreeEntry::siblings> children; ///< in their order
 };

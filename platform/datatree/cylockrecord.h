@@ -9,6 +9,16 @@ struct CyDataTreeEntry;
 
 /// A locking query, embedded in the handle that made it.
 ///
+/// @code
+///              asked for                all queries of the thread are granted
+///   unused ---------------> Pending --------------------------------------> Granted
+///                              | the node leaves the manager                   | the same
+///                              v                                               v
+///                             Dead (Void: the handle that takes it out)      Void
+///
+///   Any state becomes unused again when its handle is released.
+/// @endcode
+///
 /// Threads: all but @c thread is guarded by the mutex of the data manager; @c thread is written by
 /// the handle alone and stays while the record is in use, so that the mutex can be found.
 struct CyLockRecord
@@ -26,8 +36,8 @@ struct CyLockRecord
     CyDataTreeEntry* entry = nullptr; ///< the node; null when dead or void
     // A pending record is in the pending lists of its thread and of its node, a granted one in the
     // granted lists, any other in none.
-    CbListLinks<CyLockRecord> ofThread;
-    CbListLinks<CyLockRecord> ofNode;
+    CbListLinks<CyLockRecord> ofThread; ///< its place there
+    CbListLinks<CyLockRecord> ofNode;   ///< likewise
     /// The place in the queue that the query has a part in, 0 for none; see CyLockQueue.
     std::uint64_t place = 0;
     EState state = EState::Void; ///< void in an empty handle

@@ -1,3 +1,42 @@
+// How locks are granted and given back.
+//
+// A record and what it counts for:
+//
+//   state     in the lists of           counters of the tree        its thread
+//   unused    -                         -                           -
+//   Pending   pending: thread, node     -                           may be in the queue
+//   Granted   granted: thread, node     countHere of its node,      grantedWrites if it writes
+//                                       countBelow of all above
+//   Dead      -                         -                           dead, so it can't lock
+//   Void      -                         -                           -
+//
+//   from      by                        to         then
+//   unused    Ask                       Pending    a thread with a place may get a part in it
+//   Pending   Attempt: grantAll         Granted    together with all others of its thread
+//   Pending   NodeLeaves                Dead       Void for the handle that takes the node out
+//   Granted   NodeLeaves                Void       who waited for it is woken
+//   any       TakeBack                  unused     who waited for it is woken
+//   any       Relocate                  the same   in another handle
+//
+// What a lock of one thread leaves to the others (r may read, w may write, - neither). Each node
+// counts the locks on it and those below it, so a request looks at the counters of its node, and
+// above that only at the locks on the nodes themselves:
+//
+//                    the other asks for a lock
+//   the lock         above the node    on the node    below the node
+//   reads            r -               r -            r -
+//   writes           - -               - -            - -
+//
+//   beside the node, that is, on no common path to the top: r w
+//
+// Example: b is written, so nobody else enters top, a, b or c, but d may be written.
+//
+//   top               countBelow 1 write     a request for "write a" sees the 1 below and stops
+//    +-- a            countBelow 1 write     a request for "read c" climbs, and stops at b
+//        +-- b        countHere 1 write      a request for "write d" climbs to the top: free
+//        |   +-- c
+//        +-- d
+
 #include "platform/datatree/internal/cylockengine.h"
 
 #include <algorithm>
@@ -48,6 +87,7 @@ void subtractAbove(const CyDataTreeEntry& entry, CyLockCounts counts) noexcept
     }
 }
 
+// Most nodes have no locks at all, which the counter tells without a look at the records.
 bool holdsHere(const CyLockThread& thread, const CyDataTreeEntry& entry, bool write) noexcept
 {
     if (write ? entry.countHere.GetWrites() == 0 : entry.countHere.IsZero()) return false;
@@ -107,7 +147,7 @@ bool CyLockEngine::TakeBack(CyLockRecord& record) noexcept
     }
     record = CyLockRecord();
     if (!queue_.IsEmpty())
-        queue_.WakeFreed(&thread); // nobody points to the thread where this was its last record
+        queue_.WakeFreed(&thread); // nobody points to the thread if this was its last record
     return LetGo(thread);
 }
 
@@ -133,6 +173,8 @@ bool CyLockEngine::IsValid(const CyLockRecord& record) noexcept
 
 CyLockEngine::EOutcome CyLockEngine::Attempt(CyLockThread& thread, Clock::time_point now) noexcept
 {
+    // The order tells which outcome is given if several are true. What the thread's own locks cover
+    // is never blocked, and a thread with locks never waits: that is why nobody holds and waits.
     if (thread.place != 0) CyLockQueue::Expire(thread, now);
     auto outcome = EOutcome::Locked;
     if (thread.dead != 0) {
@@ -166,6 +208,8 @@ CyLockEngine::EOutcome CyLockEngine::Lock(CyLockThread& thread, std::chrono::mil
     auto now = Clock::now();
     const auto end = now + wait;
     queue_.StartWaiting(thread, end);
+    // Between two looks the mutex is left. Whoever frees what this thread met notifies it; a wake
+    // that comes for nothing costs one more look.
     while (now < end) {
         // The older request leaves, is granted and released, or ends: only that wakes nobody.
         const auto* const older = thread.blocker.older;
@@ -181,6 +225,8 @@ CyLockEngine::EOutcome CyLockEngine::Lock(CyLockThread& thread, std::chrono::mil
 
 void CyLockEngine::NodeLeaves(CyDataTreeEntry& entry, const CyLockRecord* own) noexcept
 {
+    // Records stay with their handles, which find them dead or void. An entry that is put into a
+    // manager again starts without marks and stamps.
     while (!entry.granted.IsEmpty()) {
         CyLockRecord& record = *entry.granted.First();
         ungrant(record);
@@ -242,6 +288,7 @@ bool CyLockEngine::Covers(CyLockThread& thread, CyDataTreeEntry& entry, bool wri
         found = found->parent;
         if (found == nullptr) return false;
     }
+    // Path compression, as in union-find: all nodes passed learn the answer.
     const std::uint64_t stamp = thread.epoch << 1 | (write ? 1 : 0);
     for (auto* passed = &entry; !isStamped(*passed); passed = passed->parent) {
         passed->coverStamp = stamp;
@@ -260,6 +307,7 @@ bool CyLockEngine::areAllCovered(CyLockThread& thread) noexcept
 
 CyLockThread::Blocker CyLockEngine::findBlocker(const CyLockThread& thread) noexcept
 {
+    // Older requests first: they go on being in the way once they are granted.
     if (!queue_.IsEmpty()) {
         const auto* const older = queue_.FindOlderInTheWay(thread, CyDataTreeSearch(searches_));
         if (older != nullptr) return {older};
@@ -293,5 +341,5 @@ void CyLockEngine::ungrant(CyLockRecord& record) noexcept
     subtractAbove(*record.entry, one(record));
     --granted_;
     if (record.write) --record.thread->grantedWrites;
-    record.thread->epoch = 0;
+    record.thread->epoch = 0; // its stamps may tell too much from now on
 }

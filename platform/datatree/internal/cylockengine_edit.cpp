@@ -1,4 +1,20 @@
 // Removals and moves of nodes beside the locks of other threads.
+//
+// Who may edit a node, by what a climb from it to the top meets first:
+//
+//   answer    met                                             may edit
+//   covered   a write lock of the thread                      yes
+//   held      a lock of another thread                        no
+//   free      neither, up to the top                          if no other thread has a lock below
+//
+// A move takes the counts of the subtree along. Above the node where both paths meet nothing
+// changes:
+//
+//        common                   common
+//        /    \                   /    \           oldFather: countBelow -= inside
+//   oldFather  newFather  ->  oldFather newFather   newFather: countBelow += inside
+//      |                                   |
+//    moved                               moved      inside = countHere + countBelow of moved
 
 #include "platform/datatree/internal/cylockengine.h"
 
@@ -31,6 +47,7 @@ unsigned answerHere(const CyDataTreeEntry& entry, const CyLockThread* thread) no
 // Covered, held or free. Stamps tell what is covered beyond the edit.
 unsigned findAnswer(Edit& edit, CyDataTreeEntry& entry) noexcept
 {
+    // Nothing but the climb depends on the depth: it ends at the first mark, stamp or lock.
     const std::uint64_t epoch = edit.thread != nullptr ? edit.thread->epoch : 0;
     const std::uint64_t stamp = epoch << 1 | 1; // for writing
     unsigned answer = 0;
@@ -110,6 +127,8 @@ bool CyLockEngine::Move(CyDataTreeEdit& edit, CyDataTreeEntry& entry) noexcept
 {
     if (isAtOrAboveFather(edit, entry) || !hasAccess(edit, entry)) return false;
     const auto inside = entry.countHere + entry.countBelow;
+    // Locks inside come below whatever others hold at the new place: the same conflicts as for a
+    // request, looked for from the other side.
     if (!inside.IsZero()) {
         markFather(edit);
         if ((edit.othersRead && inside.Excludes(false)) ||
@@ -135,6 +154,7 @@ bool CyLockEngine::hasAccess(CyDataTreeEdit& edit, CyDataTreeEntry& entry) noexc
     if (granted_ == 0) return true;
     const auto answer = findAnswer(edit, entry);
     if (answer != Edit::c_free) return answer == Edit::c_covered;
+    // Free above: what is left are locks below, all of which have to be the thread's own.
     auto below = entry.countBelow.GetReads() + entry.countBelow.GetWrites();
     if (below == 0 || edit.thread == nullptr) return below == 0;
     for (const CyLockRecord& record : edit.thread->granted) {

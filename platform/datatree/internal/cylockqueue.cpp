@@ -1,3 +1,14 @@
+// Who waits for whom. Of the older requests in the way, each remembers the newest one, or else the
+// lock that it met:
+//
+//   oldest                                  newest
+//   A: write n --- B: write n --- C: write n      D: write m, which is elsewhere
+//   met the lock   met A          met B           met nothing, and does not wait
+//   on n
+//
+// When the lock on n goes, A alone is woken. B goes on waiting for A, which holds n by now, and is
+// woken when A gives it back.
+
 #include "platform/datatree/internal/cylockqueue.h"
 
 #include <algorithm>
@@ -7,6 +18,14 @@ namespace
 {
 
 constexpr std::chrono::milliseconds c_keepPlace{100};
+
+// Flags of a search. A thread that looks marks what it asks for: its nodes, and all above them.
+// Then the queries of the older threads climb, and end at the first mark that conflicts:
+//
+//   here    the thread asks for this node             below   it asks for something below
+//   may     a climb has passed here, and found that nothing above conflicts
+//
+// So all climbs together pass each node a few times, however many queries there are.
 
 // What the thread that looks asks for, here and below.
 constexpr unsigned c_readHere = 1;
@@ -23,7 +42,7 @@ bool isAnyPending(const CyLockThread& thread, Predicate predicate)
     return std::any_of(thread.pending.begin(), thread.pending.end(), predicate);
 }
 
-// True where the thread has a place and asks for nothing else than when it got it.
+// True if the thread has a place and asks for nothing else than when it got it.
 bool isForPlace(const CyLockThread& thread) noexcept
 {
     return thread.place != 0 && !isAnyPending(thread, [&](const CyLockRecord& record) {
@@ -54,6 +73,7 @@ bool isMarkedAgainst(CyDataTreeSearch search, const CyLockRecord& record) noexce
     return false;
 }
 
+// An older request that was granted meanwhile is in the way by its locks.
 bool isStillBlocked(const CyLockThread& thread, const CyLockThread* changed) noexcept
 {
     const CyLockThread::Blocker& blocker = thread.blocker;
@@ -74,6 +94,7 @@ void CyLockQueue::StartWaiting(CyLockThread& thread, Clock::time_point end) noex
         thread.place = ++places_;
         for (CyLockRecord& record : thread.pending) record.place = thread.place;
     }
+    // A new place is the highest number and goes to the end; one that was kept, to where it was.
     CyLockThread* older = waiting_.Last();
     while (older != nullptr && older->place > thread.place) older = waiting_.Before(*older);
     waiting_.InsertBehind(older, thread);

@@ -45,14 +45,14 @@ struct PLATFORM_API CyLockThread
     std::uint32_t dead = 0;          ///< number of dead records
     std::uint32_t grantedWrites = 0; ///< number of granted writes
 
-    /// Number of the present set of grants, from the engine; 0 where a new one is due.
+    /// Number of the present set of grants, from the engine; 0 if a new one is due.
     std::uint64_t epoch = 0;
 
     // The place among blocked requests; see CyLockQueue.
     CbListLinks<CyLockThread> inQueue;
     std::uint64_t place = 0; ///< 0 for none
     bool waiting = false;    ///< in the queue; otherwise a place is only kept
-    Clock::time_point until; ///< end of its time to wait or, where a place is only kept, of that
+    Clock::time_point until; ///< end of its time to wait or, if a place is only kept, of that
     Blocker blocker;
     std::condition_variable wake;
 

@@ -25,7 +25,7 @@ public:
     /// @param arguments used up
     virtual void Log(std::uint32_t level, const CbWChar* loggerName, const CallSite* callSite,
                      const CbWChar* format, std::va_list arguments) = 0;
-    /// True where a message of that level to that logger would be kept.
+    /// True if a message of that level to that logger would be kept.
     [[nodiscard]] virtual bool IsEnabled(std::uint32_t level, const CbWChar* loggerName) = 0;
     /// Sets a value that the back end may add to all messages.
     virtual void SetGlobalDiagnosticsContext(const CbWChar* key, const CbWChar* value) = 0;

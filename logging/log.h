@@ -9,7 +9,7 @@
 /// How the library logs. For its own sources only; nothing of it is exported.
 ///
 /// A message goes to a named logger with a wide printf-style format, which the back end fills in.
-/// The back end is NLogC.dll where that can be loaded with all it should offer; otherwise messages
+/// The back end is NLogC.dll if that can be loaded with all it should offer; otherwise messages
 /// go nowhere. That is settled once, while the library is loaded.
 ///
 /// A message that needs more than the values at hand is put together behind a question:
@@ -31,16 +31,16 @@ namespace Logging
 /// Name of the logger for whatever has no logger of its own.
 [[nodiscard]] const CString& GetGlobalLoggerName() noexcept;
 
-/// True where debug detail (level 1) for a logger would be kept.
+/// True if debug detail (level 1) for a logger would be kept.
 [[nodiscard]] bool IsDebugEnabled(const CbWChar* loggerName);
-/// Logs debug detail (level 1); does nothing where it is not enabled.
+/// Logs debug detail (level 1); does nothing if it is not enabled.
 /// @param format takes integers of 32 bits, doubles and zero-terminated units
 void LogDebug(const CbWChar* loggerName, const char* file, std::uint32_t line, const char* function,
               const CbWChar* format, ...);
 
-/// True where a warning (level 3) for a logger would be kept.
+/// True if a warning (level 3) for a logger would be kept.
 [[nodiscard]] bool IsWarningEnabled(const CbWChar* loggerName);
-/// Logs a warning (level 3); does nothing where it is not enabled.
+/// Logs a warning (level 3); does nothing if it is not enabled.
 /// @param format takes integers of 32 bits, doubles and zero-terminated units
 void LogWarning(const CbWChar* loggerName, const char* file, std::uint32_t line,
                 const char* function, const CbWChar* format, ...);

@@ -9,7 +9,7 @@ class CbStreamWriteBinary;
 
 /// Base of the typed attributes that hang on nodes.
 ///
-/// A concrete class has a static record RTTI with a create function and, where it can be copied, a
+/// A concrete class has a static record RTTI with a create function and, if it can be copied, a
 /// clone function.
 class PLATFORM_API ZeARTTIAttribute : public CbReferenceCounted, public IObject
 {
@@ -34,7 +34,7 @@ protected:
     ZeARTTIAttribute& operator=(const ZeARTTIAttribute&) = default;
     ~ZeARTTIAttribute() override;
 
-    /// Sets back what the class says, and returns true. Where it is not overridden nothing changes,
+    /// Sets back what the class says, and returns true. If it is not overridden nothing changes,
     /// and it returns false.
     virtual bool ResetAttribute();
 

@@ -13,7 +13,7 @@ struct CbCheckReturnPolicyAssert
 
 /// A result that the caller must look at.
 ///
-/// Looking is the conversion to T, or Acknowledge() where the result does not matter; a cast to
+/// Looking is the conversion to T, or Acknowledge() if the result does not matter; a cast to
 /// void is not enough. Moving hands the duty on. A result that goes while an exception unwinds is
 /// excused.
 template<class T, class Policy>

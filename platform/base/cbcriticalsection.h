@@ -21,7 +21,7 @@ public:
 
     /// Waits until no other thread is inside, then enters.
     void Enter() noexcept CB_ACQUIRE();
-    /// Enters and returns true where no other thread is inside; returns false at once otherwise.
+    /// Enters and returns true if no other thread is inside; returns false at once otherwise.
     [[nodiscard]] bool TryEnter() noexcept CB_TRY_ACQUIRE(true);
     /// Leaves. Only the thread that entered may call it.
     void Leave() noexcept CB_RELEASE();

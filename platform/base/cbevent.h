@@ -42,7 +42,7 @@ public:
         set_ = false;
     }
 
-    /// Waits for a Set() and uses it up; false where none came in time. With 0 it only looks.
+    /// Waits for a Set() and uses it up; false if none came in time. With 0 it only looks.
     [[nodiscard]] bool Wait(std::uint32_t milliseconds)
     {
         std::unique_lock lock(mutex_);

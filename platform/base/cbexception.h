@@ -18,7 +18,7 @@ class PLATFORM_API CbException : public std::exception
 public:
     /// @param file name of the source file; folders and ending are not kept
     /// @param line line in that file
-    /// @param function name of the function, qualified where it is fixed; may be empty
+    /// @param function name of the function, qualified if it is fixed; may be empty
     /// @param detail what went wrong, with the offending values; UTF-8, may be empty
     CbException(std::string_view file, unsigned line, std::string_view function = {},
                 std::string_view detail = {});

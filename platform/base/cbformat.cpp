@@ -6,6 +6,23 @@
 #include <charconv>
 #include <string>
 
+namespace
+{
+
+/// The unit behind a percent sign.
+enum class EDirective : char
+{
+    Text = 's',
+    Signed = 'd',
+    Unsigned = 'u',
+    LowerHex = 'x',
+    UpperHex = 'X',
+    Floating = 'f',
+    Percent = '%'
+};
+
+} // namespace
+
 /// Walks a format and puts the arguments in. Where the next one comes from is the caller's
 /// business.
 class CbFormatter
@@ -23,8 +40,8 @@ public:
                 result_.push_back(*unit);
                 continue;
             }
-            const char directive = directiveAt(*++unit);
-            if (directive == '%') {
+            const EDirective directive = directiveAt(*++unit);
+            if (directive == EDirective::Percent) {
                 result_.push_back(*unit);
             } else {
                 append(directive, next(directive));
@@ -42,44 +59,50 @@ public:
 private:
     using Kind = CbFormatArgument::Kind;
 
-    [[nodiscard]] char directiveAt(CbWChar unit) const
+    [[nodiscard]] EDirective directiveAt(CbWChar unit) const
     {
-        for (const char known : {'s', 'd', 'u', 'x', 'X', 'f', '%'}) {
+        using enum EDirective;
+        for (const auto known : {Text, Signed, Unsigned, LowerHex, UpperHex, Floating, Percent}) {
             if (unit == static_cast<CbWChar>(known)) return known;
         }
         Fail("unknown directive");
     }
 
-    void append(char directive, const CbFormatArgument& argument)
+    void append(EDirective directive, const CbFormatArgument& argument)
     {
-        const Kind wanted = directive == 's'   ? Kind::Text
-                            : directive == 'f' ? Kind::Floating
-                                               : Kind::Integer;
+        const Kind wanted = directive == EDirective::Text       ? Kind::Text
+                            : directive == EDirective::Floating ? Kind::Floating
+                                                                : Kind::Integer;
         if (argument.kind_ != wanted) {
-            Fail(std::string("argument of another type than %") + directive);
+            Fail(std::string("argument of another type than %") + static_cast<char>(directive));
         }
+        const std::size_t first = result_.size();
         switch (directive) {
-        case 's':
+        case EDirective::Text:
             result_.append(argument.text_);
             break;
-        case 'd':
+        case EDirective::Signed:
             if (argument.isSigned_) {
                 appendNumber(argument.signed_, 10);
             } else {
                 appendNumber(argument.unsigned_, 10);
             }
             break;
-        case 'u':
+        case EDirective::Unsigned:
             appendNumber(argument.unsigned_, 10);
             break;
-        case 'f':
+        case EDirective::Floating:
             appendNumber(argument.floating_, std::chars_format::fixed, 6);
             break;
-        default: {
-            const std::size_t first = result_.size();
+        case EDirective::LowerHex:
             appendNumber(argument.unsigned_, 16);
-            if (directive == 'X') toUpper(first);
-        }
+            break;
+        case EDirective::UpperHex:
+            appendNumber(argument.unsigned_, 16);
+            toUpper(first);
+            break;
+        case EDirective::Percent: // takes no argument
+            break;
         }
     }
 
@@ -106,9 +129,9 @@ CString CbFormatArguments(const CbWChar* format, std::initializer_list<CbFormatA
 {
     CbFormatter formatter(format);
     auto next = arguments.begin();
-    CString result = formatter.Run([&](char directive) {
+    CString result = formatter.Run([&](EDirective directive) {
         if (next == arguments.end()) {
-            formatter.Fail(std::string("no argument left for %") + directive);
+            formatter.Fail(std::string("no argument left for %") + static_cast<char>(directive));
         }
         return *next++;
     });
@@ -121,17 +144,21 @@ CString CbFormatV(const CbWChar* format, std::va_list arguments)
     // A list handed to a function as it is may not be used by a lambda on all systems.
     std::va_list list;
     va_copy(list, arguments);
-    const auto next = [&list](char directive) -> CbFormatArgument {
+    const auto next = [&list](EDirective directive) -> CbFormatArgument {
         switch (directive) {
-        case 's':
+        case EDirective::Text:
             return va_arg(list, const CbWChar*);
-        case 'f':
+        case EDirective::Floating:
             return va_arg(list, double);
-        case 'd':
+        case EDirective::Signed:
             return va_arg(list, std::int32_t);
-        default:
-            return va_arg(list, std::uint32_t);
+        case EDirective::Unsigned:
+        case EDirective::LowerHex:
+        case EDirective::UpperHex:
+        case EDirective::Percent: // takes no argument, and never asks for one
+            break;
         }
+        return va_arg(list, std::uint32_t);
     };
     try {
         CString result = CbFormatter(format).Run(next);

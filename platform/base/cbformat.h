@@ -82,7 +82,7 @@ CbFormatArguments(const CbWChar* format, std::initializer_list<CbFormatArgument>
 /// is a percent sign. There are no flags, widths or precisions: each argument is printed at its own
 /// full width, so 64 bits are not cut.
 ///
-/// Throws: CbException where format and arguments do not fit each other.
+/// Throws: CbException if format and arguments do not fit each other.
 template<class... Args>
 [[nodiscard]] CString CbFormat(const CbWChar* format, const Args&... arguments)
 {

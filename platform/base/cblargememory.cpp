@@ -74,7 +74,7 @@ void giveBack(const Piece& piece) noexcept { ::operator delete(piece.memory, c_c
 class KeptPieces
 {
 public:
-    /// Returns a piece that is large enough and not much larger; one without memory where there is
+    /// Returns a piece that is large enough and not much larger; one without memory if there is
     /// none.
     [[nodiscard]] Piece Take(std::size_t bytes) noexcept
     {
@@ -87,7 +87,7 @@ public:
         }
         return best == count_ ? Piece{} : remove(best);
     }
-    /// Keeps a piece. Where they become too many, those that were kept first are given back.
+    /// Keeps a piece. If they become too many, those that were kept first are given back.
     void Keep(const Piece& piece) noexcept
     {
         if (piece.bytes > c_mostBytes) return giveBack(piece);
@@ -169,6 +169,8 @@ CbLargeMemory::CbLargeMemory(std::size_t bytes)
         memory_ = {static_cast<std::byte*>(::operator new(bytes, c_cacheLine)), {bytes}};
     }
 }
+
+void CbLargeMemory::GiveBackKept() noexcept { keptPieces().Clear(); }
 
 void CbLargeMemory::Free::operator()(std::byte* memory) const noexcept
 {

@@ -17,7 +17,7 @@ public:
     CbLibraryLoader() = delete;
 
     /// Loads a library by its file name from where the system looks for libraries, or returns the
-    /// one that is loaded already. Null where there is none, and for a null or empty name.
+    /// one that is loaded already. Null if there is none, and for a null or empty name.
     /// Libraries stay loaded.
     [[nodiscard]] static Library Load(const CbWChar* name);
     /// Returns an entry point of a library by its exact name, or null.

@@ -82,7 +82,7 @@ public:
     }
 
     /// Gives a key its value, in place of the one it had.
-    /// Cost: amortised constant. Where memory runs out the map is as it was.
+    /// Cost: amortised constant. If memory runs out the map is as it was.
     void Set(const K& key, V value)
     {
         if (V* const old = Find(key)) {
@@ -94,7 +94,7 @@ public:
         ++count_;
     }
 
-    /// Removes a key and returns the value it had, or the default value where it was absent.
+    /// Removes a key and returns the value it had, or the default value if it was absent.
     V Take(const K& key)
     {
         if (count_ == 0) return V{};

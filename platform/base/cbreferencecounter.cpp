@@ -35,8 +35,8 @@ bool CbReferenceCounter::dropLastReference() noexcept
     const CbCriticalSectionLock lock(LockOf(this));
     // A weak pointer may have made a new reference before the lock was entered.
     if (strong_.fetch_sub(1, std::memory_order_acq_rel) != 1) return false;
-    while (firstWeak_ != nullptr) {
-        CbWeakLink& link = *firstWeak_;
+    while (!weakLinks_.IsEmpty()) {
+        CbWeakLink& link = *weakLinks_.First();
         Unlink(link);
         link.target.store(nullptr, std::memory_order_release);
     }
@@ -44,19 +44,3 @@ bool CbReferenceCounter::dropLastReference() noexcept
 }
 
 void CbReferenceCounter::destroy(const CbReferenceCounted* object) noexcept { delete object; }
-
-void CbReferenceCounter::Link(CbWeakLink& link) noexcept
-{
-    link.previous = nullptr;
-    link.next = firstWeak_;
-    if (firstWeak_ != nullptr) firstWeak_->previous = &link;
-    firstWeak_ = &link;
-}
-
-void CbReferenceCounter::Unlink(CbWeakLink& link) noexcept
-{
-    (link.previous != nullptr ? link.previous->next : firstWeak_) = link.next;
-    if (link.next != nullptr) link.next->previous = link.previous;
-    link.previous = nullptr;
-    link.next = nullptr;
-}

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/base/cbcriticalsection.h"
+#include "platform/base/cbintrusivelist.h"
 #include "platform/base/ireferencecounted.h"
 #include "platform/base/platformapi.h"
 
@@ -12,13 +13,12 @@ class CbReferenceCounted;
 
 /// The untyped part of a weak pointer: its target and its place in the target's list of weak links.
 ///
-/// Threads: the links are guarded by the lock of the target's reference-count block. The target is
+/// Threads: the place is guarded by the lock of the target's reference-count block. The target is
 /// written under that lock and may be read without it.
 struct CbWeakLink
 {
-    std::atomic<void*> target{nullptr}; ///< null where there is none, or none any more
-    CbWeakLink* previous = nullptr;     ///< null for the first link of a list
-    CbWeakLink* next = nullptr;         ///< null for the last one
+    std::atomic<void*> target{nullptr}; ///< null if there is none, or none any more
+    CbListLinks<CbWeakLink> place;      ///< in the list
 };
 
 /// Reference-count block of an object: strong count and list of weak links.
@@ -67,9 +67,9 @@ public:
     }
 
     /// Puts a link at the head of the list. The caller holds the block's lock.
-    void Link(CbWeakLink& link) noexcept;
+    void Link(CbWeakLink& link) noexcept { weakLinks_.PushFront(link); }
     /// Takes a link out of the list. The caller holds the block's lock.
-    void Unlink(CbWeakLink& link) noexcept;
+    void Unlink(CbWeakLink& link) noexcept { weakLinks_.Remove(link); }
 
 private:
     [[nodiscard]] bool dropReference() noexcept;
@@ -78,7 +78,7 @@ private:
     static void destroy(const IReferenceCounted* object) noexcept { delete object; }
 
     std::atomic<std::int32_t> strong_{0};
-    CbWeakLink* firstWeak_ = nullptr; ///< guarded by LockOf(this)
+    CbIntrusiveList<CbWeakLink, &CbWeakLink::place> weakLinks_; ///< guarded by LockOf(this)
 };
 
 inline bool CbReferenceCounter::dropReference() noexcept

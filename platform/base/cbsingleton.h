@@ -17,7 +17,7 @@
 ///
 /// The object is made on first use, by any thread. Singletons die at exit in the reverse order of
 /// their creation; whoever reaches another one in a destructor asks HasInstance() first. T
-/// befriends this class where its constructor or destructor is private.
+/// befriends this class if its constructor or destructor is private.
 ///
 /// A class of a shared library declares `extern template class EXPORT CbSingleton<T>;` in its
 /// header and instantiates it in its source, so that all modules share one instance.
@@ -27,7 +27,7 @@ class CbSingleton
 public:
     CbSingleton() = delete;
 
-    /// Returns the object, made where there is none. Cost: one atomic load after the first call.
+    /// Returns the object, made if there is none. Cost: one atomic load after the first call.
     [[nodiscard]] static T& GetInstance()
     {
         T* instance = instance_.load(std::memory_order_acquire);

@@ -48,7 +48,7 @@ public:
     requires std::convertible_to<U*, T*> CbSmartPointer(CbSmartPointer<U>&& other)
     noexcept : object_(other.Detach()) // NOLINT
     {}
-    /// Gives the reference back, which deletes the object where it was the last one.
+    /// Gives the reference back, which deletes the object if it was the last one.
     ~CbSmartPointer()
     {
         if (object_ != nullptr) CbReferenceCounter::Of(*object_).Release(object_);
@@ -66,7 +66,7 @@ public:
     /// The object; not to be used on null.
     T& operator*() const noexcept { return *object_; }
     T* operator->() const noexcept { return object_; }
-    /// True where there is an object.
+    /// True if there is an object.
     explicit operator bool() const noexcept { return object_ != nullptr; }
 
     /// Exchanges the objects; no count changes.
@@ -113,14 +113,14 @@ template<class T, class... Args>
     return CbSmartPointer<T>(new T(std::forward<Args>(args)...));
 }
 
-/// Casts down where the caller knows the type. Null stays null.
+/// Casts down. The caller knows the type. Null stays null.
 template<class T, class U>
 [[nodiscard]] CbSmartPointer<T> CbStaticPointerCast(CbSmartPointer<U> pointer) noexcept
 {
     return CbSmartPointer<T>::Adopt(static_cast<T*>(pointer.Detach()));
 }
 
-/// Casts down; null where the object is of another type.
+/// Casts down; null if the object is of another type.
 template<class T, class U>
 [[nodiscard]] CbSmartPointer<T> CbDynamicPointerCast(const CbSmartPointer<U>& pointer) noexcept
 {

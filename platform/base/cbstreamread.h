@@ -29,6 +29,6 @@ public:
 protected:
     CbStreamRead() = default;
 
-    /// Reads a version. Throws: CbExceptionStream where the stream ends.
+    /// Reads a version. Throws: CbExceptionStream if the stream ends.
     [[nodiscard]] virtual std::uint32_t readVersion() = 0;
 };

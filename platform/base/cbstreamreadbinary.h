@@ -13,7 +13,7 @@ static_assert(std::endian::native == std::endian::little, "values are copied as 
 
 /// Reads what CbStreamWriteBinary wrote, out of memory.
 ///
-/// Each read is all or nothing: where the bytes left do not suffice, CbExceptionStream is thrown,
+/// Each read is all or nothing: if the bytes left do not suffice, CbExceptionStream is thrown,
 /// and both the destination and the place in the stream stay as they were.
 class PLATFORM_API CbStreamReadBinary : public CbStreamRead
 {
@@ -39,7 +39,7 @@ public:
     template<class T>
     CbStreamReadBinary& operator>>(T&) = delete;
 
-    /// Reads raw bytes. @p data may be null where @p bytes is 0.
+    /// Reads raw bytes. @p data may be null if @p bytes is 0.
     void ReadBuffer(void* data, std::size_t bytes)
     {
         if (bytes == 0) return;

@@ -8,7 +8,7 @@
 
 /// Writes text as UTF-8 and adds nothing to it: no separators, no line ends but those in the text.
 ///
-/// Throws: CbExceptionStream where the text could not be written.
+/// Throws: CbExceptionStream if the text could not be written.
 class PLATFORM_API CbStreamWriteASCII
 {
 public:

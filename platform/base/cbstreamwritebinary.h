@@ -42,7 +42,7 @@ public:
 
     /// Four bytes.
     void WriteVersion(std::uint32_t version) override { writeValue(version); }
-    /// Writes raw bytes. @p data may be null where @p bytes is 0, and must not be the stream's own.
+    /// Writes raw bytes. @p data may be null if @p bytes is 0, and must not be the stream's own.
     void WriteBuffer(const void* data, std::size_t bytes)
     {
         if (bytes == 0) return;

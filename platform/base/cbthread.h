@@ -36,7 +36,7 @@ public:
     ~CbThread();
 
     /// Starts the function in a thread of its own.
-    /// Throws: CbException where it was started before, std::system_error where there can be no
+    /// Throws: CbException if it was started before, std::system_error if there can be no
     /// more threads.
     void Start();
     /// Asks the function to come to an end.
@@ -46,7 +46,7 @@ public:
     {
         return running_.load(std::memory_order_acquire);
     }
-    /// Waits for the function to return; does nothing where the thread was not started.
+    /// Waits for the function to return; does nothing if the thread was not started.
     void Join();
 
     /// The whole name; debuggers may show the beginning only.

@@ -23,7 +23,7 @@
 #define CB_ACQUIRE(...) CB_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
 /// Names the lock that a function leaves.
 #define CB_RELEASE(...) CB_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
-/// Names the lock that a function enters where it returns the given value.
+/// Names the lock that a function enters if it returns the given value.
 #define CB_TRY_ACQUIRE(...) CB_THREAD_ANNOTATION(try_acquire_capability(__VA_ARGS__))
 /// Declares the lock that a function returns.
 #define CB_RETURN_CAPABILITY(lock) CB_THREAD_ANNOTATION(lock_returned(lock))

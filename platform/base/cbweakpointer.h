@@ -17,11 +17,11 @@ public:
     CbWeakPointer() noexcept = default;
     /// Registers with @p target, which may be null; the caller keeps it alive meanwhile.
     explicit CbWeakPointer(const CbSmartPointer<T>& target) noexcept { set(target.Get()); }
-    /// Registers with the other's target. Null where that is being destroyed.
+    /// Registers with the other's target. Null if that is being destroyed.
     CbWeakPointer(const CbWeakPointer& other) noexcept : CbWeakPointer(other.Lock()) {}
     ~CbWeakPointer() { clear(); }
 
-    /// Moves the link to the other's target. Null where that is being destroyed.
+    /// Moves the link to the other's target. Null if that is being destroyed.
     CbWeakPointer& operator=(const CbWeakPointer& other) noexcept { return *this = other.Lock(); }
     /// Moves the link to @p target. The locks of the old and the new target are taken one after the
     /// other, never both.
@@ -33,7 +33,7 @@ public:
         return *this;
     }
 
-    /// Returns a strong reference to the target, or null where there is none or it is being
+    /// Returns a strong reference to the target, or null if there is none or it is being
     /// destroyed.
     [[nodiscard]] CbSmartPointer<T> Lock() const noexcept
     {
@@ -47,7 +47,7 @@ public:
         return nullptr;
     }
 
-    /// Returns the target, or null where there is none any more, without a reference. For who knows
+    /// Returns the target, or null if there is none any more, without a reference. For who knows
     /// that no other thread gives the target up meanwhile.
     [[nodiscard]] T* Borrow() const noexcept { return load(); }
 

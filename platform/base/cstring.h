@@ -32,7 +32,7 @@ public:
     /// Copies all units of the view.
     explicit CString(View text);
 
-    /// Copies units that may lie at any address. @p units may be null where there are none.
+    /// Copies units that may lie at any address. @p units may be null if there are none.
     [[nodiscard]] static CString FromUnits(const void* units, std::size_t count);
     /// Converts from UTF-8. Malformed bytes become U+FFFD.
     [[nodiscard]] static CString FromUtf8(std::string_view text);

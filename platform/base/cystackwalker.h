@@ -11,8 +11,8 @@ class PLATFORM_API CyStackWalker
 public:
     CyStackWalker() = delete;
 
-    /// The calls of this thread, innermost first, one line each: the name of the function where the
-    /// system knows it, and its module with the offset in it. Empty where the system can't tell.
+    /// The calls of this thread, innermost first, one line each: the name of the function if the
+    /// system knows it, and its module with the offset in it. Empty if the system can't tell.
     /// Never throws.
     /// @param maxFrames largest number of lines
     /// @param skip number of innermost calls to leave out; with 0 the caller of this function is

@@ -11,7 +11,7 @@ class PLATFORM_API CyStreamReadBinaryBuffer : public CbStreamReadBinary
 public:
     /// Reads what a view holds; an empty one will do.
     explicit CyStreamReadBinaryBuffer(std::span<const std::uint8_t> bytes) noexcept;
-    /// @param data may be null where @p bytes is 0
+    /// @param data may be null if @p bytes is 0
     CyStreamReadBinaryBuffer(const void* data, std::size_t bytes) noexcept;
     /// Reads what was written to @p buffer so far.
     explicit CyStreamReadBinaryBuffer(const CyStreamWriteBinaryBuffer& buffer) noexcept;

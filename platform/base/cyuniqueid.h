@@ -33,7 +33,7 @@ public:
     /// Threads: each thread has its own generator. Cost: no system call after a thread's first id.
     void Renew();
 
-    /// True where all bytes are 0.
+    /// True if all bytes are 0.
     [[nodiscard]] bool IsNil() const noexcept { return *this == CyUniqueID(); }
     /// Text of 36 units, lower case: 8-4-4-4-12 digits.
     [[nodiscard]] CString ToString() const { return CString(CString::View(ToText().data(), 36)); }
@@ -58,7 +58,7 @@ public:
         stream.WriteBuffer(bytes_.data(), bytes_.size());
     }
     /// Reads the 16 bytes.
-    /// Throws: CbExceptionStream where fewer are left; the id keeps its value.
+    /// Throws: CbExceptionStream if fewer are left; the id keeps its value.
     void Serialize(CbStreamReadBinary& stream) { stream.ReadBuffer(bytes_.data(), bytes_.size()); }
 
 private:

@@ -11,7 +11,7 @@ protected:
 
 public:
     /// Returns the extension of that name, owned by the object. An unknown name gives null, or
-    /// throws CbExceptionUnknownExtension where @p throwIfUnknown is true.
+    /// throws CbExceptionUnknownExtension if @p throwIfUnknown is true.
     [[nodiscard]] virtual const IExtensionInterface* GetExtension(const char* name,
                                                                   bool throwIfUnknown) const = 0;
     [[nodiscard]] virtual IExtensionInterface* GetExtension(const char* name,

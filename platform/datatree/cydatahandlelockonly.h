@@ -30,7 +30,7 @@ class PLATFORM_API CyDataHandleLockOnly
 public:
     /// An empty handle: never valid, no query.
     CyDataHandleLockOnly() noexcept = default;
-    /// Records a query on @p node. Empty where the node is null or not in @p manager.
+    /// Records a query on @p node. Empty if the node is null or not in @p manager.
     CyDataHandleLockOnly(CyDataManager& manager, const CbSmartPointer<const CyNode>& node);
     CyDataHandleLockOnly(CyDataHandleLockOnly&& other) noexcept;
     /// Takes the other's query over, then gives its own old one back.
@@ -43,7 +43,7 @@ public:
     /// it that covers the query. Looked up anew at each call.
     [[nodiscard]] bool IsValid() const noexcept;
 
-    /// True where the handle records no query.
+    /// True if the handle records no query.
     [[nodiscard]] bool IsEmpty() const noexcept { return record_.thread == nullptr; }
 
     /// Gives the query or the lock back; the handle is empty then.

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <iterator>
 #include <utility>
 
 namespace
@@ -18,7 +19,7 @@ constexpr std::size_t c_portion = 1024;
 CyDataTreeEntry& firstBottom(CyDataTreeEntry& entry) noexcept
 {
     auto* bottom = &entry;
-    while (bottom->firstChild != nullptr) bottom = bottom->firstChild;
+    while (!bottom->children.IsEmpty()) bottom = bottom->children.First();
     return *bottom;
 }
 
@@ -211,12 +212,10 @@ std::vector<CbSmartPointer<CyNode>> CyDataManager::childrenOf(const CyNode& node
     const auto isFilled = [&] {
         const CyDataTreeMutexLock lock(engine_->mutex);
         if (node.GetDataManager() != this) return true;
-        std::size_t count = 0;
-        for (auto* child = node.entry_.firstChild; child != nullptr; child = child->next) ++count;
-        if (count > children.capacity()) return false;
-        for (auto* child = node.entry_.firstChild; child != nullptr; child = child->next) {
-            children.emplace_back(child->owner);
-        }
+        const auto& listed = node.entry_.children;
+        const auto count = std::distance(listed.begin(), listed.end());
+        if (static_cast<std::size_t>(count) > children.capacity()) return false;
+        for (const CyDataTreeEntry& child : listed) children.emplace_back(child.owner);
         return true;
     };
     // Room is made outside the mutex, as often as other threads insert meanwhile.

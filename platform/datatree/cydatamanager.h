@@ -18,21 +18,23 @@ struct CyLockThread;
 /// The manager owns a top node; all other nodes hang below it and are kept alive by it.
 ///
 /// Locks are per thread and cover subtrees. A thread first takes a handle per node, which records a
-/// query, and then locks all its queries at once. A read lock gives reading, a write lock reading
-/// and writing of its node and of everything below. Locks of different threads conflict where one
-/// of them is a write and one node is the other or above it; locks of one thread never do. A thread
-/// that holds a lock is given more only where the locks it holds cover it, so nobody holds and
-/// waits: the locks of one manager never come to a deadlock by themselves. They may with anything
-/// else that is waited for. So a thread does not wait for another one by other means while it holds
-/// a lock, holds no critical section that others enter while it locks, and does not hold a lock of
-/// one manager while it waits for one of another.
+/// query, and then locks all its queries at once.
+/// - A read lock gives reading of its node and of everything below, a write lock writing as well.
+/// - Locks of different threads conflict if one of them is a write and one node is the other or
+///   above it. Locks of one thread never conflict.
+/// - A thread that holds a lock is given more only if the locks that it holds cover it.
+/// - Requests that wait and conflict are served in the order of their coming.
+/// - A request whose time ran out bars nobody. It is as old as before if its thread tries again
+///   within 100 ms, for nothing but the same nodes, and has kept a query on one of them.
 ///
-/// Requests that wait and conflict are served in the order of their coming. One whose time ran out
-/// bars nobody; if its thread tries again within 100 ms, for nothing but the same nodes, it is as
-/// old as before. That is over when the thread has no query on these nodes any more.
+/// So nobody holds and waits: the locks of one manager never come to a deadlock by themselves. They
+/// may with anything else that is waited for. It is required that a thread
+/// - does not wait for another one by other means while it holds a lock,
+/// - holds no critical section that others enter while it locks,
+/// - does not hold a lock of one manager while it waits for one of another.
 ///
 /// Threads: all operations are safe beside each other; destruction is not.
-/// Cost: inserting is constant. Removing and moving are constant where nothing is locked, but for
+/// Cost: inserting is constant. Removing and moving are constant if nothing is locked, but for
 /// moving what has nodes below it; they are linear in the depth otherwise, once for a run of many.
 /// Locking and releasing are linear in the depth, and look at who waits. None of them allocates.
 class PLATFORM_API CyDataManager
@@ -63,48 +65,49 @@ public:
     /// The node above all others, never null. It stays in the manager.
     [[nodiscard]] const CbSmartPointer<CyNode>& GetTopNode() const noexcept { return top_; }
 
-    /// Puts @p node in as the last child of @p father. False, and nothing changed, where one is
-    /// null, the father is not in this manager or the node is in any. No lock is needed or looked
-    /// at.
+    /// Puts @p node in as the last child of @p father. No lock is needed or looked at.
+    /// False, and nothing changed, if one is null, the father is not in this manager or the node is
+    /// in any.
     CheckedBool InsertNode(const CbSmartPointer<CyNode>& father,
                            const CbSmartPointer<CyNode>& node);
 
     /// Takes the node of a handle out. Locks on it become void, queries on it dead; the handle
     /// itself becomes void.
-    /// False, and nothing changed, for the top node, a node with data children, or without access.
-    /// Access is a valid handle, or one where no other thread holds a lock on the node, above it or
-    /// below it.
+    /// There is access if the handle is valid, or if no other thread holds a lock on the node,
+    /// above it or below it. False, and nothing changed, for the top node, a node with data
+    /// children, or without access.
     CheckedBool RemoveNode(CyDataHandleLockOnly<1>& handle);
 
     /// Moves the node of a handle with everything below it to the end of the children of
     /// @p newFather. Locks and queries move along.
-    /// False, and nothing changed, where the new father is null, not in this manager, the node or
-    /// below it, without access as for RemoveNode, or where locks in the subtree would come into
-    /// conflict with another thread's at the new place.
+    /// False, and nothing changed,
+    /// - if the new father is null, not in this manager, the node or below it,
+    /// - without access, as for RemoveNode(),
+    /// - if locks in the subtree would conflict with another thread's at the new place.
     CheckedBool MoveNode(CyDataHandleLockOnly<1>& handle, const CbSmartPointer<CyNode>& newFather);
 
     /// Takes nodes out one after the other, each as RemoveNode() by a new handle of the calling
     /// thread: children have to come before their fathers. Those that are null or not in this
     /// manager are passed over.
     /// Returns the number of nodes that were refused; they stay.
-    /// Cost: linear in the number of nodes and, where something is locked, in the depth.
+    /// Cost: linear in the number of nodes and, if something is locked, in the depth.
     std::size_t RemoveNodes(CyNodeView nodes) noexcept;
     /// Moves nodes one after the other, each as MoveNode() by a new handle of the calling thread.
-    /// Returns as RemoveNodes(), where a new father that is null refuses all.
-    /// Cost: linear in the number of nodes and in the depth. A node adds the levels that it crosses
-    /// where locks move with it and the number of its children, and one climb where the call has
-    /// looked below it before and it comes from below locks of this thread, or from nobody's, to
-    /// below other ones.
+    /// Returns the number of nodes that were refused: all of them if the new father is null.
+    /// Cost: linear in the number of nodes and in the depth. A node adds
+    /// - the number of its children,
+    /// - the levels that it crosses, if locks move with it,
+    /// - one climb, if the call has looked below it before and it comes below other locks.
     std::size_t MoveNodes(CyNodeView nodes, const CbSmartPointer<CyNode>& newFather) noexcept;
 
-    /// True where a lock that the calling thread holds on the node or above it gives reading, or
+    /// True if a lock that the calling thread holds on the node or above it gives reading, or
     /// writing: what a handle made now would say. Records nothing.
     [[nodiscard]] bool IsLocked(const CyNode& node, bool forWriting) const noexcept;
 
     /// Locks all queries of the calling thread without waiting, or none of them.
     CheckedBool TryLock();
     /// Locks all queries of the calling thread, or none of them, and waits for other threads up to
-    /// @p milliseconds. Where the thread still holds locks it never waits.
+    /// @p milliseconds. If the thread still holds locks it never waits.
     CheckedBool TryLockAndWait(std::uint32_t milliseconds);
     /// The same; @p status tells the outcome.
     CheckedBool TryLockAndWait(std::uint32_t milliseconds, ELockStatus& status);

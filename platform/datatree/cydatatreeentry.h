@@ -1,9 +1,11 @@
 #pragma once
 
+#include "platform/base/cbintrusivelist.h"
+#include "platform/datatree/cylockrecord.h"
+
 #include <cstdint>
 
 class CyNode;
-struct CyLockRecord;
 
 /// Number of read locks and of write locks, in one word: every lock adds to each node above it.
 class CyLockCounts
@@ -25,7 +27,7 @@ public:
         return static_cast<std::uint32_t>(word_ >> 32);
     }
     [[nodiscard]] bool IsZero() const noexcept { return word_ == 0; }
-    /// True where a query of another thread can't stand beside these locks.
+    /// True if a query of another thread can't stand beside these locks.
     [[nodiscard]] bool Excludes(bool write) const noexcept
     {
         return write ? word_ != 0 : GetWrites() != 0;
@@ -71,15 +73,14 @@ struct CyDataTreeEntry
     CyDataTreeEntry* parent = nullptr; ///< null for the top node
     CyLockCounts countHere;            ///< granted locks on this node
     CyLockCounts countBelow;           ///< granted locks strictly below
-    CyLockRecord* granted = nullptr;   ///< granted locks on this node
-    CyLockRecord* pending = nullptr;   ///< queries on this node that are not granted yet
+    CyLockRecordsOfNode granted;       ///< granted locks on this node
+    CyLockRecordsOfNode pending;       ///< queries on this node that are not granted yet
     /// Which thread's locks cover the node, as of which of its epochs; see CyLockEngine.
     std::uint64_t coverStamp = 0;
     /// What the last search found out here; see CyDataTreeSearch.
     std::uint64_t searchMark = 0;
 
     CyNode* const owner;                   ///< the node that this is inside of
-    CyDataTreeEntry* firstChild = nullptr; ///< null where there is none
-    CyDataTreeEntry* previous = nullptr;   ///< of the first child: the last one
-    CyDataTreeEntry* next = nullptr;       ///< null for the last child
+    CbListLinks<CyDataTreeEntry> siblings; ///< the place among the parent's children
+    CbIntrusiveList<CyDataTreeEntry, &CyDataTreeEntry::siblings> children; ///< in their order
 };

@@ -43,7 +43,7 @@ public:
         return CbReferenceCounted::getReferenceCounter();
     }
 
-    /// True where the application stores the node by itself. False here.
+    /// True if the application stores the node by itself. False here.
     [[nodiscard]] virtual bool IsSerializable() const;
     /// Makes the data object of the given class that belongs to the node, unowned. Null here.
     [[nodiscard]] virtual IObject* CreateData(const CString& className);
@@ -52,7 +52,7 @@ public:
 
     /// The label; empty by default.
     [[nodiscard]] CString GetName() const;
-    /// True where the label is the text of an id.
+    /// True if the label is the text of an id.
     [[nodiscard]] bool IsNamed(const CyUniqueID& id) const noexcept;
     /// Labels the node with any text.
     void SetName(CString name) noexcept;

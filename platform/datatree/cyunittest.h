@@ -54,14 +54,14 @@ public:
     /// adds to the log, and to the failures. Throws: what Write() throws then.
     void Run();
 
-    /// True where a subtest that ran has failed.
+    /// True if a subtest that ran has failed.
     [[nodiscard]] bool HasFailed() const noexcept { return failed_.load(); }
     /// Returns a copy of the log.
     [[nodiscard]] std::vector<Line> GetLog() const;
 
     /// Adds a line to the log.
     /// @param format as std::printf takes it; text arguments are UTF-8
-    /// Throws: CbException where the format can't be used.
+    /// Throws: CbException if the format can't be used.
     virtual void Write(EMessageType type, const char* format, ...) CB_PRINTF_FORMAT(3, 4);
     /// Marks the test as failed.
     void SetError() noexcept { failed_.store(true); }
@@ -72,7 +72,7 @@ protected:
     /// Returns the name by which a subtest is run.
     /// @param index below getNumberOfSubtests()
     [[nodiscard]] virtual std::string getSubtestName(std::size_t index) const = 0;
-    /// Runs the subtest of that name. Returns false where there is none.
+    /// Runs the subtest of that name. Returns false if there is none.
     virtual bool runUnitTest(const std::string& subtest) = 0;
 
 private:

@@ -16,7 +16,7 @@ void WriteMatrix(CbStreamWriteBinary& stream, const CbMatrix4<T>& matrix)
 }
 
 /// Reads what WriteMatrix() wrote, of whatever version: all have the 16 values.
-/// Throws: CbExceptionStream where the stream ends; the matrix keeps its values.
+/// Throws: CbExceptionStream if the stream ends; the matrix keeps its values.
 template<class T>
 void ReadMatrix(CbStreamReadBinary& stream, CbMatrix4<T>& matrix)
 {

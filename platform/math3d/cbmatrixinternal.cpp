@@ -1,5 +1,6 @@
 #include "platform/math3d/cbmatrixinternal.h"
 
+#include "platform/base/internal/fixedplaces.h"
 #include "platform/math3d/cyexceptionnotinvertible.h"
 
 namespace
@@ -48,7 +49,8 @@ double CbMatrixInternal::Determinant(const CbMatrix4Rd& matrix) noexcept
 
 void CbMatrixInternal::CheckInvertible(double determinant)
 {
-    if (determinant == 0.0) throw CyExceptionNotInvertible("cbmatrixbasematrixgeomdef", 996);
+    if (determinant != 0.0) return;
+    throw CyExceptionNotInvertible(c_placeOfSingularMatrix.file, c_placeOfSingularMatrix.line);
 }
 
 double CbMatrixInternal::Invert(CbMatrix4Rd& matrix)

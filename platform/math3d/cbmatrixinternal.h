@@ -15,6 +15,6 @@ public:
     /// The determinant, from the same sub-determinants as in Invert: both agree to the bit.
     [[nodiscard]] static double Determinant(const CbMatrix4Rd& matrix) noexcept;
 
-    /// Throws as Invert does where @p determinant is exactly 0.0, for callers that know it already.
+    /// Throws as Invert does if @p determinant is exactly 0.0, for callers that know it already.
     static void CheckInvertible(double determinant);
 };

@@ -10,7 +10,7 @@ class PLATFORM_API CyBoundingBox3D
 public:
     /// The empty box: its minimum is +infinity, its maximum -infinity.
     CyBoundingBox3D() = default;
-    /// The box between two corners, both inside. Empty where a minimum is above its maximum.
+    /// The box between two corners, both inside. Empty if a minimum is above its maximum.
     CyBoundingBox3D(const CbVector3f& minimum, const CbVector3f& maximum) noexcept
         : minimum_(minimum), maximum_(maximum)
     {}
@@ -18,7 +18,7 @@ public:
     /// The corners with the smallest and with the largest coordinates.
     [[nodiscard]] const CbVector3f& GetMin() const noexcept { return minimum_; }
     [[nodiscard]] const CbVector3f& GetMax() const noexcept { return maximum_; }
-    /// True where some axis has no extent, not even that of one point.
+    /// True if some axis has no extent, not even that of one point.
     [[nodiscard]] bool IsEmpty() const noexcept
     {
         return !(minimum_.x <= maximum_.x && minimum_.y <= maximum_.y && minimum_.z <= maximum_.z);

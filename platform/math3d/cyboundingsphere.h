@@ -17,7 +17,7 @@ public:
     [[nodiscard]] const CbVector3f& GetCenter() const noexcept { return center_; }
     [[nodiscard]] float GetRadius() const noexcept { return radius_; }
 
-    /// True where the point's squared distance is at most the squared radius, both in double
+    /// True if the point's squared distance is at most the squared radius, both in double
     /// precision.
     [[nodiscard]] bool Contains(const CbVector3f& point) const noexcept
     {

@@ -61,7 +61,8 @@ Collection mergeAll(const Sources& sources)
 Collection mergeOnGrid(const Sources& sources, const std::vector<CyBoundingSphere>* spheres,
                        float cellSize, float samplingParameter, bool halfOffset)
 {
-    ZeCGridSampler sampler(cellSize, halfOffset ? cellSize * 0.5F : 0.0F, halfOffset ? 6.5F : 1.0F);
+    ZeCGridSampler sampler(cellSize, halfOffset ? cellSize * 0.5F : 0.0F,
+                           halfOffset ? ZeCGridSampler::c_shiftedGridGain : 1.0F);
     sources.ForEach([&](const auto& surfels, const CbMatrix4Rf& transformation) {
         if (spheres != nullptr) {
             sampler.AddSurfels(surfels, &transformation, *spheres);

@@ -1,5 +1,6 @@
 // Builds the cached model of an inner node.
 
+#include "platform/datacontainer/sampling/zecgridsampler.h"
 #include "platform/datacontainer/sampling/zecshiftedgridsampler.h"
 #include "transformationtree/models/zecleafnodevector.h"
 #include "transformationtree/nodes/zectransformationnodeinner.h"
@@ -65,7 +66,8 @@ Collection sampleTogether(const Sampling& sampling, const std::vector<float>& sh
     ZeCShiftedGridSampler::Shifts all;
     if (shifts.size() != all.size()) return nullptr;
     std::copy(shifts.begin(), shifts.end(), all.begin());
-    ZeCShiftedGridSampler sampler(sampling.cellSize, sampling.cellSize * 0.5F, 6.5F, all);
+    ZeCShiftedGridSampler sampler(sampling.cellSize, sampling.cellSize * 0.5F,
+                                  ZeCGridSampler::c_shiftedGridGain, all);
     for (const ZeCNodeAccelerated& node : sampling.nodes.GetElements()) {
         const ZeCModelQMT* const model = node.GetModel().Get();
         const auto* const surfels =
@@ -95,7 +97,7 @@ void ZeCTransformationNodeInner::CreateModel(bool accurateCollection, float cell
         merged = sampleTogether(sampling, shifts);
         if (!merged) merged = sampleOneByOne(sampling, shifts);
     } else {
-        constexpr float c_ignored = 6.5F;
+        constexpr float c_ignored = ZeCGridSampler::c_shiftedGridGain;
         merged = ComputeSubsampling(leaves, type, cellSize, samplingParameter, false, c_ignored,
                                     nullptr);
     }

@@ -59,6 +59,7 @@ void ZeCGridSampler::addSurfels(const ZeCSurfelContainer& surfels,
     const auto normals = surfels.GetNormalAccessor();
     const ZeCGrid grid(cellSize_, offset_);
     const ZeCSurfelTransformation map(transformation != nullptr ? *transformation : c_matIdentityF);
+    // Part by part, so that one part's memory is fetched while another part is computed.
     ZeCGridBatch batch;
     for (std::size_t first = 0, n = 0; first < added; first += n) {
         n = std::min(added - first, ZeCGridBatch::c_size);
@@ -89,6 +90,7 @@ void ZeCGridSampler::GetSubsampled(ZeCSurfelContainer& destination, float sampli
                                        std::to_string(GetNrOfUsedCells()) +
                                        ", one for each used cell");
     }
+    // Made first: nothing may fail once surfels are written.
     auto noSums = release ? ZeCGridSums::Make(qualityGain_) : nullptr;
     sums_->Write(destination, ZeCGrid(cellSize_, offset_), samplingParameter);
     if (release) {

@@ -20,19 +20,23 @@ class ZeCGridSums;
 /// sampler.GetSubsampled(*merged, 1.0F, attributeSet, true);
 /// @endcode
 ///
-/// The cell of a surfel has the index `floor((p - offset)/cellSize)` on each axis, in double
-/// precision. A surfel is accepted where its position is finite and all indices are below 2^30 in
-/// magnitude. What comes out is the same to the bit in whatever order surfels were added.
+/// - The cell of a surfel has the index `floor((p - offset)/cellSize)` on each axis, in double
+///   precision.
+/// - A surfel is accepted if its position is finite and all indices are below 2^30 in magnitude.
+/// - What comes out is the same to the bit in whatever order surfels were added.
 ///
 /// Threads: for one thread at a time.
 class PLATFORM_API ZeCGridSampler
 {
 public:
-    /// @param cellSize side of the cells in mm; its sign does not matter. Nothing is accepted where
+    /// The quality gain of grids that are shifted by half a cell, as in merged models.
+    static constexpr float c_shiftedGridGain = 6.5F;
+
+    /// @param cellSize side of the cells in mm; its sign does not matter. Nothing is accepted if
     ///     it is zero, NaN or infinite.
     /// @param offset shifts the grid, in mm on each axis
     /// @param qualityGain how many times as much a surfel of quality 1 weighs as one of quality 0:
-    ///     1 to 8, else the nearer of them; 1 where it is not finite
+    ///     1 to 8, else the nearer of them; 1 if it is not finite
     ZeCGridSampler(float cellSize, float offset, float qualityGain);
     ZeCGridSampler(const ZeCGridSampler&) = delete;
     ZeCGridSampler& operator=(const ZeCGridSampler&) = delete;
@@ -41,11 +45,15 @@ public:
     /// Adds all surfels that are accepted.
     /// @param transformation from the frame of the surfels into that of the result; null is the
     ///     identity. Normals are mapped as by ZeCSurfelContainer::CopySurfel, but not quantised.
-    /// Throws: CbException where more than 2^32-1 surfels would have been passed in; none is added.
-    /// Cost: linear. Memory is taken for used cells: of many, 70 to 120 bytes for each where all
-    /// surfels weigh the same, else 150 to 200; up to some MiB for a few. In the first case cells
-    /// of several tissue types, or with more than 255 surfels, take another 130. Where memory ends,
-    /// std::bad_alloc is thrown and some of the surfels have been added.
+    /// Throws:
+    /// - CbException if more than 2^32-1 surfels would have been passed in; none is added.
+    /// - std::bad_alloc; some of the surfels have been added.
+    ///
+    /// Cost: linear. Memory is taken for used cells:
+    /// - if all surfels weigh the same, 70 to 120 bytes for each of many cells, and another 130 for
+    ///   those with several tissue types or more than 255 surfels,
+    /// - otherwise 150 to 200,
+    /// - for few cells, up to some MiB.
     void AddSurfels(const ZeCSurfelContainer& surfels, const CbMatrix4Rf* transformation);
     /// Adds only those of them that lie inside at least one sphere.
     /// @param spheres in the frame of the result; if there are none, no surfel is added
@@ -63,11 +71,15 @@ public:
     /// @param attributeSet the attributes to write; both sets hold all seven
     /// @param release whether the cells are given up, as if no surfel had been added
     ///
-    /// Positions, normals, colours, curvatures and qualities are weighted means; normals that
-    /// nearly cancel, as on the sheets of a thin wall, give that of the heaviest surfel. The tissue
-    /// type is the one with most weight, of several the smallest; a boundary needs more than half
-    /// of the weight. Spare bytes of colours become 0. A mean position is off by at most 2^-29 of
-    /// the cell size, besides its rounding to single precision.
+    /// What a cell gives:
+    /// - Position, normal, colour, curvature and quality are weighted means. A mean position is off
+    ///   by at most 2^-29 of the cell size, besides its rounding to single precision.
+    /// - Normals that nearly cancel, as on the sheets of a thin wall, give that of the heaviest
+    ///   surfel.
+    /// - The tissue type is the one with most weight, of several the smallest.
+    /// - A boundary needs more than half of the weight.
+    /// - The spare byte of the colour becomes 0.
+    ///
     /// Throws: CbException for a destination of another size, std::bad_alloc; nothing is written or
     /// given up.
     /// Cost: linear in the used cells. Meanwhile those of a slab four cells thick in x, of all

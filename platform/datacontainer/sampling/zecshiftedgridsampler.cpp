@@ -1,3 +1,20 @@
+// How bins become the surfels of 125 grids. Along an axis, a cell of a shift is a window of five
+// fine indices, so the sums of all bins are merged axis by axis, and what shifts of the later axes
+// share is added up once:
+//
+//   step  takes                             merges five         gives, for each of five shifts
+//   1     slabs: all bins of one x          slabs along x       a plane of bins by y and z
+//   2     rows: a plane's bins of one y     rows along y        a line of bins by z
+//   3     the bins of a line                bins along z        a cell, which gives a surfel
+//
+//      x  | | | | |          y  = = = = =          z  . . . . .
+//         \_______/             \_______/             \_______/
+//           plane                 line                  cell
+//
+// Merged are lists of (key, bin) in ascending order of their keys, five at a time at the most, as
+// in a merge sort; bins with the same key are added up. A key holds y, z and the tissue type, so it
+// is the key of all three steps: as a whole, without y, and for z alone.
+
 #include "platform/datacontainer/sampling/zecshiftedgridsampler.h"
 
 #include "platform/datacontainer/sampling/internal/zecshiftedbins.h"
@@ -23,10 +40,14 @@ constexpr unsigned c_zBits = 28;
 constexpr unsigned c_tissueBits = 8;
 constexpr std::uint64_t c_keyWithoutY = (std::uint64_t{1} << (c_zBits + c_tissueBits)) - 1;
 
+// The key of y = -2, z = 3 and type 1 holds c_origin - 2, c_origin + 3 and 1; c_origin is
+// 0x2800000.
 std::uint64_t fromOrigin(std::int32_t index)
 {
     return static_cast<std::uint32_t>(index) + c_origin; // wraps around twice for negative ones
 }
+// With shift 1, fine indices 4 to 8 are cell 1: (4 + 1)/5 up to (8 + 1)/5. Counted from the origin
+// dividends are positive, so that division rounds down.
 std::int32_t cellOf(std::uint64_t indexFromOrigin, std::size_t shift)
 {
     return static_cast<std::int32_t>((indexFromOrigin + shift) / c_shifts) -
@@ -57,12 +78,14 @@ private:
 
 const KeyedBins& Merger::Merge(std::uint64_t mask)
 {
+    // A sum is made only for keys that several rows have; the bin itself stands for any other.
     std::size_t most = 0;
     for (const auto& row : rows_) most += row.size();
     merged_.clear();
     sums_.clear();
     sums_.reserve(most / 2); // each sum is of two bins or more, and must not move
     while (!rows_.empty()) {
+        // At most five rows: looking at all of them is faster than a heap.
         std::uint64_t least = rows_[0].front().key & mask;
         for (const auto& row : rows_) least = std::min(least, row.front().key & mask);
         const ZeCShiftedBin* found = nullptr;
@@ -125,7 +148,7 @@ public:
     {
         const auto heaviest =
             std::max_element(tissues_.begin(), tissues_.end(), [](const auto& a, const auto& b) {
-                return a.weight != b.weight ? a.weight < b.weight : a.type > b.type;
+                return ZeCOutweighs(b.weight, b.type, a.weight, a.type);
             });
         const ZeCSurfel surfel = cell_.GetMeans(index, grid, samplingParameter, heaviest->type);
         cell_ = {};
@@ -216,6 +239,8 @@ Sampling::Sampling(const ZeCShiftedBins& bins, float samplingParameter)
 
 void Sampling::AppendTo(ZeCSurfelContainer& destination)
 {
+    // Samples are collected for all shifts in y and z of one shift in x, since the merged rows of a
+    // slab come in the order of their cells, and not grid by grid.
     Merger slabMerger;
     Merger rowMerger;
     std::array<std::size_t, 3> shift{};
@@ -270,6 +295,7 @@ void Sampling::appendSamples(std::size_t shiftX, ZeCSurfelContainer& destination
                 ZeCSurfelContainer::ESurfelAttributeSet::Subsampled, nullptr);
             const ZeCSurfelWriter writer(*grid);
             for (std::size_t i = 0; i < samples.size(); ++i) writer.Write(i, samples[i]);
+            // By the container's own mapping, whose bits are those of single runs.
             CbMatrix4Rf back;
             const auto& shifts = bins_.GetShifts();
             back[3][0] = -shifts[shiftX];

@@ -32,11 +32,14 @@ public:
     /// Adds all surfels that have a cell.
     /// @param transformation from the frame of the surfels into that of the result
     ///
-    /// Returns false where it can't: the transformation is not affine or not finite, surfels lie so
-    /// far off that single precision does not tell their cells for all shifts, there are more than
-    /// 2^24 in all, or they all weigh the same because the gain is 1. The sampler is of no use
-    /// then, nor where std::bad_alloc is thrown. Cost: linear; about 250 bytes for each group of
-    /// surfels that share all their cells.
+    /// Returns false if it can't, and the sampler is of no use any more, nor if std::bad_alloc is
+    /// thrown:
+    /// - the transformation is not affine or not finite,
+    /// - surfels lie so far off that single precision does not tell their cells for all shifts,
+    /// - there are more than 2^24 surfels in all,
+    /// - they all weigh the same because the gain is 1.
+    ///
+    /// Cost: linear; about 250 bytes for each group of surfels that share all their cells.
     [[nodiscard]] bool AddSurfels(const ZeCSurfelContainer& surfels,
                                   const CbMatrix4Rf& transformation);
 
@@ -44,7 +47,7 @@ public:
     /// outermost of the three loops over the shifts, and each grid gives its used cells in
     /// ascending order of their x, y and z indices.
     /// @param samplingParameter as of ZeCGridSampler::GetSubsampled
-    /// Throws: CbException where there would be more than 2^32-1 surfels, std::bad_alloc; those of
+    /// Throws: CbException if there would be more than 2^32-1 surfels, std::bad_alloc; those of
     /// some grids have been appended then.
     void AppendSubsampled(ZeCSurfelContainer& destination, float samplingParameter) const;
 

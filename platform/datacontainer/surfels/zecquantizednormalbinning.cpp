@@ -17,7 +17,7 @@ using Bin = ZeCQuantizedNormalBinning::Bin;
 constexpr std::uint32_t c_version = 1;
 constexpr std::size_t c_bytesPerBin = 32;
 
-// Normals cancel out where their sum is shorter than this part of their number. Not only where it
+// Normals cancel out if their sum is shorter than this part of their number. Not only if it
 // is zero: opposite directions on borders of codes have codes that are not quite opposite.
 constexpr int c_cancelled = 64;
 
@@ -26,7 +26,7 @@ std::int64_t toUnits(float coordinate)
     return std::llround(static_cast<double>(coordinate) * ZeCQuantizedNormalBinning::c_units);
 }
 
-// Neither later additions nor the sum over all cells can overflow where this holds.
+// Neither later additions nor the sum over all cells can overflow if this holds.
 bool isPossible(const Bin& bin)
 {
     const std::int64_t most = bin.count * ZeCQuantizedNormalBinning::c_units;

@@ -49,7 +49,7 @@ public:
     [[nodiscard]] const std::vector<Bin>& GetBins() const noexcept { return bins_; }
 
     /// Returns the mean direction of the normals in all cells that hold more than @p threshold,
-    /// with length 1; exactly (0, 0, 0) where there is no such cell or the normals cancel out, that
+    /// with length 1; exactly (0, 0, 0) if there is no such cell or the normals cancel out, that
     /// is, their sum is shorter than 1/64 of their number.
     [[nodiscard]] CbVector3f
     ComputeMeanDirectionAboveThresholdCount(std::uint32_t threshold) const noexcept;

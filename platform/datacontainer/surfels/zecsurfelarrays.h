@@ -10,7 +10,7 @@
 /// The memory of a surfel container: seven arrays in one block, 22 bytes per surfel.
 ///
 /// Each array starts at a multiple of 64 bytes and has room for a multiple of 64 surfels, so that
-/// loops over whole groups need no tail; where there are up to 16 surfels, it is 16 of both.
+/// loops over whole groups need no tail; if there are up to 16 surfels, it is 16 of both.
 class PLATFORM_API ZeCSurfelArrays
 {
 public:

@@ -22,7 +22,7 @@ void extendByFinite(std::span<const CbVector3f> positions, CyBoundingBox3D& box)
 
 constexpr std::size_t c_block = 512;
 
-// Extends a box by so many positions, or returns false where one of them is not finite. Sixteen
+// Extends a box by so many positions, or returns false if one of them is not finite. Sixteen
 // positions are 48 numbers side by side, whose extremes are taken without a branch.
 bool extendByBlock(const CbVector3f* positions, CyBoundingBox3D& box)
 {

@@ -82,10 +82,12 @@ public:
     /// @param transformNormal whether the normal is transformed like the position
     /// @param transformation from the frame of @p from into this container's
     ///
-    /// A rigid transformation (columns orthonormal within 1e-4) maps normals as it maps directions,
-    /// any other by the inverse transpose; a normal that would become zero or not finite stays, and
-    /// so does every value that an identity maps. Any other transformation makes a position of
-    /// which one coordinate is not finite so in all three.
+    /// - A rigid transformation (columns orthonormal within 1e-4) maps normals as it maps
+    ///   directions, any other by the inverse transpose.
+    /// - A normal that would become zero or not finite stays.
+    /// - An identity changes nothing. Any other transformation makes a position of which one
+    ///   coordinate is not finite so in all three.
+    ///
     /// Throws: CbException for an index out of range; nothing is written.
     void CopySurfel(std::uint32_t destination, const ZeCSurfelContainer& from, std::uint32_t source,
                     bool transformNormal, const CbMatrix4Rf& transformation);
@@ -101,7 +103,7 @@ public:
     /// Copies all surfels of @p other, which may be this container, behind the present ones,
     /// normals transformed as by CopySurfel.
     /// @param transformation from the frame of @p other into this container's
-    /// Throws: CbException where there would be more than 2^32-1 surfels; nothing is changed.
+    /// Throws: CbException if there would be more than 2^32-1 surfels; nothing is changed.
     void Append(const ZeCSurfelContainer& other, const CbMatrix4Rf& transformation);
 
 protected:
@@ -109,7 +111,7 @@ protected:
     explicit ZeCSurfelContainer(ESurfelAttributeSet attributeSet) noexcept
         : attributeSet_(attributeSet)
     {}
-    /// @param fill whether surfels get neutral values; where not, the caller writes all of them
+    /// @param fill whether surfels get neutral values; if not, the caller writes all of them
     ZeCSurfelContainer(std::uint32_t count, bool fill, ESurfelAttributeSet attributeSet);
     ZeCSurfelContainer(const ZeCSurfelContainer&) = default;
     ZeCSurfelContainer& operator=(const ZeCSurfelContainer&) = delete;

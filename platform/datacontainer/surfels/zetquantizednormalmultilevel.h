@@ -38,7 +38,7 @@ struct ZeTQuantizedNormalMultiLevelTraitsFast
         return {u - std::copysign(beyond, u), v - std::copysign(beyond, v), z};
     }
 
-    /// Returns the code of a direction, or @p fallback where the sum of the magnitudes of its
+    /// Returns the code of a direction, or @p fallback if the sum of the magnitudes of its
     /// coordinates is zero or not finite.
     template<unsigned Level>
     [[nodiscard]] CB_ALWAYS_INLINE static std::uint32_t Encode(float x, float y, float z,
@@ -120,7 +120,7 @@ public:
 
     /// The cell of the direction +z.
     ZeTQuantizedNormalMultiLevel() noexcept = default;
-    /// Takes a direction of any length; +z where the length is zero or a coordinate is not finite.
+    /// Takes a direction of any length; +z if the length is zero or a coordinate is not finite.
     explicit ZeTQuantizedNormalMultiLevel(const Vector& direction) noexcept
     {
         // Exact but for tiny coordinates beside huge ones, whose sum might overflow.

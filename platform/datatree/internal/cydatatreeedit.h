@@ -8,7 +8,7 @@ struct CyLockThread;
 
 /// What is known in a run of removals or moves by one thread, while the mutex is held.
 ///
-/// A node may be taken out or moved where the thread's locks cover it for writing, or where no
+/// A node may be taken out or moved if the thread's locks cover it for writing, or if no
 /// other thread holds a lock at, above or below it. The first two are found by climbing:
 ///
 ///   covered  the thread holds a write lock here or above, so nobody else holds any
@@ -28,7 +28,7 @@ struct CyDataTreeEdit
     static constexpr unsigned c_aboveFather = 8; ///< the new father or above it
 
     CyLockThread* thread;       ///< null for one that has had no handle
-    CyDataTreeEntry* newFather; ///< null where nodes are removed
+    CyDataTreeEntry* newFather; ///< null if nodes are removed
     CyDataTreeSearch search;
     bool isFatherMarked = false; ///< c_aboveFather is set, and the next two members
     bool othersRead = false;     ///< another thread holds a read lock at or above the new father

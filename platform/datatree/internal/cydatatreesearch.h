@@ -21,7 +21,7 @@ public:
         const bool isMine = entry.searchMark >> c_flagBits == number_;
         return isMine ? static_cast<unsigned>(entry.searchMark) & flags : 0;
     }
-    /// Sets a flag. False where it was set already.
+    /// Sets a flag. False if it was set already.
     bool Set(CyDataTreeEntry& entry, unsigned flag) const noexcept
     {
         if (entry.searchMark >> c_flagBits != number_) entry.searchMark = number_ << c_flagBits;

@@ -1,7 +1,45 @@
+// How locks are granted and given back.
+//
+// A record and what it counts for:
+//
+//   state     in the lists of           counters of the tree        its thread
+//   unused    -                         -                           -
+//   Pending   pending: thread, node     -                           may be in the queue
+//   Granted   granted: thread, node     countHere of its node,      grantedWrites if it writes
+//                                       countBelow of all above
+//   Dead      -                         -                           dead, so it can't lock
+//   Void      -                         -                           -
+//
+//   from      by                        to         then
+//   unused    Ask                       Pending    a thread with a place may get a part in it
+//   Pending   Attempt: grantAll         Granted    together with all others of its thread
+//   Pending   NodeLeaves                Dead       Void for the handle that takes the node out
+//   Granted   NodeLeaves                Void       who waited for it is woken
+//   any       TakeBack                  unused     who waited for it is woken
+//   any       Relocate                  the same   in another handle
+//
+// What a lock of one thread leaves to the others (r may read, w may write, - neither). Each node
+// counts the locks on it and those below it, so a request looks at the counters of its node, and
+// above that only at the locks on the nodes themselves:
+//
+//                    the other asks for a lock
+//   the lock         above the node    on the node    below the node
+//   reads            r -               r -            r -
+//   writes           - -               - -            - -
+//
+//   beside the node, that is, on no common path to the top: r w
+//
+// Example: b is written, so nobody else enters top, a, b or c, but d may be written.
+//
+//   top               countBelow 1 write     a request for "write a" sees the 1 below and stops
+//    +-- a            countBelow 1 write     a request for "read c" climbs, and stops at b
+//        +-- b        countHere 1 write      a request for "write d" climbs to the top: free
+//        |   +-- c
+//        +-- d
+
 #include "platform/datatree/internal/cylockengine.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace
 {
@@ -9,34 +47,25 @@ namespace
 // Whoever waits in slices is back this long after one of them. Who is behind it looks again then.
 constexpr std::chrono::milliseconds c_isBack{20};
 
-void linkToThread(CyLockRecord*& head, CyLockRecord& record) noexcept
-{
-    record.nextOfThread = head;
-    record.linkOfThread = &head;
-    if (head != nullptr) head->linkOfThread = &record.nextOfThread;
-    head = &record;
-}
-
-void linkToNode(CyLockRecord*& head, CyLockRecord& record) noexcept
-{
-    record.nextOfNode = head;
-    record.linkOfNode = &head;
-    if (head != nullptr) head->linkOfNode = &record.nextOfNode;
-    head = &record;
-}
-
-void unlink(CyLockRecord& record) noexcept
-{
-    *record.linkOfThread = record.nextOfThread;
-    if (record.nextOfThread != nullptr) record.nextOfThread->linkOfThread = record.linkOfThread;
-    *record.linkOfNode = record.nextOfNode;
-    if (record.nextOfNode != nullptr) record.nextOfNode->linkOfNode = record.linkOfNode;
-}
-
 bool isLinked(const CyLockRecord& record) noexcept
 {
     return record.state == CyLockRecord::EState::Pending ||
            record.state == CyLockRecord::EState::Granted;
+}
+
+// Puts a record into the lists of its state, which is pending or granted.
+void link(CyLockRecord& record) noexcept
+{
+    const bool isGranted = record.state == CyLockRecord::EState::Granted;
+    (isGranted ? record.thread->granted : record.thread->pending).PushFront(record);
+    (isGranted ? record.entry->granted : record.entry->pending).PushFront(record);
+}
+
+void unlink(CyLockRecord& record) noexcept
+{
+    const bool isGranted = record.state == CyLockRecord::EState::Granted;
+    (isGranted ? record.thread->granted : record.thread->pending).Remove(record);
+    (isGranted ? record.entry->granted : record.entry->pending).Remove(record);
 }
 
 CyLockCounts one(const CyLockRecord& record) noexcept
@@ -58,13 +87,13 @@ void subtractAbove(const CyDataTreeEntry& entry, CyLockCounts counts) noexcept
     }
 }
 
+// Most nodes have no locks at all, which the counter tells without a look at the records.
 bool holdsHere(const CyLockThread& thread, const CyDataTreeEntry& entry, bool write) noexcept
 {
     if (write ? entry.countHere.GetWrites() == 0 : entry.countHere.IsZero()) return false;
-    for (auto* record = entry.granted; record != nullptr; record = record->nextOfNode) {
-        if (record->thread == &thread && (record->write || !write)) return true;
-    }
-    return false;
+    return std::any_of(entry.granted.begin(), entry.granted.end(), [&](const auto& record) {
+        return record.thread == &thread && (record.write || !write);
+    });
 }
 
 // The lock, if any, that conflicts with a query whose thread has none so far.
@@ -94,8 +123,7 @@ void CyLockEngine::Ask(CyLockThread& thread, CyDataTreeEntry& entry, bool write,
     record.entry = &entry;
     record.state = CyLockRecord::EState::Pending;
     record.write = write;
-    linkToThread(thread.pending, record);
-    linkToNode(entry.pending, record);
+    link(record);
     ++thread.uses;
     if (thread.place != 0) CyLockQueue::QueryComes(thread, record);
 }
@@ -119,18 +147,21 @@ bool CyLockEngine::TakeBack(CyLockRecord& record) noexcept
     }
     record = CyLockRecord();
     if (!queue_.IsEmpty())
-        queue_.WakeFreed(&thread); // nobody points to the thread where this was its last record
+        queue_.WakeFreed(&thread); // nobody points to the thread if this was its last record
     return LetGo(thread);
 }
 
 void CyLockEngine::Relocate(CyLockRecord& from, CyLockRecord& to) noexcept
 {
-    to = std::exchange(from, CyLockRecord());
-    if (!isLinked(to)) return;
-    *to.linkOfThread = &to;
-    if (to.nextOfThread != nullptr) to.nextOfThread->linkOfThread = &to.nextOfThread;
-    *to.linkOfNode = &to;
-    if (to.nextOfNode != nullptr) to.nextOfNode->linkOfNode = &to.nextOfNode;
+    to = from;
+    to.ofThread = {};
+    to.ofNode = {};
+    if (isLinked(from)) {
+        const bool isGranted = from.state == CyLockRecord::EState::Granted;
+        (isGranted ? from.thread->granted : from.thread->pending).Replace(from, to);
+        (isGranted ? from.entry->granted : from.entry->pending).Replace(from, to);
+    }
+    from = CyLockRecord();
 }
 
 bool CyLockEngine::IsValid(const CyLockRecord& record) noexcept
@@ -142,14 +173,16 @@ bool CyLockEngine::IsValid(const CyLockRecord& record) noexcept
 
 CyLockEngine::EOutcome CyLockEngine::Attempt(CyLockThread& thread, Clock::time_point now) noexcept
 {
+    // The order tells which outcome is given if several are true. What the thread's own locks cover
+    // is never blocked, and a thread with locks never waits: that is why nobody holds and waits.
     if (thread.place != 0) CyLockQueue::Expire(thread, now);
     auto outcome = EOutcome::Locked;
     if (thread.dead != 0) {
         outcome = EOutcome::InvalidNode;
-    } else if (thread.granted == nullptr && thread.pending == nullptr) {
+    } else if (thread.granted.IsEmpty() && thread.pending.IsEmpty()) {
         outcome = EOutcome::NoQueries;
     } else if (!areAllCovered(thread)) {
-        if (thread.granted != nullptr) {
+        if (!thread.granted.IsEmpty()) {
             outcome = EOutcome::NotReleased;
         } else if (granted_ != 0 || !queue_.IsEmpty()) {
             thread.blocker = findBlocker(thread);
@@ -175,6 +208,8 @@ CyLockEngine::EOutcome CyLockEngine::Lock(CyLockThread& thread, std::chrono::mil
     auto now = Clock::now();
     const auto end = now + wait;
     queue_.StartWaiting(thread, end);
+    // Between two looks the mutex is left. Whoever frees what this thread met notifies it; a wake
+    // that comes for nothing costs one more look.
     while (now < end) {
         // The older request leaves, is granted and released, or ends: only that wakes nobody.
         const auto* const older = thread.blocker.older;
@@ -190,15 +225,17 @@ CyLockEngine::EOutcome CyLockEngine::Lock(CyLockThread& thread, std::chrono::mil
 
 void CyLockEngine::NodeLeaves(CyDataTreeEntry& entry, const CyLockRecord* own) noexcept
 {
-    while (entry.granted != nullptr) {
-        CyLockRecord& record = *entry.granted;
+    // Records stay with their handles, which find them dead or void. An entry that is put into a
+    // manager again starts without marks and stamps.
+    while (!entry.granted.IsEmpty()) {
+        CyLockRecord& record = *entry.granted.First();
         ungrant(record);
         record.state = CyLockRecord::EState::Void;
         record.entry = nullptr;
         queue_.WakeFreed(record.thread);
     }
-    while (entry.pending != nullptr) {
-        CyLockRecord& record = *entry.pending;
+    while (!entry.pending.IsEmpty()) {
+        CyLockRecord& record = *entry.pending.First();
         unlink(record);
         record.state = &record == own ? CyLockRecord::EState::Void : CyLockRecord::EState::Dead;
         if (&record != own) ++record.thread->dead;
@@ -220,30 +257,27 @@ bool CyLockEngine::EndThread(CyLockThread& thread, std::uint64_t number) noexcep
 void CyLockEngine::AddEnded(CyLockThread& thread, std::uint64_t number) noexcept
 {
     thread.endedNumber = number;
-    thread.nextEnded = std::exchange(ended_, &thread);
+    ended_.PushFront(thread);
 }
 
 CyLockThread* CyLockEngine::FindEnded(std::uint64_t number) const noexcept
 {
-    CyLockThread* thread = ended_;
-    while (thread != nullptr && thread->endedNumber != number) thread = thread->nextEnded;
-    return thread;
+    const auto found = std::find_if(ended_.begin(), ended_.end(), [&](const auto& thread) {
+        return thread.endedNumber == number;
+    });
+    return found != ended_.end() ? &*found : nullptr;
 }
 
 bool CyLockEngine::LetGo(CyLockThread& thread) noexcept
 {
     if (--thread.uses != 0) return false;
-    if (thread.endedNumber != 0) {
-        CyLockThread** link = &ended_;
-        while (*link != &thread) link = &(*link)->nextEnded;
-        *link = thread.nextEnded;
-    }
+    if (thread.endedNumber != 0) ended_.Remove(thread);
     return true;
 }
 
 bool CyLockEngine::Covers(CyLockThread& thread, CyDataTreeEntry& entry, bool write) noexcept
 {
-    if (write ? thread.grantedWrites == 0 : thread.granted == nullptr) return false;
+    if (write ? thread.grantedWrites == 0 : thread.granted.IsEmpty()) return false;
     if (thread.epoch == 0) thread.epoch = ++epochs_;
     // A stamp is the epoch above one bit: whether writing is covered too.
     const auto isStamped = [&](const CyDataTreeEntry& at) {
@@ -254,6 +288,7 @@ bool CyLockEngine::Covers(CyLockThread& thread, CyDataTreeEntry& entry, bool wri
         found = found->parent;
         if (found == nullptr) return false;
     }
+    // Path compression, as in union-find: all nodes passed learn the answer.
     const std::uint64_t stamp = thread.epoch << 1 | (write ? 1 : 0);
     for (auto* passed = &entry; !isStamped(*passed); passed = passed->parent) {
         passed->coverStamp = stamp;
@@ -264,35 +299,34 @@ bool CyLockEngine::Covers(CyLockThread& thread, CyDataTreeEntry& entry, bool wri
 
 bool CyLockEngine::areAllCovered(CyLockThread& thread) noexcept
 {
-    for (auto* record = thread.pending; record != nullptr; record = record->nextOfThread) {
-        if (!Covers(thread, *record->entry, record->write)) return false;
+    for (const CyLockRecord& record : thread.pending) {
+        if (!Covers(thread, *record.entry, record.write)) return false;
     }
     return true;
 }
 
 CyLockThread::Blocker CyLockEngine::findBlocker(const CyLockThread& thread) noexcept
 {
+    // Older requests first: they go on being in the way once they are granted.
     if (!queue_.IsEmpty()) {
         const auto* const older = queue_.FindOlderInTheWay(thread, CyDataTreeSearch(searches_));
         if (older != nullptr) return {older};
     }
-    CyLockThread::Blocker blocker;
-    if (granted_ == 0) return blocker;
-    const CyLockRecord* record = thread.pending;
-    for (; record != nullptr && blocker.IsNone(); record = record->nextOfThread) {
-        blocker = findLockInTheWay(*record);
+    if (granted_ == 0) return {};
+    for (const CyLockRecord& query : thread.pending) {
+        const auto blocker = findLockInTheWay(query);
+        if (!blocker.IsNone()) return blocker;
     }
-    return blocker;
+    return {};
 }
 
 void CyLockEngine::grantAll(CyLockThread& thread) noexcept
 {
-    while (thread.pending != nullptr) {
-        CyLockRecord& record = *thread.pending;
+    while (!thread.pending.IsEmpty()) {
+        CyLockRecord& record = *thread.pending.First();
         unlink(record);
         record.state = CyLockRecord::EState::Granted;
-        linkToThread(thread.granted, record);
-        linkToNode(record.entry->granted, record);
+        link(record);
         record.entry->countHere += one(record);
         addAbove(*record.entry, one(record));
         ++granted_;
@@ -307,5 +341,5 @@ void CyLockEngine::ungrant(CyLockRecord& record) noexcept
     subtractAbove(*record.entry, one(record));
     --granted_;
     if (record.write) --record.thread->grantedWrites;
-    record.thread->epoch = 0;
+    record.thread->epoch = 0; // its stamps may tell too much from now on
 }

@@ -11,8 +11,8 @@
 /// The locks of a data manager: grants, refuses and takes back.
 ///
 /// Every node counts the granted locks on it and strictly below it, so that a request sees what is
-/// in its way by climbing to the top. A thread that is granted something new holds nothing so far,
-/// hence all counters it meets are those of others.
+/// in its way by climbing to the top; the source has the tables. A thread that is granted something
+/// new holds nothing so far, hence all counters it meets are those of others.
 ///
 /// Whether a thread's own locks cover a node is found by climbing too. A climb that succeeds leaves
 /// a stamp with the thread's epoch on the nodes it passed, so that the next one ends there. An
@@ -57,14 +57,14 @@ public:
     /// Moves a query or lock into an unused record.
     void Relocate(CyLockRecord& from, CyLockRecord& to) noexcept CB_REQUIRES(mutex);
 
-    /// True where a lock that the thread holds on the node or above it gives reading, or writing.
+    /// True if a lock that the thread holds on the node or above it gives reading, or writing.
     [[nodiscard]] bool Covers(CyLockThread& thread, CyDataTreeEntry& entry, bool write) noexcept
         CB_REQUIRES(mutex);
-    /// True where the lock is granted, or pending and covered.
+    /// True if the lock is granted, or pending and covered.
     [[nodiscard]] bool IsValid(const CyLockRecord& record) noexcept CB_REQUIRES(mutex);
     /// Locks all pending queries of a thread, or none. An outcome other than blocked ends the
     /// thread's place in the queue.
-    /// @param now looked at only where the queue is not empty
+    /// @param now looked at only if the queue is not empty
     [[nodiscard]] EOutcome Attempt(CyLockThread& thread, Clock::time_point now) noexcept
         CB_REQUIRES(mutex);
     /// The same, and waits for others. The only function that enters the mutex by itself.
@@ -77,7 +77,7 @@ public:
     /// @name Removals and moves by a thread; see CyDataTreeEdit
     /// @{
 
-    /// True where the query is to this engine and not dead or void, so that its node may be edited
+    /// True if the query is to this engine and not dead or void, so that its node may be edited
     /// as far as locks allow.
     [[nodiscard]] bool IsLinkedHere(const CyLockRecord& record) const noexcept CB_REQUIRES(mutex);
     /// Starts to remove nodes or, below @p newFather, to move them.
@@ -87,12 +87,12 @@ public:
     /// children, or without access.
     [[nodiscard]] bool Remove(CyDataTreeEdit& edit, CyDataTreeEntry& entry,
                               const CyLockRecord* own) noexcept CB_REQUIRES(mutex);
-    /// Moves a node to the end of the new father's children. False, and nothing changed, where the
-    /// new father is the node or below it, without access, or where locks in the subtree would
+    /// Moves a node to the end of the new father's children. False, and nothing changed, if the
+    /// new father is the node or below it, without access, or if locks in the subtree would
     /// come into conflict with another thread's at the new place.
     [[nodiscard]] bool Move(CyDataTreeEdit& edit, CyDataTreeEntry& entry) noexcept
         CB_REQUIRES(mutex);
-    /// Ends the edit: who waits looks again where nodes were moved.
+    /// Ends the edit: who waits looks again if nodes were moved.
     void EndEdit(const CyDataTreeEdit& edit) noexcept CB_REQUIRES(mutex);
     /// @}
 
@@ -108,7 +108,7 @@ public:
     /// Returns the thread that ended with the number, or null.
     [[nodiscard]] CyLockThread* FindEnded(std::uint64_t number) const noexcept CB_REQUIRES(mutex);
     /// Gives up one use of a thread's object.
-    /// @return true where it was the last one: the caller deletes the object once it left the mutex
+    /// @return true if it was the last one: the caller deletes the object once it left the mutex
     [[nodiscard]] bool LetGo(CyLockThread& thread) noexcept CB_REQUIRES(mutex);
 
 private:
@@ -129,9 +129,10 @@ private:
 
     std::atomic<std::uint32_t> references_{1};
     bool closed_ CB_GUARDED_BY(mutex) = false;
-    std::uint64_t granted_ CB_GUARDED_BY(mutex) = 0;     ///< granted locks of all threads
-    std::uint64_t epochs_ CB_GUARDED_BY(mutex) = 0;      ///< the newest epoch
-    std::uint64_t searches_ CB_GUARDED_BY(mutex) = 0;    ///< the newest search
-    CyLockThread* ended_ CB_GUARDED_BY(mutex) = nullptr; ///< those that have ended, in no order
+    std::uint64_t granted_ CB_GUARDED_BY(mutex) = 0;  ///< granted locks of all threads
+    std::uint64_t epochs_ CB_GUARDED_BY(mutex) = 0;   ///< the newest epoch
+    std::uint64_t searches_ CB_GUARDED_BY(mutex) = 0; ///< the newest search
+    /// Those that have ended, in no order.
+    CbIntrusiveList<CyLockThread, &CyLockThread::amongEnded> ended_ CB_GUARDED_BY(mutex);
     CyLockQueue queue_ CB_GUARDED_BY(mutex);
 };

@@ -1,4 +1,20 @@
 // Removals and moves of nodes beside the locks of other threads.
+//
+// Who may edit a node, by what a climb from it to the top meets first:
+//
+//   answer    met                                             may edit
+//   covered   a write lock of the thread                      yes
+//   held      a lock of another thread                        no
+//   free      neither, up to the top                          if no other thread has a lock below
+//
+// A move takes the counts of the subtree along. Above the node where both paths meet nothing
+// changes:
+//
+//        common                   common
+//        /    \                   /    \           oldFather: countBelow -= inside
+//   oldFather  newFather  ->  oldFather newFather   newFather: countBelow += inside
+//      |                                   |
+//    moved                               moved      inside = countHere + countBelow of moved
 
 #include "platform/datatree/internal/cylockengine.h"
 
@@ -21,9 +37,9 @@ unsigned answerHere(const CyDataTreeEntry& entry, const CyLockThread* thread) no
 {
     if (entry.countHere.IsZero()) return 0;
     unsigned answer = 0;
-    for (auto* record = entry.granted; record != nullptr; record = record->nextOfNode) {
-        if (record->thread != thread) return Edit::c_held;
-        if (record->write) answer = Edit::c_covered;
+    for (const CyLockRecord& record : entry.granted) {
+        if (record.thread != thread) return Edit::c_held;
+        if (record.write) answer = Edit::c_covered;
     }
     return answer;
 }
@@ -31,6 +47,7 @@ unsigned answerHere(const CyDataTreeEntry& entry, const CyLockThread* thread) no
 // Covered, held or free. Stamps tell what is covered beyond the edit.
 unsigned findAnswer(Edit& edit, CyDataTreeEntry& entry) noexcept
 {
+    // Nothing but the climb depends on the depth: it ends at the first mark, stamp or lock.
     const std::uint64_t epoch = edit.thread != nullptr ? edit.thread->epoch : 0;
     const std::uint64_t stamp = epoch << 1 | 1; // for writing
     unsigned answer = 0;
@@ -65,9 +82,9 @@ void markFather(Edit& edit) noexcept
     for (auto* above = edit.newFather; above != nullptr; above = above->parent) {
         (void)edit.search.Set(*above, Edit::c_aboveFather);
         ++climb;
-        for (auto* record = above->granted; record != nullptr; record = record->nextOfNode) {
-            if (record->thread == edit.thread) continue;
-            (record->write ? edit.othersWrite : edit.othersRead) = true;
+        for (const CyLockRecord& record : above->granted) {
+            if (record.thread == edit.thread) continue;
+            (record.write ? edit.othersWrite : edit.othersRead) = true;
         }
     }
     edit.longestClimb = std::max(edit.longestClimb, climb);
@@ -76,7 +93,7 @@ void markFather(Edit& edit) noexcept
 bool isAtOrAboveFather(Edit& edit, const CyDataTreeEntry& entry) noexcept
 {
     if (&entry == edit.newFather) return true;
-    if (entry.firstChild == nullptr) return false; // so leaves move without a look upwards
+    if (entry.children.IsEmpty()) return false; // so leaves move without a look upwards
     markFather(edit);
     return edit.search.Get(entry, Edit::c_aboveFather) != 0;
 }
@@ -99,7 +116,7 @@ CyDataTreeEdit CyLockEngine::StartEdit(CyLockThread* thread, CyDataTreeEntry* ne
 bool CyLockEngine::Remove(CyDataTreeEdit& edit, CyDataTreeEntry& entry,
                           const CyLockRecord* own) noexcept
 {
-    if (entry.firstChild != nullptr || entry.parent == nullptr) return false;
+    if (!entry.children.IsEmpty() || entry.parent == nullptr) return false;
     if (!hasAccess(edit, entry)) return false;
     NodeLeaves(entry, own);
     entry.Unlink();
@@ -110,6 +127,8 @@ bool CyLockEngine::Move(CyDataTreeEdit& edit, CyDataTreeEntry& entry) noexcept
 {
     if (isAtOrAboveFather(edit, entry) || !hasAccess(edit, entry)) return false;
     const auto inside = entry.countHere + entry.countBelow;
+    // Locks inside come below whatever others hold at the new place: the same conflicts as for a
+    // request, looked for from the other side.
     if (!inside.IsZero()) {
         markFather(edit);
         if ((edit.othersRead && inside.Excludes(false)) ||
@@ -135,10 +154,11 @@ bool CyLockEngine::hasAccess(CyDataTreeEdit& edit, CyDataTreeEntry& entry) noexc
     if (granted_ == 0) return true;
     const auto answer = findAnswer(edit, entry);
     if (answer != Edit::c_free) return answer == Edit::c_covered;
+    // Free above: what is left are locks below, all of which have to be the thread's own.
     auto below = entry.countBelow.GetReads() + entry.countBelow.GetWrites();
     if (below == 0 || edit.thread == nullptr) return below == 0;
-    for (auto* record = edit.thread->granted; record != nullptr; record = record->nextOfThread) {
-        if (isBelow(*record->entry, entry)) --below;
+    for (const CyLockRecord& record : edit.thread->granted) {
+        if (isBelow(*record.entry, entry)) --below;
     }
     return below == 0;
 }
@@ -168,9 +188,11 @@ void CyLockEngine::movesMarks(CyDataTreeEdit& edit, CyDataTreeEntry& entry) noex
     // What climbs from further down found above the node is marked on one of its children as well,
     // unless they ended at a stamp.
     bool isKnownBelow = stampsEnd && edit.usedStamps;
-    for (auto* child = entry.firstChild; child != nullptr && !isKnownBelow; child = child->next) {
-        isKnownBelow = edit.search.Get(*child, Edit::c_answers) != 0;
-    }
+    isKnownBelow =
+        isKnownBelow ||
+        std::any_of(entry.children.begin(), entry.children.end(), [&](const auto& child) {
+            return edit.search.Get(child, Edit::c_answers) != 0;
+        });
     if (isKnownBelow) {
         edit.search = CyDataTreeSearch(searches_);
         edit.isFatherMarked = false;

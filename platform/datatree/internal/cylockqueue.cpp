@@ -1,3 +1,14 @@
+// Who waits for whom. Of the older requests in the way, each remembers the newest one, or else the
+// lock that it met:
+//
+//   oldest                                  newest
+//   A: write n --- B: write n --- C: write n      D: write m, which is elsewhere
+//   met the lock   met A          met B           met nothing, and does not wait
+//   on n
+//
+// When the lock on n goes, A alone is woken. B goes on waiting for A, which holds n by now, and is
+// woken when A gives it back.
+
 #include "platform/datatree/internal/cylockqueue.h"
 
 #include <algorithm>
@@ -7,6 +18,14 @@ namespace
 {
 
 constexpr std::chrono::milliseconds c_keepPlace{100};
+
+// Flags of a search. A thread that looks marks what it asks for: its nodes, and all above them.
+// Then the queries of the older threads climb, and end at the first mark that conflicts:
+//
+//   here    the thread asks for this node             below   it asks for something below
+//   may     a climb has passed here, and found that nothing above conflicts
+//
+// So all climbs together pass each node a few times, however many queries there are.
 
 // What the thread that looks asks for, here and below.
 constexpr unsigned c_readHere = 1;
@@ -20,12 +39,10 @@ constexpr unsigned c_mayWriteBelow = 32;
 template<class Predicate>
 bool isAnyPending(const CyLockThread& thread, Predicate predicate)
 {
-    const CyLockRecord* record = thread.pending;
-    while (record != nullptr && !predicate(*record)) record = record->nextOfThread;
-    return record != nullptr;
+    return std::any_of(thread.pending.begin(), thread.pending.end(), predicate);
 }
 
-// True where the thread has a place and asks for nothing else than when it got it.
+// True if the thread has a place and asks for nothing else than when it got it.
 bool isForPlace(const CyLockThread& thread) noexcept
 {
     return thread.place != 0 && !isAnyPending(thread, [&](const CyLockRecord& record) {
@@ -56,12 +73,13 @@ bool isMarkedAgainst(CyDataTreeSearch search, const CyLockRecord& record) noexce
     return false;
 }
 
+// An older request that was granted meanwhile is in the way by its locks.
 bool isStillBlocked(const CyLockThread& thread, const CyLockThread* changed) noexcept
 {
     const CyLockThread::Blocker& blocker = thread.blocker;
     if (const CyLockThread* const older = blocker.older) {
         const bool isInTheWay = older->waiting && older->place < thread.place;
-        return older != changed && (isInTheWay || older->granted != nullptr);
+        return older != changed && (isInTheWay || !older->granted.IsEmpty());
     }
     auto counts = blocker.at->countHere;
     if (blocker.orBelow) counts += blocker.at->countBelow;
@@ -74,17 +92,12 @@ void CyLockQueue::StartWaiting(CyLockThread& thread, Clock::time_point end) noex
 {
     if (!isForPlace(thread)) {
         thread.place = ++places_;
-        for (auto* record = thread.pending; record != nullptr; record = record->nextOfThread) {
-            record->place = thread.place;
-        }
+        for (CyLockRecord& record : thread.pending) record.place = thread.place;
     }
-    CyLockThread* older = newest_;
-    while (older != nullptr && older->place > thread.place) older = older->olderInQueue;
-    CyLockThread* const newer = older != nullptr ? older->newerInQueue : oldest_;
-    thread.olderInQueue = older;
-    thread.newerInQueue = newer;
-    (older != nullptr ? older->newerInQueue : oldest_) = &thread;
-    (newer != nullptr ? newer->olderInQueue : newest_) = &thread;
+    // A new place is the highest number and goes to the end; one that was kept, to where it was.
+    CyLockThread* older = waiting_.Last();
+    while (older != nullptr && older->place > thread.place) older = waiting_.Before(*older);
+    waiting_.InsertBehind(older, thread);
     thread.waiting = true;
     thread.until = end;
 }
@@ -104,10 +117,7 @@ void CyLockQueue::Leave(CyLockThread& thread) noexcept
     if (!thread.waiting) return;
     thread.waiting = false;
     thread.blocker = {};
-    auto& fromOlder = thread.olderInQueue != nullptr ? thread.olderInQueue->newerInQueue : oldest_;
-    auto& fromNewer = thread.newerInQueue != nullptr ? thread.newerInQueue->olderInQueue : newest_;
-    fromOlder = thread.newerInQueue;
-    fromNewer = thread.olderInQueue;
+    waiting_.Remove(thread);
 }
 
 void CyLockQueue::Expire(CyLockThread& thread, Clock::time_point now) noexcept
@@ -124,8 +134,8 @@ void CyLockQueue::QueryGoes(CyLockThread& thread) noexcept
 
 void CyLockQueue::QueryComes(const CyLockThread& thread, CyLockRecord& record) noexcept
 {
-    for (auto* other = record.entry->pending; other != nullptr; other = other->nextOfNode) {
-        if (other->thread == &thread && other->place == thread.place) record.place = thread.place;
+    for (const CyLockRecord& other : record.entry->pending) {
+        if (other.thread == &thread && other.place == thread.place) record.place = thread.place;
     }
 }
 
@@ -134,22 +144,20 @@ const CyLockThread* CyLockQueue::FindOlderInTheWay(const CyLockThread& thread,
 {
     const auto place =
         isForPlace(thread) ? thread.place : std::numeric_limits<std::uint64_t>::max();
-    const CyLockThread* older = newest_;
-    while (older != nullptr && older->place >= place) older = older->olderInQueue;
+    const CyLockThread* older = waiting_.Last();
+    while (older != nullptr && older->place >= place) older = waiting_.Before(*older);
     if (older == nullptr) return nullptr;
-    for (auto* record = thread.pending; record != nullptr; record = record->nextOfThread) {
-        mark(search, *record);
-    }
+    for (const CyLockRecord& record : thread.pending) mark(search, record);
     const auto isInTheWay = [&](const auto& record) { return isMarkedAgainst(search, record); };
-    while (older != nullptr && !isAnyPending(*older, isInTheWay)) older = older->olderInQueue;
+    while (older != nullptr && !isAnyPending(*older, isInTheWay)) older = waiting_.Before(*older);
     return older;
 }
 
 void CyLockQueue::WakeFreed(const CyLockThread* changed) noexcept
 {
-    for (CyLockThread* thread = oldest_; thread != nullptr; thread = thread->newerInQueue) {
-        const bool isWoken = thread->blocker.IsNone();
-        if (!isWoken && !isStillBlocked(*thread, changed)) Wake(*thread);
+    for (CyLockThread& thread : waiting_) {
+        const bool isWoken = thread.blocker.IsNone();
+        if (!isWoken && !isStillBlocked(thread, changed)) Wake(thread);
     }
 }
 
@@ -161,7 +169,7 @@ void CyLockQueue::Wake(CyLockThread& thread) noexcept
 
 void CyLockQueue::WakeAll() noexcept
 {
-    for (CyLockThread* thread = oldest_; thread != nullptr; thread = thread->newerInQueue) {
-        if (!thread->blocker.IsNone()) Wake(*thread);
+    for (CyLockThread& thread : waiting_) {
+        if (!thread.blocker.IsNone()) Wake(thread);
     }
 }

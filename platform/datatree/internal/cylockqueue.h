@@ -29,10 +29,10 @@ class PLATFORM_API CyLockQueue
 public:
     using Clock = CyLockThread::Clock;
 
-    /// True where nobody waits.
-    [[nodiscard]] bool IsEmpty() const noexcept { return oldest_ == nullptr; }
+    /// True if nobody waits.
+    [[nodiscard]] bool IsEmpty() const noexcept { return waiting_.IsEmpty(); }
 
-    /// The thread, which does not wait so far, waits up to @p end, at the place that it kept where
+    /// The thread, which does not wait so far, waits up to @p end, at the place that it kept if
     /// it asks for nothing else.
     void StartWaiting(CyLockThread& thread, Clock::time_point end) noexcept;
     /// The thread's time ran out. Its place is kept.
@@ -41,12 +41,12 @@ public:
 
     /// Gives the place up.
     void Leave(CyLockThread& thread) noexcept;
-    /// Gives the place up where it was kept long enough.
+    /// Gives the place up if it was kept long enough.
     static void Expire(CyLockThread& thread, Clock::time_point now) noexcept;
     /// A query has gone that was pending. The place of a thread that does not wait goes with the
     /// last one that has a part in it; a thread that waits is woken.
     static void QueryGoes(CyLockThread& thread) noexcept;
-    /// Gives a new query its part in the place, where there is another one on the node.
+    /// Gives a new query its part in the place, if there is another one on the node.
     static void QueryComes(const CyLockThread& thread, CyLockRecord& record) noexcept;
 
     /// Of those that wait and are older than what @p thread asks for, the newest one that wants
@@ -63,7 +63,6 @@ public:
     void WakeAll() noexcept;
 
 private:
-    CyLockThread* oldest_ = nullptr;
-    CyLockThread* newest_ = nullptr;
-    std::uint64_t places_ = 0; ///< number of the newest place
+    CbIntrusiveList<CyLockThread, &CyLockThread::inQueue> waiting_; ///< the oldest one first
+    std::uint64_t places_ = 0;                                      ///< number of the newest place
 };

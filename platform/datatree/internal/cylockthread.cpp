@@ -1,3 +1,9 @@
+// How a thread finds its object:
+//
+//   the thread runs                 t_last, or its list t_threads, which has an object per engine
+//   its list has been destroyed     t_endedNumber, by which the engine finds the object
+//   it has ended                    never; the object lives on as long as a record points to it
+
 #include "platform/datatree/internal/cylockthread.h"
 
 #include "platform/datatree/internal/cylockengine.h"
@@ -21,7 +27,7 @@ constinit thread_local std::uint64_t t_endedNumber = 0;
 
 constinit std::atomic<std::uint64_t> s_endedThreads{0};
 
-// Ends a thread for one engine; true where nothing uses the object any more.
+// Ends a thread for one engine; true if nothing uses the object any more.
 bool end(CyLockThread& thread, std::uint64_t number) noexcept
 {
     CyLockEngine& engine = thread.engine;
@@ -45,7 +51,7 @@ struct AtThreadEnd
     }
 };
 
-// True, and out of use, where the manager is gone and no handle is left.
+// True, and out of use, if the manager is gone and no handle is left.
 bool isLeftOver(CyLockThread& thread) noexcept
 {
     CyLockEngine& engine = thread.engine;
@@ -100,6 +106,7 @@ CyLockCaller::CyLockCaller(CyLockEngine& engine, EUnknown unknown)
         if (thread_ == nullptr && make) thread_ = makeThread(engine);
         return;
     }
+    // From here on the thread destroys its last objects. Memory is taken outside the mutex.
     auto made = make ? std::make_unique<CyLockThread>(engine) : nullptr;
     const CyDataTreeMutexLock lock(engine.mutex);
     thread_ = engine.FindEnded(t_endedNumber);

@@ -39,27 +39,26 @@ struct PLATFORM_API CyLockThread
 
     CyLockEngine& engine; ///< kept alive
 
-    CyLockRecord* pending = nullptr;
-    CyLockRecord* granted = nullptr;
+    CyLockRecordsOfThread pending;
+    CyLockRecordsOfThread granted;
     std::uint32_t uses = 1;          ///< records, dead and void ones too, and who knows the object
     std::uint32_t dead = 0;          ///< number of dead records
     std::uint32_t grantedWrites = 0; ///< number of granted writes
 
-    /// Number of the present set of grants, from the engine; 0 where a new one is due.
+    /// Number of the present set of grants, from the engine; 0 if a new one is due.
     std::uint64_t epoch = 0;
 
     // The place among blocked requests; see CyLockQueue.
-    CyLockThread* olderInQueue = nullptr;
-    CyLockThread* newerInQueue = nullptr;
+    CbListLinks<CyLockThread> inQueue;
     std::uint64_t place = 0; ///< 0 for none
     bool waiting = false;    ///< in the queue; otherwise a place is only kept
-    Clock::time_point until; ///< end of its time to wait or, where a place is only kept, of that
+    Clock::time_point until; ///< end of its time to wait or, if a place is only kept, of that
     Blocker blocker;
     std::condition_variable wake;
 
     // What is left of a thread that has ended, or is destroying its last objects; see CyLockCaller.
     std::uint64_t endedNumber = 0; ///< 0 while it goes on
-    CyLockThread* nextEnded = nullptr;
+    CbListLinks<CyLockThread> amongEnded;
 };
 
 /// The calling thread as an engine sees it, for the time of a call.

@@ -39,9 +39,7 @@ TEST(LargeMemory, IsAlignedAndAsLargeAsAskedFor)
 #if !defined(TREE_ADDRESS_SANITIZER)
 TEST(LargeMemory, IsKeptForPiecesOfAboutItsSizeOnly)
 {
-    {
-        const CbLargeMemory instead(64 * c_mebibyte);
-    } // of all that other tests have freed
+    CbLargeMemory::GiveBackKept(); // what other tests have freed
     const auto freed = [](std::size_t bytes) { return CbLargeMemory(bytes).Get(); };
     const std::byte* const kept = freed(20 * c_mebibyte);
     EXPECT_NE(CbLargeMemory(20 * c_mebibyte + 1).Get(), kept) << "too small";
@@ -61,19 +59,25 @@ std::size_t residentBytes()
 
 TEST(LargeMemory, IsGivenBackWhereMuchIsFreed)
 {
-    const std::size_t before = residentBytes();
-    {
-        std::vector<CbLargeMemory> pieces;
-        for (std::size_t mebibytes = 2; mebibytes < 24; ++mebibytes) {
-            pieces.emplace_back(mebibytes * c_mebibyte);
-            std::memset(pieces.back().Get(), 1, mebibytes * c_mebibyte);
+    for (const bool memoryEnds : {false, true}) {
+        const std::size_t before = residentBytes();
+        {
+            std::vector<CbLargeMemory> pieces;
+            for (std::size_t mebibytes = 2; mebibytes < 24; ++mebibytes) {
+                pieces.emplace_back(mebibytes * c_mebibyte);
+                std::memset(pieces.back().Get(), 1, mebibytes * c_mebibyte);
+            }
+            EXPECT_GT(residentBytes(), before + 200 * c_mebibyte);
         }
-        EXPECT_GT(residentBytes(), before + 200 * c_mebibyte);
+        const std::size_t kept = residentBytes();
+        EXPECT_LT(kept, before + 80 * c_mebibyte);
+        if (memoryEnds) {
+            EXPECT_THROW(CbLargeMemory(std::size_t{1} << 60U), std::bad_alloc);
+        } else {
+            CbLargeMemory::GiveBackKept();
+        }
+        EXPECT_LT(residentBytes() + 40 * c_mebibyte, kept) << "all of it: " << memoryEnds;
     }
-    const std::size_t kept = residentBytes();
-    EXPECT_LT(kept, before + 80 * c_mebibyte);
-    EXPECT_THROW(CbLargeMemory(std::size_t{1} << 60U), std::bad_alloc);
-    EXPECT_LT(residentBytes() + 40 * c_mebibyte, kept) << "where memory ends, all of it";
 }
 #endif
 #endif

@@ -95,27 +95,23 @@ private:
         EXPECT_EQ(entry.owner->GetDataManager(), manager);
         Locks below;
         const CyDataTreeEntry* last = nullptr;
-        for (auto* child = entry.firstChild; child != nullptr; child = child->next) {
-            EXPECT_EQ(child->parent, &entry);
-            if (last != nullptr) {
-                EXPECT_EQ(child->previous, last);
-            }
-            last = child;
-            const auto locks = recount(*child, manager);
+        for (const CyDataTreeEntry& child : entry.children) {
+            EXPECT_EQ(child.parent, &entry);
+            EXPECT_EQ(entry.children.Before(child), last);
+            last = &child;
+            const auto locks = recount(child, manager);
             below.reads += locks.reads;
             below.writes += locks.writes;
         }
-        if (last != nullptr) {
-            EXPECT_EQ(entry.firstChild->previous, last);
-        }
+        EXPECT_EQ(entry.children.Last(), last);
         Locks here;
-        for (auto* record = entry.granted; record != nullptr; record = record->nextOfNode) {
-            EXPECT_EQ(record->entry, &entry);
-            EXPECT_EQ(record->state, CyLockRecord::EState::Granted);
-            ++(record->write ? here.writes : here.reads);
+        for (const CyLockRecord& record : entry.granted) {
+            EXPECT_EQ(record.entry, &entry);
+            EXPECT_EQ(record.state, CyLockRecord::EState::Granted);
+            ++(record.write ? here.writes : here.reads);
         }
-        for (auto* record = entry.pending; record != nullptr; record = record->nextOfNode) {
-            EXPECT_EQ(record->state, CyLockRecord::EState::Pending);
+        for (const CyLockRecord& record : entry.pending) {
+            EXPECT_EQ(record.state, CyLockRecord::EState::Pending);
         }
         EXPECT_EQ(entry.countHere.GetReads(), here.reads);
         EXPECT_EQ(entry.countHere.GetWrites(), here.writes);

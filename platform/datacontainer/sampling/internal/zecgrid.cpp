@@ -12,6 +12,7 @@ ZeCGrid::ZeCGrid(float size, float cellOffset) noexcept
 
 std::array<std::uint16_t, 256> ZeCGridWeights(float gain)
 {
+    // Integers, so that sums do not depend on the order; 256 for the worst leaves steps of 1/256.
     constexpr double c_least = 256;
     const double clamped = std::isfinite(gain) ? std::clamp<double>(gain, 1, 8) : 1;
     std::array<std::uint16_t, 256> weights;

@@ -14,7 +14,7 @@ struct ZeCGrid
 };
 
 /// The weights of surfels by their quality: 256 for the worst, and up to @p gain times as much for
-/// the best. The gain counts as 1 to 8, and as 1 where it is not finite.
+/// the best. The gain counts as 1 to 8, and as 1 if it is not finite.
 [[nodiscard]] std::array<std::uint16_t, 256> ZeCGridWeights(float gain);
 
 /// Whether surfels weigh the same whatever their quality is.

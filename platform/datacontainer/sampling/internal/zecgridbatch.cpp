@@ -27,6 +27,9 @@ constexpr std::int32_t c_firstOutside = ZeCGridBatch::c_firstOutside;
 // Numbers below 2^29 in magnitude, and no others, don't set the highest bit.
 CB_ALWAYS_INLINE std::uint64_t farOffBit(double value) noexcept
 {
+    // The bits of numbers that are not negative are in the order of the numbers themselves, with
+    // infinity and NaN above all (IEEE 754). So one addition compares: the sum reaches the highest
+    // bit if the magnitude is not below 2^29. The number just below gives all other bits.
     constexpr std::uint64_t c_first = std::bit_cast<std::uint64_t>(double{1 << 29});
     constexpr std::uint64_t c_magnitude = ~std::uint64_t{0} >> 1U;
     return (std::bit_cast<std::uint64_t>(value) & c_magnitude) + (c_magnitude + 1 - c_first);

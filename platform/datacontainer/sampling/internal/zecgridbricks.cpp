@@ -12,9 +12,9 @@
 namespace
 {
 
-constexpr unsigned c_sparseShift = 1;
+constexpr unsigned c_sparseShift = 1; // of bricks of 2x2x2
 constexpr std::size_t c_firstTable = 4 * ZeCGridBricks::c_batch;
-// Bricks shrink where fewer cells than this are used in each. On a surface that is scanned more
+// Bricks shrink if fewer cells than this are used in each. On a surface that is scanned more
 // densely than the grid, it is about 16.
 constexpr std::size_t c_fewCells = 3;
 constexpr std::size_t c_fewBricks = 2048; ///< too few to judge by
@@ -23,18 +23,20 @@ constexpr std::size_t c_fewBricks = 2048; ///< too few to judge by
 struct CellsInBricks
 {
     std::uint32_t cells[ZeCGridBricks::c_batch];    ///< index in the brick
-    std::uint32_t isChange[ZeCGridBricks::c_batch]; ///< 0 where the brick is the one before
+    std::uint32_t isChange[ZeCGridBricks::c_batch]; ///< 0 if the brick is the one before
 };
 
 CB_ALWAYS_INLINE void findInBricks(const std::int32_t* x, const std::int32_t* y,
                                    const std::int32_t* z, std::size_t count, unsigned shift,
                                    CellsInBricks& to) noexcept
 {
+    // Two's complement: masking and shifting round down for negative indices, too.
     const std::int32_t mask = (1 << shift) - 1;
     for (std::size_t i = 0; i < count; ++i) {
         to.cells[i] = static_cast<std::uint32_t>(((x[i] & mask) << shift | (y[i] & mask)) << shift |
                                                  (z[i] & mask));
     }
+    // The brick is another one if a bit above the place in it differs on any axis.
     to.isChange[0] = 1;
     for (std::size_t i = 1; i < count; ++i) {
         const std::int32_t changed = (x[i] ^ x[i - 1]) | (y[i] ^ y[i - 1]) | (z[i] ^ z[i - 1]);
@@ -55,6 +57,12 @@ ZeCGridBricks::ZeCGridBricks(unsigned shift)
 inline std::size_t ZeCGridBricks::firstSlotOf(std::int32_t x, std::int32_t y,
                                               std::int32_t z) const noexcept
 {
+    // Multiplicative hashing (Knuth, The Art of Computer Programming 6.4): the product of an index
+    // and an odd constant with irregular bits spreads each bit of the index over the higher ones. A
+    // constant for each axis, or (1, 2, 3) and (2, 1, 3) would meet. The exclusive or mixes the
+    // axes, one more product carries what that left in low bits upwards, and the highest bits,
+    // which depend on all others, are the slot: with 1024 slots, hashShift_ is 54 and leaves ten of
+    // them.
     const auto bits = [](std::int32_t index) {
         return std::uint64_t{static_cast<std::uint32_t>(index)};
     };
@@ -66,6 +74,7 @@ inline std::size_t ZeCGridBricks::firstSlotOf(std::int32_t x, std::int32_t y,
 inline ZeCGridBricks::Brick& ZeCGridBricks::slotOf(std::size_t firstSlot, std::int32_t x,
                                                    std::int32_t y, std::int32_t z) noexcept
 {
+    // Linear probing. At most half of the table is used, so a free slot is never far.
     const std::size_t mask = table_.size() - 1;
     for (std::size_t slot = firstSlot;; slot = (slot + 1) & mask) {
         Brick& brick = table_[slot];
@@ -80,6 +89,7 @@ void ZeCGridBricks::MakeRoom(std::size_t numberOfCells)
                         numberOfCells < c_fewCells * numberOfBricks_;
     if (!sparse) return grow();
 
+    // Numbers of cells stay as they are, so whatever they stand for stays where it is.
     ZeCGridBricks smaller(c_sparseShift);
     VisitInOrder(numberOfCells, [&](auto places) {
         for (const Place& place : places) {
@@ -102,6 +112,8 @@ void ZeCGridBricks::Find(const std::int32_t* x, const std::int32_t* y, const std
     find(x, y, z, count, shift_, inBricks);
 
     // Processors can't foresee where the brick changes: changes are found first, then looked up.
+    // Compaction without branches: each index is written, and stays written only if the position
+    // goes on behind it. From isChange 1 0 0 1 come the changes 0 3.
     std::uint16_t changes[c_batch + 1];
     std::size_t numberOfChanges = 0;
     for (std::size_t i = 0; i < count; ++i) {
@@ -114,6 +126,7 @@ void ZeCGridBricks::Find(const std::int32_t* x, const std::int32_t* y, const std
         slots[c] = firstSlotOf(x[i] >> shift_, y[i] >> shift_, z[i] >> shift_);
         CbPrefetchEarly(&table_[slots[c]]);
     }
+    // Slots have arrived in the cache by now, as the cells will have when their turn comes.
     std::uint32_t* bricks[c_batch + 1]; // the first one is not used
     for (std::size_t c = 0; c < numberOfChanges; ++c) {
         const std::size_t i = changes[c];
@@ -131,6 +144,7 @@ void ZeCGridBricks::Find(const std::int32_t* x, const std::int32_t* y, const std
     }
 }
 
+// Bricks take numbers in the order of their making; their cells lie in the same order.
 void ZeCGridBricks::makeBrick(Brick& slot, std::int32_t x, std::int32_t y, std::int32_t z)
 {
     const std::size_t cells = std::size_t{1} << 3 * shift_;
@@ -155,12 +169,16 @@ std::uint64_t ZeCGridBricks::maskOf(const Brick& brick) const noexcept
     const std::uint32_t* const numbers = cellsOf(brick.number);
     std::uint64_t mask = 0;
     if (shift_ == c_usualShift) {
+        // SWAR: eight bytes in a register at a time. Of bytes that are 0 or 1, the product has the
+        // lowest bits side by side in its highest byte: with a factor whose bit 56 - 7*k is set for
+        // k = 0 to 7, byte k (bit 8*k) also lands at bit 56 + k. No two terms meet, so nothing is
+        // carried. Bytes 1 0 1 0 0 0 0 0, the lowest first, give 00000101.
         std::uint8_t isUsed[64];
         for (std::size_t i = 0; i < 64; ++i) isUsed[i] = numbers[i] != 0 ? 1 : 0;
         for (std::size_t i = 0; i < 64; i += 8) {
             std::uint64_t bytes;
             std::memcpy(&bytes, isUsed + i, sizeof bytes);
-            mask |= (bytes * 0x0102040810204080U) >> 56U << i; // their lowest bits side by side
+            mask |= (bytes * 0x0102040810204080U) >> 56U << i;
         }
     } else {
         for (std::size_t i = 0; i < 8; ++i) mask |= std::uint64_t{numbers[i] != 0} << i;
@@ -170,7 +188,7 @@ std::uint64_t ZeCGridBricks::maskOf(const Brick& brick) const noexcept
 
 ZeCGridBricks::Slabs::Slabs(const ZeCGridBricks& bricks, std::size_t numberOfCells) : owner_(bricks)
 {
-    // Free slots can't be foreseen: each is written, too, where the next brick goes.
+    // Free slots can't be foreseen: each is written, too, to where the next brick goes.
     bricks_.resize(bricks.numberOfBricks_ + std::size_t{1});
     std::size_t found = 0;
     for (const Brick& brick : bricks.table_) {
@@ -192,7 +210,8 @@ ZeCGridBricks::Slabs::Slabs(const ZeCGridBricks& bricks, std::size_t numberOfCel
 
 void ZeCGridBricks::Slabs::sortBy(std::int32_t Brick::*axis)
 {
-    // Digit by digit, from the lowest one on: the order of equal ones stays.
+    // Radix sort, digit by digit from the lowest one on; each digit by a counting sort, which keeps
+    // the order of equal ones. As many digits as the range of the indices has: mostly one.
     constexpr unsigned c_digit = 10;
     constexpr std::uint32_t c_mask = (1U << c_digit) - 1;
     if (bricks_.empty()) return;
@@ -206,10 +225,11 @@ void ZeCGridBricks::Slabs::sortBy(std::int32_t Brick::*axis)
         const auto digitOf = [=](const Brick& brick) {
             return (static_cast<std::uint32_t>(brick.*axis) - first) >> shift & c_mask;
         };
-        std::array<std::uint32_t, c_mask + 1> next{};
-        for (const Brick& brick : bricks_) ++next[digitOf(brick)];
-        std::exclusive_scan(next.begin(), next.end(), next.begin(), 0U);
-        for (const Brick& brick : bricks_) sorted[next[digitOf(brick)]++] = brick;
+        std::array<std::uint32_t, c_mask + 1> counts{};
+        for (const Brick& brick : bricks_) ++counts[digitOf(brick)];
+        auto& starts = counts; // from here on
+        std::exclusive_scan(counts.begin(), counts.end(), starts.begin(), 0U);
+        for (const Brick& brick : bricks_) sorted[starts[digitOf(brick)]++] = brick;
         bricks_.swap(sorted);
     }
 }
@@ -220,7 +240,7 @@ bool ZeCGridBricks::Slabs::Next() noexcept
     first_ = end_;
     while (end_ < bricks_.size() && bricks_[end_].x == bricks_[first_].x) ++end_;
     countCells();
-    placeRows();
+    startsFromCounts();
     placeCells();
     return true;
 }
@@ -238,27 +258,34 @@ void ZeCGridBricks::Slabs::countCells() noexcept
         }
         const std::uint64_t mask = owner_.maskOf(bricks_[i]);
         masks_[i - first_] = mask;
-        // The number of bits in pairs of them, and in fours.
+        // The first steps of the SWAR population count (Warren, Hacker's Delight 5-1): the number
+        // of bits in pairs, then in fours, which are the runs of a brick. The pairs 11 10 become 10
+        // 01 by subtracting their upper bits from them, and the four 1110 becomes 2 + 1 = 0011.
         std::uint64_t counts = mask - (mask >> 1U & 0x5555555555555555U);
         if (shift == c_usualShift) {
             counts = (counts & 0x3333333333333333U) + (counts >> 2U & 0x3333333333333333U);
         }
         if (startsRow(i)) rows_[numberOfRows_++] = {};
-        Row& row = rows_[numberOfRows_ - 1];
+        Row& counted = rows_[numberOfRows_ - 1];
         for (unsigned run = 0; run < length * length; ++run) {
-            row[run] += static_cast<std::uint32_t>(counts >> run * length & ((1U << length) - 1));
+            counted[run] +=
+                static_cast<std::uint32_t>(counts >> run * length & ((1U << length) - 1));
         }
     }
 }
 
-void ZeCGridBricks::Slabs::placeRows() noexcept
+void ZeCGridBricks::Slabs::startsFromCounts() noexcept
 {
+    // In the order of the cells: x in the bricks, row, y in the bricks.
     const std::size_t side = std::size_t{1} << owner_.shift_;
     std::uint32_t next = 0;
     for (std::size_t x = 0; x < side; ++x) {
         for (std::size_t row = 0; row < numberOfRows_; ++row) {
             for (std::size_t y = 0; y < side; ++y) {
-                next += std::exchange(rows_[row][x * side + y], next);
+                const std::uint32_t count = rows_[row][x * side + y];
+                std::uint32_t& start = rows_[row][x * side + y];
+                start = next;
+                next += count;
             }
         }
     }
@@ -273,11 +300,13 @@ void ZeCGridBricks::Slabs::placeCells() noexcept
     for (std::size_t i = first_; i < end_; ++i) {
         const Brick& brick = bricks_[i];
         if (startsRow(i)) ++numberOfRows;
-        Row& row = rows_[numberOfRows - 1];
+        Row& starts = rows_[numberOfRows - 1];
         const std::uint32_t* const numbers = owner_.cellsOf(brick.number);
+        // The lowest bit is found by counting zeros, and cleared by rest & (rest - 1): of 1100, the
+        // cell is 2, and 1100 & 1011 is 1000.
         for (std::uint64_t rest = masks_[i - first_]; rest != 0; rest &= rest - 1) {
             const int cell = std::countr_zero(rest);
-            places_[row[static_cast<std::size_t>(cell >> shift)]++] = {
+            places_[starts[static_cast<std::size_t>(cell >> shift)]++] = {
                 (brick.x << shift) + (cell >> 2 * shift),
                 (brick.y << shift) + (cell >> shift & mask), (brick.z << shift) + (cell & mask),
                 numbers[cell]};

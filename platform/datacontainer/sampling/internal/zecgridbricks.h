@@ -12,8 +12,15 @@
 /// Finds a number for each used cell of an unbounded grid by the cell's three indices.
 ///
 /// Cells lie in bricks of 4x4x4, which a hash table finds: surfels that follow each other mostly
-/// stay in one brick, which needs no table then. Where it turns out that few cells of a brick are
+/// stay in one brick, which needs no table then. If it turns out that few cells of a brick are
 /// used, because cells are smaller than the distances between surfels, the bricks shrink to 2x2x2.
+///
+/// A cell's index on an axis is that of its brick above two bits that tell the place in the brick:
+/// @code
+///   x = -3 = ...11111 01    brick -1, cell 1       number of a cell in its brick: xxyyzz
+///   y =  6 = ...00001 10    brick  1, cell 2                                    = 01 10 00 = 24
+///   z =  8 = ...00010 00    brick  2, cell 0
+/// @endcode
 class ZeCGridBricks
 {
 public:
@@ -59,13 +66,29 @@ private:
     static constexpr unsigned c_usualShift = 2;
 
     /// The cells of bricks with the same x, and then of those with the next one.
+    ///
+    /// What bricks are parted into, so that cells come out in ascending order of x, y and z:
+    /// @code
+    ///   slab  bricks with the same x     |  y ^  [brick] [brick]         [brick]   <- row
+    ///   row   those with the same y too  |    |  [brick]         [brick]           <- row
+    ///   run   cells of a row that differ |    +-------------------------------> z
+    ///         in z alone                 |
+    ///
+    ///   one row, seen along x at x = 0:      y = 3   . . . .   5 . . .   run 3: 1 cell
+    ///   (numbers tell the order of cells     y = 2   1 . 2 .   . 3 4 .   run 2: 4 cells
+    ///   in the slab; . is not used)          y = 1   . . . .   . . . .   run 1: none
+    ///                                        y = 0   . 0 . .   . . . .   run 0: 1 cell
+    /// @endcode
+    /// A counting sort by runs: cells are counted run by run, the sums of the counts before a run
+    /// are where it starts, and each cell goes where its run goes on. The bricks of a row come in
+    /// ascending z, so no run needs sorting.
     class Slabs
     {
     public:
         /// Throws: std::bad_alloc.
         Slabs(const ZeCGridBricks& bricks, std::size_t numberOfCells);
 
-        /// Goes to the next bricks; false where there are none.
+        /// Goes to the next bricks; false if there are none.
         [[nodiscard]] bool Next() noexcept;
         /// Their cells whose number is not 0, in ascending order of x, y and z.
         [[nodiscard]] std::span<const Place> GetPlaces() const noexcept
@@ -74,8 +97,8 @@ private:
         }
 
     private:
-        /// Of a row of bricks, which differ in z alone, for each x and y in them: of the cells that
-        /// differ in z alone, how many there are or where the next one goes.
+        /// A number for each run of a row, by the x and y in its bricks: first how many cells
+        /// there are, then where the next one goes.
         using Row = std::array<std::uint32_t, std::size_t{1} << 2 * c_usualShift>;
 
         [[nodiscard]] bool startsRow(std::size_t brick) const noexcept
@@ -84,8 +107,9 @@ private:
         }
         // Keeps the order of bricks that are equal there. Throws: std::bad_alloc.
         void sortBy(std::int32_t Brick::*axis);
+        // The three steps of the counting sort.
         void countCells() noexcept;
-        void placeRows() noexcept;
+        void startsFromCounts() noexcept;
         void placeCells() noexcept;
 
         const ZeCGridBricks& owner_;
@@ -93,7 +117,7 @@ private:
         std::size_t first_ = 0;     ///< brick of this slab
         std::size_t end_ = 0;
         std::vector<std::uint64_t> masks_; ///< of its bricks: a bit for each cell
-        std::vector<Row> rows_;
+        std::vector<Row> rows_;            ///< counts, then starts
         std::size_t numberOfRows_ = 0;
         std::unique_ptr<Place[]> places_;
         std::size_t numberOfPlaces_ = 0;
@@ -105,13 +129,13 @@ private:
     {
         return numbers_.At(static_cast<std::size_t>(number - 1) << 3 * shift_);
     }
-    // Returns a bit for each cell of a brick, in ascending order of x, y and z: set where the
+    // Returns a bit for each cell of a brick, in ascending order of x, y and z: set if the
     // number is not 0.
     [[nodiscard]] std::uint64_t maskOf(const Brick& brick) const noexcept;
     // Where a brick is in the table, or behind it, before free slots.
     [[nodiscard]] std::size_t firstSlotOf(std::int32_t x, std::int32_t y,
                                           std::int32_t z) const noexcept;
-    // Returns the slot of a brick, or the free one where it has to go.
+    // Returns the slot of a brick, or the free one that it has to go to.
     [[nodiscard]] Brick& slotOf(std::size_t firstSlot, std::int32_t x, std::int32_t y,
                                 std::int32_t z) noexcept;
     // Makes a brick in a free slot. Throws: std::bad_alloc.

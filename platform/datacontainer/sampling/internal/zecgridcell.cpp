@@ -9,6 +9,8 @@ constexpr unsigned c_carryBits = 56;
 
 } // namespace
 
+// Sums of positions have up to 2^43 weights times 2^28 units, 71 bits. What is above 56 bits is
+// counted apart; it fits into 16 bits, and the rest has 7 bits to grow before the next carry.
 void ZeCGridCell::CarryPositions() noexcept
 {
     for (int axis = 0; axis < 3; ++axis) {
@@ -35,12 +37,13 @@ ZeCSurfel ZeCGridCell::GetMeans(const std::array<std::int32_t, 3>& index, const 
                 ? ZeCLoweredQuality(quality, weight, count, samplingParameter)
                 : mean(quality),
             meanTissueType,
-            2 * boundary > weight,
+            ZeCIsBoundary(boundary, weight),
             mean(curvature)};
 }
 
 ZeCQuantizedNormal ZeCGridCell::meanNormal() const noexcept
 {
+    // Each coordinate had 1 added to it, so that sums are not negative.
     const std::uint64_t bias = weight * c_gridNormalUnits;
     const auto sum = [&](int axis) {
         return static_cast<double>(static_cast<std::int64_t>(normal[axis] - bias));
@@ -49,7 +52,7 @@ ZeCQuantizedNormal ZeCGridCell::meanNormal() const noexcept
     const double y = sum(1);
     const double z = sum(2);
     if (ZeCDoCancel(x, y, z, static_cast<double>(bias))) {
-        return ZeCQuantizedNormal::FromCode(static_cast<std::uint16_t>(~heaviest));
+        return ZeCQuantizedNormal::FromCode(static_cast<std::uint16_t>(ZeCCodeOf(heaviest)));
     }
     return ZeCQuantizedNormal(
         CbVector3f{static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)});

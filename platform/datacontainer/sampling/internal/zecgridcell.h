@@ -17,7 +17,7 @@ struct alignas(64) ZeCGridCell
     /// What is largest for the heaviest of some surfels, of several for the smallest code.
     [[nodiscard]] static std::uint32_t RankOf(std::uint64_t w, ZeCQuantizedNormal code) noexcept
     {
-        return static_cast<std::uint32_t>(w << 16U) | (0xFFFFU - code.GetCode());
+        return ZeCRank(w, code.GetCode());
     }
     /// Adds where a surfel lies and how.
     /// @param w its weight, at most 2048
@@ -53,10 +53,10 @@ struct alignas(64) ZeCGridCell
     /// Moves the upper bits of the sums of positions, the only ones that can become too large.
     void CarryPositions() noexcept;
 
-    /// Returns the surfel that stands for those of the cell: their weighted means. Where normals of
+    /// Returns the surfel that stands for those of the cell: their weighted means. If normals of
     /// opposing sheets nearly cancel, it has that of the heaviest surfel, of equally heavy ones the
     /// one with the smallest code; fewer surfels than @p samplingParameter lower the quality; it
-    /// lies on a boundary where surfels with more than half of the weight do.
+    /// lies on a boundary if surfels with more than half of the weight do.
     /// @param index of the cell on each axis
     [[nodiscard]] ZeCSurfel GetMeans(const std::array<std::int32_t, 3>& index, const ZeCGrid& grid,
                                      float samplingParameter, std::uint8_t meanTissueType) noexcept;
@@ -78,10 +78,9 @@ struct alignas(64) ZeCGridCell
 
 private:
     [[nodiscard]] ZeCQuantizedNormal meanNormal() const noexcept;
-    // Rounds half up.
     [[nodiscard]] std::uint8_t mean(std::uint64_t sum) const noexcept
     {
-        return static_cast<std::uint8_t>((2 * sum + weight) / (2 * weight));
+        return ZeCRoundedMean(sum, weight);
     }
 };
 

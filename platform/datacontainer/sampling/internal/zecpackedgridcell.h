@@ -2,7 +2,7 @@
 
 #include "platform/datacontainer/sampling/internal/zecgridcell.h"
 
-/// Sums of the surfels of one cell where all weigh the same, those of a ZeCGridCell, but several in
+/// Sums of the surfels of one cell if all weigh the same, those of a ZeCGridCell, but several in
 /// one word: as long as there are few, they need less than half of the memory and instructions.
 ///
 /// Made all zero by value initialisation: no surfels.
@@ -25,13 +25,16 @@ struct alignas(16) ZeCPackedGridCell
         Boundary,
         Count
     };
-    /// Returns the word of an axis.
+    /// Returns the word of an axis. SWAR: sums of two numbers are added up by one addition, since
+    /// the lower ones never carry into the upper ones.
     /// @param fraction,normal as ZeCGridCell::AddGeometry takes them
     static constexpr std::uint64_t PackAxis(std::uint32_t fraction, std::uint32_t normal) noexcept
     {
         return std::uint64_t{fraction} << c_normalBits | normal;
     }
     /// Returns four bytes as a word of attributes; the first one in the lowest bits of both.
+    /// SWAR: halves are moved apart, then bytes, as bits are for Morton codes. 0x44332211 becomes
+    /// 0x0000443300002211 and then 0x0044003300220011.
     static constexpr std::uint64_t PackBytes(std::uint32_t bytes) noexcept
     {
         const std::uint64_t apart = (bytes | std::uint64_t{bytes} << 16U) & 0x0000FFFF0000FFFFU;
@@ -40,7 +43,7 @@ struct alignas(16) ZeCPackedGridCell
     /// What is largest for the surfel of a tissue type with the smallest code of the normal.
     static constexpr std::uint32_t RankOf(std::uint8_t tissueType, std::uint16_t code) noexcept
     {
-        return std::uint32_t{tissueType} << 16U | (0xFFFFU - code);
+        return ZeCRank(tissueType, code);
     }
 
     [[nodiscard]] std::uint16_t GetCount() const noexcept { return GetSum(Count); }

@@ -68,6 +68,8 @@ struct Target
     std::uint8_t* curvatures;
 };
 
+// One short loop for each attribute, over all cells: vector code, without branches. What a
+// condition would choose is chosen by masks, all bits or none.
 CB_ALWAYS_INLINE void average(Places places, const ZeCGrid& from, const Target& to) noexcept
 {
     const Sums sums(places);
@@ -88,10 +90,10 @@ CB_ALWAYS_INLINE void average(Places places, const ZeCGrid& from, const Target& 
         to.positions[i] = {positions[0][i], positions[1][i], positions[2][i]};
     }
 
-    std::uint32_t others[c_size];  // codes of the normals that count where all nearly cancel
+    std::uint32_t others[c_size];  // codes of the normals that count if all nearly cancel
     std::uint32_t cancels[c_size]; // all bits or none
     for (std::size_t i = 0; i < count; ++i) {
-        others[i] = ~sums.ranks[i] & 0xFFFFU;
+        others[i] = ZeCCodeOf(sums.ranks[i]);
         const bool doCancel =
             ZeCDoCancel<double>(sums.normals[0][i], sums.normals[1][i], sums.normals[2][i],
                                 static_cast<double>(sums.counts[i]) * c_gridNormalUnits);
@@ -106,18 +108,14 @@ CB_ALWAYS_INLINE void average(Places places, const ZeCGrid& from, const Target& 
     }
     std::memcpy(static_cast<void*>(to.normals), codes, count * sizeof *codes);
 
-    // Rounds half up. Quotients of a number by twice the count that are below a whole one are so by
-    // 1/510 at least: half of it, which is added, outweighs what multiplying by an inverse loses.
-    float inverses[c_size];
+    float halfInverses[c_size];
     for (std::size_t i = 0; i < count; ++i) {
-        inverses[i] = 0.5F / static_cast<float>(sums.counts[i]);
+        halfInverses[i] = 0.5F / static_cast<float>(sums.counts[i]);
     }
     std::uint8_t means[std::size(c_averaged)][c_size];
     for (std::size_t k = 0; k < std::size(c_averaged); ++k) {
         for (std::size_t i = 0; i < count; ++i) {
-            const std::int32_t doubled = 2 * sums.attributes[k][i] + sums.counts[i];
-            means[k][i] = static_cast<std::uint8_t>(
-                static_cast<std::int32_t>((static_cast<float>(doubled) + 0.5F) * inverses[i]));
+            means[k][i] = ZeCRoundedMean(sums.attributes[k][i], sums.counts[i], halfInverses[i]);
         }
     }
     for (std::size_t i = 0; i < count; ++i) {
@@ -129,7 +127,7 @@ CB_ALWAYS_INLINE void average(Places places, const ZeCGrid& from, const Target& 
         to.tissueTypes[i] = static_cast<std::uint8_t>(sums.ranks[i] >> 16U);
     }
     for (std::size_t i = 0; i < count; ++i) {
-        to.boundaryFlags[i] = 2 * sums.boundaries[i] > sums.counts[i];
+        to.boundaryFlags[i] = ZeCIsBoundary(sums.boundaries[i], sums.counts[i]);
     }
 }
 
@@ -138,6 +136,8 @@ CB_ALWAYS_INLINE void average(Places places, const ZeCGrid& from, const Target& 
 void ZeCWritePackedMeans(Places places, const ZeCGrid& grid, float samplingParameter,
                          ZeCSurfelContainer& destination, std::size_t first) noexcept
 {
+    // The rule for too few surfels stays out of the loops: up to a parameter of 1, even a single
+    // surfel is enough.
     static const auto averageAll = CbFastestBuild<&average>();
     const Target target(destination, first);
     averageAll(places, grid, target);

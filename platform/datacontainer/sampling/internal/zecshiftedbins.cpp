@@ -22,7 +22,7 @@ CbMatrix4Rf shiftBy(float shift)
     return matrix;
 }
 
-// True where a shift on one axis moves positions on this axis alone.
+// True if a shift on one axis moves positions on this axis alone.
 bool isFiniteAndAffine(const CbMatrix4Rf& m)
 {
     return std::all_of(m.data(), m.data() + 16, [](float value) { return std::isfinite(value); }) &&
@@ -34,7 +34,7 @@ bool isFiniteAndAffine(const CbMatrix4Rf& m)
 /// Surfels on their way into bins.
 struct ZeCShiftedBins::Batch
 {
-    /// Finds the fine indices of surfels. Returns false where there are none that tell all.
+    /// Finds the fine indices of surfels. Returns false if there are none that tell all.
     [[nodiscard]] bool FindIndices(std::size_t count);
 
     ZeCGridBatch shifted[c_shifts]; ///< each shift on all axes; the first one with the normals
@@ -46,6 +46,10 @@ struct ZeCShiftedBins::Batch
 
 bool ZeCShiftedBins::Batch::FindIndices(std::size_t count)
 {
+    // The cells of the five shifts, such as 0 0 1 1 1, are added up to the fine index, here 3. It
+    // tells them all if they ascend by one step at the most. Single precision may break that far
+    // from the origin, where a shift is smaller than the distance between two numbers.
+    // Further off, fine indices would not fit into keys.
     constexpr std::int64_t c_farOff = c_endOfIndices / std::int64_t{c_shifts} - 1;
     constexpr std::int64_t c_outside = ZeCGridBatch::c_firstOutside;
     numberOfAccepted = 0;
@@ -66,6 +70,7 @@ bool ZeCShiftedBins::Batch::FindIndices(std::size_t count)
                 fine += index;
             }
             isOutside = isOutside || isOutsideHere;
+            // Stays only if the surfel is accepted below.
             indices[axis][numberOfAccepted] = static_cast<std::int32_t>(fine);
         }
         if (isOutside) continue; // on every shift, whatever the other axes do
@@ -88,6 +93,8 @@ bool ZeCShiftedBins::Add(const ZeCSurfelContainer& surfels, const CbMatrix4Rf& t
     }
     numberPassedIn_ += added;
 
+    // Surfels are mapped once for each shift, on all axes together, and not shifted afterwards: the
+    // bits of a position depend on when the shift is added.
     std::vector<ZeCSurfelTransformation> maps;
     for (const float shift : shifts_) maps.emplace_back(Compose(transformation, shiftBy(shift)));
 
@@ -109,6 +116,8 @@ bool ZeCShiftedBins::Add(const ZeCSurfelContainer& surfels, const CbMatrix4Rf& t
         if (!batch->FindIndices(n)) return false;
         findBins(*batch, tissueTypes.data() + first);
         for (std::size_t a = 0; a < batch->numberOfAccepted; ++a) {
+            // A bin adds up what one cell of any grid would, but positions from the lower corners
+            // of the cells of all shifts: which cell it will be counted to is not known yet.
             const std::size_t i = batch->accepted[a];
             const std::uint8_t quality = qualities.data()[first + i];
             const std::uint64_t weight = weights_[quality];
@@ -139,6 +148,7 @@ bool ZeCShiftedBins::Add(const ZeCSurfelContainer& surfels, const CbMatrix4Rf& t
 
 void ZeCShiftedBins::findBins(Batch& batch, const std::uint8_t* tissueTypes)
 {
+    // The bricks take fine indices for cells: their numbers are those of bins.
     bricks_.MakeRoom(count_);
     std::uint32_t* numbers[ZeCGridBatch::c_size];
     bricks_.Find(batch.indices[0], batch.indices[1], batch.indices[2], batch.numberOfAccepted,
@@ -151,6 +161,7 @@ void ZeCShiftedBins::findBins(Batch& batch, const std::uint8_t* tissueTypes)
         if (*number == 0 || bin(*number).tissueType != tissueType) {
             *number = makeBin(tissueType, *number);
         }
+        // Bins are several cache lines long; they are added to once all have been found.
         batch.bins[a] = &bin(*number);
         const auto* const bytes = reinterpret_cast<const std::byte*>(batch.bins[a]);
         for (std::size_t line = 0; line < sizeof(ZeCShiftedBin); line += 64) {

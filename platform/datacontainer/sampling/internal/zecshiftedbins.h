@@ -13,7 +13,17 @@ class ZeCSurfelContainer;
 ///
 /// The cells that a surfel has on an axis, one for each shift, never descend and differ by at most
 /// one. So their sum tells all of them, and is the fine index of the surfel: on shift s, cell k is
-/// made of the fine indices 5*k-s to 5*k-s+4.
+/// made of the fine indices 5*k-s to 5*k-s+4, a window of five.
+///
+/// @code
+///   fine index   -5 -4 -3 -2 -1  0  1  2  3  4  5  6  7  8  9
+///   shift 0       [     -1     ] [      0     ] [      1     ]
+///   shift 1          -1     ] [      0     ] [      1     ] [
+///   shift 2       -1     ] [      0     ] [      1     ] [
+///   shift 3           ] [      0     ] [      1     ] [      2
+///   shift 4        ] [      0     ] [      1     ] [      2
+/// @endcode
+/// A surfel with the fine index 3 is in the cells 0, 0, 1, 1 and 1 of the shifts, whose sum is 3.
 class ZeCShiftedBins
 {
 public:
@@ -24,7 +34,7 @@ public:
     [[nodiscard]] const ZeCGrid& GetGrid() const noexcept { return grid_; }
     [[nodiscard]] const Shifts& GetShifts() const noexcept { return shifts_; }
 
-    /// Adds surfels; false where fine indices don't tell all their cells.
+    /// Adds surfels; false if fine indices don't tell all their cells.
     [[nodiscard]] bool Add(const ZeCSurfelContainer& surfels, const CbMatrix4Rf& transformation);
 
     /// Calls `visit(x, y, z, bin)` for all bins in ascending order of their fine indices and tissue

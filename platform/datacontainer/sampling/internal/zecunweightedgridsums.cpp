@@ -27,6 +27,8 @@ struct PackedSurfels
     }
 };
 
+// In many short loops over the whole batch, each with few arrays: compilers turn those into vector
+// code.
 CB_ALWAYS_INLINE void pack(const ZeCGridBatch& batch, const ZeCSurfelContainer& surfels,
                            std::size_t first, PackedSurfels& to) noexcept
 {
@@ -73,6 +75,7 @@ void ZeCUnweightedGridSums::Add(const ZeCGridBatch& batch, const ZeCSurfelContai
     static const auto packAll = CbFastestBuild<&pack>();
     PackedSurfels packed;
     packAll(batch, surfels, first, packed);
+    // Cells have been asked for early, into the second cache; from there they come a few ahead.
     constexpr std::size_t c_ahead = 12;
     for (std::size_t a = 0; a < batch.numberOfAccepted; ++a) {
         const std::size_t i = batch.accepted[a];
@@ -88,6 +91,9 @@ void ZeCUnweightedGridSums::Add(const ZeCGridBatch& batch, const ZeCSurfelContai
     }
 }
 
+// A cell has a tissue type of its own, and as many surfels as its sums can hold. One of another
+// type goes to the overflow cell at once. If the cell is full, all its sums go there and the surfel
+// is the first of the next ones, so that cells with very many surfels are mostly added to here.
 void ZeCUnweightedGridSums::addElsewhere(Cell& cell, const Cell& surfel) noexcept
 {
     if (cell.overflow == 0) {
@@ -112,6 +118,7 @@ void ZeCUnweightedGridSums::Write(ZeCSurfelContainer& destination, const ZeCGrid
 {
     const ZeCSurfelWriter writer(destination);
     std::size_t written = 0;
+    // All are written as packed cells, several at a time; the few with overflow are written again.
     cells_.VisitInOrder([&](auto places) {
         ZeCWritePackedMeans(places, grid, samplingParameter, destination, written);
         for (const auto& [index, cell] : places) {

@@ -18,7 +18,7 @@ class ZeTChunks
     static_assert(std::is_trivially_destructible_v<T> && alignof(T) <= 64);
 
 public:
-    /// Elements that lie together where the first one's index is a multiple of their number: so
+    /// Elements that lie together if the first one's index is a multiple of their number: so
     /// many, or a smaller power of two.
     static constexpr std::size_t c_together = std::bit_floor((std::size_t{512} << 10U) / sizeof(T));
 

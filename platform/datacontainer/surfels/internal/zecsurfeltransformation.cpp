@@ -50,7 +50,7 @@ bool isRigid(const CbMatrix4Rf& m)
 }
 
 // The cofactors are the inverse transpose times the determinant. Only directions count, so they are
-// scaled to a largest value of 1 and given the determinant's sign. False where there is no inverse.
+// scaled to a largest value of 1 and given the determinant's sign. False if there is no inverse.
 bool inverseTranspose(const CbMatrix4Rf& m, CbMatrix4Rf& result)
 {
     const Group a = group(m, 0);

@@ -22,7 +22,7 @@ public:
 
     /// Maps @p count normals into memory that must not overlap them. A rigid transformation (groups
     /// 0 to 2 orthonormal within 1e-4) maps them as it maps directions, any other by the inverse
-    /// transpose. A code stays where its normal would become zero or not finite.
+    /// transpose. A code stays if its normal would become zero or not finite.
     void MapNormals(const ZeCQuantizedNormal* from, ZeCQuantizedNormal* to,
                     std::size_t count) const noexcept;
 
@@ -41,7 +41,7 @@ public:
 
 private:
     CbMatrix4Rf positions_;
-    CbMatrix4Rf normals_; ///< groups 0 to 2 map normals; the identity where keepNormals_ is true
+    CbMatrix4Rf normals_; ///< groups 0 to 2 map normals; the identity if keepNormals_ is true
     bool keepPositions_;  ///< the identity
     bool keepNormals_;    ///< nothing turns, or there is no inverse transpose
 };

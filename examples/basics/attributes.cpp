@@ -19,17 +19,10 @@ namespace
 {
 
 /// Who took a scan. The record makes the class known by its name, so that sessions can store it.
-class OperatorAttribute : public ZeARTTIAttribute
+class OperatorAttribute : public CbClonableObject<OperatorAttribute, ZeARTTIAttribute>
 {
 public:
     static const CbRTTI RTTI;
-
-    static IObject* CreateByFactory() { return new OperatorAttribute; }
-    static IObject* CloneByFactory(const IObject& object)
-    {
-        return new OperatorAttribute(dynamic_cast<const OperatorAttribute&>(object));
-    }
-    [[nodiscard]] const CbRTTI& GetRTTI() const override { return RTTI; }
 
     void SetName(CString name) { name_ = std::move(name); }
     [[nodiscard]] std::string GetName() const { return name_.ToUtf8(); }

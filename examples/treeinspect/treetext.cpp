@@ -40,8 +40,9 @@ void PrintNode(const SubtreeNode& entry, const sessionfile::UnknownRecords& unkn
         out << std::string(2 * c_deepestIndent, ' ') << "level " << depth << ": ";
     }
     out << Quoted(node->GetDescription()) << (node->IsLeaf() ? " leaf " : " inner ")
-        << node->GetID().ToString().ToUtf8() << ", revisions " << node->GetNodeRevision(1) << ' '
-        << node->GetNodeRevision(2);
+        << node->GetID().ToString().ToUtf8() << ", revisions "
+        << node->GetNodeRevision(ZeCTransformationNode::c_modelRevision) << ' '
+        << node->GetNodeRevision(ZeCTransformationNode::c_trafoRevision);
     if (node->IsLeaf() || node->GetModel()) PrintModel(*node, unknown, out);
     if (!node->IsLeaf() && node->GetModel()) out << " of revision " << node->GetModelRevision();
     out << ", pose ";

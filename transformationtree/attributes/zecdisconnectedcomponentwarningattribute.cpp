@@ -16,7 +16,7 @@ const CbRTTI ZeCDisconnectedComponentWarningAttribute::RTTI(
 
 ZeCDisconnectedComponentWarningAttribute::ZeCDisconnectedComponentWarningAttribute(
     const ZeCDisconnectedComponentWarningAttribute& other)
-    : ZeARTTIAttribute(other)
+    : CbClonableObject(other)
 {
     const CbCriticalSectionLock lock(other.section_);
     collection_ = other.collection_;
@@ -35,19 +35,6 @@ ZeCDisconnectedComponentWarningAttribute& ZeCDisconnectedComponentWarningAttribu
 }
 
 ZeCDisconnectedComponentWarningAttribute::~ZeCDisconnectedComponentWarningAttribute() = default;
-
-IObject* ZeCDisconnectedComponentWarningAttribute::CreateByFactory()
-{
-    return new ZeCDisconnectedComponentWarningAttribute;
-}
-
-IObject* ZeCDisconnectedComponentWarningAttribute::CloneByFactory(const IObject& object)
-{
-    return new ZeCDisconnectedComponentWarningAttribute(
-        dynamic_cast<const ZeCDisconnectedComponentWarningAttribute&>(object));
-}
-
-const CbRTTI& ZeCDisconnectedComponentWarningAttribute::GetRTTI() const { return RTTI; }
 
 void ZeCDisconnectedComponentWarningAttribute::Serialize(CbStreamWriteBinary& stream) const
 {

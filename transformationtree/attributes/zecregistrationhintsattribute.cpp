@@ -16,7 +16,7 @@ const CbRTTI ZeCRegistrationHintsAttribute::RTTI(CB_TEXT("ZeCRegistrationHintsAt
 
 ZeCRegistrationHintsAttribute::ZeCRegistrationHintsAttribute(
     const ZeCRegistrationHintsAttribute& other)
-    : ZeARTTIAttribute(other)
+    : CbClonableObject(other)
 {
     const CbCriticalSectionLock lock(other.section_);
     collection_ = other.collection_;
@@ -41,19 +41,6 @@ ZeCRegistrationHintsAttribute& ZeCRegistrationHintsAttribute::operator=(
 }
 
 ZeCRegistrationHintsAttribute::~ZeCRegistrationHintsAttribute() = default;
-
-IObject* ZeCRegistrationHintsAttribute::CreateByFactory()
-{
-    return new ZeCRegistrationHintsAttribute;
-}
-
-IObject* ZeCRegistrationHintsAttribute::CloneByFactory(const IObject& object)
-{
-    return new ZeCRegistrationHintsAttribute(
-        dynamic_cast<const ZeCRegistrationHintsAttribute&>(object));
-}
-
-const CbRTTI& ZeCRegistrationHintsAttribute::GetRTTI() const { return RTTI; }
 
 CbSmartPointer<const CySurfelCollectionBase>
 ZeCRegistrationHintsAttribute::GetRegistrationHintSurfelCollection() const

@@ -17,15 +17,6 @@ const CbRTTI ZeCRepresentativeAttribute::RTTI(CB_TEXT("ZeCRepresentativeAttribut
 
 ZeCRepresentativeAttribute::~ZeCRepresentativeAttribute() = default;
 
-IObject* ZeCRepresentativeAttribute::CreateByFactory() { return new ZeCRepresentativeAttribute; }
-
-IObject* ZeCRepresentativeAttribute::CloneByFactory(const IObject& object)
-{
-    return new ZeCRepresentativeAttribute(dynamic_cast<const ZeCRepresentativeAttribute&>(object));
-}
-
-const CbRTTI& ZeCRepresentativeAttribute::GetRTTI() const { return RTTI; }
-
 void ZeCRepresentativeAttribute::SetGridVoxel(int x, int y, int z) noexcept
 {
     x_ = x;

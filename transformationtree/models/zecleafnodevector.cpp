@@ -54,13 +54,6 @@ void readElements(CbStreamReadBinary& stream, Elements& elements, Read read)
 
 const CbRTTI ZeCNodeVector::RTTI(CB_TEXT("ZeCNodeVector"), &CreateByFactory, &CloneByFactory);
 
-IObject* ZeCNodeVector::CreateByFactory() { return new ZeCNodeVector; }
-
-IObject* ZeCNodeVector::CloneByFactory(const IObject& object)
-{
-    return new ZeCNodeVector(dynamic_cast<const ZeCNodeVector&>(object));
-}
-
 ZeCNodeVector::ZeCNodeVector(const CbSmartPointer<const ZeCTransformationNode>& node,
                              IteratorType type, const CbMatrix4Rd& matrix,
                              unsigned int revisionMask)

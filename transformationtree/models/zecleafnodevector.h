@@ -1,6 +1,7 @@
 #pragma once
 
-#include "platform/base/cbreferencecounted.h"
+#include "platform/base/cbclonableobject.h"
+#include "platform/base/cbobject.h"
 #include "platform/base/cbrtti.h"
 #include "platform/datacontainer/models/qmt_depthimage.h"
 #include "transformationtree/models/zecnodeaccelerated.h"
@@ -20,7 +21,7 @@
 /// behind a smart pointer, or anywhere else without one.
 ///
 /// Threads: a vector is one thread's; filling it needs a read handle on the top node.
-class TRANSFORMATIONTREE_API ZeCNodeVector final : public CbReferenceCounted, public IObject
+class TRANSFORMATIONTREE_API ZeCNodeVector final : public CbClonableObject<ZeCNodeVector, CbObject>
 {
 public:
     /// In the order of the walk that collected them, of adding or of reading.
@@ -34,11 +35,8 @@ public:
         itNode = 2 ///< all, the top node first
     };
 
-    /// The class's type record, and what makes its objects: unowned, by the default and by the copy
-    /// constructor. Cloning throws std::bad_cast for an object of another class.
+    /// The class's type record.
     static const CbRTTI RTTI;
-    [[nodiscard]] static IObject* CreateByFactory();
-    [[nodiscard]] static IObject* CloneByFactory(const IObject& object);
 
     /// An empty vector.
     ZeCNodeVector() = default;
@@ -48,12 +46,6 @@ public:
     ZeCNodeVector(const ZeCNodeVector&) = default;
     ZeCNodeVector& operator=(const ZeCNodeVector&) = default;
     ~ZeCNodeVector() override;
-
-    [[nodiscard]] const CbRTTI& GetRTTI() const override { return RTTI; }
-    [[nodiscard]] CbReferenceCounter& getReferenceCounter() const noexcept override
-    {
-        return CbReferenceCounted::getReferenceCounter();
-    }
 
     /// The elements in the order of their coming.
     [[nodiscard]] const Elements& GetElements() const noexcept { return elements_; }

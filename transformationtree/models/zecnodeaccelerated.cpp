@@ -1,6 +1,7 @@
 #include "transformationtree/models/zecnodeaccelerated.h"
 
 #include "platform/math3d/cbmatrix4stream.h"
+#include "transformationtree/nodes/internal/revisionstream.h"
 #include "transformationtree/nodes/zectransformationnodeserializationidmapper.h"
 
 #include <utility>
@@ -47,7 +48,7 @@ void ZeCNodeAccelerated::readNode(CbStreamReadBinary& stream)
 void ZeCNodeAccelerated::writeRevisions(CbStreamWriteBinary& stream) const
 {
     stream << static_cast<std::uint32_t>(revisions_.size());
-    for (const auto revision : revisions_) stream << revision;
+    for (const auto revision : revisions_) WriteRevision(stream, revision);
 }
 
 void ZeCNodeAccelerated::readRevisions(CbStreamReadBinary& stream)
@@ -55,6 +56,6 @@ void ZeCNodeAccelerated::readRevisions(CbStreamReadBinary& stream)
     std::uint32_t count = 0;
     stream >> count;
     for (std::size_t slot = 0; slot < count && slot < revisions_.size(); ++slot) {
-        stream >> revisions_[slot];
+        ReadRevision(stream, revisions_[slot]);
     }
 }

@@ -11,6 +11,7 @@
 #include "platform/datatree/cynode.h"
 #include "platform/math3d/cbmatrix4.h"
 #include "platform/math3d/cyboundingbox3d.h"
+#include "transformationtree/nodes/zetnoderevision.h"
 #include "transformationtree/transformationtreeapi.h"
 
 #include <array>
@@ -129,16 +130,18 @@ public:
     /// Threads: any time.
     /// @{
 
-    /// The mask with which edits of the structure renew a node.
+    /// The masks of one revision each, and that with which edits of the structure renew a node.
+    static constexpr unsigned int c_modelRevision = 1;
+    static constexpr unsigned int c_trafoRevision = 2;
     static constexpr unsigned int c_allRevisions = 0xFFFFFFFF;
 
     /// Gives each selected revision the next number, the model revision first; no other thread's
     /// number comes between the two.
     void NewNodeRevision(unsigned int mask);
     /// Returns the larger of the selected revisions, -1 where none is selected.
-    [[nodiscard]] long long GetNodeRevision(unsigned int mask) const;
+    [[nodiscard]] ZeTNodeRevision GetNodeRevision(unsigned int mask) const;
     /// Sets the selected revisions. The counter stays as it is.
-    void SetNodeRevision(long long revision, unsigned int mask);
+    void SetNodeRevision(ZeTNodeRevision revision, unsigned int mask);
     /// @}
 
     /// @name Attributes
@@ -192,9 +195,13 @@ public:
     /// Returns the model: a leaf's scan, or an inner node's cached merged model; null for none.
     [[nodiscard]] virtual CbSmartPointer<const ZeCModelQMT> GetModel() const;
     /// Returns the revision that the model stands for, -1 where that is not known.
-    [[nodiscard]] virtual long long GetModelRevision() const = 0;
+    [[nodiscard]] virtual ZeTNodeRevision GetModelRevision() const = 0;
     /// True for leaves, false for inner nodes.
     [[nodiscard]] virtual bool IsLeaf() const = 0;
+    /// This node as the inner node that it is, null for a leaf. Include
+    /// zectransformationnodeinner.h to use it. Cost: no virtual call.
+    [[nodiscard]] ZeCTransformationNodeInner* AsInner() noexcept;
+    [[nodiscard]] const ZeCTransformationNodeInner* AsInner() const noexcept;
     /// True where no leaf is at or below the node.
     [[nodiscard]] virtual bool EmptyLeafs() const = 0;
     /// Returns a box around the surfels at or below the node; which frame it is in, and what
@@ -208,11 +215,11 @@ public:
 
     /// Returns the newest of the selected revisions at or below the node, -1 for an empty mask.
     /// Cost: linear in the number of nodes.
-    [[nodiscard]] virtual long long GetNodeRevisionSubtree(unsigned int mask) const = 0;
+    [[nodiscard]] virtual ZeTNodeRevision GetNodeRevisionSubtree(unsigned int mask) const = 0;
     /// Brings the newest revisions of the subtree up to its inner nodes. @p out, two numbers,
     /// receives the node's revisions; it may be null for an inner node. Cost: linear in the number
     /// of nodes. Threads: a read handle will do, since revisions have a lock of their own.
-    virtual void UpdateNodeRevisionSubtree(long long* out) = 0;
+    virtual void UpdateNodeRevisionSubtree(ZeTNodeRevision* out) = 0;
 
     /// @name Structure record
     /// Father, children and model are stored as ids, which the two id mappers resolve. What a
@@ -356,8 +363,10 @@ protected:
         return model_ ? model_->BorrowSurfelCollection(ZeCModelQMT::ESurfelCollectionType::Standard)
                       : nullptr;
     }
-    /// The model and the transformation revision, read together.
-    [[nodiscard]] std::array<long long, 2> getRevisions() const;
+    /// The model and the transformation revision: the one of each bit of a mask.
+    using Revisions = std::array<ZeTNodeRevision, 2>;
+    /// Both revisions, read together.
+    [[nodiscard]] Revisions getRevisions() const;
 
 private:
     friend class ZeCChildList;
@@ -367,11 +376,11 @@ private:
     friend struct TestAccess;
 
     /// The next number, the largest one again if there is none above it.
-    static long long getNextGlobalNodeRevision();
+    static ZeTNodeRevision getNextGlobalNodeRevision();
     /// Makes all numbers to come larger than a given one, as far as there are any.
-    static void assertGlobalNodeHeadRevisionValid(long long revision);
+    static void assertGlobalNodeHeadRevisionValid(ZeTNodeRevision revision);
     /// Raises each revision to the given one where that is larger; returns the results.
-    std::array<long long, 2> raiseRevisions(const std::array<long long, 2>& revisions);
+    Revisions raiseRevisions(const Revisions& revisions);
 
     void setID(const CyUniqueID& id);
     /// True where cached-leaf walks stop.
@@ -393,7 +402,7 @@ private:
     CString description_; ///< written under the node lock too, so that anybody may log it
     CyUniqueID id_;
     mutable CbCriticalSection nodeLock_;
-    std::array<long long, 2> revisions_ CB_GUARDED_BY(nodeLock_); ///< model, transformation
+    Revisions revisions_ CB_GUARDED_BY(nodeLock_);
     // What walks read stands last, in front of an inner node's children: few cache lines hold it
     // all.
     CbMatrix4Rd relativeTrafo_;

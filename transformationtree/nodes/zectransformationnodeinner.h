@@ -1,16 +1,16 @@
 #pragma once
 
+#include "platform/base/cbclonableobject.h"
 #include "transformationtree/nodes/zecchildlist.h"
 
 #include <new>
-
-enum class EVisit;
 
 /// An inner node: groups child nodes and may hold a cached merged model of its subtree.
 ///
 /// The children are edited by ZeCTransformationNodeManager only. A copy is shallow: it shares the
 /// child objects, whose father stays the node that was copied, and is good for a moment's use.
-class TRANSFORMATIONTREE_API ZeCTransformationNodeInner final : public ZeCTransformationNode
+class TRANSFORMATIONTREE_API ZeCTransformationNodeInner final
+    : public CbClonableObject<ZeCTransformationNodeInner, ZeCTransformationNode>
 {
 public:
     /// The children in their order, and positions among them.
@@ -18,11 +18,8 @@ public:
     using ChildIterator = Children::iterator;
     using ConstChildIterator = Children::const_iterator;
 
-    /// The class's type record, and what makes its objects: unowned, by the default and by the copy
-    /// constructor. Cloning throws std::bad_cast for an object of another class.
+    /// The class's type record.
     static const CbRTTI RTTI;
-    [[nodiscard]] static IObject* CreateByFactory();
-    [[nodiscard]] static IObject* CloneByFactory(const IObject& object);
 
     /// An invisible node without children and without model.
     ZeCTransformationNodeInner();
@@ -33,8 +30,6 @@ public:
     /// Frees the node, its children after each other and their subtrees without recursion, so that
     /// chains of any depth can go.
     static void operator delete(ZeCTransformationNodeInner* node, std::destroying_delete_t);
-
-    [[nodiscard]] const CbRTTI& GetRTTI() const override { return RTTI; }
 
     /// @name Children, in order
     /// Nobody but the node manager assigns entries; a reader that gives up what it has read may set
@@ -70,12 +65,12 @@ public:
     /// @{
 
     /// Stores a merged model and the subtree revision that it stands for, -1 where unknown.
-    void SetModel(CbSmartPointer<const ZeCModelQMT> model, long long revision);
+    void SetModel(CbSmartPointer<const ZeCModelQMT> model, ZeTNodeRevision revision);
     /// Drops the model; its revision becomes -1.
     void DeleteModel();
     void CreateModel(bool accurateCollection, float cellSize, float samplingParameter,
                      bool shiftedGrids, float ignored) override;
-    [[nodiscard]] long long GetModelRevision() const override { return modelRevision_; }
+    [[nodiscard]] ZeTNodeRevision GetModelRevision() const override { return modelRevision_; }
     /// @}
 
     [[nodiscard]] bool IsLeaf() const override { return false; }
@@ -92,8 +87,8 @@ public:
     void AssumeAttributes(const CbSmartPointer<const ZeCTransformationNode>& other,
                           EAttributesToCopy what) override;
 
-    [[nodiscard]] long long GetNodeRevisionSubtree(unsigned int mask) const override;
-    void UpdateNodeRevisionSubtree(long long* out) override;
+    [[nodiscard]] ZeTNodeRevision GetNodeRevisionSubtree(unsigned int mask) const override;
+    void UpdateNodeRevisionSubtree(ZeTNodeRevision* out) override;
 
     void SerializeStructure(CbStreamReadBinary& stream) override;
     void SerializeStructure(CbStreamWriteBinary& stream) const override;
@@ -138,11 +133,17 @@ private:
     friend class ZeCTransformationNodeManager;
     friend struct TestAccess;
 
-    /// A visitor of walks that end at the first cached leaf.
-    static EVisit stopAtCachedLeaf(const ZeCTransformationNode& node,
-                                   const ZeCTransformationNodeInner& father);
-
     ZeCChildList children_;
-    long long modelRevision_ = -1;                    ///< subtree revision of the cached model
+    ZeTNodeRevision modelRevision_ = -1;              ///< subtree revision of the cached model
     ZeCTransformationNodeInner* nextDying_ = nullptr; ///< see operator delete
 };
+
+inline ZeCTransformationNodeInner* ZeCTransformationNode::AsInner() noexcept
+{
+    return leaf_ ? nullptr : static_cast<ZeCTransformationNodeInner*>(this);
+}
+
+inline const ZeCTransformationNodeInner* ZeCTransformationNode::AsInner() const noexcept
+{
+    return leaf_ ? nullptr : static_cast<const ZeCTransformationNodeInner*>(this);
+}

@@ -18,18 +18,18 @@ CbSmartPointer<ZeCTransformationNodeInner> editable(const ZeCTransformationNodeI
         const_cast<ZeCTransformationNodeInner*>(node));
 }
 
-EVisit stopAtLeaf(const ZeCTransformationNode& node, const ZeCTransformationNodeInner& /*father*/)
+// A visitor of walks that end at the first node that fulfils a condition.
+template<class Condition>
+auto stopAt(Condition condition)
 {
-    return node.IsLeaf() ? EVisit::Stop : EVisit::Enter;
+    return [condition](const ZeCTransformationNode& node, const auto& /*father*/) {
+        return condition(node) ? EVisit::Stop : EVisit::Enter;
+    };
 }
+
+constexpr auto isLeaf = [](const ZeCTransformationNode& node) { return node.IsLeaf(); };
 
 } // namespace
-
-EVisit ZeCTransformationNodeInner::stopAtCachedLeaf(const ZeCTransformationNode& node,
-                                                    const ZeCTransformationNodeInner& /*father*/)
-{
-    return node.isCachedLeaf() ? EVisit::Stop : EVisit::Enter;
-}
 
 ZeCTransformationNode::ZeNNodeIterator ZeCTransformationNodeInner::BeginNode() const
 {
@@ -52,8 +52,8 @@ ZeCTransformationNode::ZeNNodeIterator ZeCTransformationNodeInner::LastNode() co
 CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::BackNode() const
 {
     ZeCTransformationNode* last = editable(this).Get();
-    while (!last->IsLeaf()) {
-        const auto& children = *static_cast<ZeCTransformationNodeInner*>(last)->children_;
+    while (const ZeCTransformationNodeInner* const inner = last->AsInner()) {
+        const auto& children = *inner->children_;
         const auto child = std::find_if(children.rbegin(), children.rend(),
                                         [](const auto& entry) { return entry != nullptr; });
         if (child == children.rend()) break;
@@ -84,13 +84,13 @@ ZeCTransformationNode::ZeNLeafNodeIterator ZeCTransformationNodeInner::LastLeaf(
 
 CbSmartPointer<ZeCTransformationNodeLeaf> ZeCTransformationNodeInner::FrontLeaf() const
 {
-    auto* const leaf = WalkBelow(*editable(this), &stopAtLeaf);
+    auto* const leaf = WalkBelow(*editable(this), stopAt(isLeaf));
     return CbSmartPointer<ZeCTransformationNodeLeaf>(static_cast<ZeCTransformationNodeLeaf*>(leaf));
 }
 
 CbSmartPointer<ZeCTransformationNodeLeaf> ZeCTransformationNodeInner::BackLeaf() const
 {
-    auto* const leaf = WalkBelow<EDirection::Backward>(*editable(this), &stopAtLeaf);
+    auto* const leaf = WalkBelow<EDirection::Backward>(*editable(this), stopAt(isLeaf));
     return CbSmartPointer<ZeCTransformationNodeLeaf>(static_cast<ZeCTransformationNodeLeaf*>(leaf));
 }
 
@@ -127,13 +127,15 @@ ZeCTransformationNode::ZeNCachedLeafNodeIterator ZeCTransformationNodeInner::Las
 
 CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::FrontCachedLeaf() const
 {
-    return CbSmartPointer<ZeCTransformationNode>(WalkBelow(*editable(this), &stopAtCachedLeaf));
+    const auto isCached = [](const ZeCTransformationNode& node) { return node.isCachedLeaf(); };
+    return CbSmartPointer<ZeCTransformationNode>(WalkBelow(*editable(this), stopAt(isCached)));
 }
 
 CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::BackCachedLeaf() const
 {
+    const auto isCached = [](const ZeCTransformationNode& node) { return node.isCachedLeaf(); };
     return CbSmartPointer<ZeCTransformationNode>(
-        WalkBelow<EDirection::Backward>(*editable(this), &stopAtCachedLeaf));
+        WalkBelow<EDirection::Backward>(*editable(this), stopAt(isCached)));
 }
 
 unsigned long long ZeCTransformationNodeInner::GetNrCachedLeafNodes() const
@@ -197,14 +199,13 @@ ZeCTransformationNodeInner::Find(const CbSmartPointer<ZeCTransformationNode>& no
     }
     ZeNNodeIterator found = BeginNode();
     found.atRoot_ = path.empty();
-    const ZeCTransformationNode* above = this;
+    const ZeCTransformationNodeInner* father = this;
     for (auto step = path.rbegin(); step != path.rend(); ++step) {
-        const auto& father = static_cast<const ZeCTransformationNodeInner&>(*above);
-        const auto& children = *father.children_;
-        const auto position = father.FindChild(*step);
+        const auto& children = *father->children_;
+        const auto position = father->FindChild(*step);
         if (position == children.end()) return EndNode();
         found.push(&*position, children.data() + children.size());
-        above = step->Get();
+        father = (*step)->AsInner(); // null for a leaf, which only the last one can be
     }
     return found;
 }

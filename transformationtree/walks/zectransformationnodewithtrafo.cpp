@@ -20,8 +20,7 @@ CbSmartPointer<ZeCTransformationNodeLeaf> ZeCTransformationNodeWithTrafo::GetLea
 
 CbSmartPointer<ZeCTransformationNodeInner> ZeCTransformationNodeWithTrafo::GetInnerNode() const
 {
-    if (!node_ || node_->IsLeaf()) return nullptr;
-    return CbStaticPointerCast<ZeCTransformationNodeInner>(node_);
+    return CbSmartPointer<ZeCTransformationNodeInner>(node_ ? node_->AsInner() : nullptr);
 }
 
 void ZeCTransformationNodeWithTrafo::SetTrafoToTraversalRoot(const CbMatrix4Rd& trafo) const

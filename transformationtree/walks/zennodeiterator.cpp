@@ -27,7 +27,7 @@ ZeCTransformationNodeInner& Iterator::topFather() const noexcept
 {
     const std::size_t levels = path_.GetSize();
     if (levels == 1) return *root_;
-    return static_cast<ZeCTransformationNodeInner&>(**path_[levels - 2].position);
+    return *(*path_[levels - 2].position)->AsInner();
 }
 
 bool Iterator::topIsCachedLeaf() const noexcept { return topNode().isCachedLeaf(); }
@@ -78,8 +78,8 @@ void Iterator::prefetchNode(const Path::Child& child) noexcept
 
 void Iterator::prefetchChildren(const Path::Child& child) noexcept
 {
-    if (!child || child->leaf_) return;
-    CbPrefetch(static_cast<const ZeCTransformationNodeInner&>(*child).children_->data());
+    const ZeCTransformationNodeInner* const inner = child ? child->AsInner() : nullptr;
+    if (inner != nullptr) CbPrefetch(inner->children_->data());
 }
 
 void Iterator::prefetchSiblings(const Path::Child* position, const Path::Child* end) noexcept
@@ -99,9 +99,10 @@ void Iterator::push(const Path::Child* position, const Path::Child* end)
 
 bool Iterator::pushFirstChild()
 {
-    ZeCTransformationNode& node = path_.IsEmpty() ? *root_ : topNode();
-    if (node.leaf_) return false;
-    const auto& children = *static_cast<ZeCTransformationNodeInner&>(node).children_;
+    const ZeCTransformationNodeInner* const inner =
+        path_.IsEmpty() ? root_.Get() : topNode().AsInner();
+    if (inner == nullptr) return false;
+    const auto& children = *inner->children_;
     const Child* const end = children.data() + children.size();
     const Child* const first = firstNonNull(children.data(), end);
     if (first == end) return false;
@@ -113,9 +114,10 @@ bool Iterator::pushFirstChild()
 
 bool Iterator::pushLastChild()
 {
-    ZeCTransformationNode& node = path_.IsEmpty() ? *root_ : topNode();
-    if (node.leaf_) return false;
-    const auto& children = *static_cast<ZeCTransformationNodeInner&>(node).children_;
+    const ZeCTransformationNodeInner* const inner =
+        path_.IsEmpty() ? root_.Get() : topNode().AsInner();
+    if (inner == nullptr) return false;
+    const auto& children = *inner->children_;
     const Child* const begin = children.data();
     const Child* const end = begin + children.size();
     for (const Child* child = end; child != begin;) {

@@ -64,7 +64,7 @@ auto WalkBelow(Inner& top, Visit&& visit)
         if (node == nullptr) continue;
         switch (visit(*node, *level.father)) {
         case EVisit::Enter:
-            if (!node->IsLeaf()) enter(static_cast<Inner&>(*node));
+            if (Inner* const inner = node->AsInner()) enter(*inner);
             break;
         case EVisit::Skip:
             break;

@@ -287,7 +287,7 @@ Inner Reader::findRoot(const SessionSection& section) const
     return inner;
 }
 
-/// Walks down from the root. No node is met twice, so the walk ends also where there are rings.
+/// Walks down from the root. No node is met twice, so the walk ends even if there are rings.
 void Reader::requireOneTree(const SessionSection& section, const Inner& root)
 {
     std::size_t met = 1;

@@ -16,7 +16,7 @@ namespace
 /// Deeper levels are told by a number: a chain's lines would grow without bound.
 constexpr std::size_t c_deepestIndent = 40;
 
-/// The model's surfels, or its class where that is unknown.
+/// The model's surfels, or its class if that is unknown.
 void PrintModel(const ZeCTransformationNode& node, const sessionfile::UnknownRecords& unknown,
                 std::ostream& out)
 {

@@ -28,7 +28,7 @@ protected:
     ZeARTTIAttribute& operator=(const ZeARTTIAttribute&) = default;
     ~ZeARTTIAttribute() override;
 
-    /// Sets back what the class says, and returns true. Where it is not overridden nothing changes,
+    /// Sets back what the class says, and returns true. If it is not overridden nothing changes,
     /// and it returns false.
     virtual bool ResetAttribute();
 

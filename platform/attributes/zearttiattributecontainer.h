@@ -52,7 +52,7 @@ public:
     /// others are shared.
     void CopyFrom(const ZeARTTIAttributeContainer& other);
 
-    /// Takes the attribute of exactly this type out; nothing happens where there is none.
+    /// Takes the attribute of exactly this type out; nothing happens if there is none.
     void DeleteAttribute(const CbRTTI& type);
     /// Takes all attributes of exactly these types out. Null types are ignored.
     void DeleteAttributes(const TypeList& types);

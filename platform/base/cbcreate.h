@@ -9,7 +9,7 @@
 #include "platform/base/iobject.h"
 
 /// Makes an object of a class that is known by its name only, as streams name it.
-/// Returns null where no class of that name is registered, or it is abstract or no T.
+/// Returns null if no class of that name is registered, or it is abstract or no T.
 template<class T>
 [[nodiscard]] CbSmartPointer<T> CbCreate(const CString& className)
 {

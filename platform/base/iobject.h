@@ -15,9 +15,9 @@ public:
     /// Returns the record of the object's own class.
     [[nodiscard]] virtual const CbRTTI& GetRTTI() const = 0;
 
-    /// True where the object is of exactly this class.
+    /// True if the object is of exactly this class.
     [[nodiscard]] bool Is(const CbRTTI& type) const;
-    /// True where the object is of this class or of one derived from it.
+    /// True if the object is of this class or of one derived from it.
     [[nodiscard]] bool IsKindOf(const CbRTTI& type) const;
     /// Returns the class name of the object's record.
     [[nodiscard]] CString GetClassNameW() const;

@@ -49,13 +49,13 @@ void ZeCDisconnectedComponentWarningAttribute::Serialize(CbStreamReadBinary& str
     const CbCriticalSectionLock lock(section_);
     constexpr FixedPlace place = FixedPlaces::c_componentWarningVersion;
     stream.ReadKnownVersion(c_version, c_version, place.file, place.line);
-    collection = collection_;
+    collection = collection_; // stays if none was stored
     ReadSurfelCollection(stream, collection);
     collection_.Swap(collection);
 }
 
 bool ZeCDisconnectedComponentWarningAttribute::ResetAttribute()
 {
-    const CbCriticalSectionLock lock(section_);
+    const CbCriticalSectionLock lock(section_); // to come after a serialization that runs
     return true;
 }

@@ -50,7 +50,7 @@ public:
 
     /// Writes version 1: version and collection; the revision is not stored.
     void Serialize(CbStreamWriteBinary& stream) const override;
-    /// Reads what was written. Where no collection was stored the present one stays, one of an
+    /// Reads what was written. If no collection was stored, the present one stays. One of an
     /// unknown class reads as null.
     /// Throws: CbExceptionWrongFileVersion, CbExceptionStream and what the collection's reader
     /// throws; the attribute stays as it was.

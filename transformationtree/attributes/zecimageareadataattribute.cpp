@@ -29,6 +29,7 @@ CbMatrix4Rf ZeCImageAreaDataAttribute::GetImpressionMatrix() const noexcept
 {
     CbMatrix4Rf matrix;
     if (!fields_.isImpressionScan) return matrix;
+    // Half a turn about y: x and z of what comes out change their signs.
     for (std::size_t row = 0; row < 4; ++row) {
         matrix[row][0] = -matrix[row][0];
         matrix[row][2] = -matrix[row][2];
@@ -94,6 +95,7 @@ void ZeCImageAreaDataAttribute::Serialize(CbStreamReadBinary& stream)
 {
     constexpr FixedPlace place = FixedPlaces::c_imageAreaDataVersion;
     const std::uint32_t version = stream.ReadAndCompareVersion(c_version, place.file, place.line);
+    // Older versions have fewer fields: the others keep their values. All come in at once.
     Fields fields = fields_;
     if (version == 0) {
         readVersion0(stream, fields);
@@ -163,7 +165,7 @@ void ZeCImageAreaDataAttribute::readVersion2(CbStreamReadBinary& stream, Fields&
 
 bool ZeCImageAreaDataAttribute::ResetAttribute()
 {
-    fields_ = Fields();
+    fields_ = Fields(); // not guarded, as all access to them
     const CbCriticalSectionLock lock(section_);
     numEnqueuedAreaCorrelationTasks_ = 0;
     return true;

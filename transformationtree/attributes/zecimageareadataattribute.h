@@ -55,7 +55,7 @@ public:
     }
     void SetCorrelationObjectID(const CString& id) { fields_.correlationObjectID = id; }
 
-    /// True where the area has been correlated with that object.
+    /// True if the area has been correlated with that object.
     [[nodiscard]] bool GetIsCorrelated() const noexcept { return fields_.isCorrelated; }
     void SetIsCorrelated(bool isCorrelated) noexcept { fields_.isCorrelated = isCorrelated; }
 
@@ -82,7 +82,7 @@ public:
         return fields_.correlationTrafo;
     }
 
-    /// The error that the correlation left, in the application's measure; the largest float where
+    /// The error that the correlation left, in the application's measure; the largest float if
     /// none was computed.
     [[nodiscard]] float GetCorrelationError() const noexcept { return fields_.correlationError; }
     void SetCorrelationError(float error) noexcept { fields_.correlationError = error; }
@@ -101,7 +101,7 @@ public:
     /// @name Jaw relaxation
     /// @{
 
-    /// True where the jaw that the area belongs to has been relaxed.
+    /// True if the jaw that the area belongs to has been relaxed.
     [[nodiscard]] bool GetIsJawRelaxed() const noexcept { return fields_.isJawRelaxed; }
     void SetIsJawRelaxed(bool isRelaxed) noexcept { fields_.isJawRelaxed = isRelaxed; }
 
@@ -117,7 +117,7 @@ public:
     }
     /// @}
 
-    /// True where the area is the scan of an impression, not of teeth.
+    /// True if the area is the scan of an impression, not of teeth.
     [[nodiscard]] bool GetIsImpressionScan() const noexcept { return fields_.isImpressionScan; }
     void SetIsImpressionScan(bool isImpression) noexcept
     {

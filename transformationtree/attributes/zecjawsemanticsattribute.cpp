@@ -73,6 +73,7 @@ CbVector3f ZeCJawSemanticsAttribute::GetExtraoralDirectionEstimate() const
 
 void ZeCJawSemanticsAttribute::updateEstimates() const
 {
+    // Both, since one mark stands for both.
     if (estimatesUpToDate_) return;
     constexpr CbVector3f c_none;
     occlusalDirectionEstimate_ =
@@ -111,6 +112,7 @@ void ZeCJawSemanticsAttribute::writeVersion1(CbStreamWriteBinary& stream) const
 
 void ZeCJawSemanticsAttribute::readVersion1(CbStreamReadBinary& stream) CB_NO_THREAD_SAFETY_ANALYSIS
 {
+    // All is read before anything changes.
     CbVector3f occlusal;
     CbVector3f extraoral;
     bool upToDate = false;

@@ -50,10 +50,10 @@ public:
     void SetOcclusalDirectionBinningRevision(ZeTNodeRevision revision);
 
     /// Returns the mean direction of the cells with more than one normal; (0, 0, -1)
-    /// where there is no such cell or their normals cancel out.
+    /// if there is no such cell or their normals cancel out.
     [[nodiscard]] CbVector3f GetOcclusalDirectionEstimate() const;
     /// Returns the mean direction of the cells with more than one normal; (1, 0, 0)
-    /// where there is no such cell or their normals cancel out.
+    /// if there is no such cell or their normals cancel out.
     [[nodiscard]] CbVector3f GetExtraoralDirectionEstimate() const;
 
     /// Writes version 1: version, estimates as they are, whether they are up to date, histograms

@@ -104,8 +104,9 @@ void ZeCRegistrationHintsAttribute::Serialize(CbStreamReadBinary& stream)
     stream.ReadKnownVersion(c_version, c_version, place.file, place.line);
     std::uint32_t displayMode = 0;
     stream >> displayMode;
-    collection = collection_;
+    collection = collection_; // stays if none was stored
     ReadSurfelCollection(stream, collection);
+    // From here on nothing throws.
     displayMode_ = static_cast<ESurfelCollectionDisplayMode>(displayMode);
     collection_.Swap(collection);
 }

@@ -51,6 +51,7 @@ void ZeCRepresentativeAttribute::writeVersion1(CbStreamWriteBinary& stream) cons
 
 void ZeCRepresentativeAttribute::readVersion1(CbStreamReadBinary& stream)
 {
+    // Aside, so that a stream that ends early changes none of the three.
     std::int32_t x = 0;
     std::int32_t y = 0;
     std::int32_t z = 0;

@@ -35,7 +35,7 @@ public:
     /// The indices x, y and z without a version.
     void writeVersion1(CbStreamWriteBinary& stream) const;
     /// Reads what writeVersion1() wrote.
-    /// Throws: CbExceptionStream where the stream ends; the voxel stays as it was.
+    /// Throws: CbExceptionStream if the stream ends; the voxel stays as it was.
     void readVersion1(CbStreamReadBinary& stream);
 
     /// Represents no voxel any more. Returns true.

@@ -56,7 +56,7 @@ public:
     /// null.
     /// @param matrix from the frame of @p node into the one that the transformations lead to
     /// @param revisionMask which subtree revisions to take, by bits 0 to 2; 0 for none
-    /// Throws: CyExceptionNotInvertible where a father's transformation into the frame of @p node
+    /// Throws: CyExceptionNotInvertible if a father's transformation into the frame of @p node
     /// is singular; the vector stays as it was.
     /// Cost: for each revision a walk below each element.
     void SetInnerNode(const CbSmartPointer<const ZeCTransformationNode>& node, IteratorType type,
@@ -67,7 +67,7 @@ public:
     /// Writes the record, with nodes as ids.
     void Serialize(CbStreamWriteBinary& stream) const;
     /// Replaces the elements by those that were written. Nodes come from the mapper of their ids,
-    /// models and collections from the nodes; a node that the mapper does not know is null.
+    /// models and collections from the nodes. A node that the mapper does not know is null.
     /// Throws: CbExceptionWrongFileVersion, and the vector stays as it was; CbExceptionStream, and
     /// the elements that were read by then are kept.
     void Serialize(CbStreamReadBinary& stream);

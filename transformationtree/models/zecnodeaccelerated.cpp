@@ -42,6 +42,7 @@ void ZeCNodeAccelerated::readNode(CbStreamReadBinary& stream)
     auto node = mapper().ReadNodeByReference(stream);
     CbMatrix4Rd trafo;
     ReadMatrix(stream, trafo);
+    // Model and collection are not stored: they come from the node, if that is known.
     *this = ZeCNodeAccelerated(std::move(node), trafo);
 }
 
@@ -53,6 +54,7 @@ void ZeCNodeAccelerated::writeRevisions(CbStreamWriteBinary& stream) const
 
 void ZeCNodeAccelerated::readRevisions(CbStreamReadBinary& stream)
 {
+    // The record says how many it has. Slots beyond them stay as they are.
     std::uint32_t count = 0;
     stream >> count;
     for (std::size_t slot = 0; slot < count && slot < revisions_.size(); ++slot) {

@@ -15,7 +15,7 @@
 class TRANSFORMATIONTREE_API ZeCNodeAccelerated
 {
 public:
-    /// The newest revisions of the node's subtree, one for each bit of a revision mask; -1 where it
+    /// The newest revisions of the node's subtree, one for each bit of a revision mask; -1 if it
     /// was not taken.
     using Revisions = std::array<ZeTNodeRevision, 3>;
 

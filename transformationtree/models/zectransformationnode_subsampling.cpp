@@ -49,6 +49,7 @@ Collection mergeAll(const Sources& sources)
     if (count > std::numeric_limits<std::uint32_t>::max()) {
         throw CbException(CB_HERE, std::to_string(count) + " surfels are too many to be merged");
     }
+    // Made at its full size, so that each surfel is written once.
     Collection result = makeCollection(static_cast<std::uint32_t>(count));
     std::uint32_t next = 0;
     sources.ForEach([&](const auto& surfels, const CbMatrix4Rf& transformation) {
@@ -61,6 +62,7 @@ Collection mergeAll(const Sources& sources)
 Collection mergeOnGrid(const Sources& sources, const std::vector<CyBoundingSphere>* spheres,
                        float cellSize, float samplingParameter, bool halfOffset)
 {
+    // The last one is how much more the best surfels weigh than the worst.
     ZeCGridSampler sampler(cellSize, halfOffset ? cellSize * 0.5F : 0.0F, halfOffset ? 6.5F : 1.0F);
     sources.ForEach([&](const auto& surfels, const CbMatrix4Rf& transformation) {
         if (spheres != nullptr) {
@@ -74,6 +76,14 @@ Collection mergeOnGrid(const Sources& sources, const std::vector<CyBoundingSpher
     return result;
 }
 
+Collection merge(const Sources& sources, const std::vector<CyBoundingSphere>* spheres,
+                 float cellSize, float samplingParameter, bool halfOffset)
+{
+    // Without a grid all surfels are kept, whatever the spheres.
+    if (cellSize == 0.0F) return mergeAll(sources);
+    return mergeOnGrid(sources, spheres, cellSize, samplingParameter, halfOffset);
+}
+
 } // namespace
 
 Collection ZeCTransformationNode::ComputeSubsampling(const ZeCNodeVector& nodes, EType type,
@@ -82,9 +92,7 @@ Collection ZeCTransformationNode::ComputeSubsampling(const ZeCNodeVector& nodes,
                                                      const CbMatrix4Rf* extra)
 {
     const Sources sources{nodes, type, extra};
-    return cellSize == 0.0F
-               ? mergeAll(sources)
-               : mergeOnGrid(sources, nullptr, cellSize, samplingParameter, halfOffset);
+    return merge(sources, nullptr, cellSize, samplingParameter, halfOffset);
 }
 
 Collection ZeCTransformationNode::ComputeSubsampling(const ZeCNodeVector& nodes, EType type,
@@ -94,7 +102,5 @@ Collection ZeCTransformationNode::ComputeSubsampling(const ZeCNodeVector& nodes,
                                                      const CbMatrix4Rf* extra)
 {
     const Sources sources{nodes, type, extra};
-    return cellSize == 0.0F
-               ? mergeAll(sources)
-               : mergeOnGrid(sources, &spheres, cellSize, samplingParameter, halfOffset);
+    return merge(sources, &spheres, cellSize, samplingParameter, halfOffset);
 }

@@ -90,6 +90,7 @@ const CyUniqueID& ZeCTransformationNode::GetInvalidID() noexcept
 
 void ZeCTransformationNode::setID(const CyUniqueID& id)
 {
+    // A label given as an id is written out only when it is asked for; of nil it would be empty.
     id.IsNil() ? SetName(id.ToString()) : SetName(id);
     id_ = id;
 }
@@ -140,6 +141,7 @@ CbMatrix4Rd ZeCTransformationNode::GetRelativeTrafo(
 {
     if (ancestor.Get() == this) return c_matIdentityD;
     CbMatrix4Rd accumulated = relativeTrafo_;
+    // Keeps the father that it stands on: the link from below is weak.
     for (auto father = GetFather(); father && father != ancestor; father = father->GetFather()) {
         accumulated = Compose(accumulated, father->relativeTrafo_);
     }
@@ -180,6 +182,7 @@ void ZeCTransformationNode::assertGlobalNodeHeadRevisionValid(ZeTNodeRevision re
 {
     HeadRevision& head = headRevision();
     const CbCriticalSectionLock lock(head.section);
+    // One less first, so that the sum can't overflow.
     if (head.value <= revision) head.value = std::min(revision, c_lastRevision - 1) + 1;
 }
 
@@ -235,6 +238,7 @@ CbSmartPointer<const ZeCModelQMT> ZeCTransformationNode::GetModel() const { retu
 
 void ZeCTransformationNode::SerializeStructure(CbStreamWriteBinary& stream) const
 {
+    // Taken together: another thread may renew them meanwhile.
     const auto [modelRevision, trafoRevision] = getRevisions();
     stream << c_recordVersion;
     GetIDOf(GetFather().Get()).Serialize(stream);
@@ -251,6 +255,8 @@ void ZeCTransformationNode::SerializeStructure(CbStreamReadBinary& stream)
 {
     constexpr FixedPlace place = FixedPlaces::c_nodeVersion;
     stream.ReadKnownVersion(c_recordVersion, c_recordVersion, place.file, place.line);
+    // Fields come in as they are read. What a stream that ends early leaves is the caller's to give
+    // up, who reads nodes that nobody else knows yet.
     const auto father = nodeMapper().ReadNodeByReference(stream);
     setFather(CbSmartPointer<ZeCTransformationNodeInner>(father ? father->AsInner() : nullptr));
     model_ = modelMapper().ReadModelByReference(stream);

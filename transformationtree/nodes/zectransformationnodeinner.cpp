@@ -29,6 +29,8 @@ ZeCTransformationNodeInner::ZeCTransformationNodeInner(const ZeCTransformationNo
 
 ZeCTransformationNodeInner::~ZeCTransformationNodeInner() = default;
 
+// Takes the place of the destructor's recursion: a node is destroyed only when its children are
+// gone, and it loses them here, one after the other.
 void ZeCTransformationNodeInner::operator delete(ZeCTransformationNodeInner* node,
                                                  std::destroying_delete_t)
 {
@@ -46,6 +48,7 @@ void ZeCTransformationNodeInner::operator delete(ZeCTransformationNodeInner* nod
     freeing = true;
     while (dying != nullptr) {
         ZeCTransformationNodeInner* const top = dying;
+        // A child that dies by this is on top when the loop comes round.
         if (!top->children_->empty()) {
             (void)top->children_.TakeLast();
             continue;
@@ -138,6 +141,7 @@ ZeTNodeRevision ZeCTransformationNodeInner::GetNodeRevisionSubtree(unsigned int 
 
 void ZeCTransformationNodeInner::UpdateNodeRevisionSubtree(ZeTNodeRevision* out)
 {
+    // Post-order: a level is done, and handed to the one above it, when its children are.
     struct Level
     {
         ZeCTransformationNodeInner* node;
@@ -172,6 +176,7 @@ void ZeCTransformationNodeInner::UpdateNodeRevisionSubtree(ZeTNodeRevision* out)
 
 void ZeCTransformationNodeInner::SerializeStructure(CbStreamWriteBinary& stream) const
 {
+    // Before the first byte is written.
     if (children_->size() > std::numeric_limits<std::uint32_t>::max()) {
         throw CbExceptionStream(CB_HERE, std::to_string(children_->size()) +
                                              " children are too many to be stored");
@@ -192,6 +197,7 @@ void ZeCTransformationNodeInner::SerializeStructure(CbStreamReadBinary& stream)
     ReadRevision(stream, modelRevision_);
     stream >> count;
     children_.Clear();
+    // No more room than the bytes that are left can pay for, whatever the count says.
     children_.Reserve(std::min<std::size_t>(count, stream.Remaining() / sizeof(CyUniqueID)));
     const auto& mapper = CbSingleton<ZeCTransformationNodeSerializationIDMapper>::GetInstance();
     for (; count != 0; --count) {

@@ -7,8 +7,9 @@
 
 /// An inner node: groups child nodes and may hold a cached merged model of its subtree.
 ///
-/// The children are edited by ZeCTransformationNodeManager only. A copy is shallow: it shares the
-/// child objects, whose father stays the node that was copied, and is good for a moment's use.
+/// - The children are edited by ZeCTransformationNodeManager only.
+/// - A copy is shallow: it shares the child objects, whose father stays the node that was copied.
+///   It is good for a moment's use.
 class TRANSFORMATIONTREE_API ZeCTransformationNodeInner final
     : public CbClonableObject<ZeCTransformationNodeInner, ZeCTransformationNode>
 {
@@ -41,7 +42,7 @@ public:
     [[nodiscard]] ConstChildIterator BeginChild() const noexcept { return children_->begin(); }
     [[nodiscard]] ChildIterator EndChild() noexcept { return children_.end(); }
     [[nodiscard]] ConstChildIterator EndChild() const noexcept { return children_->end(); }
-    /// The position of the last child, EndChild() where there is none.
+    /// The position of the last child, EndChild() if there is none.
     [[nodiscard]] ChildIterator LastChild() noexcept;
     [[nodiscard]] ConstChildIterator LastChild() const noexcept;
     /// The first position that holds this very node, else EndChild(). Cost: linear.
@@ -49,10 +50,10 @@ public:
     FindChild(const CbSmartPointer<const ZeCTransformationNode>& child) noexcept;
     [[nodiscard]] ConstChildIterator
     FindChild(const CbSmartPointer<const ZeCTransformationNode>& child) const noexcept;
-    /// The first child, null where there is none.
+    /// The first child, null if there is none.
     [[nodiscard]] CbSmartPointer<ZeCTransformationNode> FrontChild() noexcept;
     [[nodiscard]] CbSmartPointer<const ZeCTransformationNode> FrontChild() const noexcept;
-    /// The last child, null where there is none.
+    /// The last child, null if there is none.
     [[nodiscard]] CbSmartPointer<ZeCTransformationNode> BackChild() noexcept;
     [[nodiscard]] CbSmartPointer<const ZeCTransformationNode> BackChild() const noexcept;
     /// Number of children. Cost: constant.
@@ -64,7 +65,7 @@ public:
     /// @name Cached model
     /// @{
 
-    /// Stores a merged model and the subtree revision that it stands for, -1 where unknown.
+    /// Stores a merged model and the subtree revision that it stands for, -1 if unknown.
     void SetModel(CbSmartPointer<const ZeCModelQMT> model, ZeTNodeRevision revision);
     /// Drops the model; its revision becomes -1.
     void DeleteModel();
@@ -75,15 +76,16 @@ public:
 
     [[nodiscard]] bool IsLeaf() const override { return false; }
     [[nodiscard]] bool EmptyLeafs() const override;
-    /// Returns the box around the surfels of all leaves below, in the frame that @p trafo leads to
-    /// from this node's frame: around the leaves' own boxes, each mapped by its eight corners.
-    /// Empty where there is no leaf with surfels. Computed in single precision. Cost: linear in the
-    /// number of surfels.
+    /// Returns the box around the surfels of all leaves below: around the leaves' own boxes, each
+    /// mapped by its eight corners. Empty if no leaf has surfels. Computed in single precision.
+    /// @param trafo from this node's frame into that of the result
+    ///
+    /// Cost: linear in the number of surfels.
     [[nodiscard]] CyBoundingBox3D GetBoundingBox(const CbMatrix4Rd& trafo) const override;
 
-    /// Takes over transformation, description and visibility of another inner node; with
-    /// PropertiesAndModel, and the same number of children, also its cached model (shared) and the
-    /// model's revision. A leaf or null changes nothing.
+    /// Takes over transformation, description and visibility of another inner node. With
+    /// PropertiesAndModel also its cached model (shared) and the model's revision, if both have the
+    /// same number of children. A leaf or null changes nothing.
     void AssumeAttributes(const CbSmartPointer<const ZeCTransformationNode>& other,
                           EAttributesToCopy what) override;
 
@@ -116,10 +118,11 @@ public:
     [[nodiscard]] ZeNInnerNodeIterator LastInner() const override;
     [[nodiscard]] ZeNInnerNodeIterator EndInner() const override;
 
-    /// A node iterator of this node that stands on @p node, with the same transformations as a walk
-    /// would deliver; the end for null, a node not below this one, or one that its father does not
-    /// list. Cost: the number of children along the path, and a climb to the top where the node is
-    /// elsewhere.
+    /// Returns a node iterator of this node that stands on @p node, with the same transformations
+    /// as a walk would deliver. It is the end if @p node is null or not at or below this one, or if
+    /// a father on the way does not list its child.
+    ///
+    /// Cost: the number of children along the path; a climb to the top if the node is elsewhere.
     [[nodiscard]] ZeNNodeIterator Find(const CbSmartPointer<ZeCTransformationNode>& node) const;
     /// The same as a leaf iterator.
     [[nodiscard]] ZeNLeafNodeIterator

@@ -19,7 +19,7 @@ ZeCTransformationNodeLeaf::ZeCTransformationNodeLeaf() : CbClonableObject(EKind:
 ZeCTransformationNodeLeaf::ZeCTransformationNodeLeaf(CbSmartPointer<const ZeCModelQMT> model)
     : CbClonableObject(EKind::Leaf, std::move(model))
 {
-    SetVisible(true);
+    SetVisible(true); // scans are shown; what is read or copied says itself
 }
 
 ZeCTransformationNodeLeaf::ZeCTransformationNodeLeaf(const ZeCTransformationNodeLeaf& other)
@@ -70,5 +70,5 @@ void ZeCTransformationNodeLeaf::SerializeStructure(CbStreamReadBinary& stream)
     ZeCTransformationNode::SerializeStructure(stream);
     constexpr FixedPlace place = FixedPlaces::c_leafVersion;
     const auto version = stream.ReadKnownVersion(1, c_version, place.file, place.line);
-    if (version == c_version) stream >> newEntryScan_;
+    if (version == c_version) stream >> newEntryScan_; // else it keeps what it has
 }

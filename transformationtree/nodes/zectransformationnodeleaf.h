@@ -19,7 +19,7 @@ public:
     ZeCTransformationNodeLeaf(const ZeCTransformationNodeLeaf& other);
     ZeCTransformationNodeLeaf& operator=(const ZeCTransformationNodeLeaf&) = delete;
 
-    /// True where the model is a scan that started a new entry.
+    /// True if the model is a scan that started a new entry.
     [[nodiscard]] bool IsNewEntryScan() const noexcept { return newEntryScan_; }
     /// Sets the flag. No revision changes.
     void SetIsNewEntryScan(bool isNewEntryScan) noexcept { newEntryScan_ = isNewEntryScan; }

@@ -44,6 +44,7 @@ ZeCTransformationNodeSerializationIDMapper::ReadNodeAndInstantiate(CbStreamReadB
     stream >> className;
     CyUniqueID id;
     id.Serialize(stream);
+    // All is read by now: what a short stream or an unknown class throws leaves the map as it was.
     auto node = CbCreate<ZeCTransformationNode>(className);
     if (!node) throw CbException(CB_HERE, "no class of nodes: " + className.ToUtf8());
     node->setID(id);
@@ -53,6 +54,7 @@ ZeCTransformationNodeSerializationIDMapper::ReadNodeAndInstantiate(CbStreamReadB
 
 void ZeCTransformationNodeSerializationIDMapper::mapNode(const Node& node)
 {
+    // The nil id stands for null in references.
     const CyUniqueID id = node->GetID();
     if (!id.IsNil()) map(id, node);
 }

@@ -28,7 +28,7 @@ class TRANSFORMATIONTREE_API ZeCTransformationNodeSerializationIDMapper
     : public CbIDMapper<ZeCTransformationNode>
 {
 public:
-    /// As operations take and return them; null where they say so.
+    /// As operations take and return them. Null only if the operation says so.
     using Node = CbSmartPointer<ZeCTransformationNode>;
     using ConstNode = CbSmartPointer<const ZeCTransformationNode>;
 
@@ -44,7 +44,7 @@ public:
     void WriteNodeForInstantiation(CbStreamWriteBinary& stream, const ConstNode& node);
     /// Reads an announcement: makes a node of the class, gives it the id, maps it in place of one
     /// with the same id and returns it.
-    /// Throws: CbException where the class is no class of nodes, CbExceptionStream; nothing is
+    /// Throws: CbException if the class is no class of nodes, CbExceptionStream; nothing is
     /// mapped then.
     Node ReadNodeAndInstantiate(CbStreamReadBinary& stream);
 

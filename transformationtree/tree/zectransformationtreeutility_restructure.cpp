@@ -34,7 +34,7 @@ std::vector<Utility::Node> ownChildren(const ZeCTransformationNodeInner& node)
     return children;
 }
 
-// The order in which models were scanned, where leaves without model come last, then by the ids.
+// The order in which models were scanned, with leaves without model last, then by the ids.
 using ScanOrder = std::pair<std::uint64_t, CyUniqueID>;
 
 ScanOrder scanOrderOf(const ZeCTransformationNodeLeaf& leaf)
@@ -97,7 +97,7 @@ bool canMerge(const Utility::Inner& source, const Utility::Inner& target)
            !IsAtOrBelow(*target, *source);
 }
 
-// A clone of a model, or the model itself where it can't be cloned.
+// A clone of a model, or the model itself if it can't be cloned.
 Utility::Model cloneOf(const Utility::Model& model)
 {
     const auto clone = model ? model->GetRTTI().getClone() : nullptr;

@@ -44,13 +44,14 @@ ZeCTransformationNode::ZeNNodeIterator ZeCTransformationNodeInner::EndNode() con
 ZeCTransformationNode::ZeNNodeIterator ZeCTransformationNodeInner::LastNode() const
 {
     ZeNNodeIterator last = EndNode();
-    last.descendToLast();
+    last.descendToLast(); // from the root, which an empty path means
     last.atRoot_ = last.path_.IsEmpty();
     return last;
 }
 
 CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::BackNode() const
 {
+    // Straight down the right side, without a path.
     ZeCTransformationNode* last = editable(this).Get();
     while (const ZeCTransformationNodeInner* const inner = last->AsInner()) {
         const auto& children = *inner->children_;
@@ -64,6 +65,7 @@ CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::BackNode() con
 
 ZeCTransformationNode::ZeNLeafNodeIterator ZeCTransformationNodeInner::BeginLeaf() const
 {
+    // Begins on the root, at which it does not stop, so that one step finds the first leaf.
     ZeNLeafNodeIterator first(editable(this), true);
     ++first;
     return first;
@@ -108,7 +110,7 @@ ZeCTransformationNode::ZeNCachedLeafNodeIterator ZeCTransformationNodeInner::Beg
 {
     ZeNCachedLeafNodeIterator first = EndCachedLeaf();
     first.descendToFirstCached();
-    if (!first) ++first;
+    if (!first) ++first; // the descent ended at an inner node without children
     return first;
 }
 
@@ -156,6 +158,7 @@ ZeCTransformationNode::ZeNSurfelIterator ZeCTransformationNodeInner::BeginSurfel
 
 ZeCTransformationNode::ZeNRandomAccessSurfelIterator ZeCTransformationNodeInner::GetRas() const
 {
+    // Reads each leaf through operator*, which refuses singular transformations.
     ZeNRandomAccessSurfelIterator surfels;
     for (auto leaf = BeginLeaf(); leaf; ++leaf) {
         const ZeCTransformationNodeWithTrafo delivered = *leaf;
@@ -213,6 +216,7 @@ ZeCTransformationNodeInner::Find(const CbSmartPointer<ZeCTransformationNode>& no
 ZeCTransformationNode::ZeNLeafNodeIterator
 ZeCTransformationNodeInner::Find(const CbSmartPointer<ZeCTransformationNodeLeaf>& leaf) const
 {
+    // The same path, seen as that of a leaf iterator.
     ZeNLeafNodeIterator found = EndLeaf();
     ZeNNodeIterator& position = found;
     position = Find(CbSmartPointer<ZeCTransformationNode>(leaf));
@@ -223,6 +227,7 @@ bool ZeCTransformationNodeInner::EmptyLeafs() const { return !FrontLeaf(); }
 
 CyBoundingBox3D ZeCTransformationNodeInner::GetBoundingBox(const CbMatrix4Rd& trafo) const
 {
+    // Leaves give their boxes in their own frames, whatever matrix they get.
     const CbMatrix4Rf rootToResult = ToFloat(trafo);
     CyBoundingBox3D result;
     for (const auto& [leaf, leafToRoot] : Leaves()) {

@@ -25,6 +25,7 @@ CbSmartPointer<ZeCTransformationNodeInner> ZeCTransformationNodeWithTrafo::GetIn
 
 void ZeCTransformationNodeWithTrafo::SetTrafoToTraversalRoot(const CbMatrix4Rd& trafo) const
 {
+    // Only here, since most walks place nothing and an inverse costs more than a step.
     CbMatrix4Rd rootToFather = fatherTrafo_;
     CbMatrixInternal::Invert(rootToFather);
     node_->SetRelativeTrafo(Compose(trafo, rootToFather));

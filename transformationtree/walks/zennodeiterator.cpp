@@ -32,7 +32,8 @@ ZeCTransformationNodeInner& Iterator::topFather() const noexcept
 
 bool Iterator::topIsCachedLeaf() const noexcept { return topNode().isCachedLeaf(); }
 
-// Looks at the determinant once for each father on the path, not once for each child.
+// Looks at the determinant once for each father on the path, not once for each child. The mark in
+// the entry goes with the father's transformation: accumulate() clears it.
 const CbMatrix4Rd& Iterator::regularFatherTrafo() const
 {
     if (path_.GetSize() < 2) return c_matIdentityD;
@@ -145,6 +146,7 @@ bool Iterator::moveToNextSibling()
 bool Iterator::moveToPreviousSibling()
 {
     Path::Entry& top = path_.Top();
+    // Entries know the end of the list, not its beginning: only few walks go backward.
     const Child* const begin = topFather().children_->data();
     for (const Child* child = top.position; child != begin;) {
         if (!*--child) continue;
@@ -168,6 +170,16 @@ void Iterator::descendToLast()
     }
 }
 
+// A step looks at the top entry alone:
+//
+//     is there a child?    yes: push the first one         down, one entry more
+//            | no
+//     is there a sibling?  yes: move the entry on to it    across
+//            | no
+//     pop the entry, and ask its father's for a sibling    up; with no entry left, the end
+//
+// The path holds what a recursion would keep on the stack, so that no depth is too large. A step
+// back goes the other way round: to the last node at or below the sibling before, else up.
 Iterator& Iterator::operator++()
 {
     if (leafRoot_) {
@@ -221,6 +233,7 @@ bool Iterator::equals(const ZeNNodeIterator& other) const noexcept
         path_.GetSize() != other.path_.GetSize()) {
         return false;
     }
+    // From the top down, where iterators of one walk differ first.
     for (std::size_t i = path_.GetSize(); i-- > 0;) {
         const Path::Entry& a = path_[i];
         const Path::Entry& b = other.path_[i];

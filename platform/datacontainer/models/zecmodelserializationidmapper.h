@@ -16,7 +16,7 @@
 class PLATFORM_API ZeCModelSerializationIDMapper : public CbIDMapper<const ZeCModelQMT>
 {
 public:
-    /// Null where there is none.
+    /// Null if there is none.
     using Model = CbSmartPointer<const ZeCModelQMT>;
 
     /// Writes the id of a model, the nil id for null. The map stays as it is.
@@ -30,7 +30,7 @@ public:
     /// Throws: CbException for null.
     void WriteModel(CbStreamWriteBinary& stream, const Model& model);
     /// Reads what WriteModel() wrote and maps the model, in place of one with the same id.
-    /// Throws: CbException where the class is no class of models, CbExceptionStream,
+    /// Throws: CbException if the class is no class of models, CbExceptionStream,
     /// CbExceptionWrongFileVersion; nothing is mapped then.
     Model ReadModel(CbStreamReadBinary& stream);
 

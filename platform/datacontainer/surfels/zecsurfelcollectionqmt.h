@@ -24,7 +24,7 @@ public:
     {}
     /// @param count number of surfels
     /// @param fill whether they get neutral values (the origin, normal +z, grey, quality 1, tissue
-    ///     type 0, no boundary, curvature 128); where not, the caller writes every attribute of all
+    ///     type 0, no boundary, curvature 128); if not, the caller writes every attribute of all
     /// @param rayImage the application's own, may be null; stored and never read
     ZeCSurfelCollectionQMT(std::uint32_t count, bool fill, ESurfelAttributeSet attributeSet,
                            const void* rayImage);

@@ -20,7 +20,7 @@ enum class EDirection
     Backward
 };
 
-/// True where @p node is @p top or stands below it.
+/// True if @p node is @p top or stands below it.
 [[nodiscard]] inline bool IsAtOrBelow(const ZeCTransformationNode& node,
                                       const ZeCTransformationNode& top)
 {

@@ -31,6 +31,7 @@ public:
     /// Makes an unowned object by the default constructor.
     [[nodiscard]] static IObject* CreateByFactory() { return new Class; }
 
+    /// Returns the record of the class.
     [[nodiscard]] const CbRTTI& GetRTTI() const override { return Class::RTTI; }
 
 protected:

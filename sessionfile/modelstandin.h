@@ -16,7 +16,7 @@ namespace sessionfile
 
 /// Makes a model without surfels, maps it as ReadModel() of the id mapper does, and returns it: one
 /// with the id, the description and the number of a stored model, whatever its class.
-/// Returns null where that does not begin as models do.
+/// Returns null if that does not begin as models do.
 [[nodiscard]] CbSmartPointer<const ZeCModelQMT> MapStandIn(std::span<const std::uint8_t> stored);
 /// The same for a model of which only the id is known, which is not nil.
 CbSmartPointer<const ZeCModelQMT> MapStandIn(const CyUniqueID& id);

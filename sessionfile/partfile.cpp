@@ -27,11 +27,11 @@ namespace sessionfile
 struct OpenPart
 {
     explicit OpenPart(const std::filesystem::path& goal);
-    /// False where the system reports an error.
+    /// False if the system reports an error.
     bool Close() noexcept;
 
     std::filesystem::path path;
-    std::atomic<std::FILE*> file = nullptr; ///< unbuffered; null where it is not open
+    std::atomic<std::FILE*> file = nullptr; ///< unbuffered; null if it is not open
     bool isListed;                          ///< among those that a signal removes
     bool isMade = false;                    ///< it is there, unless it was removed or renamed
 };
@@ -47,7 +47,7 @@ std::error_code lastError() { return {errno, std::generic_category()}; }
 
 constexpr bool c_renamesOpenFiles = false;
 
-/// Null where there is a file, or a link, of the name.
+/// Null if there is a file, or a link, of the name.
 std::FILE* createFile(const fs::path& path) { return _wfopen(path.c_str(), L"wbxN"); }
 
 /// An open file can't be removed by others: that is lock enough.
@@ -55,7 +55,7 @@ bool hold(std::FILE* /*file*/) { return true; }
 
 bool sync(std::FILE* file) { return _commit(_fileno(file)) == 0; }
 
-/// Fails where a process has the file open.
+/// Fails if a process has the file open.
 void removeUnheld(const fs::path& path) { DeleteFileW(path.c_str()); }
 
 /// From a thread of its own, as signals come. What the file's thread writes then fails.
@@ -69,10 +69,10 @@ void removeHeld(const fs::path& path, std::FILE* file) noexcept
 
 constexpr bool c_renamesOpenFiles = true;
 
-/// Null where there is a file, or a link, of the name. Children of the process don't inherit it.
+/// Null if there is a file, or a link, of the name. Children of the process don't inherit it.
 std::FILE* createFile(const fs::path& path) { return std::fopen(path.c_str(), "wbxe"); }
 
-/// False where the file was removed in the moment before it was locked. A file system that has no
+/// False if the file was removed in the moment before it was locked. A file system that has no
 /// locks does not refuse the file: nobody can lock it then to remove it.
 bool hold(std::FILE* file)
 {
@@ -134,7 +134,7 @@ bool list(const OpenPart* part) noexcept
     });
 }
 
-/// False where a signal's handler has it.
+/// False if a signal's handler has it.
 bool unlist(const OpenPart* part) noexcept
 {
     return std::any_of(s_listed.begin(), s_listed.end(), [&](auto& place) {
@@ -163,7 +163,7 @@ void PartFile::Forget::operator()(OpenPart* part) const noexcept
 {
     part->Close();
     std::error_code ignored;
-    if (part->isMade) fs::remove(part->path, ignored); // not there where it is in its place
+    if (part->isMade) fs::remove(part->path, ignored); // not there if it is in its place
     const bool isTaken = part->isListed && !unlist(part);
     if (!isTaken) delete part; // or else the process is about to end
 }

@@ -21,7 +21,7 @@ public:
     PartFile() noexcept;
     PartFile(const PartFile&) = delete;
     PartFile& operator=(const PartFile&) = delete;
-    /// Removes the file where it is still there.
+    /// Removes the file if it is still there.
     ~PartFile();
 
     /// Removes the parts of @p goal that nobody holds, and makes a new one with the permissions of
@@ -38,7 +38,7 @@ private:
         void operator()(OpenPart* part) const noexcept;
     };
 
-    std::unique_ptr<OpenPart, Forget> part_; ///< null where nothing was created, or it was renamed
+    std::unique_ptr<OpenPart, Forget> part_; ///< null if nothing was created, or it was renamed
 };
 
 /// Removes all part files of this process. For handlers of signals that end it: async-signal-safe;

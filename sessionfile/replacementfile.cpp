@@ -14,7 +14,7 @@ ReplacementFile::ReplacementFile(const std::filesystem::path& path) : path_(path
     require(error);
     if (!goal.has_filename()) fail(std::make_error_code(std::errc::no_such_file_or_directory));
     path_ = std::move(goal);
-    // Still a link only where it leads nowhere.
+    // Still a link only if it leads nowhere.
     const auto older = std::filesystem::symlink_status(path_, error);
     if (std::filesystem::exists(older) && !std::filesystem::is_regular_file(older)) {
         const bool isFolder = std::filesystem::is_directory(older);

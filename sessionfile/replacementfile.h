@@ -13,10 +13,10 @@ namespace sessionfile
 /// A file that replaces another one as a whole, or not at all.
 ///
 /// What is written goes to a new file `<name>.<id>.part` beside the goal, which Commit() renames.
-/// Without Commit() the destructor removes that file, and the goal stays as it was. Where a process
+/// Without Commit() the destructor removes that file, and the goal stays as it was. If a process
 /// is killed the file stays, until the next one for the same goal removes it; a program's handler
 /// of a signal can do so as well, see RemovePartFiles(). An older file hands down its permissions;
-/// where the goal is a link, the file that it leads to is replaced, and
+/// if the goal is a link, the file that it leads to is replaced, and
 /// a link that leads nowhere is refused, as is whatever else is no regular file.
 class ReplacementFile : public CbStreamWriteBinary
 {

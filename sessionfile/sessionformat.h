@@ -29,7 +29,7 @@ enum class ESection : std::uint32_t
 inline constexpr std::size_t c_sectionHeaderBytes = 4 + 8 + 4;
 
 /// A shorter model is followed by zeros up to this length. A collection needs room for 64 surfels
-/// even where it holds one: this keeps the memory that a file can ask for in proportion to its
+/// even if it holds one: this keeps the memory that a file can ask for in proportion to its
 /// size.
 inline constexpr std::size_t c_smallestModel = 1024;
 

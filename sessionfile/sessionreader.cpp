@@ -89,9 +89,8 @@ Reader::~Reader()
     if (root_) return;
     // Nodes that were read may stand above themselves: then nothing but a cut would free them.
     for (const auto& node : nodes_) {
-        if (node->IsLeaf()) continue;
-        auto& inner = static_cast<ZeCTransformationNodeInner&>(*node);
-        std::fill(inner.BeginChild(), inner.EndChild(), nullptr);
+        ZeCTransformationNodeInner* const inner = node->AsInner();
+        if (inner != nullptr) std::fill(inner->BeginChild(), inner->EndChild(), nullptr);
     }
 }
 
@@ -283,11 +282,12 @@ Inner Reader::findRoot(const SessionSection& section) const
         if (root) section.Refuse("two roots, " + textOf(*root) + " and " + textOf(*node));
         root = node;
     }
-    if (!root || root->IsLeaf()) section.Refuse("no inner node is the root");
-    return CbStaticPointerCast<ZeCTransformationNodeInner>(root);
+    const Inner inner(root ? root->AsInner() : nullptr);
+    if (!inner) section.Refuse("no inner node is the root");
+    return inner;
 }
 
-/// Walks down from the root. No node is met twice, so the walk ends also where there are rings.
+/// Walks down from the root. No node is met twice, so the walk ends even if there are rings.
 void Reader::requireOneTree(const SessionSection& section, const Inner& root)
 {
     std::size_t met = 1;
@@ -305,9 +305,7 @@ void Reader::requireOneTree(const SessionSection& section, const Inner& root)
                 section.Refuse(textOf(father) + " lists " + textOf(**child) + " twice");
             }
             ++met;
-            if (!(*child)->IsLeaf()) {
-                open.push_back(static_cast<const ZeCTransformationNodeInner*>(child->Get()));
-            }
+            if (const auto* const inner = (*child)->AsInner()) open.push_back(inner);
         }
     }
     if (met != nodes_.size()) {

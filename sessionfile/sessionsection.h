@@ -43,7 +43,7 @@ public:
             rethrow(error);
         }
     }
-    /// Throws: SessionError where bytes are left.
+    /// Throws: SessionError if bytes are left.
     void RequireEnd();
 
     /// Throws a SessionError of an inconsistent session, which names section and record.

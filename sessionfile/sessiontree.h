@@ -10,10 +10,10 @@ class SessionTree final : public ZeCTransformationTree
 {
 public:
     /// Makes root and model node, the root as that of the node manager.
-    /// Throws: CbException where the node manager has a root already or no data manager.
+    /// Throws: CbException if the node manager has a root already or no data manager.
     SessionTree();
     /// Takes over a tree that was read, its root as that of the node manager. The model node is the
-    /// root's child described "Model", null where there is none.
+    /// root's child described "Model", null if there is none.
     /// Throws: as the other.
     explicit SessionTree(const Inner& root);
 

@@ -51,12 +51,12 @@ std::vector<Node> collect(const CbSmartPointer<const ZeCTransformationNodeInner>
     while (!open.empty()) {
         nodes.push_back(std::move(open.back()));
         open.pop_back();
-        if (nodes.back()->IsLeaf()) continue;
-        const auto& father = static_cast<const ZeCTransformationNodeInner&>(*nodes.back());
-        for (auto child = father.EndChild(); child != father.BeginChild();) {
+        const ZeCTransformationNodeInner* const father = nodes.back()->AsInner();
+        if (father == nullptr) continue;
+        for (auto child = father->EndChild(); child != father->BeginChild();) {
             --child;
-            if (!*child || !(*child)->IsChildOf(father)) {
-                refuse("node " + textOf(father.GetID()) + " lists a node whose father it is not");
+            if (!*child || !(*child)->IsChildOf(*father)) {
+                refuse("node " + textOf(father->GetID()) + " lists a node whose father it is not");
             }
             open.push_back(*child);
         }

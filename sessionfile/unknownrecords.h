@@ -23,7 +23,7 @@ namespace sessionfile
 ///
 /// A model is kept for the one that stands in its place in the tree, which has no surfels;
 /// attributes for the id of their node. What belongs to nodes that are not in a tree any more is
-/// left out where that is written.
+/// left out when that is written.
 class UnknownRecords
 {
 public:
@@ -41,7 +41,7 @@ public:
     /// records.
     [[nodiscard]] std::set<std::string> GetClassNames() const;
 
-    /// The class that was stored where a model stands in its place; empty for any other model.
+    /// The class that was stored if a model stands in its place; empty for any other model.
     [[nodiscard]] CString GetClassName(const ZeCModelQMT& model) const;
     /// The attributes kept for a node, in the order of the session.
     [[nodiscard]] std::vector<Attribute> GetAttributes(const CyUniqueID& node) const;
@@ -50,7 +50,7 @@ public:
     void KeepModel(const CbSmartPointer<const ZeCModelQMT>& standIn,
                    std::span<const std::uint8_t> stored);
     /// Keeps those attributes of a stored container that it passes over when it is read.
-    /// Throws: CbExceptionStream where the container ends too early.
+    /// Throws: CbExceptionStream if the container ends too early.
     void KeepAttributes(const CyUniqueID& node, std::span<const std::uint8_t> container);
 
     /// The stored model in whose place a model stands; empty for any other model.

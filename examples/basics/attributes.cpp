@@ -19,17 +19,10 @@ namespace
 {
 
 /// Who took a scan. The record makes the class known by its name, so that sessions can store it.
-class OperatorAttribute : public ZeARTTIAttribute
+class OperatorAttribute : public CbClonableObject<OperatorAttribute, ZeARTTIAttribute>
 {
 public:
     static const CbRTTI RTTI;
-
-    static IObject* CreateByFactory() { return new OperatorAttribute; }
-    static IObject* CloneByFactory(const IObject& object)
-    {
-        return new OperatorAttribute(dynamic_cast<const OperatorAttribute&>(object));
-    }
-    [[nodiscard]] const CbRTTI& GetRTTI() const override { return RTTI; }
 
     void SetName(CString name) { name_ = std::move(name); }
     [[nodiscard]] std::string GetName() const { return name_.ToUtf8(); }
@@ -64,7 +57,7 @@ const CbRTTI OperatorAttribute::RTTI(CB_TEXT("OperatorAttribute"), &CreateByFact
 std::string voxelOf(const ZeCTransformationNode& node)
 {
     const auto attribute = node.GetAllAttributes().GetAttribute<ZeCRepresentativeAttribute>();
-    if (!attribute) return "unknown"; // null where the node has none
+    if (!attribute) return "unknown"; // null if the node has none
     int x = 0, y = 0, z = 0;
     attribute->GetGridVoxel(x, y, z);
     if (x == std::numeric_limits<int>::max()) return "none";
@@ -94,7 +87,7 @@ int main()
 
     const auto twin = manager.CreateLeafNode(CbMake<ZeCModelQMT>());
     twin->CopyAttributesFrom(*leaf);
-    takenBy->SetName(CB_TEXT("Smith")); // needs a write handle where the node is below a root
+    takenBy->SetName(CB_TEXT("Smith")); // needs a write handle if the node is below a root
     std::cout << "the copy has its own: " << operatorOf(*twin) << ", the first one says "
               << operatorOf(*leaf) << " by now\n";
 

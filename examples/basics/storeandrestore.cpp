@@ -40,15 +40,13 @@ Inner makeTree()
 
 bool areAlike(const ZeCTransformationNode& a, const ZeCTransformationNode& b)
 {
-    constexpr unsigned c_bothRevisions = 3;
+    constexpr auto c_both = ZeCTransformationNode::c_allRevisions;
     auto other = b.BeginNode();
     for (const auto& [node, trafo] : a.Nodes()) {
         if (!other) return false;
         const auto twin = (*other).GetNode();
         if (node.GetID() != twin->GetID()) return false;
-        if (node.GetNodeRevision(c_bothRevisions) != twin->GetNodeRevision(c_bothRevisions)) {
-            return false;
-        }
+        if (node.GetNodeRevision(c_both) != twin->GetNodeRevision(c_both)) return false;
         ++other;
     }
     return !other;

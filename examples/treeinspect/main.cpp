@@ -23,7 +23,7 @@ namespace
 {
 
 /// The node of that id, or else the one of that description.
-/// Throws: scansession::InputError where there is none, or more than one.
+/// Throws: scansession::InputError if there is none, or more than one.
 const ZeCTransformationNode& FindNode(const ZeCTransformationNode& root, const std::string& text)
 {
     const ZeCTransformationNode* found = nullptr;

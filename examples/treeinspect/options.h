@@ -17,7 +17,7 @@ struct Options
     std::optional<std::filesystem::path> dot;
 };
 
-/// Reads the command line. Where it asks for help or version, writes that to @p help and
+/// Reads the command line. If it asks for help or version, writes that to @p help and
 /// returns none.
 /// Throws: scansession::InputError with one line of text.
 [[nodiscard]] std::optional<Options> ParseOptions(int argc, const char* const* argv,

@@ -14,9 +14,9 @@ std::vector<SubtreeNode> ListSubtree(const ZeCTransformationNode& top)
         nodes.push_back(open.back());
         open.pop_back();
         const auto [node, depth, father] = nodes.back();
-        if (node->IsLeaf()) continue;
-        const auto& inner = static_cast<const ZeCTransformationNodeInner&>(*node);
-        for (auto child = inner.EndChild(); child != inner.BeginChild();) {
+        const ZeCTransformationNodeInner* const inner = node->AsInner();
+        if (inner == nullptr) continue;
+        for (auto child = inner->EndChild(); child != inner->BeginChild();) {
             --child;
             open.push_back({child->Get(), depth + 1, place});
         }

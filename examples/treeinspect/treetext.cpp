@@ -16,7 +16,7 @@ namespace
 /// Deeper levels are told by a number: a chain's lines would grow without bound.
 constexpr std::size_t c_deepestIndent = 40;
 
-/// The model's surfels, or its class where that is unknown.
+/// The model's surfels, or its class if that is unknown.
 void PrintModel(const ZeCTransformationNode& node, const sessionfile::UnknownRecords& unknown,
                 std::ostream& out)
 {
@@ -40,8 +40,9 @@ void PrintNode(const SubtreeNode& entry, const sessionfile::UnknownRecords& unkn
         out << std::string(2 * c_deepestIndent, ' ') << "level " << depth << ": ";
     }
     out << Quoted(node->GetDescription()) << (node->IsLeaf() ? " leaf " : " inner ")
-        << node->GetID().ToString().ToUtf8() << ", revisions " << node->GetNodeRevision(1) << ' '
-        << node->GetNodeRevision(2);
+        << node->GetID().ToString().ToUtf8() << ", revisions "
+        << node->GetNodeRevision(ZeCTransformationNode::c_modelRevision) << ' '
+        << node->GetNodeRevision(ZeCTransformationNode::c_trafoRevision);
     if (node->IsLeaf() || node->GetModel()) PrintModel(*node, unknown, out);
     if (!node->IsLeaf() && node->GetModel()) out << " of revision " << node->GetModelRevision();
     out << ", pose ";

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "platform/base/cbreferencecounted.h"
+#include "platform/base/cbobject.h"
 #include "platform/base/cbrtti.h"
-#include "platform/base/iobject.h"
 
 class CbStreamReadBinary;
 class CbStreamWriteBinary;
@@ -10,17 +9,12 @@ class CbStreamWriteBinary;
 /// Base of the typed attributes that hang on nodes.
 ///
 /// A concrete class has a static record RTTI with a create function and, if it can be copied, a
-/// clone function.
-class PLATFORM_API ZeARTTIAttribute : public CbReferenceCounted, public IObject
+/// clone function; it derives through CbTypedObject or CbClonableObject, which bring these.
+class PLATFORM_API ZeARTTIAttribute : public CbObject
 {
 public:
     /// The record of this class, which is abstract.
     static const CbRTTI RTTI;
-
-    [[nodiscard]] CbReferenceCounter& getReferenceCounter() const noexcept override
-    {
-        return CbReferenceCounted::getReferenceCounter();
-    }
 
     /// Writes the version and the fields.
     virtual void Serialize(CbStreamWriteBinary& stream) const = 0;

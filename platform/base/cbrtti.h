@@ -34,10 +34,10 @@ public:
     [[nodiscard]] CreateFunction getCreate() const noexcept { return create_; }
     [[nodiscard]] CloneFunction getClone() const noexcept { return clone_; }
 
-    /// True where this is @p type or one of the records below it. Cost: linear in the depth.
+    /// True if this is @p type or one of the records below it. Cost: linear in the depth.
     [[nodiscard]] bool IsKindOf(const CbRTTI& type) const noexcept;
 
-    /// Returns the record registered under a class name, or null. Where several modules register
+    /// Returns the record registered under a class name, or null. If several modules register
     /// one name the first stays in force.
     [[nodiscard]] static const CbRTTI* Find(const CString& name);
     /// Returns the create function registered for a class name; null for an unknown or abstract

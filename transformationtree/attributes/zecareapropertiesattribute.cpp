@@ -16,10 +16,6 @@ const CbRTTI ZeCAreaPropertiesAttribute::RTTI(CB_TEXT("ZeCAreaPropertiesAttribut
 
 ZeCAreaPropertiesAttribute::~ZeCAreaPropertiesAttribute() = default;
 
-IObject* ZeCAreaPropertiesAttribute::CreateByFactory() { return new ZeCAreaPropertiesAttribute; }
-
-const CbRTTI& ZeCAreaPropertiesAttribute::GetRTTI() const { return RTTI; }
-
 ZeCAreaPropertiesAttribute::EOrientationStrategy
 ZeCAreaPropertiesAttribute::GetOrientationStrategy() const
 {

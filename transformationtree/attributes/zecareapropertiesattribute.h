@@ -2,6 +2,7 @@
 
 #include "platform/attributes/zearttiattribute.h"
 #include "platform/base/cbcriticalsection.h"
+#include "platform/base/cbtypedobject.h"
 #include "transformationtree/transformationtreeapi.h"
 
 #include <cstdint>
@@ -9,7 +10,8 @@
 /// How the area below a node is to be treated. Copies of nodes share the attribute.
 ///
 /// Threads: guards itself.
-class TRANSFORMATIONTREE_API ZeCAreaPropertiesAttribute : public ZeARTTIAttribute
+class TRANSFORMATIONTREE_API ZeCAreaPropertiesAttribute
+    : public CbTypedObject<ZeCAreaPropertiesAttribute, ZeARTTIAttribute>
 {
 public:
     /// The application's; all values are kept as they are.
@@ -24,10 +26,6 @@ public:
     ZeCAreaPropertiesAttribute() = default;
     ZeCAreaPropertiesAttribute(const ZeCAreaPropertiesAttribute&) = delete;
     ZeCAreaPropertiesAttribute& operator=(const ZeCAreaPropertiesAttribute&) = delete;
-
-    /// Makes an attribute with the default strategy.
-    static IObject* CreateByFactory();
-    [[nodiscard]] const CbRTTI& GetRTTI() const override;
 
     /// The strategy, default until it is set; not stored.
     [[nodiscard]] EOrientationStrategy GetOrientationStrategy() const;

@@ -17,24 +17,11 @@ const CbRTTI ZeCBackgroundOptimizationLoopCountAttribute::RTTI(
 
 ZeCBackgroundOptimizationLoopCountAttribute::ZeCBackgroundOptimizationLoopCountAttribute(
     const ZeCBackgroundOptimizationLoopCountAttribute& other)
-    : ZeARTTIAttribute(other), optimizationLoopCount_(other.GetOptimizationLoopCount())
+    : CbClonableObject(other), optimizationLoopCount_(other.GetOptimizationLoopCount())
 {}
 
 ZeCBackgroundOptimizationLoopCountAttribute::~ZeCBackgroundOptimizationLoopCountAttribute() =
     default;
-
-IObject* ZeCBackgroundOptimizationLoopCountAttribute::CreateByFactory()
-{
-    return new ZeCBackgroundOptimizationLoopCountAttribute;
-}
-
-IObject* ZeCBackgroundOptimizationLoopCountAttribute::CloneByFactory(const IObject& object)
-{
-    return new ZeCBackgroundOptimizationLoopCountAttribute(
-        dynamic_cast<const ZeCBackgroundOptimizationLoopCountAttribute&>(object));
-}
-
-const CbRTTI& ZeCBackgroundOptimizationLoopCountAttribute::GetRTTI() const { return RTTI; }
 
 unsigned int ZeCBackgroundOptimizationLoopCountAttribute::GetOptimizationLoopCount() const
 {

@@ -1,13 +1,15 @@
 #pragma once
 
 #include "platform/attributes/zearttiattribute.h"
+#include "platform/base/cbclonableobject.h"
 #include "platform/base/cbcriticalsection.h"
 #include "transformationtree/transformationtreeapi.h"
 
 /// How many loops of the background optimisation a node has been through. A reset keeps the count.
 ///
 /// Threads: guards itself.
-class TRANSFORMATIONTREE_API ZeCBackgroundOptimizationLoopCountAttribute : public ZeARTTIAttribute
+class TRANSFORMATIONTREE_API ZeCBackgroundOptimizationLoopCountAttribute
+    : public CbClonableObject<ZeCBackgroundOptimizationLoopCountAttribute, ZeARTTIAttribute>
 {
 public:
     /// The record of this class.
@@ -19,13 +21,6 @@ public:
         const ZeCBackgroundOptimizationLoopCountAttribute& other);
     ZeCBackgroundOptimizationLoopCountAttribute&
     operator=(const ZeCBackgroundOptimizationLoopCountAttribute&) = delete;
-
-    /// Makes an attribute with count 0.
-    static IObject* CreateByFactory();
-    /// The clone has the same count.
-    /// Throws: std::bad_cast for an object of another class.
-    static IObject* CloneByFactory(const IObject& object);
-    [[nodiscard]] const CbRTTI& GetRTTI() const override;
 
     /// The number of loops; all values are kept as they are.
     [[nodiscard]] unsigned int GetOptimizationLoopCount() const;

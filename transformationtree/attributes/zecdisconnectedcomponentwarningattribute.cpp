@@ -16,7 +16,7 @@ const CbRTTI ZeCDisconnectedComponentWarningAttribute::RTTI(
 
 ZeCDisconnectedComponentWarningAttribute::ZeCDisconnectedComponentWarningAttribute(
     const ZeCDisconnectedComponentWarningAttribute& other)
-    : ZeARTTIAttribute(other)
+    : CbClonableObject(other)
 {
     const CbCriticalSectionLock lock(other.section_);
     collection_ = other.collection_;
@@ -36,19 +36,6 @@ ZeCDisconnectedComponentWarningAttribute& ZeCDisconnectedComponentWarningAttribu
 
 ZeCDisconnectedComponentWarningAttribute::~ZeCDisconnectedComponentWarningAttribute() = default;
 
-IObject* ZeCDisconnectedComponentWarningAttribute::CreateByFactory()
-{
-    return new ZeCDisconnectedComponentWarningAttribute;
-}
-
-IObject* ZeCDisconnectedComponentWarningAttribute::CloneByFactory(const IObject& object)
-{
-    return new ZeCDisconnectedComponentWarningAttribute(
-        dynamic_cast<const ZeCDisconnectedComponentWarningAttribute&>(object));
-}
-
-const CbRTTI& ZeCDisconnectedComponentWarningAttribute::GetRTTI() const { return RTTI; }
-
 void ZeCDisconnectedComponentWarningAttribute::Serialize(CbStreamWriteBinary& stream) const
 {
     const CbCriticalSectionLock lock(section_);
@@ -62,13 +49,13 @@ void ZeCDisconnectedComponentWarningAttribute::Serialize(CbStreamReadBinary& str
     const CbCriticalSectionLock lock(section_);
     constexpr FixedPlace place = FixedPlaces::c_componentWarningVersion;
     stream.ReadKnownVersion(c_version, c_version, place.file, place.line);
-    collection = collection_;
+    collection = collection_; // stays if none was stored
     ReadSurfelCollection(stream, collection);
     collection_.Swap(collection);
 }
 
 bool ZeCDisconnectedComponentWarningAttribute::ResetAttribute()
 {
-    const CbCriticalSectionLock lock(section_);
+    const CbCriticalSectionLock lock(section_); // to come after a serialization that runs
     return true;
 }

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "platform/attributes/zearttiattribute.h"
+#include "platform/base/cbclonableobject.h"
 #include "platform/base/cbcriticalsection.h"
 #include "platform/base/cbsmartpointer.h"
 #include "platform/datatree/cysurfelcollectionbase.h"
+#include "transformationtree/nodes/zetnoderevision.h"
 #include "transformationtree/transformationtreeapi.h"
 
-#include <cstdint>
 #include <utility>
 
 /// The surfels of a node's component that is connected with nothing else, to warn about.
@@ -14,7 +15,8 @@
 /// A reset keeps the warning.
 ///
 /// Threads: serialization is guarded; collection and revision are not.
-class TRANSFORMATIONTREE_API ZeCDisconnectedComponentWarningAttribute : public ZeARTTIAttribute
+class TRANSFORMATIONTREE_API ZeCDisconnectedComponentWarningAttribute
+    : public CbClonableObject<ZeCDisconnectedComponentWarningAttribute, ZeARTTIAttribute>
 {
 public:
     /// The record of this class.
@@ -25,13 +27,6 @@ public:
     ZeCDisconnectedComponentWarningAttribute(const ZeCDisconnectedComponentWarningAttribute& other);
     ZeCDisconnectedComponentWarningAttribute&
     operator=(const ZeCDisconnectedComponentWarningAttribute& other);
-
-    /// Makes an attribute without collection.
-    static IObject* CreateByFactory();
-    /// The clone has the same revision and shares the collection.
-    /// Throws: std::bad_cast for an object of another class.
-    static IObject* CloneByFactory(const IObject& object);
-    [[nodiscard]] const CbRTTI& GetRTTI() const override;
 
     /// The surfels to warn about, or null.
     [[nodiscard]] CbSmartPointer<CySurfelCollectionBase> GetWarningSurfelCollection() const
@@ -44,18 +39,18 @@ public:
     }
 
     /// The revision that the caller computed the warning of; -1 for none.
-    [[nodiscard]] long long GetWarningComputedRevision() const noexcept
+    [[nodiscard]] ZeTNodeRevision GetWarningComputedRevision() const noexcept
     {
         return warningComputedRevision_;
     }
-    void SetWarningComputedRevision(long long revision) noexcept
+    void SetWarningComputedRevision(ZeTNodeRevision revision) noexcept
     {
         warningComputedRevision_ = revision;
     }
 
     /// Writes version 1: version and collection; the revision is not stored.
     void Serialize(CbStreamWriteBinary& stream) const override;
-    /// Reads what was written. Where no collection was stored the present one stays, one of an
+    /// Reads what was written. If no collection was stored, the present one stays. One of an
     /// unknown class reads as null.
     /// Throws: CbExceptionWrongFileVersion, CbExceptionStream and what the collection's reader
     /// throws; the attribute stays as it was.
@@ -70,5 +65,5 @@ protected:
 private:
     mutable CbCriticalSection section_;
     CbSmartPointer<CySurfelCollectionBase> collection_;
-    std::int64_t warningComputedRevision_ = -1;
+    ZeTNodeRevision warningComputedRevision_ = -1;
 };

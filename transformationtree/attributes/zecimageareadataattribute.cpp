@@ -3,6 +3,7 @@
 #include "platform/base/cbformat.h"
 #include "platform/math3d/cbmatrix4stream.h"
 #include "transformationtree/nodes/internal/fixedplaces.h"
+#include "transformationtree/nodes/internal/revisionstream.h"
 #include "transformationtree/nodes/zectransformationnodeinner.h"
 
 namespace
@@ -24,14 +25,11 @@ ZeCImageAreaDataAttribute::ZeCImageAreaDataAttribute() = default;
 
 ZeCImageAreaDataAttribute::~ZeCImageAreaDataAttribute() = default;
 
-IObject* ZeCImageAreaDataAttribute::CreateByFactory() { return new ZeCImageAreaDataAttribute; }
-
-const CbRTTI& ZeCImageAreaDataAttribute::GetRTTI() const { return RTTI; }
-
 CbMatrix4Rf ZeCImageAreaDataAttribute::GetImpressionMatrix() const noexcept
 {
     CbMatrix4Rf matrix;
     if (!fields_.isImpressionScan) return matrix;
+    // Half a turn about y: x and z of what comes out change their signs.
     for (std::size_t row = 0; row < 4; ++row) {
         matrix[row][0] = -matrix[row][0];
         matrix[row][2] = -matrix[row][2];
@@ -62,8 +60,8 @@ void ZeCImageAreaDataAttribute::InitFromAreaNode(
 {
     ResetAttribute();
     if (!areaNode) return;
-    constexpr unsigned int c_allRevisions = 0xFFFFFFFF;
-    const long long revision = areaNode->GetNodeRevisionSubtree(c_allRevisions);
+    const ZeTNodeRevision revision =
+        areaNode->GetNodeRevisionSubtree(ZeCTransformationNode::c_allRevisions);
     fields_.lastNodeRevision = revision;
     fields_.lastAreaCorrelationRevision = revision;
     fields_.lastRefAreaCorrelationRevision = revision;
@@ -97,6 +95,7 @@ void ZeCImageAreaDataAttribute::Serialize(CbStreamReadBinary& stream)
 {
     constexpr FixedPlace place = FixedPlaces::c_imageAreaDataVersion;
     const std::uint32_t version = stream.ReadAndCompareVersion(c_version, place.file, place.line);
+    // Older versions have fewer fields: the others keep their values. All come in at once.
     Fields fields = fields_;
     if (version == 0) {
         readVersion0(stream, fields);
@@ -115,8 +114,10 @@ void ZeCImageAreaDataAttribute::writeVersion0(CbStreamWriteBinary& stream, const
     WriteMatrix(stream, fields.correlationTrafo);
     stream << fields.correlationError << fields.isJawRelaxed;
     WriteMatrix(stream, fields.jawRelaxationTrafo);
-    stream << fields.isImpressionScan << fields.lastNodeRevision << fields.lastGUID
-           << fields.lastGUIDRevision;
+    stream << fields.isImpressionScan;
+    WriteRevision(stream, fields.lastNodeRevision);
+    stream << fields.lastGUID;
+    WriteRevision(stream, fields.lastGUIDRevision);
 }
 
 void ZeCImageAreaDataAttribute::readVersion0(CbStreamReadBinary& stream, Fields& fields)
@@ -127,20 +128,24 @@ void ZeCImageAreaDataAttribute::readVersion0(CbStreamReadBinary& stream, Fields&
     ReadMatrix(stream, fields.correlationTrafo);
     stream >> fields.correlationError >> fields.isJawRelaxed;
     ReadMatrix(stream, fields.jawRelaxationTrafo);
-    stream >> fields.isImpressionScan >> fields.lastNodeRevision >> fields.lastGUID >>
-        fields.lastGUIDRevision;
+    stream >> fields.isImpressionScan;
+    ReadRevision(stream, fields.lastNodeRevision);
+    stream >> fields.lastGUID;
+    ReadRevision(stream, fields.lastGUIDRevision);
 }
 
 void ZeCImageAreaDataAttribute::writeVersion1(CbStreamWriteBinary& stream, const Fields& fields)
 {
     writeVersion0(stream, fields);
-    stream << fields.lastAreaCorrelationRevision << fields.lastRefAreaCorrelationRevision;
+    WriteRevision(stream, fields.lastAreaCorrelationRevision);
+    WriteRevision(stream, fields.lastRefAreaCorrelationRevision);
 }
 
 void ZeCImageAreaDataAttribute::readVersion1(CbStreamReadBinary& stream, Fields& fields)
 {
     readVersion0(stream, fields);
-    stream >> fields.lastAreaCorrelationRevision >> fields.lastRefAreaCorrelationRevision;
+    ReadRevision(stream, fields.lastAreaCorrelationRevision);
+    ReadRevision(stream, fields.lastRefAreaCorrelationRevision);
 }
 
 void ZeCImageAreaDataAttribute::writeVersion2(CbStreamWriteBinary& stream, const Fields& fields)
@@ -160,7 +165,7 @@ void ZeCImageAreaDataAttribute::readVersion2(CbStreamReadBinary& stream, Fields&
 
 bool ZeCImageAreaDataAttribute::ResetAttribute()
 {
-    fields_ = Fields();
+    fields_ = Fields(); // not guarded, as all access to them
     const CbCriticalSectionLock lock(section_);
     numEnqueuedAreaCorrelationTasks_ = 0;
     return true;

@@ -3,11 +3,13 @@
 #include "platform/attributes/zearttiattribute.h"
 #include "platform/base/cbcriticalsection.h"
 #include "platform/base/cbsmartpointer.h"
+#include "platform/base/cbtypedobject.h"
 #include "platform/base/cstring.h"
 #include "platform/base/ctime.h"
 #include "platform/base/cyuniqueid.h"
 #include "platform/datatree/cysurfelcollectionbase.h"
 #include "platform/math3d/cbmatrix4.h"
+#include "transformationtree/nodes/zetnoderevision.h"
 #include "transformationtree/transformationtreeapi.h"
 
 #include <cstdint>
@@ -25,7 +27,8 @@ class ZeCTransformationNodeInner;
 ///
 /// Threads: the number of tasks is guarded, all else is not: who needs several values that belong
 /// together enters GetCriticalSection().
-class TRANSFORMATIONTREE_API ZeCImageAreaDataAttribute : public ZeARTTIAttribute
+class TRANSFORMATIONTREE_API ZeCImageAreaDataAttribute
+    : public CbTypedObject<ZeCImageAreaDataAttribute, ZeARTTIAttribute>
 {
 public:
     /// The application's; all values are kept as they are.
@@ -42,10 +45,6 @@ public:
     ZeCImageAreaDataAttribute(const ZeCImageAreaDataAttribute&) = delete;
     ZeCImageAreaDataAttribute& operator=(const ZeCImageAreaDataAttribute&) = delete;
 
-    /// Makes an attribute of an area that is not correlated.
-    static IObject* CreateByFactory();
-    [[nodiscard]] const CbRTTI& GetRTTI() const override;
-
     /// @name Correlation
     /// @{
 
@@ -56,7 +55,7 @@ public:
     }
     void SetCorrelationObjectID(const CString& id) { fields_.correlationObjectID = id; }
 
-    /// True where the area has been correlated with that object.
+    /// True if the area has been correlated with that object.
     [[nodiscard]] bool GetIsCorrelated() const noexcept { return fields_.isCorrelated; }
     void SetIsCorrelated(bool isCorrelated) noexcept { fields_.isCorrelated = isCorrelated; }
 
@@ -83,7 +82,7 @@ public:
         return fields_.correlationTrafo;
     }
 
-    /// The error that the correlation left, in the application's measure; the largest float where
+    /// The error that the correlation left, in the application's measure; the largest float if
     /// none was computed.
     [[nodiscard]] float GetCorrelationError() const noexcept { return fields_.correlationError; }
     void SetCorrelationError(float error) noexcept { fields_.correlationError = error; }
@@ -102,7 +101,7 @@ public:
     /// @name Jaw relaxation
     /// @{
 
-    /// True where the jaw that the area belongs to has been relaxed.
+    /// True if the jaw that the area belongs to has been relaxed.
     [[nodiscard]] bool GetIsJawRelaxed() const noexcept { return fields_.isJawRelaxed; }
     void SetIsJawRelaxed(bool isRelaxed) noexcept { fields_.isJawRelaxed = isRelaxed; }
 
@@ -118,7 +117,7 @@ public:
     }
     /// @}
 
-    /// True where the area is the scan of an impression, not of teeth.
+    /// True if the area is the scan of an impression, not of teeth.
     [[nodiscard]] bool GetIsImpressionScan() const noexcept { return fields_.isImpressionScan; }
     void SetIsImpressionScan(bool isImpression) noexcept
     {
@@ -143,28 +142,31 @@ public:
     /// @{
 
     /// The one of the area's node.
-    [[nodiscard]] long long GetLastNodeRevision() const noexcept
+    [[nodiscard]] ZeTNodeRevision GetLastNodeRevision() const noexcept
     {
         return fields_.lastNodeRevision;
     }
-    void SetLastNodeRevision(long long revision) noexcept { fields_.lastNodeRevision = revision; }
+    void SetLastNodeRevision(ZeTNodeRevision revision) noexcept
+    {
+        fields_.lastNodeRevision = revision;
+    }
 
     /// The one of the area at its last correlation.
-    [[nodiscard]] long long GetLastAreaCorrelationRevision() const noexcept
+    [[nodiscard]] ZeTNodeRevision GetLastAreaCorrelationRevision() const noexcept
     {
         return fields_.lastAreaCorrelationRevision;
     }
-    void SetLastAreaCorrelationRevision(long long revision) noexcept
+    void SetLastAreaCorrelationRevision(ZeTNodeRevision revision) noexcept
     {
         fields_.lastAreaCorrelationRevision = revision;
     }
 
     /// The one of the reference at the area's last correlation.
-    [[nodiscard]] long long GetLastRefAreaCorrelationRevision() const noexcept
+    [[nodiscard]] ZeTNodeRevision GetLastRefAreaCorrelationRevision() const noexcept
     {
         return fields_.lastRefAreaCorrelationRevision;
     }
-    void SetLastRefAreaCorrelationRevision(long long revision) noexcept
+    void SetLastRefAreaCorrelationRevision(ZeTNodeRevision revision) noexcept
     {
         fields_.lastRefAreaCorrelationRevision = revision;
     }
@@ -174,11 +176,14 @@ public:
     void SetLastGUID(const CString& guid) { fields_.lastGUID = guid; }
 
     /// The one of what the GUID names.
-    [[nodiscard]] long long GetLastGUIDRevision() const noexcept
+    [[nodiscard]] ZeTNodeRevision GetLastGUIDRevision() const noexcept
     {
         return fields_.lastGUIDRevision;
     }
-    void SetLastGUIDRevision(long long revision) noexcept { fields_.lastGUIDRevision = revision; }
+    void SetLastGUIDRevision(ZeTNodeRevision revision) noexcept
+    {
+        fields_.lastGUIDRevision = revision;
+    }
 
     /// When the application last changed the attribute; 0 for never.
     [[nodiscard]] CTime GetTimeChanged() const noexcept { return fields_.timeChanged; }
@@ -238,12 +243,12 @@ private:
         bool isImpressionScan = false;
         CbSmartPointer<CySurfelCollectionBase> animation;
         CbMatrix4Rf lastSuccessfulCorrelationTrafo;
-        std::int64_t lastNodeRevision = -1;
-        std::int64_t lastAreaCorrelationRevision = -1;
-        std::int64_t lastRefAreaCorrelationRevision = -1;
+        ZeTNodeRevision lastNodeRevision = -1;
+        ZeTNodeRevision lastAreaCorrelationRevision = -1;
+        ZeTNodeRevision lastRefAreaCorrelationRevision = -1;
         CString lastGUID;
         CTime timeChanged;
-        std::int64_t lastGUIDRevision = -1;
+        ZeTNodeRevision lastGUIDRevision = -1;
     };
 
     // Each version is the one before with something behind it.

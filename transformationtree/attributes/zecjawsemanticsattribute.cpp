@@ -3,6 +3,7 @@
 #include "platform/base/cbstreamreadbinary.h"
 #include "platform/base/cbstreamwritebinary.h"
 #include "transformationtree/nodes/internal/fixedplaces.h"
+#include "transformationtree/nodes/internal/revisionstream.h"
 
 #include <utility>
 
@@ -31,10 +32,6 @@ ZeCJawSemanticsAttribute::ZeCJawSemanticsAttribute() { ZeCJawSemanticsAttribute:
 
 ZeCJawSemanticsAttribute::~ZeCJawSemanticsAttribute() = default;
 
-IObject* ZeCJawSemanticsAttribute::CreateByFactory() { return new ZeCJawSemanticsAttribute; }
-
-const CbRTTI& ZeCJawSemanticsAttribute::GetRTTI() const { return RTTI; }
-
 void ZeCJawSemanticsAttribute::SetOcclusalDirectionBinning(const ZeCQuantizedNormalBinning& binning)
 {
     occlusalDirectionBinning_ = binning;
@@ -48,13 +45,13 @@ void ZeCJawSemanticsAttribute::SetExtraoralDirectionBinning(
     estimatesUpToDate_ = false;
 }
 
-long long ZeCJawSemanticsAttribute::GetOcclusalDirectionBinningRevision() const
+ZeTNodeRevision ZeCJawSemanticsAttribute::GetOcclusalDirectionBinningRevision() const
 {
     const CbCriticalSectionLock lock(section_);
     return occlusalDirectionBinningRevision_;
 }
 
-void ZeCJawSemanticsAttribute::SetOcclusalDirectionBinningRevision(long long revision)
+void ZeCJawSemanticsAttribute::SetOcclusalDirectionBinningRevision(ZeTNodeRevision revision)
 {
     const CbCriticalSectionLock lock(section_);
     occlusalDirectionBinningRevision_ = revision;
@@ -76,6 +73,7 @@ CbVector3f ZeCJawSemanticsAttribute::GetExtraoralDirectionEstimate() const
 
 void ZeCJawSemanticsAttribute::updateEstimates() const
 {
+    // Both, since one mark stands for both.
     if (estimatesUpToDate_) return;
     constexpr CbVector3f c_none;
     occlusalDirectionEstimate_ =
@@ -109,23 +107,24 @@ void ZeCJawSemanticsAttribute::writeVersion1(CbStreamWriteBinary& stream) const
     stream << estimatesUpToDate_.load();
     occlusalDirectionBinning_.Serialize(stream);
     extraoralDirectionBinning_.Serialize(stream);
-    stream << occlusalDirectionBinningRevision_;
+    WriteRevision(stream, occlusalDirectionBinningRevision_);
 }
 
 void ZeCJawSemanticsAttribute::readVersion1(CbStreamReadBinary& stream) CB_NO_THREAD_SAFETY_ANALYSIS
 {
+    // All is read before anything changes.
     CbVector3f occlusal;
     CbVector3f extraoral;
     bool upToDate = false;
     ZeCQuantizedNormalBinning occlusalBinning;
     ZeCQuantizedNormalBinning extraoralBinning;
-    std::int64_t revision = 0;
+    ZeTNodeRevision revision = 0;
     read(stream, occlusal);
     read(stream, extraoral);
     stream >> upToDate;
     occlusalBinning.Serialize(stream);
     extraoralBinning.Serialize(stream);
-    stream >> revision;
+    ReadRevision(stream, revision);
 
     occlusalDirectionEstimate_ = occlusal;
     extraoralDirectionEstimate_ = extraoral;

@@ -2,12 +2,13 @@
 
 #include "platform/attributes/zearttiattribute.h"
 #include "platform/base/cbcriticalsection.h"
+#include "platform/base/cbtypedobject.h"
 #include "platform/datacontainer/surfels/zecquantizednormalbinning.h"
 #include "platform/math3d/cbvector3f.h"
+#include "transformationtree/nodes/zetnoderevision.h"
 #include "transformationtree/transformationtreeapi.h"
 
 #include <atomic>
-#include <cstdint>
 
 /// In which directions the surfaces of a jaw face: histograms of the occlusal and of the extraoral
 /// directions, and an estimate of each mean direction, in the frame that the histograms were made
@@ -18,7 +19,8 @@
 ///
 /// Threads: estimates, revision and reset are guarded. Setting and reading the histograms and
 /// serialization are not.
-class TRANSFORMATIONTREE_API ZeCJawSemanticsAttribute : public ZeARTTIAttribute
+class TRANSFORMATIONTREE_API ZeCJawSemanticsAttribute
+    : public CbTypedObject<ZeCJawSemanticsAttribute, ZeARTTIAttribute>
 {
 public:
     /// The record of this class.
@@ -28,10 +30,6 @@ public:
     ZeCJawSemanticsAttribute();
     ZeCJawSemanticsAttribute(const ZeCJawSemanticsAttribute&) = delete;
     ZeCJawSemanticsAttribute& operator=(const ZeCJawSemanticsAttribute&) = delete;
-
-    /// Makes an attribute with empty histograms.
-    static IObject* CreateByFactory();
-    [[nodiscard]] const CbRTTI& GetRTTI() const override;
 
     /// The histogram of the occlusal directions.
     [[nodiscard]] const ZeCQuantizedNormalBinning& GetOcclusalDirectionBinning() const noexcept
@@ -48,14 +46,14 @@ public:
     void SetExtraoralDirectionBinning(const ZeCQuantizedNormalBinning& binning);
 
     /// The revision that the caller made the occlusal histogram of; -1 for none.
-    [[nodiscard]] long long GetOcclusalDirectionBinningRevision() const;
-    void SetOcclusalDirectionBinningRevision(long long revision);
+    [[nodiscard]] ZeTNodeRevision GetOcclusalDirectionBinningRevision() const;
+    void SetOcclusalDirectionBinningRevision(ZeTNodeRevision revision);
 
     /// Returns the mean direction of the cells with more than one normal; (0, 0, -1)
-    /// where there is no such cell or their normals cancel out.
+    /// if there is no such cell or their normals cancel out.
     [[nodiscard]] CbVector3f GetOcclusalDirectionEstimate() const;
     /// Returns the mean direction of the cells with more than one normal; (1, 0, 0)
-    /// where there is no such cell or their normals cancel out.
+    /// if there is no such cell or their normals cancel out.
     [[nodiscard]] CbVector3f GetExtraoralDirectionEstimate() const;
 
     /// Writes version 1: version, estimates as they are, whether they are up to date, histograms
@@ -82,5 +80,5 @@ private:
     mutable std::atomic<bool> estimatesUpToDate_{false}; ///< cleared without the lock
     ZeCQuantizedNormalBinning occlusalDirectionBinning_;
     ZeCQuantizedNormalBinning extraoralDirectionBinning_;
-    std::int64_t occlusalDirectionBinningRevision_ CB_GUARDED_BY(section_) = -1;
+    ZeTNodeRevision occlusalDirectionBinningRevision_ CB_GUARDED_BY(section_) = -1;
 };

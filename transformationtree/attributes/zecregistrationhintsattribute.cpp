@@ -16,7 +16,7 @@ const CbRTTI ZeCRegistrationHintsAttribute::RTTI(CB_TEXT("ZeCRegistrationHintsAt
 
 ZeCRegistrationHintsAttribute::ZeCRegistrationHintsAttribute(
     const ZeCRegistrationHintsAttribute& other)
-    : ZeARTTIAttribute(other)
+    : CbClonableObject(other)
 {
     const CbCriticalSectionLock lock(other.section_);
     collection_ = other.collection_;
@@ -41,19 +41,6 @@ ZeCRegistrationHintsAttribute& ZeCRegistrationHintsAttribute::operator=(
 }
 
 ZeCRegistrationHintsAttribute::~ZeCRegistrationHintsAttribute() = default;
-
-IObject* ZeCRegistrationHintsAttribute::CreateByFactory()
-{
-    return new ZeCRegistrationHintsAttribute;
-}
-
-IObject* ZeCRegistrationHintsAttribute::CloneByFactory(const IObject& object)
-{
-    return new ZeCRegistrationHintsAttribute(
-        dynamic_cast<const ZeCRegistrationHintsAttribute&>(object));
-}
-
-const CbRTTI& ZeCRegistrationHintsAttribute::GetRTTI() const { return RTTI; }
 
 CbSmartPointer<const CySurfelCollectionBase>
 ZeCRegistrationHintsAttribute::GetRegistrationHintSurfelCollection() const
@@ -117,8 +104,9 @@ void ZeCRegistrationHintsAttribute::Serialize(CbStreamReadBinary& stream)
     stream.ReadKnownVersion(c_version, c_version, place.file, place.line);
     std::uint32_t displayMode = 0;
     stream >> displayMode;
-    collection = collection_;
+    collection = collection_; // stays if none was stored
     ReadSurfelCollection(stream, collection);
+    // From here on nothing throws.
     displayMode_ = static_cast<ESurfelCollectionDisplayMode>(displayMode);
     collection_.Swap(collection);
 }

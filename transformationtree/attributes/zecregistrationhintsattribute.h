@@ -1,10 +1,12 @@
 #pragma once
 
 #include "platform/attributes/zearttiattribute.h"
+#include "platform/base/cbclonableobject.h"
 #include "platform/base/cbcriticalsection.h"
 #include "platform/base/cbsmartpointer.h"
 #include "platform/datatree/cysurfelcollectionbase.h"
 #include "platform/datatree/cytriangulationbase.h"
+#include "transformationtree/nodes/zetnoderevision.h"
 #include "transformationtree/transformationtreeapi.h"
 
 #include <cstdint>
@@ -15,7 +17,8 @@
 ///
 /// Threads: collection, display mode, computation status, reset and serialization are guarded;
 /// triangulations and revision are not.
-class TRANSFORMATIONTREE_API ZeCRegistrationHintsAttribute : public ZeARTTIAttribute
+class TRANSFORMATIONTREE_API ZeCRegistrationHintsAttribute
+    : public CbClonableObject<ZeCRegistrationHintsAttribute, ZeARTTIAttribute>
 {
 public:
     /// The application's; all values are kept as they are.
@@ -40,13 +43,6 @@ public:
     ZeCRegistrationHintsAttribute(const ZeCRegistrationHintsAttribute& other);
     ZeCRegistrationHintsAttribute& operator=(const ZeCRegistrationHintsAttribute& other);
 
-    /// Makes an attribute without collection and triangulations.
-    static IObject* CreateByFactory();
-    /// The clone has all that the copy constructor copies.
-    /// Throws: std::bad_cast for an object of another class.
-    static IObject* CloneByFactory(const IObject& object);
-    [[nodiscard]] const CbRTTI& GetRTTI() const override;
-
     /// The hinting surfels, or null.
     [[nodiscard]] CbSmartPointer<const CySurfelCollectionBase>
     GetRegistrationHintSurfelCollection() const;
@@ -69,18 +65,18 @@ public:
     void SetTriangulations(const Triangulations& triangulations);
 
     /// The revision that the caller computed the hints of; -1 for none.
-    [[nodiscard]] long long GetHintsComputedRevision() const noexcept
+    [[nodiscard]] ZeTNodeRevision GetHintsComputedRevision() const noexcept
     {
         return hintsComputedRevision_;
     }
-    void SetHintsComputedRevision(long long revision) noexcept
+    void SetHintsComputedRevision(ZeTNodeRevision revision) noexcept
     {
         hintsComputedRevision_ = revision;
     }
 
     /// Writes version 1: version, display mode and collection; all else is not stored.
     void Serialize(CbStreamWriteBinary& stream) const override;
-    /// Reads what was written. Where no collection was stored the present one stays, one of an
+    /// Reads what was written. If no collection was stored, the present one stays. One of an
     /// unknown class reads as null; what is not stored stays.
     /// Throws: CbExceptionWrongFileVersion, CbExceptionStream and what the collection's reader
     /// throws; the attribute stays as it was.
@@ -100,5 +96,5 @@ private:
         displayMode_ CB_GUARDED_BY(section_) = ESurfelCollectionDisplayMode::Default;
     EComputationStatus computationStatus_ CB_GUARDED_BY(section_) = EComputationStatus::Default;
     Triangulations triangulations_;
-    std::int64_t hintsComputedRevision_ = -1;
+    ZeTNodeRevision hintsComputedRevision_ = -1;
 };

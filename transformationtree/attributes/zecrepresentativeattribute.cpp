@@ -17,15 +17,6 @@ const CbRTTI ZeCRepresentativeAttribute::RTTI(CB_TEXT("ZeCRepresentativeAttribut
 
 ZeCRepresentativeAttribute::~ZeCRepresentativeAttribute() = default;
 
-IObject* ZeCRepresentativeAttribute::CreateByFactory() { return new ZeCRepresentativeAttribute; }
-
-IObject* ZeCRepresentativeAttribute::CloneByFactory(const IObject& object)
-{
-    return new ZeCRepresentativeAttribute(dynamic_cast<const ZeCRepresentativeAttribute&>(object));
-}
-
-const CbRTTI& ZeCRepresentativeAttribute::GetRTTI() const { return RTTI; }
-
 void ZeCRepresentativeAttribute::SetGridVoxel(int x, int y, int z) noexcept
 {
     x_ = x;
@@ -60,6 +51,7 @@ void ZeCRepresentativeAttribute::writeVersion1(CbStreamWriteBinary& stream) cons
 
 void ZeCRepresentativeAttribute::readVersion1(CbStreamReadBinary& stream)
 {
+    // Aside, so that a stream that ends early changes none of the three.
     std::int32_t x = 0;
     std::int32_t y = 0;
     std::int32_t z = 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/attributes/zearttiattribute.h"
+#include "platform/base/cbclonableobject.h"
 #include "transformationtree/transformationtreeapi.h"
 
 #include <cstdint>
@@ -9,7 +10,8 @@
 /// The voxel of a grid that a node represents.
 ///
 /// Threads: not locked.
-class TRANSFORMATIONTREE_API ZeCRepresentativeAttribute : public ZeARTTIAttribute
+class TRANSFORMATIONTREE_API ZeCRepresentativeAttribute
+    : public CbClonableObject<ZeCRepresentativeAttribute, ZeARTTIAttribute>
 {
 public:
     /// The record of this class.
@@ -19,13 +21,6 @@ public:
     ZeCRepresentativeAttribute() = default;
     ZeCRepresentativeAttribute(const ZeCRepresentativeAttribute&) = default;
     ZeCRepresentativeAttribute& operator=(const ZeCRepresentativeAttribute&) = default;
-
-    /// Makes an attribute that represents no voxel.
-    static IObject* CreateByFactory();
-    /// The clone has the same voxel.
-    /// Throws: std::bad_cast for an object of another class.
-    static IObject* CloneByFactory(const IObject& object);
-    [[nodiscard]] const CbRTTI& GetRTTI() const override;
 
     /// Represents the voxel with these indices; the grid is the application's.
     void SetGridVoxel(int x, int y, int z) noexcept;
@@ -40,7 +35,7 @@ public:
     /// The indices x, y and z without a version.
     void writeVersion1(CbStreamWriteBinary& stream) const;
     /// Reads what writeVersion1() wrote.
-    /// Throws: CbExceptionStream where the stream ends; the voxel stays as it was.
+    /// Throws: CbExceptionStream if the stream ends; the voxel stays as it was.
     void readVersion1(CbStreamReadBinary& stream);
 
     /// Represents no voxel any more. Returns true.

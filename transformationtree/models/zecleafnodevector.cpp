@@ -39,6 +39,7 @@ void writeElements(CbStreamWriteBinary& stream, const Elements& elements, Write 
 template<class Read>
 void readElements(CbStreamReadBinary& stream, Elements& elements, Read read)
 {
+    // Read one by one into the vector: those that came before the stream ends are kept.
     elements.clear();
     std::uint32_t count = 0;
     stream >> count;
@@ -53,13 +54,6 @@ void readElements(CbStreamReadBinary& stream, Elements& elements, Read read)
 } // namespace
 
 const CbRTTI ZeCNodeVector::RTTI(CB_TEXT("ZeCNodeVector"), &CreateByFactory, &CloneByFactory);
-
-IObject* ZeCNodeVector::CreateByFactory() { return new ZeCNodeVector; }
-
-IObject* ZeCNodeVector::CloneByFactory(const IObject& object)
-{
-    return new ZeCNodeVector(dynamic_cast<const ZeCNodeVector&>(object));
-}
 
 ZeCNodeVector::ZeCNodeVector(const CbSmartPointer<const ZeCTransformationNode>& node,
                              IteratorType type, const CbMatrix4Rd& matrix,
@@ -85,13 +79,14 @@ void ZeCNodeVector::SetInnerNode(const CbSmartPointer<const ZeCTransformationNod
                                  IteratorType type, const CbMatrix4Rd& matrix,
                                  unsigned int revisionMask)
 {
+    // Put together beside the present ones, which stay if a walk meets a singular transformation.
     Elements elements;
     const auto add = [&](const ZeCTransformationNodeWithTrafo& place) {
         elements.emplace_back(place.GetNode(), Compose(place.GetTrafo(), matrix));
         elements.back().takeRevisions(revisionMask);
     };
     if (node) {
-        switch (type) {
+        switch (type) { // other values name no nodes
         case itCachedLeaf:
             visitAll(node->BeginCachedLeaf(), add);
             break;

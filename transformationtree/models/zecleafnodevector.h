@@ -1,6 +1,7 @@
 #pragma once
 
-#include "platform/base/cbreferencecounted.h"
+#include "platform/base/cbclonableobject.h"
+#include "platform/base/cbobject.h"
 #include "platform/base/cbrtti.h"
 #include "platform/datacontainer/models/qmt_depthimage.h"
 #include "transformationtree/models/zecnodeaccelerated.h"
@@ -20,7 +21,7 @@
 /// behind a smart pointer, or anywhere else without one.
 ///
 /// Threads: a vector is one thread's; filling it needs a read handle on the top node.
-class TRANSFORMATIONTREE_API ZeCNodeVector final : public CbReferenceCounted, public IObject
+class TRANSFORMATIONTREE_API ZeCNodeVector final : public CbClonableObject<ZeCNodeVector, CbObject>
 {
 public:
     /// In the order of the walk that collected them, of adding or of reading.
@@ -34,11 +35,8 @@ public:
         itNode = 2 ///< all, the top node first
     };
 
-    /// The class's type record, and what makes its objects: unowned, by the default and by the copy
-    /// constructor. Cloning throws std::bad_cast for an object of another class.
+    /// The class's type record.
     static const CbRTTI RTTI;
-    [[nodiscard]] static IObject* CreateByFactory();
-    [[nodiscard]] static IObject* CloneByFactory(const IObject& object);
 
     /// An empty vector.
     ZeCNodeVector() = default;
@@ -49,12 +47,6 @@ public:
     ZeCNodeVector& operator=(const ZeCNodeVector&) = default;
     ~ZeCNodeVector() override;
 
-    [[nodiscard]] const CbRTTI& GetRTTI() const override { return RTTI; }
-    [[nodiscard]] CbReferenceCounter& getReferenceCounter() const noexcept override
-    {
-        return CbReferenceCounted::getReferenceCounter();
-    }
-
     /// The elements in the order of their coming.
     [[nodiscard]] const Elements& GetElements() const noexcept { return elements_; }
     /// Returns the models that are depth images, in order; those of derived classes are left out.
@@ -64,7 +56,7 @@ public:
     /// null.
     /// @param matrix from the frame of @p node into the one that the transformations lead to
     /// @param revisionMask which subtree revisions to take, by bits 0 to 2; 0 for none
-    /// Throws: CyExceptionNotInvertible where a father's transformation into the frame of @p node
+    /// Throws: CyExceptionNotInvertible if a father's transformation into the frame of @p node
     /// is singular; the vector stays as it was.
     /// Cost: for each revision a walk below each element.
     void SetInnerNode(const CbSmartPointer<const ZeCTransformationNode>& node, IteratorType type,
@@ -75,7 +67,7 @@ public:
     /// Writes the record, with nodes as ids.
     void Serialize(CbStreamWriteBinary& stream) const;
     /// Replaces the elements by those that were written. Nodes come from the mapper of their ids,
-    /// models and collections from the nodes; a node that the mapper does not know is null.
+    /// models and collections from the nodes. A node that the mapper does not know is null.
     /// Throws: CbExceptionWrongFileVersion, and the vector stays as it was; CbExceptionStream, and
     /// the elements that were read by then are kept.
     void Serialize(CbStreamReadBinary& stream);

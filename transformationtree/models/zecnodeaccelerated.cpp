@@ -1,6 +1,7 @@
 #include "transformationtree/models/zecnodeaccelerated.h"
 
 #include "platform/math3d/cbmatrix4stream.h"
+#include "transformationtree/nodes/internal/revisionstream.h"
 #include "transformationtree/nodes/zectransformationnodeserializationidmapper.h"
 
 #include <utility>
@@ -41,20 +42,22 @@ void ZeCNodeAccelerated::readNode(CbStreamReadBinary& stream)
     auto node = mapper().ReadNodeByReference(stream);
     CbMatrix4Rd trafo;
     ReadMatrix(stream, trafo);
+    // Model and collection are not stored: they come from the node, if that is known.
     *this = ZeCNodeAccelerated(std::move(node), trafo);
 }
 
 void ZeCNodeAccelerated::writeRevisions(CbStreamWriteBinary& stream) const
 {
     stream << static_cast<std::uint32_t>(revisions_.size());
-    for (const auto revision : revisions_) stream << revision;
+    for (const auto revision : revisions_) WriteRevision(stream, revision);
 }
 
 void ZeCNodeAccelerated::readRevisions(CbStreamReadBinary& stream)
 {
+    // The record says how many it has. Slots beyond them stay as they are.
     std::uint32_t count = 0;
     stream >> count;
     for (std::size_t slot = 0; slot < count && slot < revisions_.size(); ++slot) {
-        stream >> revisions_[slot];
+        ReadRevision(stream, revisions_[slot]);
     }
 }

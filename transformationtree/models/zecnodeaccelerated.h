@@ -4,10 +4,10 @@
 #include "platform/datacontainer/models/zecmodelqmt.h"
 #include "platform/math3d/cbmatrix4.h"
 #include "transformationtree/nodes/zectransformationnode.h"
+#include "transformationtree/nodes/zetnoderevision.h"
 #include "transformationtree/transformationtreeapi.h"
 
 #include <array>
-#include <cstdint>
 
 /// An element of a node vector: a node with what loops over models need at hand.
 ///
@@ -15,9 +15,9 @@
 class TRANSFORMATIONTREE_API ZeCNodeAccelerated
 {
 public:
-    /// The newest revisions of the node's subtree, one for each bit of a revision mask; -1 where it
+    /// The newest revisions of the node's subtree, one for each bit of a revision mask; -1 if it
     /// was not taken.
-    using Revisions = std::array<std::int64_t, 3>;
+    using Revisions = std::array<ZeTNodeRevision, 3>;
 
     /// An element without node.
     ZeCNodeAccelerated() = default;

@@ -49,6 +49,7 @@ Collection mergeAll(const Sources& sources)
     if (count > std::numeric_limits<std::uint32_t>::max()) {
         throw CbException(CB_HERE, std::to_string(count) + " surfels are too many to be merged");
     }
+    // Made at its full size, so that each surfel is written once.
     Collection result = makeCollection(static_cast<std::uint32_t>(count));
     std::uint32_t next = 0;
     sources.ForEach([&](const auto& surfels, const CbMatrix4Rf& transformation) {
@@ -75,6 +76,14 @@ Collection mergeOnGrid(const Sources& sources, const std::vector<CyBoundingSpher
     return result;
 }
 
+Collection merge(const Sources& sources, const std::vector<CyBoundingSphere>* spheres,
+                 float cellSize, float samplingParameter, bool halfOffset)
+{
+    // Without a grid all surfels are kept, whatever the spheres.
+    if (cellSize == 0.0F) return mergeAll(sources);
+    return mergeOnGrid(sources, spheres, cellSize, samplingParameter, halfOffset);
+}
+
 } // namespace
 
 Collection ZeCTransformationNode::ComputeSubsampling(const ZeCNodeVector& nodes, EType type,
@@ -83,9 +92,7 @@ Collection ZeCTransformationNode::ComputeSubsampling(const ZeCNodeVector& nodes,
                                                      const CbMatrix4Rf* extra)
 {
     const Sources sources{nodes, type, extra};
-    return cellSize == 0.0F
-               ? mergeAll(sources)
-               : mergeOnGrid(sources, nullptr, cellSize, samplingParameter, halfOffset);
+    return merge(sources, nullptr, cellSize, samplingParameter, halfOffset);
 }
 
 Collection ZeCTransformationNode::ComputeSubsampling(const ZeCNodeVector& nodes, EType type,
@@ -95,7 +102,5 @@ Collection ZeCTransformationNode::ComputeSubsampling(const ZeCNodeVector& nodes,
                                                      const CbMatrix4Rf* extra)
 {
     const Sources sources{nodes, type, extra};
-    return cellSize == 0.0F
-               ? mergeAll(sources)
-               : mergeOnGrid(sources, &spheres, cellSize, samplingParameter, halfOffset);
+    return merge(sources, &spheres, cellSize, samplingParameter, halfOffset);
 }

@@ -53,6 +53,7 @@ Collection sampleOneByOne(const Sampling& sampling, const std::vector<float>& sh
                 const auto samples = ZeCTransformationNode::ComputeSubsampling(
                     sampling.nodes, sampling.type, sampling.cellSize, sampling.samplingParameter,
                     true, sampling.ignored, &shift);
+                // Back from the shifted grid to where the surfels are.
                 merged->Append(*samples, shiftBy(-x, -y, -z));
             }
         }
@@ -60,10 +61,11 @@ Collection sampleOneByOne(const Sampling& sampling, const std::vector<float>& sh
     return merged;
 }
 
-// The same, faster; null where it has to be done one by one.
+// The same, faster; null if it has to be done one by one.
 Collection sampleTogether(const Sampling& sampling, const std::vector<float>& shifts)
 {
     ZeCShiftedGridSampler::Shifts all;
+    // Cells that are too small to be divided have other shifts than five.
     if (shifts.size() != all.size()) return nullptr;
     std::copy(shifts.begin(), shifts.end(), all.begin());
     ZeCShiftedGridSampler sampler(sampling.cellSize, sampling.cellSize * 0.5F,
@@ -101,5 +103,6 @@ void ZeCTransformationNodeInner::CreateModel(bool accurateCollection, float cell
         merged = ComputeSubsampling(leaves, type, cellSize, samplingParameter, false, c_ignored,
                                     nullptr);
     }
+    // Which revision the model stands for is the caller's to say, by SetModel().
     SetModel(CbMake<ZeCModelQMT>(merged, true), -1);
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+// A child is uncounted while something still holds it: its entry may be the last reference.
+
 ZeCChildList::ZeCChildList(Children children) noexcept : children_(std::move(children))
 {
     std::for_each(children_.begin(), children_.end(), count);
@@ -15,6 +17,7 @@ ZeCChildList::~ZeCChildList() { Clear(); }
 void ZeCChildList::Insert(std::size_t index, Child child)
 {
     const auto place = children_.begin() + static_cast<std::ptrdiff_t>(index);
+    // Counts what stands in the list, which is nothing if there is no room.
     count(*children_.insert(place, std::move(child)));
 }
 
@@ -53,6 +56,7 @@ void ZeCChildList::Clear() noexcept
     children_.clear();
 }
 
+// Relaxed: the count orders nothing else. Edits, which look at it, hold write handles.
 void ZeCChildList::count(const Child& child) noexcept
 {
     if (child) child->listed_.fetch_add(1, std::memory_order_relaxed);

@@ -8,6 +8,7 @@
 #include "platform/math3d/cbmatrixinternal.h"
 #include "transformationtree/nodes/internal/fixedplaces.h"
 #include "transformationtree/nodes/internal/loggedcallstack.h"
+#include "transformationtree/nodes/internal/revisionstream.h"
 #include "transformationtree/nodes/zectransformationnodeinner.h"
 #include "transformationtree/nodes/zectransformationnodeserializationidmapper.h"
 
@@ -22,14 +23,18 @@ constexpr std::uint32_t c_recordVersion = 1;
 
 constexpr const CbWChar* c_logger = CB_TEXT("Diagnostics.Registration.TransformationNode");
 
+// What masks select; their other bits mean nothing.
+constexpr unsigned int c_knownRevisions =
+    ZeCTransformationNode::c_modelRevision | ZeCTransformationNode::c_trafoRevision;
+
 // Where the counter of revisions stops.
-constexpr long long c_lastRevision = std::numeric_limits<long long>::max();
+constexpr ZeTNodeRevision c_lastRevision = std::numeric_limits<ZeTNodeRevision>::max();
 
 // The newest revision of the process.
 struct HeadRevision
 {
     CbCriticalSection section;
-    long long value CB_GUARDED_BY(section) = 0;
+    ZeTNodeRevision value CB_GUARDED_BY(section) = 0;
 };
 
 // Never destroyed: nodes of static objects may renew revisions while the process ends.
@@ -56,7 +61,7 @@ ZeCTransformationNode::ZeCTransformationNode(EKind kind) : ZeCTransformationNode
 ZeCTransformationNode::ZeCTransformationNode(EKind kind, CbSmartPointer<const ZeCModelQMT> model)
     : model_(std::move(model)), leaf_(kind == EKind::Leaf)
 {
-    NewNodeRevision(3);
+    NewNodeRevision(c_allRevisions);
     CyUniqueID id;
     id.Renew();
     setID(id);
@@ -85,6 +90,7 @@ const CyUniqueID& ZeCTransformationNode::GetInvalidID() noexcept
 
 void ZeCTransformationNode::setID(const CyUniqueID& id)
 {
+    // A label given as an id is written out only when it is asked for; of nil it would be empty.
     id.IsNil() ? SetName(id.ToString()) : SetName(id);
     id_ = id;
 }
@@ -127,7 +133,7 @@ bool ZeCTransformationNode::IsChildOf(const ZeCTransformationNodeInner& father) 
 void ZeCTransformationNode::SetRelativeTrafo(const CbMatrix4Rd& trafo)
 {
     relativeTrafo_ = trafo;
-    NewNodeRevision(2);
+    NewNodeRevision(c_trafoRevision);
 }
 
 CbMatrix4Rd ZeCTransformationNode::GetRelativeTrafo(
@@ -135,6 +141,7 @@ CbMatrix4Rd ZeCTransformationNode::GetRelativeTrafo(
 {
     if (ancestor.Get() == this) return c_matIdentityD;
     CbMatrix4Rd accumulated = relativeTrafo_;
+    // Keeps the father that it stands on: the link from below is weak.
     for (auto father = GetFather(); father && father != ancestor; father = father->GetFather()) {
         accumulated = Compose(accumulated, father->relativeTrafo_);
     }
@@ -163,7 +170,7 @@ void ZeCTransformationNode::SetRelativeTrafo(
     SetRelativeTrafo(Compose(trafo, ancestorToFather));
 }
 
-long long ZeCTransformationNode::getNextGlobalNodeRevision()
+ZeTNodeRevision ZeCTransformationNode::getNextGlobalNodeRevision()
 {
     HeadRevision& head = headRevision();
     const CbCriticalSectionLock lock(head.section);
@@ -171,16 +178,17 @@ long long ZeCTransformationNode::getNextGlobalNodeRevision()
     return head.value;
 }
 
-void ZeCTransformationNode::assertGlobalNodeHeadRevisionValid(long long revision)
+void ZeCTransformationNode::assertGlobalNodeHeadRevisionValid(ZeTNodeRevision revision)
 {
     HeadRevision& head = headRevision();
     const CbCriticalSectionLock lock(head.section);
+    // One less first, so that the sum can't overflow.
     if (head.value <= revision) head.value = std::min(revision, c_lastRevision - 1) + 1;
 }
 
 void ZeCTransformationNode::NewNodeRevision(unsigned int mask)
 {
-    if ((mask & 3) == 0) return;
+    if ((mask & c_knownRevisions) == 0) return;
     const CbCriticalSectionLock lock(nodeLock_);
     // Held across both numbers, so that they follow each other.
     const CbCriticalSectionLock headLock(headRevision().section);
@@ -189,22 +197,21 @@ void ZeCTransformationNode::NewNodeRevision(unsigned int mask)
     }
 }
 
-long long ZeCTransformationNode::GetNodeRevision(unsigned int mask) const
+ZeTNodeRevision ZeCTransformationNode::GetNodeRevision(unsigned int mask) const
 {
     const CbCriticalSectionLock lock(nodeLock_);
-    switch (mask & 3) {
-    case 0:
-        return -1;
-    case 1:
+    switch (mask & c_knownRevisions) {
+    case c_modelRevision:
         return revisions_[0];
-    case 2:
+    case c_trafoRevision:
         return revisions_[1];
-    default:
+    case c_knownRevisions:
         return std::max(revisions_[0], revisions_[1]);
     }
+    return -1;
 }
 
-void ZeCTransformationNode::SetNodeRevision(long long revision, unsigned int mask)
+void ZeCTransformationNode::SetNodeRevision(ZeTNodeRevision revision, unsigned int mask)
 {
     const CbCriticalSectionLock lock(nodeLock_);
     for (std::size_t i = 0; i < revisions_.size(); ++i) {
@@ -212,14 +219,13 @@ void ZeCTransformationNode::SetNodeRevision(long long revision, unsigned int mas
     }
 }
 
-std::array<long long, 2> ZeCTransformationNode::getRevisions() const
+auto ZeCTransformationNode::getRevisions() const -> Revisions
 {
     const CbCriticalSectionLock lock(nodeLock_);
     return revisions_;
 }
 
-std::array<long long, 2>
-ZeCTransformationNode::raiseRevisions(const std::array<long long, 2>& revisions)
+auto ZeCTransformationNode::raiseRevisions(const Revisions& revisions) -> Revisions
 {
     const CbCriticalSectionLock lock(nodeLock_);
     for (std::size_t i = 0; i < revisions_.size(); ++i) {
@@ -232,6 +238,7 @@ CbSmartPointer<const ZeCModelQMT> ZeCTransformationNode::GetModel() const { retu
 
 void ZeCTransformationNode::SerializeStructure(CbStreamWriteBinary& stream) const
 {
+    // Taken together: another thread may renew them meanwhile.
     const auto [modelRevision, trafoRevision] = getRevisions();
     stream << c_recordVersion;
     GetIDOf(GetFather().Get()).Serialize(stream);
@@ -239,16 +246,19 @@ void ZeCTransformationNode::SerializeStructure(CbStreamWriteBinary& stream) cons
     WriteMatrix(stream, relativeTrafo_);
     stream << description_;
     id_.Serialize(stream);
-    stream << std::int64_t{modelRevision} << std::int64_t{trafoRevision} << visible_;
+    WriteRevision(stream, modelRevision);
+    WriteRevision(stream, trafoRevision);
+    stream << visible_;
 }
 
 void ZeCTransformationNode::SerializeStructure(CbStreamReadBinary& stream)
 {
     constexpr FixedPlace place = FixedPlaces::c_nodeVersion;
     stream.ReadKnownVersion(c_recordVersion, c_recordVersion, place.file, place.line);
+    // Fields come in as they are read. What a stream that ends early leaves is the caller's to give
+    // up, who reads nodes that nobody else knows yet.
     const auto father = nodeMapper().ReadNodeByReference(stream);
-    setFather(father && !father->leaf_ ? CbStaticPointerCast<ZeCTransformationNodeInner>(father)
-                                       : nullptr);
+    setFather(CbSmartPointer<ZeCTransformationNodeInner>(father ? father->AsInner() : nullptr));
     model_ = modelMapper().ReadModelByReference(stream);
     ReadMatrix(stream, relativeTrafo_);
     CString description;
@@ -257,9 +267,9 @@ void ZeCTransformationNode::SerializeStructure(CbStreamReadBinary& stream)
     CyUniqueID id;
     id.Serialize(stream);
     setID(id);
-    for (const unsigned int mask : {1U, 2U}) {
-        std::int64_t revision = 0;
-        stream >> revision;
+    for (const unsigned int mask : {c_modelRevision, c_trafoRevision}) {
+        ZeTNodeRevision revision = 0;
+        ReadRevision(stream, revision);
         SetNodeRevision(revision, mask);
     }
     stream >> visible_;

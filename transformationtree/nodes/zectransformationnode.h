@@ -11,6 +11,7 @@
 #include "platform/datatree/cynode.h"
 #include "platform/math3d/cbmatrix4.h"
 #include "platform/math3d/cyboundingbox3d.h"
+#include "transformationtree/nodes/zetnoderevision.h"
 #include "transformationtree/transformationtreeapi.h"
 
 #include <array>
@@ -31,13 +32,13 @@ class ZeCTransformationNodeLeaf;
 /// father's frame, a model (a leaf's scan, or the cached merged model of an inner node), two
 /// revisions and typed attributes. Lengths are millimetres.
 ///
-/// Fathers own their children, the link to the father is weak. Nodes are created and linked by
-/// ZeCTransformationNodeManager only. A copied node is a detached twin: it has a new id and neither
-/// father nor model nor attributes.
+/// - Fathers own their children, the link to the father is weak.
+/// - Nodes are created and linked by ZeCTransformationNodeManager only.
+/// - A copied node is a detached twin: it has a new id and neither father nor model nor attributes.
 ///
-/// Threads: the two revisions have a lock of their own, and GetFather() may run while the father is
-/// destroyed. Everything else is guarded by the handles of the node manager: a read handle on the
-/// node or above it for the const functions, a write handle for the others.
+/// Threads: handles of the node manager guard a node: a read handle on it or above it for the const
+/// functions, a write handle for the others. Only revisions have a lock of their own, and
+/// GetFather() may run while the father is destroyed.
 class TRANSFORMATIONTREE_API ZeCTransformationNode : public CyNode
 {
 public:
@@ -97,7 +98,7 @@ public:
     /// Returns the father, or null for a root, a detached node or one whose father is being
     /// destroyed. Threads: any time.
     [[nodiscard]] CbSmartPointer<ZeCTransformationNodeInner> GetFather() const;
-    /// True where @p father is the father. Threads: any time. Counts no references.
+    /// True if @p father is the father. Threads: any time. Counts no references.
     [[nodiscard]] bool IsChildOf(const ZeCTransformationNodeInner& father) const noexcept;
 
     /// @name Relative transformation
@@ -108,37 +109,42 @@ public:
     /// Sets the transformation into the father's frame and renews the transformation revision.
     void SetRelativeTrafo(const CbMatrix4Rd& trafo);
 
-    /// Returns the transformation from this node's frame into that of @p ancestor: the identity for
-    /// this node itself. Null, or a node that is not above this one, gives the product of the whole
-    /// chain, the transformation of its topmost node included. Cost: one product for each level.
+    /// Returns the transformation from this node's frame into that of @p ancestor.
+    /// - For this node itself it is the identity.
+    /// - If @p ancestor is null or not above this node, it is the product of the whole chain, the
+    ///   transformation of the topmost node included.
+    ///
+    /// Cost: one product for each level.
     [[nodiscard]] CbMatrix4Rd
     GetRelativeTrafo(const CbSmartPointer<const ZeCTransformationNodeInner>& ancestor) const;
     /// Places the node so that its transformation into the frame of @p ancestor becomes @p trafo,
-    /// and renews the transformation revision. The ancestor is understood as in
-    /// GetRelativeTrafo(ancestor), asked of the father.
-    /// Throws: CbException for a node without father, CyExceptionNotInvertible where the father's
+    /// and renews the transformation revision.
+    /// @param ancestor as in GetRelativeTrafo(ancestor) of the father
+    ///
+    /// Throws: CbException for a node without father, CyExceptionNotInvertible if the father's
     /// transformation to the ancestor is singular; the node stays as it was.
     void SetRelativeTrafo(const CbMatrix4Rd& trafo,
                           const CbSmartPointer<const ZeCTransformationNodeInner>& ancestor);
     /// @}
 
     /// @name Revisions
-    /// Numbers from one counter of the process, unique and strictly increasing as they are handed
-    /// out. The counter stops at the largest number, which it repeats from then on. A mask selects
-    /// the model revision (bit 0) and the transformation revision (bit 1); other bits mean nothing.
-    /// Threads: any time.
+    /// Numbers from one counter of the process, each larger than all before it. The counter stops
+    /// at the largest number, which it repeats from then on. A mask selects the model revision (bit
+    /// 0) and the transformation revision (bit 1); other bits mean nothing. Threads: any time.
     /// @{
 
-    /// The mask with which edits of the structure renew a node.
+    /// The masks of one revision each, and that with which edits of the structure renew a node.
+    static constexpr unsigned int c_modelRevision = 1;
+    static constexpr unsigned int c_trafoRevision = 2;
     static constexpr unsigned int c_allRevisions = 0xFFFFFFFF;
 
     /// Gives each selected revision the next number, the model revision first; no other thread's
     /// number comes between the two.
     void NewNodeRevision(unsigned int mask);
-    /// Returns the larger of the selected revisions, -1 where none is selected.
-    [[nodiscard]] long long GetNodeRevision(unsigned int mask) const;
+    /// Returns the larger of the selected revisions, -1 if none is selected.
+    [[nodiscard]] ZeTNodeRevision GetNodeRevision(unsigned int mask) const;
     /// Sets the selected revisions. The counter stays as it is.
-    void SetNodeRevision(long long revision, unsigned int mask);
+    void SetNodeRevision(ZeTNodeRevision revision, unsigned int mask);
     /// @}
 
     /// @name Attributes
@@ -169,7 +175,7 @@ public:
     void CopyAttributesFrom(const ZeARTTIAttributeContainer& attributes);
     /// Writes the attribute container's record.
     void SerializeAttributes(CbStreamWriteBinary& stream) const;
-    /// Reads the attribute container's record; the attributes stay as they are where it throws.
+    /// Reads the attribute container's record; the attributes stay as they are if it throws.
     void SerializeAttributes(CbStreamReadBinary& stream);
     /// @}
 
@@ -182,8 +188,9 @@ public:
     ///     not above zero, gives a model without surfels then.
     /// @param ignored nothing
     ///
-    /// The new model answers for both types of collections; the revision it stands for is -1.
-    /// Throws: as ComputeSubsampling(), and CyExceptionNotInvertible where the accumulated
+    /// The new model answers for both types of collections. The revision it stands for is -1.
+    ///
+    /// Throws: as ComputeSubsampling(), and CyExceptionNotInvertible if the accumulated
     /// transformation of a leaf's father is singular; the cached model stays.
     /// Cost: linear; with shifted grids as many surfels as on 125 grids come out, in much less time
     /// than 125 times that for one (see ZeCShiftedGridSampler).
@@ -191,11 +198,15 @@ public:
                              bool shiftedGrids, float ignored) = 0;
     /// Returns the model: a leaf's scan, or an inner node's cached merged model; null for none.
     [[nodiscard]] virtual CbSmartPointer<const ZeCModelQMT> GetModel() const;
-    /// Returns the revision that the model stands for, -1 where that is not known.
-    [[nodiscard]] virtual long long GetModelRevision() const = 0;
+    /// Returns the revision that the model stands for, -1 if that is not known.
+    [[nodiscard]] virtual ZeTNodeRevision GetModelRevision() const = 0;
     /// True for leaves, false for inner nodes.
     [[nodiscard]] virtual bool IsLeaf() const = 0;
-    /// True where no leaf is at or below the node.
+    /// Returns this node as an inner node, null for a leaf. Include zectransformationnodeinner.h to
+    /// use it. Cost: reads the kind; no virtual call.
+    [[nodiscard]] ZeCTransformationNodeInner* AsInner() noexcept;
+    [[nodiscard]] const ZeCTransformationNodeInner* AsInner() const noexcept;
+    /// True if no leaf is at or below the node.
     [[nodiscard]] virtual bool EmptyLeafs() const = 0;
     /// Returns a box around the surfels at or below the node; which frame it is in, and what
     /// @p trafo does, differs between leaves and inner nodes.
@@ -208,11 +219,11 @@ public:
 
     /// Returns the newest of the selected revisions at or below the node, -1 for an empty mask.
     /// Cost: linear in the number of nodes.
-    [[nodiscard]] virtual long long GetNodeRevisionSubtree(unsigned int mask) const = 0;
+    [[nodiscard]] virtual ZeTNodeRevision GetNodeRevisionSubtree(unsigned int mask) const = 0;
     /// Brings the newest revisions of the subtree up to its inner nodes. @p out, two numbers,
     /// receives the node's revisions; it may be null for an inner node. Cost: linear in the number
     /// of nodes. Threads: a read handle will do, since revisions have a lock of their own.
-    virtual void UpdateNodeRevisionSubtree(long long* out) = 0;
+    virtual void UpdateNodeRevisionSubtree(ZeTNodeRevision* out) = 0;
 
     /// @name Structure record
     /// Father, children and model are stored as ids, which the two id mappers resolve. What a
@@ -220,9 +231,11 @@ public:
     /// @{
 
     /// Becomes the node that was written: id, links, model, revisions and all else but attributes.
-    /// Links are set on this side only, by each node's own record; whoever reads records checks
-    /// that they make one tree before walking or editing it. The counter of revisions stays as it
-    /// is: new revisions may be smaller than those read, so the two are not to be compared.
+    /// - Links are set on this side only, by each node's own record. Whoever reads records checks
+    ///   that they make one tree, before walking or editing it.
+    /// - The counter of revisions stays as it is. New revisions may be smaller than those read, so
+    ///   the two are not to be compared.
+    ///
     /// Throws: CbExceptionWrongFileVersion, CbExceptionStream; what was read by then is kept.
     virtual void SerializeStructure(CbStreamReadBinary& stream);
     /// Writes the record.
@@ -231,9 +244,11 @@ public:
 
     /// @name Iteration
     /// Depth-first, fathers before children. Transformations lead into the frame of this node.
+    /// Include zectransformationnodeiterators.h to walk.
+    ///
     /// Lifetime: a change in the structure of the walked subtree invalidates iterators.
-    /// Include zectransformationnodeiterators.h to walk. Throws: std::bad_alloc, for paths of more
-    /// than eight levels; the counts and the front and back accessors for any.
+    /// Throws: std::bad_alloc, for paths of more than eight levels; the counts and the front and
+    /// back accessors for any.
     /// @{
 
     /// Stands on this node.
@@ -242,11 +257,11 @@ public:
     [[nodiscard]] virtual ZeNNodeIterator LastNode() const = 0;
     /// The end of node walks.
     [[nodiscard]] virtual ZeNNodeIterator EndNode() const = 0;
-    /// Returns the last node, which is this one where nothing is below it.
+    /// Returns the last node, which is this one if nothing is below it.
     [[nodiscard]] virtual CbSmartPointer<ZeCTransformationNode> BackNode() const = 0;
-    /// Stands on the first leaf, or is the end where there is none.
+    /// Stands on the first leaf, or is the end if there is none.
     [[nodiscard]] virtual ZeNLeafNodeIterator BeginLeaf() const = 0;
-    /// Stands on the last leaf, or is the end where there is none.
+    /// Stands on the last leaf, or is the end if there is none.
     [[nodiscard]] virtual ZeNLeafNodeIterator LastLeaf() const = 0;
     /// The end of leaf walks.
     [[nodiscard]] virtual ZeNLeafNodeIterator EndLeaf() const = 0;
@@ -256,9 +271,9 @@ public:
     [[nodiscard]] virtual CbSmartPointer<ZeCTransformationNodeLeaf> BackLeaf() const = 0;
     /// Number of leaves at or below the node. Cost: linear in the number of nodes.
     [[nodiscard]] virtual unsigned long long GetNrLeafNodes() const = 0;
-    /// Stands on the first cached leaf, or is the end where there is none.
+    /// Stands on the first cached leaf, or is the end if there is none.
     [[nodiscard]] virtual ZeNCachedLeafNodeIterator BeginCachedLeaf() const = 0;
-    /// Stands on the last cached leaf, or is the end where there is none.
+    /// Stands on the last cached leaf, or is the end if there is none.
     [[nodiscard]] virtual ZeNCachedLeafNodeIterator LastCachedLeaf() const = 0;
     /// The end of cached-leaf walks.
     [[nodiscard]] virtual ZeNCachedLeafNodeIterator EndCachedLeaf() const = 0;
@@ -268,10 +283,10 @@ public:
     [[nodiscard]] virtual CbSmartPointer<ZeCTransformationNode> BackCachedLeaf() const = 0;
     /// Number of cached leaves at or below the node. Cost: linear in the number of nodes visited.
     [[nodiscard]] virtual unsigned long long GetNrCachedLeafNodes() const = 0;
-    /// Stands on the first surfel of the first leaf; false at once where that has none.
+    /// Stands on the first surfel of the first leaf; false at once if that has none.
     [[nodiscard]] virtual ZeNSurfelIterator BeginSurfel() const = 0;
     /// Numbers the surfels of all leaves.
-    /// Throws: CyExceptionNotInvertible where the accumulated transformation of a leaf's father is
+    /// Throws: CyExceptionNotInvertible if the accumulated transformation of a leaf's father is
     /// singular; std::bad_alloc for any path.
     [[nodiscard]] virtual ZeNRandomAccessSurfelIterator GetRas() const = 0;
     /// Stands on the first of as many samples as @p k goes into the number of surfels. @p k must
@@ -317,7 +332,7 @@ public:
     ///     the best quality weigh 6.5 times as much as those of the worst
     /// @param ignored nothing
     /// @param extra is applied after the elements' transformations; null for none
-    /// Throws: CbException where there are more than 2^32-1 surfels, std::bad_alloc.
+    /// Throws: CbException if there are more than 2^32-1 surfels, std::bad_alloc.
     /// Threads: needs no handle; the models of a vector do not change.
     /// Cost: linear; memory for the result, which is 22 bytes a surfel. On a grid meanwhile 70 to
     /// 150 bytes for each of many cells with surfels, 150 to 230 with @p halfOffset; without it
@@ -327,7 +342,7 @@ public:
                        float cellSize, float samplingParameter, bool halfOffset, float ignored,
                        const CbMatrix4Rf* extra);
     /// Does the same with the surfels inside at least one sphere, in the frame of the result; with
-    /// none where there are no spheres. A cell size of 0 keeps all surfels, wherever they are.
+    /// none if there are no spheres. A cell size of 0 keeps all surfels, wherever they are.
     [[nodiscard]] static CbSmartPointer<ZeCSurfelCollectionQMT>
     ComputeSubsampling(const ZeCNodeVector& nodes, ZeCModelQMT::ESurfelCollectionType type,
                        const std::vector<CyBoundingSphere>& spheres, float cellSize,
@@ -350,14 +365,16 @@ protected:
     ZeCTransformationNode(const ZeCTransformationNode& other);
     ~ZeCTransformationNode() override;
 
-    /// The model's standard collection, null where there is none.
+    /// The model's standard collection, null if there is none.
     [[nodiscard]] const ZeCSurfelCollectionQMT* borrowSurfels() const noexcept
     {
         return model_ ? model_->BorrowSurfelCollection(ZeCModelQMT::ESurfelCollectionType::Standard)
                       : nullptr;
     }
-    /// The model and the transformation revision, read together.
-    [[nodiscard]] std::array<long long, 2> getRevisions() const;
+    /// The model and the transformation revision: the one of each bit of a mask.
+    using Revisions = std::array<ZeTNodeRevision, 2>;
+    /// Both revisions, read together.
+    [[nodiscard]] Revisions getRevisions() const;
 
 private:
     friend class ZeCChildList;
@@ -367,14 +384,14 @@ private:
     friend struct TestAccess;
 
     /// The next number, the largest one again if there is none above it.
-    static long long getNextGlobalNodeRevision();
+    static ZeTNodeRevision getNextGlobalNodeRevision();
     /// Makes all numbers to come larger than a given one, as far as there are any.
-    static void assertGlobalNodeHeadRevisionValid(long long revision);
-    /// Raises each revision to the given one where that is larger; returns the results.
-    std::array<long long, 2> raiseRevisions(const std::array<long long, 2>& revisions);
+    static void assertGlobalNodeHeadRevisionValid(ZeTNodeRevision revision);
+    /// Raises each revision to the given one if that is larger; returns the results.
+    Revisions raiseRevisions(const Revisions& revisions);
 
     void setID(const CyUniqueID& id);
-    /// True where cached-leaf walks stop.
+    /// True if cached-leaf walks stop here.
     [[nodiscard]] bool isCachedLeaf() const noexcept { return leaf_ || model_; }
     /// True if another node than the father lists this one: after an exchange, or in a copy.
     [[nodiscard]] bool mayBeStale() const noexcept
@@ -393,7 +410,7 @@ private:
     CString description_; ///< written under the node lock too, so that anybody may log it
     CyUniqueID id_;
     mutable CbCriticalSection nodeLock_;
-    std::array<long long, 2> revisions_ CB_GUARDED_BY(nodeLock_); ///< model, transformation
+    Revisions revisions_ CB_GUARDED_BY(nodeLock_);
     // What walks read stands last, in front of an inner node's children: few cache lines hold it
     // all.
     CbMatrix4Rd relativeTrafo_;

@@ -2,6 +2,7 @@
 
 #include "platform/base/cbexceptionstream.h"
 #include "transformationtree/nodes/internal/fixedplaces.h"
+#include "transformationtree/nodes/internal/revisionstream.h"
 #include "transformationtree/nodes/internal/subtreewalk.h"
 #include "transformationtree/nodes/zectransformationnodeserializationidmapper.h"
 
@@ -17,25 +18,19 @@ constexpr std::uint32_t c_version = 1;
 } // namespace
 
 const CbRTTI ZeCTransformationNodeInner::RTTI(CB_TEXT("ZeCTransformationNodeInner"),
-                                              &ZeCTransformationNodeInner::CreateByFactory,
-                                              &ZeCTransformationNodeInner::CloneByFactory,
+                                              &CreateByFactory, &CloneByFactory,
                                               &ZeCTransformationNode::RTTI);
 
-IObject* ZeCTransformationNodeInner::CreateByFactory() { return new ZeCTransformationNodeInner; }
-
-IObject* ZeCTransformationNodeInner::CloneByFactory(const IObject& object)
-{
-    return new ZeCTransformationNodeInner(dynamic_cast<const ZeCTransformationNodeInner&>(object));
-}
-
-ZeCTransformationNodeInner::ZeCTransformationNodeInner() : ZeCTransformationNode(EKind::Inner) {}
+ZeCTransformationNodeInner::ZeCTransformationNodeInner() : CbClonableObject(EKind::Inner) {}
 
 ZeCTransformationNodeInner::ZeCTransformationNodeInner(const ZeCTransformationNodeInner& other)
-    : ZeCTransformationNode(other), children_(other.children_), modelRevision_(other.modelRevision_)
+    : CbClonableObject(other), children_(other.children_), modelRevision_(other.modelRevision_)
 {}
 
 ZeCTransformationNodeInner::~ZeCTransformationNodeInner() = default;
 
+// Takes the place of the destructor's recursion: a node is destroyed only when its children are
+// gone, and it loses them here, one after the other.
 void ZeCTransformationNodeInner::operator delete(ZeCTransformationNodeInner* node,
                                                  std::destroying_delete_t)
 {
@@ -53,6 +48,7 @@ void ZeCTransformationNodeInner::operator delete(ZeCTransformationNodeInner* nod
     freeing = true;
     while (dying != nullptr) {
         ZeCTransformationNodeInner* const top = dying;
+        // A child that dies by this is on top when the loop comes round.
         if (!top->children_->empty()) {
             (void)top->children_.TakeLast();
             continue;
@@ -113,7 +109,7 @@ void ZeCTransformationNodeInner::ReserveChildren(unsigned long long number)
 }
 
 void ZeCTransformationNodeInner::SetModel(CbSmartPointer<const ZeCModelQMT> model,
-                                          long long revision)
+                                          ZeTNodeRevision revision)
 {
     modelRevision_ = revision;
     model_ = std::move(model);
@@ -124,18 +120,18 @@ void ZeCTransformationNodeInner::DeleteModel() { SetModel(nullptr, -1); }
 void ZeCTransformationNodeInner::AssumeAttributes(
     const CbSmartPointer<const ZeCTransformationNode>& other, EAttributesToCopy what)
 {
-    if (!other || other->IsLeaf()) return;
+    const ZeCTransformationNodeInner* const inner = other ? other->AsInner() : nullptr;
+    if (inner == nullptr) return;
     ZeCTransformationNode::AssumeAttributes(other, what);
-    const auto& inner = static_cast<const ZeCTransformationNodeInner&>(*other);
     if (what == EAttributesToCopy::PropertiesAndModel &&
-        inner.children_->size() == children_->size()) {
-        SetModel(inner.model_, inner.modelRevision_);
+        inner->children_->size() == children_->size()) {
+        SetModel(inner->model_, inner->modelRevision_);
     }
 }
 
-long long ZeCTransformationNodeInner::GetNodeRevisionSubtree(unsigned int mask) const
+ZeTNodeRevision ZeCTransformationNodeInner::GetNodeRevisionSubtree(unsigned int mask) const
 {
-    long long newest = GetNodeRevision(mask);
+    ZeTNodeRevision newest = GetNodeRevision(mask);
     WalkBelow(*this, [&](const ZeCTransformationNode& node, const auto& /*father*/) {
         newest = std::max(newest, node.GetNodeRevision(mask));
         return EVisit::Enter;
@@ -143,13 +139,14 @@ long long ZeCTransformationNodeInner::GetNodeRevisionSubtree(unsigned int mask) 
     return newest;
 }
 
-void ZeCTransformationNodeInner::UpdateNodeRevisionSubtree(long long* out)
+void ZeCTransformationNodeInner::UpdateNodeRevisionSubtree(ZeTNodeRevision* out)
 {
+    // Post-order: a level is done, and handed to the one above it, when its children are.
     struct Level
     {
         ZeCTransformationNodeInner* node;
         std::size_t nextChild;
-        std::array<long long, 2> newest;
+        Revisions newest;
     };
     std::vector<Level> path{{this, 0, getRevisions()}};
     for (;;) {
@@ -157,12 +154,11 @@ void ZeCTransformationNodeInner::UpdateNodeRevisionSubtree(long long* out)
         if (top.nextChild < top.node->children_->size()) {
             ZeCTransformationNode* const child = (*top.node->children_)[top.nextChild++].Get();
             if (child == nullptr) continue;
-            if (!child->leaf_) {
-                auto* const inner = static_cast<ZeCTransformationNodeInner*>(child);
+            if (ZeCTransformationNodeInner* const inner = child->AsInner()) {
                 path.push_back({inner, 0, inner->getRevisions()});
                 continue;
             }
-            std::array<long long, 2> revisions{};
+            Revisions revisions{};
             child->UpdateNodeRevisionSubtree(revisions.data());
             for (std::size_t i : {0, 1}) top.newest[i] = std::max(top.newest[i], revisions[i]);
             continue;
@@ -180,13 +176,15 @@ void ZeCTransformationNodeInner::UpdateNodeRevisionSubtree(long long* out)
 
 void ZeCTransformationNodeInner::SerializeStructure(CbStreamWriteBinary& stream) const
 {
+    // Before the first byte is written.
     if (children_->size() > std::numeric_limits<std::uint32_t>::max()) {
         throw CbExceptionStream(CB_HERE, std::to_string(children_->size()) +
                                              " children are too many to be stored");
     }
     ZeCTransformationNode::SerializeStructure(stream);
-    stream << c_version << std::int64_t{modelRevision_}
-           << static_cast<std::uint32_t>(children_->size());
+    stream << c_version;
+    WriteRevision(stream, modelRevision_);
+    stream << static_cast<std::uint32_t>(children_->size());
     for (const auto& child : *children_) GetIDOf(child.Get()).Serialize(stream);
 }
 
@@ -195,12 +193,11 @@ void ZeCTransformationNodeInner::SerializeStructure(CbStreamReadBinary& stream)
     ZeCTransformationNode::SerializeStructure(stream);
     constexpr FixedPlace place = FixedPlaces::c_innerNodeVersion;
     stream.ReadKnownVersion(c_version, c_version, place.file, place.line);
-    std::int64_t modelRevision = 0;
     std::uint32_t count = 0;
-    stream >> modelRevision;
-    modelRevision_ = modelRevision;
+    ReadRevision(stream, modelRevision_);
     stream >> count;
     children_.Clear();
+    // No more room than the bytes that are left can pay for, whatever the count says.
     children_.Reserve(std::min<std::size_t>(count, stream.Remaining() / sizeof(CyUniqueID)));
     const auto& mapper = CbSingleton<ZeCTransformationNodeSerializationIDMapper>::GetInstance();
     for (; count != 0; --count) {

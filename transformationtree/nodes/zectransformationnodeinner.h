@@ -1,16 +1,17 @@
 #pragma once
 
+#include "platform/base/cbclonableobject.h"
 #include "transformationtree/nodes/zecchildlist.h"
 
 #include <new>
 
-enum class EVisit;
-
 /// An inner node: groups child nodes and may hold a cached merged model of its subtree.
 ///
-/// The children are edited by ZeCTransformationNodeManager only. A copy is shallow: it shares the
-/// child objects, whose father stays the node that was copied, and is good for a moment's use.
-class TRANSFORMATIONTREE_API ZeCTransformationNodeInner final : public ZeCTransformationNode
+/// - The children are edited by ZeCTransformationNodeManager only.
+/// - A copy is shallow: it shares the child objects, whose father stays the node that was copied.
+///   It is good for a moment's use.
+class TRANSFORMATIONTREE_API ZeCTransformationNodeInner final
+    : public CbClonableObject<ZeCTransformationNodeInner, ZeCTransformationNode>
 {
 public:
     /// The children in their order, and positions among them.
@@ -18,11 +19,8 @@ public:
     using ChildIterator = Children::iterator;
     using ConstChildIterator = Children::const_iterator;
 
-    /// The class's type record, and what makes its objects: unowned, by the default and by the copy
-    /// constructor. Cloning throws std::bad_cast for an object of another class.
+    /// The class's type record.
     static const CbRTTI RTTI;
-    [[nodiscard]] static IObject* CreateByFactory();
-    [[nodiscard]] static IObject* CloneByFactory(const IObject& object);
 
     /// An invisible node without children and without model.
     ZeCTransformationNodeInner();
@@ -34,8 +32,6 @@ public:
     /// chains of any depth can go.
     static void operator delete(ZeCTransformationNodeInner* node, std::destroying_delete_t);
 
-    [[nodiscard]] const CbRTTI& GetRTTI() const override { return RTTI; }
-
     /// @name Children, in order
     /// Nobody but the node manager assigns entries; a reader that gives up what it has read may set
     /// them to null. Lifetime: an edit of the children invalidates the iterators.
@@ -46,7 +42,7 @@ public:
     [[nodiscard]] ConstChildIterator BeginChild() const noexcept { return children_->begin(); }
     [[nodiscard]] ChildIterator EndChild() noexcept { return children_.end(); }
     [[nodiscard]] ConstChildIterator EndChild() const noexcept { return children_->end(); }
-    /// The position of the last child, EndChild() where there is none.
+    /// The position of the last child, EndChild() if there is none.
     [[nodiscard]] ChildIterator LastChild() noexcept;
     [[nodiscard]] ConstChildIterator LastChild() const noexcept;
     /// The first position that holds this very node, else EndChild(). Cost: linear.
@@ -54,10 +50,10 @@ public:
     FindChild(const CbSmartPointer<const ZeCTransformationNode>& child) noexcept;
     [[nodiscard]] ConstChildIterator
     FindChild(const CbSmartPointer<const ZeCTransformationNode>& child) const noexcept;
-    /// The first child, null where there is none.
+    /// The first child, null if there is none.
     [[nodiscard]] CbSmartPointer<ZeCTransformationNode> FrontChild() noexcept;
     [[nodiscard]] CbSmartPointer<const ZeCTransformationNode> FrontChild() const noexcept;
-    /// The last child, null where there is none.
+    /// The last child, null if there is none.
     [[nodiscard]] CbSmartPointer<ZeCTransformationNode> BackChild() noexcept;
     [[nodiscard]] CbSmartPointer<const ZeCTransformationNode> BackChild() const noexcept;
     /// Number of children. Cost: constant.
@@ -69,31 +65,32 @@ public:
     /// @name Cached model
     /// @{
 
-    /// Stores a merged model and the subtree revision that it stands for, -1 where unknown.
-    void SetModel(CbSmartPointer<const ZeCModelQMT> model, long long revision);
+    /// Stores a merged model and the subtree revision that it stands for, -1 if unknown.
+    void SetModel(CbSmartPointer<const ZeCModelQMT> model, ZeTNodeRevision revision);
     /// Drops the model; its revision becomes -1.
     void DeleteModel();
     void CreateModel(bool accurateCollection, float cellSize, float samplingParameter,
                      bool shiftedGrids, float ignored) override;
-    [[nodiscard]] long long GetModelRevision() const override { return modelRevision_; }
+    [[nodiscard]] ZeTNodeRevision GetModelRevision() const override { return modelRevision_; }
     /// @}
 
     [[nodiscard]] bool IsLeaf() const override { return false; }
     [[nodiscard]] bool EmptyLeafs() const override;
-    /// Returns the box around the surfels of all leaves below, in the frame that @p trafo leads to
-    /// from this node's frame: around the leaves' own boxes, each mapped by its eight corners.
-    /// Empty where there is no leaf with surfels. Computed in single precision. Cost: linear in the
-    /// number of surfels.
+    /// Returns the box around the surfels of all leaves below: around the leaves' own boxes, each
+    /// mapped by its eight corners. Empty if no leaf has surfels. Computed in single precision.
+    /// @param trafo from this node's frame into that of the result
+    ///
+    /// Cost: linear in the number of surfels.
     [[nodiscard]] CyBoundingBox3D GetBoundingBox(const CbMatrix4Rd& trafo) const override;
 
-    /// Takes over transformation, description and visibility of another inner node; with
-    /// PropertiesAndModel, and the same number of children, also its cached model (shared) and the
-    /// model's revision. A leaf or null changes nothing.
+    /// Takes over transformation, description and visibility of another inner node. With
+    /// PropertiesAndModel also its cached model (shared) and the model's revision, if both have the
+    /// same number of children. A leaf or null changes nothing.
     void AssumeAttributes(const CbSmartPointer<const ZeCTransformationNode>& other,
                           EAttributesToCopy what) override;
 
-    [[nodiscard]] long long GetNodeRevisionSubtree(unsigned int mask) const override;
-    void UpdateNodeRevisionSubtree(long long* out) override;
+    [[nodiscard]] ZeTNodeRevision GetNodeRevisionSubtree(unsigned int mask) const override;
+    void UpdateNodeRevisionSubtree(ZeTNodeRevision* out) override;
 
     void SerializeStructure(CbStreamReadBinary& stream) override;
     void SerializeStructure(CbStreamWriteBinary& stream) const override;
@@ -121,10 +118,11 @@ public:
     [[nodiscard]] ZeNInnerNodeIterator LastInner() const override;
     [[nodiscard]] ZeNInnerNodeIterator EndInner() const override;
 
-    /// A node iterator of this node that stands on @p node, with the same transformations as a walk
-    /// would deliver; the end for null, a node not below this one, or one that its father does not
-    /// list. Cost: the number of children along the path, and a climb to the top where the node is
-    /// elsewhere.
+    /// Returns a node iterator of this node that stands on @p node, with the same transformations
+    /// as a walk would deliver. It is the end if @p node is null or not at or below this one, or if
+    /// a father on the way does not list its child.
+    ///
+    /// Cost: the number of children along the path; a climb to the top if the node is elsewhere.
     [[nodiscard]] ZeNNodeIterator Find(const CbSmartPointer<ZeCTransformationNode>& node) const;
     /// The same as a leaf iterator.
     [[nodiscard]] ZeNLeafNodeIterator
@@ -138,11 +136,17 @@ private:
     friend class ZeCTransformationNodeAccess;
     friend struct TestAccess;
 
-    /// A visitor of walks that end at the first cached leaf.
-    static EVisit stopAtCachedLeaf(const ZeCTransformationNode& node,
-                                   const ZeCTransformationNodeInner& father);
-
     ZeCChildList children_;
-    long long modelRevision_ = -1;                    ///< subtree revision of the cached model
+    ZeTNodeRevision modelRevision_ = -1;              ///< subtree revision of the cached model
     ZeCTransformationNodeInner* nextDying_ = nullptr; ///< see operator delete
 };
+
+inline ZeCTransformationNodeInner* ZeCTransformationNode::AsInner() noexcept
+{
+    return leaf_ ? nullptr : static_cast<ZeCTransformationNodeInner*>(this);
+}
+
+inline const ZeCTransformationNodeInner* ZeCTransformationNode::AsInner() const noexcept
+{
+    return leaf_ ? nullptr : static_cast<const ZeCTransformationNodeInner*>(this);
+}

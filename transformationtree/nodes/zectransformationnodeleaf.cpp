@@ -11,28 +11,19 @@ constexpr std::uint32_t c_version = 2; // 1 had no flag
 
 } // namespace
 
-const CbRTTI ZeCTransformationNodeLeaf::RTTI(CB_TEXT("ZeCTransformationNodeLeaf"),
-                                             &ZeCTransformationNodeLeaf::CreateByFactory,
-                                             &ZeCTransformationNodeLeaf::CloneByFactory,
-                                             &ZeCTransformationNode::RTTI);
+const CbRTTI ZeCTransformationNodeLeaf::RTTI(CB_TEXT("ZeCTransformationNodeLeaf"), &CreateByFactory,
+                                             &CloneByFactory, &ZeCTransformationNode::RTTI);
 
-IObject* ZeCTransformationNodeLeaf::CreateByFactory() { return new ZeCTransformationNodeLeaf; }
-
-IObject* ZeCTransformationNodeLeaf::CloneByFactory(const IObject& object)
-{
-    return new ZeCTransformationNodeLeaf(dynamic_cast<const ZeCTransformationNodeLeaf&>(object));
-}
-
-ZeCTransformationNodeLeaf::ZeCTransformationNodeLeaf() : ZeCTransformationNode(EKind::Leaf) {}
+ZeCTransformationNodeLeaf::ZeCTransformationNodeLeaf() : CbClonableObject(EKind::Leaf) {}
 
 ZeCTransformationNodeLeaf::ZeCTransformationNodeLeaf(CbSmartPointer<const ZeCModelQMT> model)
-    : ZeCTransformationNode(EKind::Leaf, std::move(model))
+    : CbClonableObject(EKind::Leaf, std::move(model))
 {
-    SetVisible(true);
+    SetVisible(true); // scans are shown; what is read or copied says itself
 }
 
 ZeCTransformationNodeLeaf::ZeCTransformationNodeLeaf(const ZeCTransformationNodeLeaf& other)
-    : ZeCTransformationNode(other), newEntryScan_(other.newEntryScan_)
+    : CbClonableObject(other), newEntryScan_(other.newEntryScan_)
 {}
 
 ZeCTransformationNodeLeaf::~ZeCTransformationNodeLeaf() = default;
@@ -55,12 +46,12 @@ void ZeCTransformationNodeLeaf::AssumeAttributesIncrementVersion(
     AssumeAttributes(other, EAttributesToCopy::PropertiesAndModel);
 }
 
-long long ZeCTransformationNodeLeaf::GetNodeRevisionSubtree(unsigned int mask) const
+ZeTNodeRevision ZeCTransformationNodeLeaf::GetNodeRevisionSubtree(unsigned int mask) const
 {
     return GetNodeRevision(mask);
 }
 
-void ZeCTransformationNodeLeaf::UpdateNodeRevisionSubtree(long long* out)
+void ZeCTransformationNodeLeaf::UpdateNodeRevisionSubtree(ZeTNodeRevision* out)
 {
     const auto revisions = getRevisions();
     out[0] = revisions[0];
@@ -79,5 +70,5 @@ void ZeCTransformationNodeLeaf::SerializeStructure(CbStreamReadBinary& stream)
     ZeCTransformationNode::SerializeStructure(stream);
     constexpr FixedPlace place = FixedPlaces::c_leafVersion;
     const auto version = stream.ReadKnownVersion(1, c_version, place.file, place.line);
-    if (version == c_version) stream >> newEntryScan_;
+    if (version == c_version) stream >> newEntryScan_; // else it keeps what it has
 }

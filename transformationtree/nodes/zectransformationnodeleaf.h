@@ -1,16 +1,15 @@
 #pragma once
 
+#include "platform/base/cbclonableobject.h"
 #include "transformationtree/nodes/zectransformationnode.h"
 
 /// A leaf: holds one scanned model and has no children.
-class TRANSFORMATIONTREE_API ZeCTransformationNodeLeaf final : public ZeCTransformationNode
+class TRANSFORMATIONTREE_API ZeCTransformationNodeLeaf final
+    : public CbClonableObject<ZeCTransformationNodeLeaf, ZeCTransformationNode>
 {
 public:
-    /// The class's type record, and what makes its objects: unowned, by the default and by the copy
-    /// constructor. Cloning throws std::bad_cast for an object of another class.
+    /// The class's type record.
     static const CbRTTI RTTI;
-    [[nodiscard]] static IObject* CreateByFactory();
-    [[nodiscard]] static IObject* CloneByFactory(const IObject& object);
 
     /// An invisible leaf without model.
     ZeCTransformationNodeLeaf();
@@ -20,9 +19,7 @@ public:
     ZeCTransformationNodeLeaf(const ZeCTransformationNodeLeaf& other);
     ZeCTransformationNodeLeaf& operator=(const ZeCTransformationNodeLeaf&) = delete;
 
-    [[nodiscard]] const CbRTTI& GetRTTI() const override { return RTTI; }
-
-    /// True where the model is a scan that started a new entry.
+    /// True if the model is a scan that started a new entry.
     [[nodiscard]] bool IsNewEntryScan() const noexcept { return newEntryScan_; }
     /// Sets the flag. No revision changes.
     void SetIsNewEntryScan(bool isNewEntryScan) noexcept { newEntryScan_ = isNewEntryScan; }
@@ -30,7 +27,10 @@ public:
     /// Does nothing: a leaf's model is given, not built.
     void CreateModel(bool, float, float, bool, float) override {}
     /// Returns the node's own model revision.
-    [[nodiscard]] long long GetModelRevision() const override { return GetNodeRevision(1); }
+    [[nodiscard]] ZeTNodeRevision GetModelRevision() const override
+    {
+        return GetNodeRevision(c_modelRevision);
+    }
     [[nodiscard]] bool IsLeaf() const override { return true; }
     /// Always false: a leaf counts even without a model.
     [[nodiscard]] bool EmptyLeafs() const override { return false; }
@@ -45,9 +45,9 @@ public:
     /// AssumeAttributes() and nothing more: whoever needs a new revision calls NewNodeRevision().
     void AssumeAttributesIncrementVersion(const CbSmartPointer<const ZeCTransformationNode>& other);
 
-    [[nodiscard]] long long GetNodeRevisionSubtree(unsigned int mask) const override;
+    [[nodiscard]] ZeTNodeRevision GetNodeRevisionSubtree(unsigned int mask) const override;
     /// Writes the two revisions to @p out, which must not be null, and changes nothing.
-    void UpdateNodeRevisionSubtree(long long* out) override;
+    void UpdateNodeRevisionSubtree(ZeTNodeRevision* out) override;
 
     void SerializeStructure(CbStreamReadBinary& stream) override;
     void SerializeStructure(CbStreamWriteBinary& stream) const override;

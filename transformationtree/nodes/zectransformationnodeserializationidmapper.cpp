@@ -18,16 +18,13 @@ void ZeCTransformationNodeSerializationIDMapper::WriteNodeByReference(CbStreamWr
 ZeCTransformationNodeSerializationIDMapper::Node
 ZeCTransformationNodeSerializationIDMapper::ReadNodeByReference(CbStreamReadBinary& stream) const
 {
-    CyUniqueID id;
-    id.Serialize(stream);
-    return GetNode(id);
+    return readReference(stream);
 }
 
 ZeCTransformationNodeSerializationIDMapper::Node
 ZeCTransformationNodeSerializationIDMapper::GetNode(const CyUniqueID& id) const
 {
-    const Node* const node = nodes_.Find(id);
-    return node != nullptr ? *node : nullptr;
+    return find(id);
 }
 
 void ZeCTransformationNodeSerializationIDMapper::WriteNodeForInstantiation(
@@ -36,7 +33,8 @@ void ZeCTransformationNodeSerializationIDMapper::WriteNodeForInstantiation(
     if (!node) throw CbException(CB_HERE, "there is no node to announce");
     stream << node->GetRTTI().GetName();
     node->GetID().Serialize(stream);
-    map(Node(const_cast<ZeCTransformationNode*>(node.Get()))); // nodes are resolved to be edited
+    mapNode(
+        Node(const_cast<ZeCTransformationNode*>(node.Get()))); // nodes are resolved to be edited
 }
 
 ZeCTransformationNodeSerializationIDMapper::Node
@@ -46,29 +44,17 @@ ZeCTransformationNodeSerializationIDMapper::ReadNodeAndInstantiate(CbStreamReadB
     stream >> className;
     CyUniqueID id;
     id.Serialize(stream);
+    // All is read by now: what a short stream or an unknown class throws leaves the map as it was.
     auto node = CbCreate<ZeCTransformationNode>(className);
     if (!node) throw CbException(CB_HERE, "no class of nodes: " + className.ToUtf8());
     node->setID(id);
-    map(node);
+    mapNode(node);
     return node;
 }
 
-void ZeCTransformationNodeSerializationIDMapper::map(const Node& node)
+void ZeCTransformationNodeSerializationIDMapper::mapNode(const Node& node)
 {
+    // The nil id stands for null in references.
     const CyUniqueID id = node->GetID();
-    if (!id.IsNil()) nodes_.Set(id, node);
-}
-
-void ZeCTransformationNodeSerializationIDMapper::ListMappedModelIDs(CbArray<CyUniqueID>& ids) const
-{
-    const CbCriticalSectionLock lock(section_);
-    ids.Reserve(ids.GetCount() + nodes_.GetCount());
-    for (const auto& [id, node] : nodes_) ids.Append(id);
-}
-
-void ZeCTransformationNodeSerializationIDMapper::ClearMapping()
-{
-    decltype(nodes_) cleared; // goes after the section is left
-    const CbCriticalSectionLock lock(section_);
-    nodes_.Swap(cleared);
+    if (!id.IsNil()) map(id, node);
 }

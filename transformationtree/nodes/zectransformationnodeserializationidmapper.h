@@ -1,9 +1,6 @@
 #pragma once
 
-#include "platform/base/cbarray.h"
-#include "platform/base/cbcriticalsection.h"
-#include "platform/base/cbhashkey.h"
-#include "platform/base/cbmap.h"
+#include "platform/base/cbidmapper.h"
 #include "platform/base/cbsingleton.h"
 #include "platform/base/cbstreamreadbinary.h"
 #include "platform/base/cbstreamwritebinary.h"
@@ -26,19 +23,14 @@
 /// for (const auto& [node, trafo] : root->Nodes()) node.SerializeStructure(stream);
 /// @endcode
 ///
-/// Threads: ListMappedModelIDs() and ClearMapping() lock, the others do not: streams are written
-/// and read on one thread at a time.
+/// ListMappedModelIDs() lists ids of nodes. Threads: as of CbIDMapper.
 class TRANSFORMATIONTREE_API ZeCTransformationNodeSerializationIDMapper
+    : public CbIDMapper<ZeCTransformationNode>
 {
 public:
-    /// As operations take and return them; null where they say so.
+    /// As operations take and return them. Null only if the operation says so.
     using Node = CbSmartPointer<ZeCTransformationNode>;
     using ConstNode = CbSmartPointer<const ZeCTransformationNode>;
-
-    ZeCTransformationNodeSerializationIDMapper(const ZeCTransformationNodeSerializationIDMapper&) =
-        delete;
-    ZeCTransformationNodeSerializationIDMapper&
-    operator=(const ZeCTransformationNodeSerializationIDMapper&) = delete;
 
     /// Writes the id of a node, the nil id for null. The map stays as it is.
     void WriteNodeByReference(CbStreamWriteBinary& stream, const ConstNode& node) const;
@@ -52,14 +44,9 @@ public:
     void WriteNodeForInstantiation(CbStreamWriteBinary& stream, const ConstNode& node);
     /// Reads an announcement: makes a node of the class, gives it the id, maps it in place of one
     /// with the same id and returns it.
-    /// Throws: CbException where the class is no class of nodes, CbExceptionStream; nothing is
+    /// Throws: CbException if the class is no class of nodes, CbExceptionStream; nothing is
     /// mapped then.
     Node ReadNodeAndInstantiate(CbStreamReadBinary& stream);
-
-    /// Appends all mapped ids to the array, in the order of the map. They are ids of nodes.
-    void ListMappedModelIDs(CbArray<CyUniqueID>& ids) const;
-    /// Forgets all nodes.
-    void ClearMapping();
 
 private:
     friend class CbSingleton<ZeCTransformationNodeSerializationIDMapper>;
@@ -68,10 +55,8 @@ private:
     ZeCTransformationNodeSerializationIDMapper();
     ~ZeCTransformationNodeSerializationIDMapper();
 
-    void map(const Node& node);
-
-    mutable CbCriticalSection section_;
-    CbMap<CyUniqueID, Node, CbHashKey<CyUniqueID>> nodes_;
+    /// Maps a node by its id.
+    void mapNode(const Node& node);
 };
 
 extern template class TRANSFORMATIONTREE_API

@@ -43,8 +43,8 @@ public:
     /// Throws: as AppendChild() of the node manager, and nothing has changed then, unless the queue
     /// of messages cannot grow: the cluster stays and the rest of its messages is lost.
     Inner CreateNewCluster(const Inner& modelNode, bool postMessages) override;
-    /// Takes an inner child for a cluster where it has exactly three children and the first one is
-    /// described "Optimizer". Looks at direct children only.
+    /// A child counts as a cluster if it is an inner node with exactly three children, the first of
+    /// which is described "Optimizer". Looks at direct children only.
     void GetClusterNodes(const Inner& node, Clusters& clusters) override;
     /// Sets the root, which may be null. Linking it to the data manager is the caller's business.
     /// Threads: any time.
@@ -57,9 +57,9 @@ public:
     /// Removes a cluster and everything below it, without messages. The counter stays.
     void RemoveCluster(const Inner& cluster);
 
-    /// Returns the last child of a model node; null where there is none, or for null.
+    /// Returns the last child of a model node; null if there is none, or for null.
     [[nodiscard]] static Inner GetActiveClusterForModel(const Inner& modelNode);
-    /// Returns child 0, 1 or 2 of a cluster, whatever its description; null where the node is null
+    /// Returns child 0, 1 or 2 of a cluster, whatever its description; null if the node is null
     /// or has fewer children, or the child is a leaf.
     [[nodiscard]] static Inner GetOptimizerNode(const Inner& node);
     [[nodiscard]] static Inner GetCollectorNode(const Inner& node);

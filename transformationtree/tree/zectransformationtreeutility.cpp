@@ -127,8 +127,7 @@ void ZeCTransformationTreeUtility::RemoveSubtree(const Node& removedNode, bool p
     ChangeMessages messages;
     if (postMessages) messages.AddRemoved(CollectPostOrder(*node));
     auto& manager = getNodeManager();
-    if (!node->IsLeaf())
-        manager.DeleteChildren(CbStaticPointerCast<ZeCTransformationNodeInner>(node));
+    if (const Inner inner(node->AsInner()); inner) manager.DeleteChildren(inner);
     // What can fail has been done by DeleteChildren(), or fails here before anything has changed.
     manager.RemoveChild(node->GetFather(), node);
     manager.DeleteNode(node);

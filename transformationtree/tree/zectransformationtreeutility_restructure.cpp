@@ -34,7 +34,7 @@ std::vector<Utility::Node> ownChildren(const ZeCTransformationNodeInner& node)
     return children;
 }
 
-// The order in which models were scanned, where leaves without model come last, then by the ids.
+// The order in which models were scanned, with leaves without model last, then by the ids.
 using ScanOrder = std::pair<std::uint64_t, CyUniqueID>;
 
 ScanOrder scanOrderOf(const ZeCTransformationNodeLeaf& leaf)
@@ -97,7 +97,7 @@ bool canMerge(const Utility::Inner& source, const Utility::Inner& target)
            !IsAtOrBelow(*target, *source);
 }
 
-// A clone of a model, or the model itself where it can't be cloned.
+// A clone of a model, or the model itself if it can't be cloned.
 Utility::Model cloneOf(const Utility::Model& model)
 {
     const auto clone = model ? model->GetRTTI().getClone() : nullptr;
@@ -187,7 +187,7 @@ ZeCTransformationTreeUtility::CopySubtree(const ConstNode& node,
         return copy;
     };
     Node top = copyAlone(*node);
-    if (!node->IsLeaf()) {
+    if (const ZeCTransformationNodeInner* const inner = node->AsInner()) {
         // The inner nodes from the top down to the one whose children are being copied. Each is
         // appended when it is complete, so that its father becomes newer than all below.
         std::vector<std::pair<Inner, const ZeCTransformationNode*>> path;
@@ -198,20 +198,18 @@ ZeCTransformationTreeUtility::CopySubtree(const ConstNode& node,
                 manager.AppendChild(path.back().first, complete, true);
             }
         };
-        path.emplace_back(CbStaticPointerCast<ZeCTransformationNodeInner>(top), node.Get());
-        WalkBelow(static_cast<const ZeCTransformationNodeInner&>(*node),
-                  [&](const ZeCTransformationNode& child, const auto& father) {
-                      completeUpTo(father);
-                      const Node copy = copyAlone(child);
-                      if (child.IsLeaf()) {
-                          manager.AppendChild(path.back().first, copy, true);
-                      } else {
-                          path.emplace_back(CbStaticPointerCast<ZeCTransformationNodeInner>(copy),
-                                            &child);
-                      }
-                      return EVisit::Enter;
-                  });
-        completeUpTo(*node);
+        path.emplace_back(Inner(top->AsInner()), inner);
+        WalkBelow(*inner, [&](const ZeCTransformationNode& child, const auto& father) {
+            completeUpTo(father);
+            const Node copy = copyAlone(child);
+            if (child.IsLeaf()) {
+                manager.AppendChild(path.back().first, copy, true);
+            } else {
+                path.emplace_back(Inner(copy->AsInner()), &child);
+            }
+            return EVisit::Enter;
+        });
+        completeUpTo(*inner);
     }
 
     if (copyToSource != nullptr) copyToSource->Reserve(copyToSource->GetCount() + copies.size());

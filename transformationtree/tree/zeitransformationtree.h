@@ -20,7 +20,7 @@ class TRANSFORMATIONTREE_API ZeITransformationTree : public IExtensionInterface,
                                                      public IReferenceCounted
 {
 public:
-    /// As operations take and return them; null where they say so.
+    /// As operations take and return them. Null only if the operation says so.
     using Inner = CbSmartPointer<ZeCTransformationNodeInner>;
     using ConstInner = CbSmartPointer<const ZeCTransformationNodeInner>;
     /// A list of the caller's, to which clusters are appended.
@@ -35,7 +35,7 @@ public:
     /// Returns the root, or null.
     [[nodiscard]] virtual ConstInner GetRoot() const = 0;
     [[nodiscard]] virtual Inner GetRoot() = 0;
-    /// Returns the last child of the model node; null where that is no inner node, or there is no
+    /// Returns the last child of the model node; null if that is no inner node, or there is no
     /// child or no model node.
     [[nodiscard]] virtual ConstInner GetActiveCluster() const = 0;
     [[nodiscard]] virtual Inner GetActiveCluster() = 0;

@@ -18,18 +18,18 @@ CbSmartPointer<ZeCTransformationNodeInner> editable(const ZeCTransformationNodeI
         const_cast<ZeCTransformationNodeInner*>(node));
 }
 
-EVisit stopAtLeaf(const ZeCTransformationNode& node, const ZeCTransformationNodeInner& /*father*/)
+// A visitor of walks that end at the first node that fulfils a condition.
+template<class Condition>
+auto stopAt(Condition condition)
 {
-    return node.IsLeaf() ? EVisit::Stop : EVisit::Enter;
+    return [condition](const ZeCTransformationNode& node, const auto& /*father*/) {
+        return condition(node) ? EVisit::Stop : EVisit::Enter;
+    };
 }
+
+constexpr auto isLeaf = [](const ZeCTransformationNode& node) { return node.IsLeaf(); };
 
 } // namespace
-
-EVisit ZeCTransformationNodeInner::stopAtCachedLeaf(const ZeCTransformationNode& node,
-                                                    const ZeCTransformationNodeInner& /*father*/)
-{
-    return node.isCachedLeaf() ? EVisit::Stop : EVisit::Enter;
-}
 
 ZeCTransformationNode::ZeNNodeIterator ZeCTransformationNodeInner::BeginNode() const
 {
@@ -44,16 +44,17 @@ ZeCTransformationNode::ZeNNodeIterator ZeCTransformationNodeInner::EndNode() con
 ZeCTransformationNode::ZeNNodeIterator ZeCTransformationNodeInner::LastNode() const
 {
     ZeNNodeIterator last = EndNode();
-    last.descendToLast();
+    last.descendToLast(); // from the root, which an empty path means
     last.atRoot_ = last.path_.IsEmpty();
     return last;
 }
 
 CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::BackNode() const
 {
+    // Straight down the right side, without a path.
     ZeCTransformationNode* last = editable(this).Get();
-    while (!last->IsLeaf()) {
-        const auto& children = *static_cast<ZeCTransformationNodeInner*>(last)->children_;
+    while (const ZeCTransformationNodeInner* const inner = last->AsInner()) {
+        const auto& children = *inner->children_;
         const auto child = std::find_if(children.rbegin(), children.rend(),
                                         [](const auto& entry) { return entry != nullptr; });
         if (child == children.rend()) break;
@@ -64,6 +65,7 @@ CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::BackNode() con
 
 ZeCTransformationNode::ZeNLeafNodeIterator ZeCTransformationNodeInner::BeginLeaf() const
 {
+    // Begins on the root, at which it does not stop, so that one step finds the first leaf.
     ZeNLeafNodeIterator first(editable(this), true);
     ++first;
     return first;
@@ -84,13 +86,13 @@ ZeCTransformationNode::ZeNLeafNodeIterator ZeCTransformationNodeInner::LastLeaf(
 
 CbSmartPointer<ZeCTransformationNodeLeaf> ZeCTransformationNodeInner::FrontLeaf() const
 {
-    auto* const leaf = WalkBelow(*editable(this), &stopAtLeaf);
+    auto* const leaf = WalkBelow(*editable(this), stopAt(isLeaf));
     return CbSmartPointer<ZeCTransformationNodeLeaf>(static_cast<ZeCTransformationNodeLeaf*>(leaf));
 }
 
 CbSmartPointer<ZeCTransformationNodeLeaf> ZeCTransformationNodeInner::BackLeaf() const
 {
-    auto* const leaf = WalkBelow<EDirection::Backward>(*editable(this), &stopAtLeaf);
+    auto* const leaf = WalkBelow<EDirection::Backward>(*editable(this), stopAt(isLeaf));
     return CbSmartPointer<ZeCTransformationNodeLeaf>(static_cast<ZeCTransformationNodeLeaf*>(leaf));
 }
 
@@ -108,7 +110,7 @@ ZeCTransformationNode::ZeNCachedLeafNodeIterator ZeCTransformationNodeInner::Beg
 {
     ZeNCachedLeafNodeIterator first = EndCachedLeaf();
     first.descendToFirstCached();
-    if (!first) ++first;
+    if (!first) ++first; // the descent ended at an inner node without children
     return first;
 }
 
@@ -127,13 +129,15 @@ ZeCTransformationNode::ZeNCachedLeafNodeIterator ZeCTransformationNodeInner::Las
 
 CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::FrontCachedLeaf() const
 {
-    return CbSmartPointer<ZeCTransformationNode>(WalkBelow(*editable(this), &stopAtCachedLeaf));
+    const auto isCached = [](const ZeCTransformationNode& node) { return node.isCachedLeaf(); };
+    return CbSmartPointer<ZeCTransformationNode>(WalkBelow(*editable(this), stopAt(isCached)));
 }
 
 CbSmartPointer<ZeCTransformationNode> ZeCTransformationNodeInner::BackCachedLeaf() const
 {
+    const auto isCached = [](const ZeCTransformationNode& node) { return node.isCachedLeaf(); };
     return CbSmartPointer<ZeCTransformationNode>(
-        WalkBelow<EDirection::Backward>(*editable(this), &stopAtCachedLeaf));
+        WalkBelow<EDirection::Backward>(*editable(this), stopAt(isCached)));
 }
 
 unsigned long long ZeCTransformationNodeInner::GetNrCachedLeafNodes() const
@@ -154,6 +158,7 @@ ZeCTransformationNode::ZeNSurfelIterator ZeCTransformationNodeInner::BeginSurfel
 
 ZeCTransformationNode::ZeNRandomAccessSurfelIterator ZeCTransformationNodeInner::GetRas() const
 {
+    // Reads each leaf through operator*, which refuses singular transformations.
     ZeNRandomAccessSurfelIterator surfels;
     for (auto leaf = BeginLeaf(); leaf; ++leaf) {
         const ZeCTransformationNodeWithTrafo delivered = *leaf;
@@ -197,14 +202,13 @@ ZeCTransformationNodeInner::Find(const CbSmartPointer<ZeCTransformationNode>& no
     }
     ZeNNodeIterator found = BeginNode();
     found.atRoot_ = path.empty();
-    const ZeCTransformationNode* above = this;
+    const ZeCTransformationNodeInner* father = this;
     for (auto step = path.rbegin(); step != path.rend(); ++step) {
-        const auto& father = static_cast<const ZeCTransformationNodeInner&>(*above);
-        const auto& children = *father.children_;
-        const auto position = father.FindChild(*step);
+        const auto& children = *father->children_;
+        const auto position = father->FindChild(*step);
         if (position == children.end()) return EndNode();
         found.push(&*position, children.data() + children.size());
-        above = step->Get();
+        father = (*step)->AsInner(); // null for a leaf, which only the last one can be
     }
     return found;
 }
@@ -212,6 +216,7 @@ ZeCTransformationNodeInner::Find(const CbSmartPointer<ZeCTransformationNode>& no
 ZeCTransformationNode::ZeNLeafNodeIterator
 ZeCTransformationNodeInner::Find(const CbSmartPointer<ZeCTransformationNodeLeaf>& leaf) const
 {
+    // The same path, seen as that of a leaf iterator.
     ZeNLeafNodeIterator found = EndLeaf();
     ZeNNodeIterator& position = found;
     position = Find(CbSmartPointer<ZeCTransformationNode>(leaf));
@@ -222,6 +227,7 @@ bool ZeCTransformationNodeInner::EmptyLeafs() const { return !FrontLeaf(); }
 
 CyBoundingBox3D ZeCTransformationNodeInner::GetBoundingBox(const CbMatrix4Rd& trafo) const
 {
+    // Leaves give their boxes in their own frames, whatever matrix they get.
     const CbMatrix4Rf rootToResult = ToFloat(trafo);
     CyBoundingBox3D result;
     for (const auto& [leaf, leafToRoot] : Leaves()) {

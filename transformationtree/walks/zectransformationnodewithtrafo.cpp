@@ -20,12 +20,12 @@ CbSmartPointer<ZeCTransformationNodeLeaf> ZeCTransformationNodeWithTrafo::GetLea
 
 CbSmartPointer<ZeCTransformationNodeInner> ZeCTransformationNodeWithTrafo::GetInnerNode() const
 {
-    if (!node_ || node_->IsLeaf()) return nullptr;
-    return CbStaticPointerCast<ZeCTransformationNodeInner>(node_);
+    return CbSmartPointer<ZeCTransformationNodeInner>(node_ ? node_->AsInner() : nullptr);
 }
 
 void ZeCTransformationNodeWithTrafo::SetTrafoToTraversalRoot(const CbMatrix4Rd& trafo) const
 {
+    // Only here, since most walks place nothing and an inverse costs more than a step.
     CbMatrix4Rd rootToFather = fatherTrafo_;
     CbMatrixInternal::Invert(rootToFather);
     node_->SetRelativeTrafo(Compose(trafo, rootToFather));

@@ -17,7 +17,7 @@ public:
     /// not be placed.
     /// @param trafoToRoot from the node's frame into the traversal root's
     /// @param fatherTrafoToRoot from the father's frame into the traversal root's
-    /// Throws: CyExceptionNotInvertible where the determinant of @p fatherTrafoToRoot is 0.
+    /// Throws: CyExceptionNotInvertible if the determinant of @p fatherTrafoToRoot is 0.
     ZeCTransformationNodeWithTrafo(CbSmartPointer<ZeCTransformationNode> node,
                                    const CbMatrix4Rd& trafoToRoot,
                                    const CbMatrix4Rd& fatherTrafoToRoot);
@@ -29,9 +29,9 @@ public:
 
     /// Returns the node.
     [[nodiscard]] CbSmartPointer<ZeCTransformationNode> GetNode() const noexcept { return node_; }
-    /// Returns the node where it is a leaf, else null.
+    /// Returns the node if it is a leaf, else null.
     [[nodiscard]] CbSmartPointer<ZeCTransformationNodeLeaf> GetLeafNode() const;
-    /// Returns the node where it is an inner node, else null.
+    /// Returns the node if it is an inner node, else null.
     [[nodiscard]] CbSmartPointer<ZeCTransformationNodeInner> GetInnerNode() const;
     /// The transformation from the node's frame into the traversal root's.
     [[nodiscard]] const CbMatrix4Rd& GetTrafo() const noexcept { return trafo_; }
@@ -41,7 +41,7 @@ public:
     /// write handle on the node.
     void SetTrafoToTraversalRoot(const CbMatrix4Rd& trafo) const;
 
-    /// True where both name the same node; the transformations are not compared.
+    /// True if both name the same node; the transformations are not compared.
     friend bool operator==(const ZeCTransformationNodeWithTrafo& a,
                            const ZeCTransformationNodeWithTrafo& b) noexcept
     {
@@ -62,5 +62,5 @@ private:
 
     CbSmartPointer<ZeCTransformationNode> node_;
     CbMatrix4Rd trafo_;
-    CbMatrix4Rd fatherTrafo_; ///< invertible; inverted only where a pose is set
+    CbMatrix4Rd fatherTrafo_; ///< invertible; inverted only when a pose is set
 };

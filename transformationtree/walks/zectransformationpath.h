@@ -13,7 +13,19 @@ class ZeCTransformationNode;
 
 /// The path of a node iterator: one entry for each level below the traversal root.
 ///
-/// Eight levels stand in the object itself, so that walks of ordinary trees allocate nothing.
+/// @code
+/// root                  it has no entry
+///  +- a                 entry 0:  position -> [a] b | end     trafo: a's
+///  |  +- d
+///  |  +- e   <- here    Top():    position -> d [e] f | end   trafo: e's, then that of entry 0
+///  |  +- f
+///  +- b
+/// @endcode
+///
+/// Positions and ends point into the fathers' lists of children, so that an entry owns nothing.
+///
+/// Eight levels stand in the object itself, so that walks of ordinary trees allocate nothing. A
+/// deeper path moves to the heap as a whole.
 class ZeCTransformationPath
 {
 public:

@@ -14,6 +14,8 @@ void Iterator::descendToLastCached()
     }
 }
 
+// Never goes down from the node it stands on: that stands for its subtree, even if its model is
+// gone by now. What it comes to has to be looked at, since models may come and go during the walk.
 Iterator& Iterator::operator++()
 {
     if (leafRoot_) atRoot_ = false;

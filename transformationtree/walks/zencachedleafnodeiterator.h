@@ -18,7 +18,7 @@ public:
     /// An end iterator of no walk.
     ZeNCachedLeafNodeIterator() noexcept = default;
 
-    /// True where the iterator stands on a cached leaf.
+    /// True if the iterator stands on a cached leaf.
     explicit operator bool() const noexcept
     {
         return leafRoot_ ? atRoot_ : !path_.IsEmpty() && topIsCachedLeaf();
@@ -32,7 +32,7 @@ public:
     /// Goes back to the previous cached leaf, or to the end.
     ZeNCachedLeafNodeIterator& operator--();
 
-    /// True where the iterator converts to false.
+    /// True if the iterator converts to false.
     friend bool operator==(const ZeNCachedLeafNodeIterator& it, std::default_sentinel_t) noexcept
     {
         return !it;

@@ -4,7 +4,7 @@ ZeCTransformationNode::ZeNFatherIterator& ZeCTransformationNode::ZeNFatherIterat
 {
     atRoot_ = false;
     if (path_.IsEmpty()) return *this;
-    path_.Pop();
+    path_.Pop(); // the entry above still has its transformation
     atRoot_ = path_.IsEmpty();
     return *this;
 }

@@ -9,14 +9,14 @@
 class TRANSFORMATIONTREE_API ZeCTransformationNode::ZeNFatherIterator : public ZeNNodeIterator
 {
 public:
-    /// Stands on the node of @p position, or is the end where that is at its end.
+    /// Stands on the node of @p position, or is the end if that is at its end.
     explicit ZeNFatherIterator(const ZeNNodeIterator& position) : ZeNNodeIterator(position) {}
 
     /// Goes on to the father; past the traversal root is the end.
     ZeNFatherIterator& operator++();
     void operator++(int) { ++*this; }
 
-    /// True where the iterator converts to false.
+    /// True if the iterator converts to false.
     friend bool operator==(const ZeNFatherIterator& it, std::default_sentinel_t) noexcept
     {
         return !it;

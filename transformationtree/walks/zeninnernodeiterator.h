@@ -13,7 +13,7 @@ public:
     /// Belongs to no walk; converts to true, but is not to be dereferenced or moved.
     ZeNInnerNodeIterator() noexcept = default;
 
-    /// True where the iterator stands on an inner node.
+    /// True if the iterator stands on an inner node.
     explicit operator bool() const noexcept
     {
         return atRoot_ || (!path_.IsEmpty() && !topIsLeaf());
@@ -31,7 +31,7 @@ public:
     /// Goes back to the previous inner node, or to the end.
     ZeNInnerNodeIterator& operator--();
 
-    /// True where the iterator converts to false.
+    /// True if the iterator converts to false.
     friend bool operator==(const ZeNInnerNodeIterator& it, std::default_sentinel_t) noexcept
     {
         return !it;

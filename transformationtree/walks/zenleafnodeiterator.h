@@ -12,7 +12,7 @@ public:
     /// An end iterator of no walk.
     ZeNLeafNodeIterator() noexcept { atRoot_ = false; }
 
-    /// True where the iterator stands on a leaf.
+    /// True if the iterator stands on a leaf.
     explicit operator bool() const noexcept
     {
         return leafRoot_ ? atRoot_ : !path_.IsEmpty() && topIsLeaf();
@@ -33,7 +33,7 @@ public:
     /// Returns the father within the walk: null for a leaf as traversal root and at the end.
     [[nodiscard]] CbSmartPointer<ZeCTransformationNodeInner> GetFather() const;
 
-    /// True where the iterator converts to false.
+    /// True if the iterator converts to false.
     friend bool operator==(const ZeNLeafNodeIterator& it, std::default_sentinel_t) noexcept
     {
         return !it;

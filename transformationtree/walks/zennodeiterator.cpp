@@ -27,12 +27,13 @@ ZeCTransformationNodeInner& Iterator::topFather() const noexcept
 {
     const std::size_t levels = path_.GetSize();
     if (levels == 1) return *root_;
-    return static_cast<ZeCTransformationNodeInner&>(**path_[levels - 2].position);
+    return *(*path_[levels - 2].position)->AsInner();
 }
 
 bool Iterator::topIsCachedLeaf() const noexcept { return topNode().isCachedLeaf(); }
 
-// Looks at the determinant once for each father on the path, not once for each child.
+// Looks at the determinant once for each father on the path, not once for each child. The mark in
+// the entry goes with the father's transformation: accumulate() clears it.
 const CbMatrix4Rd& Iterator::regularFatherTrafo() const
 {
     if (path_.GetSize() < 2) return c_matIdentityD;
@@ -78,8 +79,8 @@ void Iterator::prefetchNode(const Path::Child& child) noexcept
 
 void Iterator::prefetchChildren(const Path::Child& child) noexcept
 {
-    if (!child || child->leaf_) return;
-    CbPrefetch(static_cast<const ZeCTransformationNodeInner&>(*child).children_->data());
+    const ZeCTransformationNodeInner* const inner = child ? child->AsInner() : nullptr;
+    if (inner != nullptr) CbPrefetch(inner->children_->data());
 }
 
 void Iterator::prefetchSiblings(const Path::Child* position, const Path::Child* end) noexcept
@@ -99,9 +100,10 @@ void Iterator::push(const Path::Child* position, const Path::Child* end)
 
 bool Iterator::pushFirstChild()
 {
-    ZeCTransformationNode& node = path_.IsEmpty() ? *root_ : topNode();
-    if (node.leaf_) return false;
-    const auto& children = *static_cast<ZeCTransformationNodeInner&>(node).children_;
+    const ZeCTransformationNodeInner* const inner =
+        path_.IsEmpty() ? root_.Get() : topNode().AsInner();
+    if (inner == nullptr) return false;
+    const auto& children = *inner->children_;
     const Child* const end = children.data() + children.size();
     const Child* const first = firstNonNull(children.data(), end);
     if (first == end) return false;
@@ -113,9 +115,10 @@ bool Iterator::pushFirstChild()
 
 bool Iterator::pushLastChild()
 {
-    ZeCTransformationNode& node = path_.IsEmpty() ? *root_ : topNode();
-    if (node.leaf_) return false;
-    const auto& children = *static_cast<ZeCTransformationNodeInner&>(node).children_;
+    const ZeCTransformationNodeInner* const inner =
+        path_.IsEmpty() ? root_.Get() : topNode().AsInner();
+    if (inner == nullptr) return false;
+    const auto& children = *inner->children_;
     const Child* const begin = children.data();
     const Child* const end = begin + children.size();
     for (const Child* child = end; child != begin;) {
@@ -143,6 +146,7 @@ bool Iterator::moveToNextSibling()
 bool Iterator::moveToPreviousSibling()
 {
     Path::Entry& top = path_.Top();
+    // Entries know the end of the list, not its beginning: only few walks go backward.
     const Child* const begin = topFather().children_->data();
     for (const Child* child = top.position; child != begin;) {
         if (!*--child) continue;
@@ -166,6 +170,16 @@ void Iterator::descendToLast()
     }
 }
 
+// A step looks at the top entry alone:
+//
+//     is there a child?    yes: push the first one         down, one entry more
+//            | no
+//     is there a sibling?  yes: move the entry on to it    across
+//            | no
+//     pop the entry, and ask its father's for a sibling    up; with no entry left, the end
+//
+// The path holds what a recursion would keep on the stack, so that no depth is too large. A step
+// back goes the other way round: to the last node at or below the sibling before, else up.
 Iterator& Iterator::operator++()
 {
     if (leafRoot_) {
@@ -219,6 +233,7 @@ bool Iterator::equals(const ZeNNodeIterator& other) const noexcept
         path_.GetSize() != other.path_.GetSize()) {
         return false;
     }
+    // From the top down, where iterators of one walk differ first.
     for (std::size_t i = path_.GetSize(); i-- > 0;) {
         const Path::Entry& a = path_[i];
         const Path::Entry& b = other.path_[i];

@@ -19,13 +19,13 @@ struct ZeTBorrowedNode
 /// Walks a subtree in pre-order, stops at every node and accumulates the transformations into the
 /// frame of the node at which the walk began, the traversal root.
 ///
-/// Transformations are accumulated from the top down when a node is reached: a transformation that
-/// is edited during the walk does not change those of the nodes on the present path.
-/// Dereferencing needs invertible transformations; Borrow() does not and counts no references.
+/// - Transformations are accumulated from the top down when a node is reached. If one is edited
+///   during the walk, those of the nodes on the present path do not change.
+/// - Dereferencing needs invertible transformations. Borrow() does not, and counts no references.
+/// - Null children, which exist only while a tree is being read, are passed over.
 ///
 /// Lifetime: the iterator keeps its traversal root alive. A change in the structure of the walked
-/// subtree invalidates it. Null children, which exist only while a tree is being read, are passed
-/// over. Threads: a read handle on the traversal root.
+/// subtree invalidates it. Threads: a read handle on the traversal root.
 /// Cost: a step is one matrix product; nothing is allocated down to eight levels.
 class TRANSFORMATIONTREE_API ZeCTransformationNode::ZeNNodeIterator
 {
@@ -40,11 +40,11 @@ public:
     /// Belongs to no walk; converts to true, but is not to be dereferenced or moved.
     ZeNNodeIterator() noexcept = default;
 
-    /// True where the iterator stands on a node.
+    /// True if the iterator stands on a node.
     explicit operator bool() const noexcept { return atRoot_ || !path_.IsEmpty(); }
 
     /// The node with its transformation.
-    /// Throws: CyExceptionNotInvertible where the father's accumulated transformation is singular.
+    /// Throws: CyExceptionNotInvertible if the father's accumulated transformation is singular.
     [[nodiscard]] ZeCTransformationNodeWithTrafo operator*() const;
     /// Lends out the node and its transformation until the next step.
     [[nodiscard]] Borrowed Borrow() const noexcept
@@ -62,13 +62,13 @@ public:
     ZeNNodeIterator& operator--();
     /// Goes on behind the subtree of the present node. Does nothing at the traversal root and at
     /// the end. Iterators of the other kinds may come to rest on a node at which they do not stop:
-    /// they convert to false there, and are not to be read before the next ++ or --, which
-    /// leaves that node's subtree out where the iterator stops at cached leaves.
+    /// - They convert to false there, and are not to be read before the next ++ or --.
+    /// - That step leaves the node's subtree out if the iterator stops at cached leaves.
     ZeNNodeIterator& IncrementToNextSibling();
 
     /// Returns the father within the walk: null at the traversal root and at the end.
     [[nodiscard]] CbSmartPointer<ZeCTransformationNode> GetFather() const;
-    /// True where both walk from the same node.
+    /// True if both walk from the same node.
     [[nodiscard]] bool HasSameTraversalRoot(const ZeNNodeIterator& other) const noexcept;
 
     /// Equal positions of walks from the same traversal root, with exactly equal transformations.
@@ -76,7 +76,7 @@ public:
     {
         return a.equals(b);
     }
-    /// True where the iterator converts to false.
+    /// True if the iterator converts to false.
     friend bool operator==(const ZeNNodeIterator& it, std::default_sentinel_t) noexcept
     {
         return !it;
@@ -99,14 +99,14 @@ protected:
     [[nodiscard]] ZeCTransformationNode& topNode() const noexcept { return **path_.Top().position; }
     /// The father of the top entry's node.
     [[nodiscard]] ZeCTransformationNodeInner& topFather() const noexcept;
-    /// True where the top node's subtree is closed to cached-leaf walks.
+    /// True if the top node's subtree is closed to cached-leaf walks.
     [[nodiscard]] bool topIsCachedLeaf() const noexcept;
-    /// True where the top entry's node is a leaf.
+    /// True if the top entry's node is a leaf.
     [[nodiscard]] bool topIsLeaf() const noexcept { return topNode().leaf_; }
 
-    /// Pushes the first child of the present node; false where there is none.
+    /// Pushes the first child of the present node; false if there is none.
     bool pushFirstChild();
-    /// Pushes the last child of the present node; false where there is none.
+    /// Pushes the last child of the present node; false if there is none.
     bool pushLastChild();
     /// Replaces the top entry by the next sibling's, or pops it and returns false.
     bool moveToNextSibling();
@@ -132,7 +132,7 @@ protected:
         } while (!iterator && node);
         return iterator;
     }
-    /// Pops entries until there is a next sibling, and moves to it. The end where there is none.
+    /// Pops entries until there is a next sibling, and moves to it. The end if there is none.
     void leaveSubtree();
     /// Pushes the last child, its last child and so on.
     void descendToLast();

@@ -37,7 +37,7 @@ public:
     }
 
     /// The transformation from the frame of a surfel's model into that of the node at which the
-    /// iterator was made; the identity where that is a leaf.
+    /// iterator was made; the identity if that is a leaf.
     [[nodiscard]] const CbMatrix4Rd& GetTransformation(std::uint32_t i) const noexcept
     {
         return images_[surfelBelongsToImageIndex(i)].trafo;
@@ -88,7 +88,7 @@ private:
 
     struct Image
     {
-        CbSmartPointer<const ZeCModelQMT> model; ///< null where the leaf has none
+        CbSmartPointer<const ZeCModelQMT> model; ///< null if the leaf has none
         CbMatrix4Rd trafo;
     };
     struct Surfel

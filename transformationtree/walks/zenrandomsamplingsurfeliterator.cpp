@@ -7,6 +7,7 @@ using Iterator = ZeCTransformationNode::ZeNRandomSamplingSurfelIterator;
 Iterator::ZeNRandomSamplingSurfelIterator(ZeNRandomAccessSurfelIterator surfels, int k) noexcept
     : ZeNRandomAccessSurfelIterator(std::move(surfels))
 {
+    // Unsigned, as numbers of surfels are: they may be above what an int holds.
     InitByNrSamples(static_cast<int>(GetNrOfOverallSurfels() / static_cast<std::uint32_t>(k)));
 }
 

@@ -30,7 +30,7 @@ public:
     /// True until all samples were visited.
     explicit operator bool() const noexcept { return sample_ < nrSamples_; }
 
-    /// Goes on to the next sample. Not to be called where there is no surfel: divides by their
+    /// Goes on to the next sample. Not to be called if there is no surfel: divides by their
     /// number.
     ZeNRandomSamplingSurfelIterator& operator++() noexcept
     {
@@ -39,7 +39,7 @@ public:
         return *this;
     }
     void operator++(int) noexcept { ++*this; }
-    /// True where the iterator converts to false.
+    /// True if the iterator converts to false.
     friend bool operator==(const ZeNRandomSamplingSurfelIterator& it,
                            std::default_sentinel_t) noexcept
     {

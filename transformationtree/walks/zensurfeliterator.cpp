@@ -21,7 +21,7 @@ void Iterator::enterNextLeaf()
 void Iterator::enterLeaf() noexcept
 {
     const auto [leaf, trafo] = leaf_.Borrow();
-    trafo_ = trafo;
+    trafo_ = trafo; // a copy, which is still there when the walk is over
     container_ = CbSmartPointer<const ZeCSurfelContainer>(leaf.borrowSurfels());
     index_ = 0;
 }

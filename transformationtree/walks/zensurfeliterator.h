@@ -13,15 +13,15 @@
 /// }
 /// @endcode
 ///
-/// Surfels are those of the model's standard collection, in the model's own frame: who needs them
-/// in the traversal root's applies GetTransformation(). At a leaf without surfels the iterator of
-/// an inner node converts to false, although ++ goes on to the next leaf: the loop above ends
-/// there. Surfels() passes over such leaves.
+/// - Surfels are those of the model's standard collection, in the model's own frame.
+///   GetTransformation() leads from there into the traversal root's.
+/// - At a leaf without surfels the iterator of an inner node converts to false, although ++ goes on
+///   to the next leaf: the loop above ends there. Surfels() passes over such leaves.
 ///
-/// Lifetime: keeps an inner node as traversal root alive, but no container; one that is gone has no
-/// surfels. A change in the structure of the walked subtree, or another model of a leaf,
-/// invalidates the iterator. Threads: a read handle on the traversal root. Cost: a step counts no
-/// references but for the first surfel of a leaf.
+/// Lifetime: keeps an inner node as traversal root alive, but no container. A container that is
+/// gone has no surfels. A change in the structure of the walked subtree, or another model of a
+/// leaf, invalidates the iterator. Threads: a read handle on the traversal root. Cost: a step
+/// counts no references but for the first surfel of a leaf.
 class TRANSFORMATIONTREE_API ZeCTransformationNode::ZeNSurfelIterator
 {
 public:
@@ -33,13 +33,13 @@ public:
         : container_(container)
     {}
 
-    /// True where the iterator stands on a surfel.
+    /// True if the iterator stands on a surfel.
     explicit operator bool() const noexcept
     {
         return index_ < nrSurfels() && (singleContainer_ || !isAtEnd());
     }
 
-    /// The present container, null where there is none or it is gone.
+    /// The present container, null if there is none or it is gone.
     [[nodiscard]] const ZeCSurfelContainer* GetContainer() const noexcept
     {
         return container_.Borrow();
@@ -67,7 +67,7 @@ public:
         return a.leaf_ == b.leaf_ && a.index_ == b.index_ &&
                a.singleContainer_ == b.singleContainer_;
     }
-    /// True where the iterator converts to false.
+    /// True if the iterator converts to false.
     friend bool operator==(const ZeNSurfelIterator& it, std::default_sentinel_t) noexcept
     {
         return !it;
@@ -82,7 +82,7 @@ private:
     /// Stands on the first surfel of the one container of a leaf.
     explicit ZeNSurfelIterator(const ZeCTransformationNodeLeaf& leaf);
 
-    /// True where the walk of leaves is over. It rests on leaves only, so that there is no need to
+    /// True if the walk of leaves is over. It rests on leaves only, so that there is no need to
     /// look at the node.
     [[nodiscard]] bool isAtEnd() const noexcept
     {
@@ -97,7 +97,7 @@ private:
     void enterLeaf() noexcept;
 
     CbMatrix4Rd trafo_;        ///< that of the present leaf, kept beyond the end of the walk
-    ZeNLeafNodeIterator leaf_; ///< the end where a container is walked alone
+    ZeNLeafNodeIterator leaf_; ///< the end if a container is walked alone
     CbWeakPointer<const ZeCSurfelContainer> container_;
     std::uint32_t index_ = 0;
     bool singleContainer_ = false;

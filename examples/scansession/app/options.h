@@ -36,7 +36,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// Reads the command line. Where it asks for help or version, writes that to @p help and
+/// Reads the command line. If it asks for help or version, writes that to @p help and
 /// returns none.
 /// Throws: UsageError with one line of text.
 [[nodiscard]] std::optional<Options> ParseOptions(int argc, const char* const* argv,

@@ -159,7 +159,7 @@ void Restructure(const Options& options, Session& session, Timing& timing, std::
     timing.building.Stop();
 }
 
-/// Merges the scans of every cluster where the options ask for that.
+/// Merges the scans of every cluster if the options ask for that.
 std::vector<MergedCluster> Merge(const Options& options, Session& session, ProgressStyle style,
                                  Timing& timing, std::ostream& err)
 {
@@ -187,7 +187,7 @@ struct Results
     std::vector<std::filesystem::path> files;
 };
 
-/// Writes the scans, the models of the clusters where there are any for the cell size, and draws
+/// Writes the scans, the models of the clusters if there are any for the cell size, and draws
 /// the ones or the others.
 void WriteResults(const Session& session, const Options& options, Progress& progress,
                   Results& results)

@@ -54,7 +54,7 @@ struct PlyElement
     std::uint64_t count = 0; ///< rows
     std::vector<PlyProperty> properties;
 
-    /// The property of that name that is (@p isList) or is not a list; null where there is none.
+    /// The property of that name that is (@p isList) or is not a list; null if there is none.
     [[nodiscard]] const PlyProperty* Find(std::string_view property, bool isList = false) const;
 };
 
@@ -65,9 +65,9 @@ struct PlyFile
     std::vector<std::pair<std::string, std::string>> infos; ///< obj_info lines: first word, rest
     std::vector<PlyElement> elements;
 
-    /// The first element of that name; null where there is none.
+    /// The first element of that name; null if there is none.
     [[nodiscard]] const PlyElement* Find(std::string_view element) const;
-    /// The text of an obj_info line; null where there is none.
+    /// The text of an obj_info line; null if there is none.
     [[nodiscard]] const std::string* FindInfo(std::string_view key) const;
 };
 

@@ -113,9 +113,12 @@ public:
             return std::bit_cast<float>(static_cast<std::uint32_t>(bits));
         case PlyType::Float64:
             return std::bit_cast<double>(bits);
-        default:
-            return static_cast<double>(bits);
+        case PlyType::UInt8:
+        case PlyType::UInt16:
+        case PlyType::UInt32:
+            break;
         }
+        return static_cast<double>(bits);
     }
 
     void SkipBlanks()

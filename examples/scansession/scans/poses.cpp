@@ -60,7 +60,7 @@ CbMatrix4Rd FromTranslationAndQuaternion(const std::array<double, 7>& v, const s
     return CbMatrix4Rd(values);
 }
 
-/// True where the images of the axes (nearly) lie in one plane.
+/// True if the images of the axes (nearly) lie in one plane.
 bool IsSingular(const CbMatrix4Rd& m)
 {
     const auto axis = [&](std::size_t i) { return Vec3{m[i][0], m[i][1], m[i][2]}; };

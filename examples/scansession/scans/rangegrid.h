@@ -24,8 +24,8 @@ struct RangeGrid
 };
 
 /// Takes the element `range_grid` with the obj_info lines num_cols and num_rows out of a file; none
-/// where the file has no such element.
-/// Throws: InputError with @p name where sizes or indices do not fit.
+/// if the file has no such element.
+/// Throws: InputError with @p name if sizes or indices do not fit.
 [[nodiscard]] std::optional<RangeGrid> ReadRangeGrid(const PlyFile& file, std::size_t vertices,
                                                      const std::string& name);
 
@@ -40,7 +40,7 @@ struct EstimateOptions
 ///
 /// A neighbour counts if it is not farther than three times the median step, whatever the unit;
 /// others lie beyond an edge in depth. The normal is the sum of the triangles with neighbours that
-/// follow on each other. The boundary flag is set where a neighbour is missing. The curvature is
+/// follow on each other. The boundary flag is set if a neighbour is missing. The curvature is
 /// the mean of the normal curvatures towards the neighbours, coded with ten median steps as the
 /// smallest radius: an estimate for display, noisy where samples are. Quality is the slant towards
 /// the sensor times the share of neighbours. A surfel without two neighbours at a corner keeps the

@@ -18,7 +18,7 @@ struct RangeScan
 /// Reads the vertices of a PLY file as surfels, in the order of the file and in its own unit. Those
 /// without a finite position are left out, the others are kept.
 ///
-/// Normals come from nx, ny, nz (or normal_x and so on) where the file has them, otherwise from its
+/// Normals come from nx, ny, nz (or normal_x and so on) if the file has them, otherwise from its
 /// range grid (see EstimateSurface); a vertex with neither keeps +z, the direction to the sensor,
 /// with a low quality. Colours come from red, green, blue (or diffuse_red and so on); without them
 /// the surfels are grey, shaded as lit from the sensor.

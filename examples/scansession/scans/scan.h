@@ -50,7 +50,7 @@ struct Scan
     Unused unused;
 };
 
-/// Codes a mean curvature (convex is positive) in a byte: 128 for flat, 1 and 255 where the radius
+/// Codes a mean curvature (convex is positive) in a byte: 128 for flat, 1 and 255 if the radius
 /// is
 /// @p smallestRadius or less.
 [[nodiscard]] std::uint8_t CurvatureCode(double meanCurvature, double smallestRadius);

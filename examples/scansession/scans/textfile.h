@@ -10,7 +10,7 @@ namespace scansession
 {
 
 /// The whole content of a regular file.
-/// Throws: InputError naming the file where it is missing, no regular file, or not readable.
+/// Throws: InputError naming the file if it is missing, no regular file, or not readable.
 [[nodiscard]] std::string ReadWholeFile(const std::filesystem::path& path);
 
 /// The words of a line, parted by blanks, tabs and carriage returns.

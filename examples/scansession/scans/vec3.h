@@ -33,7 +33,7 @@ constexpr Vec3 Cross(const Vec3& a, const Vec3& b)
 
 inline double Length(const Vec3& a) { return std::sqrt(Dot(a, a)); }
 
-/// The direction of @p a with length 1; @p fallback where @p a has no direction.
+/// The direction of @p a with length 1; @p fallback if @p a has no direction.
 inline Vec3 Normalized(const Vec3& a, const Vec3& fallback = {0.0, 0.0, 1.0})
 {
     const double length = Length(a);

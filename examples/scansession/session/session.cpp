@@ -21,7 +21,6 @@ constexpr int c_deepestIndent = 40;
 
 /// From that many surfels in a cell on the quality of a merged surfel is that of its sources.
 constexpr float c_surfelsForFullQuality = 4.0F;
-constexpr unsigned int c_allRevisions = 3;
 
 ZeCTransformationNodeManager& Manager()
 {
@@ -161,7 +160,8 @@ std::vector<MergedCluster> Session::MergeClusters(float cellSize, bool shiftedGr
         const auto lock = Manager().GetSingleWriteHandleLocked(cluster);
         cluster->CreateModel(false, cellSize, c_surfelsForFullQuality, shiftedGrids, 0.0F);
         const auto model = cluster->GetModel();
-        cluster->SetModel(model, cluster->GetNodeRevisionSubtree(c_allRevisions));
+        constexpr auto all = ZeCTransformationNode::c_allRevisions;
+        cluster->SetModel(model, cluster->GetNodeRevisionSubtree(all));
         merged.push_back({cluster->GetDescription().ToUtf8(), CountSurfels(LeavesOf(*cluster)),
                           CountSurfels({{model, {}}})});
         clusterDone();

@@ -53,7 +53,7 @@ public:
     /// Makes a new cluster, which is the active one from now on. For a session that was made new.
     void StartCluster();
     /// Appends a leaf for the scan, behind all others, below the optimizer of the active cluster.
-    /// Where nodes are full, the subtree there grows a branch or a level first.
+    /// If nodes are full, the subtree there grows a branch or a level first.
     void Append(const Scan& scan);
 
     /// Number of leaves.

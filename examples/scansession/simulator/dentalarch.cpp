@@ -40,7 +40,7 @@ constexpr std::array<ToothKind, 7> c_kinds{{
     {9.0, 9.8, 6.5, 4},
 }};
 
-/// The smaller of two distances, rounded where they are closer than @p blend.
+/// The smaller of two distances, rounded if they are closer than @p blend.
 double SmoothMin(double a, double b, double blend)
 {
     const double h = std::max(blend - std::abs(a - b), 0.0);

@@ -70,7 +70,7 @@ public:
         return depths_[static_cast<std::size_t>((row + 1) * (c_columns + 2) + column + 1)];
     }
 
-    /// True where one of the four neighbours was not seen or lies beyond an edge in depth.
+    /// True if one of the four neighbours was not seen or lies beyond an edge in depth.
     bool IsBoundary(std::ptrdiff_t row, std::ptrdiff_t column)
     {
         const double here = At(row, column);

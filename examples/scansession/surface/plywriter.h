@@ -13,7 +13,7 @@ namespace scansession
 class PlyWriter
 {
 public:
-    /// Throws, as all functions: std::system_error naming the file where it cannot be written.
+    /// Throws, as all functions: std::system_error naming the file if it cannot be written.
     PlyWriter(const std::filesystem::path& path, std::uint64_t count);
 
     /// Appends a point. As many as promised must follow the constructor.

@@ -16,7 +16,7 @@ struct PlacedModel
     CbSmartPointer<const ZeCModelQMT> model; ///< not null
     CbMatrix4Rd trafo;
 
-    /// The standard collection, null where there is none. Lifetime: that of the model.
+    /// The standard collection, null if there is none. Lifetime: that of the model.
     [[nodiscard]] const ZeCSurfelCollectionQMT* BorrowSurfels() const
     {
         return model->BorrowSurfelCollection(ZeCModelQMT::ESurfelCollectionType::Standard);

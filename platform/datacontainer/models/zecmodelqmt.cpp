@@ -55,8 +55,7 @@ ZeCModelQMT::ZeCModelQMT(CbSmartPointer<const ZeCSurfelCollectionQMT> standard,
 }
 
 ZeCModelQMT::ZeCModelQMT(const ZeCModelQMT& other)
-    : CbReferenceCounted(other),
-      IObject(other),
+    : CbClonableObject(other),
       standard_(other.standard_),
       accurate_(other.accurate_),
       description_(other.GetDescription()),
@@ -66,15 +65,6 @@ ZeCModelQMT::ZeCModelQMT(const ZeCModelQMT& other)
 }
 
 ZeCModelQMT::~ZeCModelQMT() = default;
-
-IObject* ZeCModelQMT::CreateByFactory() { return new ZeCModelQMT; }
-
-IObject* ZeCModelQMT::CloneByFactory(const IObject& object)
-{
-    return new ZeCModelQMT(dynamic_cast<const ZeCModelQMT&>(object));
-}
-
-const CbRTTI& ZeCModelQMT::GetRTTI() const { return RTTI; }
 
 CString ZeCModelQMT::GetDescription() const
 {

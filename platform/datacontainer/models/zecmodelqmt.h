@@ -1,7 +1,8 @@
 #pragma once
 
+#include "platform/base/cbclonableobject.h"
 #include "platform/base/cbcriticalsection.h"
-#include "platform/base/cbreferencecounted.h"
+#include "platform/base/cbobject.h"
 #include "platform/base/cbrtti.h"
 #include "platform/base/cbsmartpointer.h"
 #include "platform/base/cbstreamreadbinary.h"
@@ -18,7 +19,7 @@
 ///
 /// Threads: the description has its own critical section and may be changed on a const model; all
 /// else is set before a model is shared.
-class PLATFORM_API ZeCModelQMT : public CbReferenceCounted, public IObject
+class PLATFORM_API ZeCModelQMT : public CbClonableObject<ZeCModelQMT, CbObject>
 {
 public:
     /// Which of its collections a model is asked for. Other values are legal and name none.
@@ -42,17 +43,6 @@ public:
     /// A model with a collection of either type; each may be null.
     ZeCModelQMT(CbSmartPointer<const ZeCSurfelCollectionQMT> standard,
                 CbSmartPointer<const ZeCSurfelCollectionQMT> accurate);
-
-    /// Makes a model without collections.
-    static IObject* CreateByFactory();
-    /// The clone has a new id and shares the collections.
-    /// Throws: std::bad_cast for an object of another class.
-    static IObject* CloneByFactory(const IObject& object);
-    [[nodiscard]] const CbRTTI& GetRTTI() const override;
-    [[nodiscard]] CbReferenceCounter& getReferenceCounter() const noexcept override
-    {
-        return CbReferenceCounted::getReferenceCounter();
-    }
 
     /// Never nil, and of this model alone.
     [[nodiscard]] const CyUniqueID& GetID() const noexcept { return id_; }
@@ -99,6 +89,8 @@ protected:
     ~ZeCModelQMT() override;
 
 private:
+    friend CbClonableObject;
+
     CyUniqueID id_;
     CbSmartPointer<const ZeCSurfelCollectionQMT> standard_;
     CbSmartPointer<const ZeCSurfelCollectionQMT> accurate_; ///< may be the standard one

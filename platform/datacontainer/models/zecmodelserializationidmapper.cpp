@@ -18,16 +18,13 @@ void ZeCModelSerializationIDMapper::WriteModelByReference(CbStreamWriteBinary& s
 ZeCModelSerializationIDMapper::Model
 ZeCModelSerializationIDMapper::ReadModelByReference(CbStreamReadBinary& stream) const
 {
-    CyUniqueID id;
-    id.Serialize(stream);
-    return GetModel(id);
+    return readReference(stream);
 }
 
 ZeCModelSerializationIDMapper::Model
 ZeCModelSerializationIDMapper::GetModel(const CyUniqueID& id) const
 {
-    const Model* const model = models_.Find(id);
-    return model != nullptr ? *model : nullptr;
+    return find(id);
 }
 
 void ZeCModelSerializationIDMapper::WriteModel(CbStreamWriteBinary& stream, const Model& model)
@@ -35,7 +32,7 @@ void ZeCModelSerializationIDMapper::WriteModel(CbStreamWriteBinary& stream, cons
     if (!model) throw CbException(CB_HERE, "there is no model to write");
     stream << model->GetRTTI().GetName();
     model->Serialize(stream);
-    models_.Set(model->GetID(), model);
+    map(model->GetID(), model);
 }
 
 ZeCModelSerializationIDMapper::Model
@@ -46,20 +43,6 @@ ZeCModelSerializationIDMapper::ReadModel(CbStreamReadBinary& stream)
     const auto model = CbCreate<ZeCModelQMT>(className);
     if (!model) throw CbException(CB_HERE, "no class of models: " + className.ToUtf8());
     model->Serialize(stream);
-    models_.Set(model->GetID(), model);
+    map(model->GetID(), model);
     return model;
-}
-
-void ZeCModelSerializationIDMapper::ListMappedModelIDs(CbArray<CyUniqueID>& ids) const
-{
-    const CbCriticalSectionLock lock(section_);
-    ids.Reserve(ids.GetCount() + models_.GetCount());
-    for (const auto& [id, model] : models_) ids.Append(id);
-}
-
-void ZeCModelSerializationIDMapper::ClearMapping()
-{
-    decltype(models_) cleared; // goes after the section is left
-    const CbCriticalSectionLock lock(section_);
-    models_.Swap(cleared);
 }

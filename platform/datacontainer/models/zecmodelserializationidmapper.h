@@ -1,9 +1,6 @@
 #pragma once
 
-#include "platform/base/cbarray.h"
-#include "platform/base/cbcriticalsection.h"
-#include "platform/base/cbhashkey.h"
-#include "platform/base/cbmap.h"
+#include "platform/base/cbidmapper.h"
 #include "platform/base/cbsingleton.h"
 #include "platform/base/cbstreamreadbinary.h"
 #include "platform/base/cbstreamwritebinary.h"
@@ -15,16 +12,12 @@
 /// What was written or read as a whole is mapped by its id, and lives, until ClearMapping(). An
 /// application clears the map after a complete write or read.
 ///
-/// Threads: ListMappedModelIDs() and ClearMapping() lock, the others do not: streams are written
-/// and read on one thread at a time.
-class PLATFORM_API ZeCModelSerializationIDMapper
+/// Threads: as of CbIDMapper.
+class PLATFORM_API ZeCModelSerializationIDMapper : public CbIDMapper<const ZeCModelQMT>
 {
 public:
-    /// Null where there is none.
+    /// Null if there is none.
     using Model = CbSmartPointer<const ZeCModelQMT>;
-
-    ZeCModelSerializationIDMapper(const ZeCModelSerializationIDMapper&) = delete;
-    ZeCModelSerializationIDMapper& operator=(const ZeCModelSerializationIDMapper&) = delete;
 
     /// Writes the id of a model, the nil id for null. The map stays as it is.
     void WriteModelByReference(CbStreamWriteBinary& stream, const Model& model) const;
@@ -37,14 +30,9 @@ public:
     /// Throws: CbException for null.
     void WriteModel(CbStreamWriteBinary& stream, const Model& model);
     /// Reads what WriteModel() wrote and maps the model, in place of one with the same id.
-    /// Throws: CbException where the class is no class of models, CbExceptionStream,
+    /// Throws: CbException if the class is no class of models, CbExceptionStream,
     /// CbExceptionWrongFileVersion; nothing is mapped then.
     Model ReadModel(CbStreamReadBinary& stream);
-
-    /// Appends all mapped ids to the array, in the order of the map.
-    void ListMappedModelIDs(CbArray<CyUniqueID>& ids) const;
-    /// Forgets all models.
-    void ClearMapping();
 
 private:
     friend class CbSingleton<ZeCModelSerializationIDMapper>;
@@ -52,9 +40,6 @@ private:
 
     ZeCModelSerializationIDMapper();
     ~ZeCModelSerializationIDMapper();
-
-    mutable CbCriticalSection section_;
-    CbMap<CyUniqueID, Model, CbHashKey<CyUniqueID>> models_;
 };
 
 extern template class PLATFORM_API CbSingleton<ZeCModelSerializationIDMapper>;

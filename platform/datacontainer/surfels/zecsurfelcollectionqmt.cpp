@@ -34,19 +34,10 @@ const CbRTTI ZeCSurfelCollectionQMT::RTTI(CB_TEXT("ZeCSurfelCollectionQMT"), &Cr
 ZeCSurfelCollectionQMT::ZeCSurfelCollectionQMT(std::uint32_t count, bool fill,
                                                ESurfelAttributeSet attributeSet,
                                                const void* rayImage)
-    : ZeCSurfelContainer(count, fill, attributeSet), rayImage_(rayImage)
+    : CbClonableObject(count, fill, attributeSet), rayImage_(rayImage)
 {}
 
 ZeCSurfelCollectionQMT::~ZeCSurfelCollectionQMT() = default;
-
-IObject* ZeCSurfelCollectionQMT::CreateByFactory() { return new ZeCSurfelCollectionQMT; }
-
-IObject* ZeCSurfelCollectionQMT::CloneByFactory(const IObject& object)
-{
-    return new ZeCSurfelCollectionQMT(dynamic_cast<const ZeCSurfelCollectionQMT&>(object));
-}
-
-const CbRTTI& ZeCSurfelCollectionQMT::GetRTTI() const { return RTTI; }
 
 void ZeCSurfelCollectionQMT::Serialize(CbStreamWriteBinary& stream) const
 {

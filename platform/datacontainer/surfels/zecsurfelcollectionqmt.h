@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/base/cbclonableobject.h"
 #include "platform/base/cbsmartpointer.h"
 #include "platform/datacontainer/surfels/zecsurfelcontainer.h"
 
@@ -9,7 +10,8 @@
 /// const auto merged = CbMake<ZeCSurfelCollectionQMT>();
 /// merged->Append(*collection, ToFloat(leafToRoot));
 /// @endcode
-class PLATFORM_API ZeCSurfelCollectionQMT : public ZeCSurfelContainer
+class PLATFORM_API ZeCSurfelCollectionQMT
+    : public CbClonableObject<ZeCSurfelCollectionQMT, ZeCSurfelContainer>
 {
 public:
     /// The record of this class.
@@ -18,21 +20,14 @@ public:
     /// An empty collection.
     explicit ZeCSurfelCollectionQMT(
         ESurfelAttributeSet attributeSet = ESurfelAttributeSet::Complete) noexcept
-        : ZeCSurfelContainer(attributeSet)
+        : CbClonableObject(attributeSet)
     {}
     /// @param count number of surfels
     /// @param fill whether they get neutral values (the origin, normal +z, grey, quality 1, tissue
-    ///     type 0, no boundary, curvature 128); where not, the caller writes every attribute of all
+    ///     type 0, no boundary, curvature 128); if not, the caller writes every attribute of all
     /// @param rayImage the application's own, may be null; stored and never read
     ZeCSurfelCollectionQMT(std::uint32_t count, bool fill, ESurfelAttributeSet attributeSet,
                            const void* rayImage);
-
-    /// Makes an empty collection with attribute set 0.
-    static IObject* CreateByFactory();
-    /// The clone has copies of all surfels and the same ray image.
-    /// Throws: std::bad_cast for an object of another class.
-    static IObject* CloneByFactory(const IObject& object);
-    [[nodiscard]] const CbRTTI& GetRTTI() const override;
 
     /// What the constructor was given, or null.
     [[nodiscard]] const void* GetRayImage() const noexcept { return rayImage_; }
@@ -52,5 +47,7 @@ protected:
     ~ZeCSurfelCollectionQMT() override;
 
 private:
+    friend CbClonableObject;
+
     const void* rayImage_ = nullptr;
 };

@@ -11,6 +11,7 @@ void WriteSurfelCollection(CbStreamWriteBinary& stream, const CySurfelCollection
 {
     stream << (collection != nullptr);
     if (collection == nullptr) return;
+    // The length comes first, so that a reader that does not know the class can pass over it.
     CyStreamWriteBinaryBuffer buffer;
     collection->Serialize(buffer);
     if (buffer.GetCount() > std::numeric_limits<std::uint32_t>::max()) {

@@ -10,8 +10,11 @@
 /// writer throws.
 void WriteSurfelCollection(CbStreamWriteBinary& stream, const CySurfelCollectionBase* collection);
 
-/// Reads what was written into @p collection, which stays as it is where there was none, and
-/// becomes null for a class that is not known. Throws: CbExceptionStream, and what the collection's
-/// reader throws; @p collection may be half read then, and is to be released outside of locks.
+/// Reads what was written into @p collection.
+/// - If there was none, @p collection stays as it is.
+/// - Of a class that is not known it becomes null.
+///
+/// Throws: CbExceptionStream, and what the collection's reader throws. @p collection may be half
+/// read then, and is to be released outside of locks.
 void ReadSurfelCollection(CbStreamReadBinary& stream,
                           CbSmartPointer<CySurfelCollectionBase>& collection);

@@ -11,10 +11,10 @@ template<class Pointer, EDirection direction>
 std::vector<Pointer> collect(ZeCTransformationNode& top)
 {
     std::vector<Pointer> nodes{Pointer(&top)};
-    if (top.IsLeaf()) return nodes;
+    ZeCTransformationNodeInner* const inner = top.AsInner();
+    if (inner == nullptr) return nodes;
     WalkBelow<direction>(
-        static_cast<ZeCTransformationNodeInner&>(top),
-        [&](ZeCTransformationNode& node, const ZeCTransformationNodeInner& father) {
+        *inner, [&](ZeCTransformationNode& node, const ZeCTransformationNodeInner& father) {
             if (!node.IsChildOf(father)) return EVisit::Skip;
             nodes.emplace_back(&node);
             return EVisit::Enter;

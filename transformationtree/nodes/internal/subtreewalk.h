@@ -20,7 +20,7 @@ enum class EDirection
     Backward
 };
 
-/// True where @p node is @p top or stands below it.
+/// True if @p node is @p top or stands below it.
 [[nodiscard]] inline bool IsAtOrBelow(const ZeCTransformationNode& node,
                                       const ZeCTransformationNode& top)
 {
@@ -64,7 +64,7 @@ auto WalkBelow(Inner& top, Visit&& visit)
         if (node == nullptr) continue;
         switch (visit(*node, *level.father)) {
         case EVisit::Enter:
-            if (!node->IsLeaf()) enter(static_cast<Inner&>(*node));
+            if (Inner* const inner = node->AsInner()) enter(*inner);
             break;
         case EVisit::Skip:
             break;

@@ -12,6 +12,7 @@ void ChangeMessages::AddTreeStructureModified(
 
 void ChangeMessages::AddRemoved(const std::vector<Node>& nodes)
 {
+    // Each names the father that it still has.
     for (const Node& node : nodes) {
         AddTreeStructureModified(node, node->GetFather(),
                                  ZeCMessageTreeStructureModified::eNodeRemoved);

@@ -79,9 +79,10 @@ TEST_F(StoredModels, ComeBackAsAWholeAndAreFoundByTheirIds)
     const CbSmartPointer<IObject> clone(model->GetRTTI().getClone()(*model));
     EXPECT_NE(CbDynamicPointerCast<ZeCModelQMT>(clone)->GetID(), model->GetID());
     const auto surfels = CbMake<ZeCSurfelCollectionQMT>();
-    EXPECT_THROW(ZeCSurfelCollectionQMT::CloneByFactory(*model), std::bad_cast);
-    EXPECT_THROW(ZeCModelQMT::CloneByFactory(*surfels), std::bad_cast);
-    EXPECT_THROW(QMT_DepthImage::CloneByFactory(*model), std::bad_cast) << "only a base of it";
+    EXPECT_THROW((void)ZeCSurfelCollectionQMT::CloneByFactory(*model), std::bad_cast);
+    EXPECT_THROW((void)ZeCModelQMT::CloneByFactory(*surfels), std::bad_cast);
+    EXPECT_THROW((void)QMT_DepthImage::CloneByFactory(*model), std::bad_cast)
+        << "only a base of it";
     EXPECT_THROW(CyNode::CloneByFactory(*model), std::bad_cast);
 }
 

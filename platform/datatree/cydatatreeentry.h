@@ -4,6 +4,10 @@
 
 class CyNode;
 struct CyLockRecord;
+namespace datatreetests
+{
+struct TestAccess;
+}
 
 /// Number of read locks and of write locks, in one word: every lock adds to each node above it.
 class CyLockCounts

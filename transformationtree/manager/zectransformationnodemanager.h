@@ -247,7 +247,7 @@ protected:
 
 private:
     friend class CbSingleton<ZeCTransformationNodeManager>;
-    friend struct TestAccess;
+    friend struct treetests::TestAccess;
 
     using Nodes = std::vector<ZeCTransformationNode*>;
 

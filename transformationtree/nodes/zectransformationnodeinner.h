@@ -136,7 +136,7 @@ protected:
 private:
     friend class ZeCTransformationNode::ZeNNodeIterator;
     friend class ZeCTransformationNodeManager;
-    friend struct TestAccess;
+    friend struct treetests::TestAccess;
 
     /// A visitor of walks that end at the first cached leaf.
     static EVisit stopAtCachedLeaf(const ZeCTransformationNode& node,

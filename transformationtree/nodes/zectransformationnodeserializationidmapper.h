@@ -63,7 +63,6 @@ public:
 
 private:
     friend class CbSingleton<ZeCTransformationNodeSerializationIDMapper>;
-    friend struct TestAccess;
 
     ZeCTransformationNodeSerializationIDMapper();
     ~ZeCTransformationNodeSerializationIDMapper();

@@ -48,7 +48,6 @@ public:
 
 private:
     friend class CbSingleton<ZeCModelSerializationIDMapper>;
-    friend struct TestAccess;
 
     ZeCModelSerializationIDMapper();
     ~ZeCModelSerializationIDMapper();

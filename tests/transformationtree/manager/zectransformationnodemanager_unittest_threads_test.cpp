@@ -1,4 +1,5 @@
 #include "platform/base/cbevent.h"
+#include "platform/base/cbexception.h"
 #include "tests/support/managerfixture.h"
 #include "tests/support/rounds.h"
 #include "tests/support/scenario.h"
@@ -161,6 +162,17 @@ TEST_F(ASelfTest, ReportsLocksThatFail)
                 ElementsAre("Lock() attemt failed with an exception."));
     expectTree("(Father1(Child), Father2())");
     EXPECT_THAT(information.back(), HasSubstr("Father1)"));
+}
+
+TEST_F(ASelfTest, EndsAfterAnExceptionInAnyStepAndTellsOfIt)
+{
+    for (const char* const line :
+         {c_writeAsked, c_writeGranted, c_moved, c_readAsked, c_readLocked, c_readGranted}) {
+        SCOPED_TRACE(line);
+        const auto fail = [] { throw CbException("file", 1, "f", "no more lines"); };
+        EXPECT_THAT(run(at(line, fail)), ElementsAre(HasSubstr("no more lines")));
+        EXPECT_EQ(manager().GetRootNode()->GetNrLeafNodes(), 1);
+    }
 }
 
 TEST_F(ASelfTest, LeavesAManagerInUseAlone)

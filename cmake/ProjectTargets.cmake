@@ -84,18 +84,29 @@ endfunction()
 
 # Adds a test program: one process per test case.
 #   tree_add_tests(name SOURCES ... LIBRARIES ... [DEFINITIONS ...])
-# Suites whose name ends in "Threads" carry the label "threads" and run under the thread sanitizer,
-# suites ending in "Soak" the label "soak": they take long and run where they are asked for.
+# Sources that end in "_threads_test.cpp" become a program of their own, whose tests carry the label
+# "threads" and run under the thread sanitizer; so do those that end in "_soak_test.cpp", which take
+# long and run where they are asked for, and those that end in "_threads_soak_test.cpp", which are
+# both: ctest looks for a part of a label. Sources that are no tests belong to each of the programs.
 function(tree_add_tests name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES;DEFINITIONS")
-  add_executable(${name} ${arg_SOURCES})
-  tree_target_defaults(${name})
-  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} tests_support GTest::gmock_main)
-  target_compile_definitions(${name} PRIVATE ${arg_DEFINITIONS})
-  gtest_discover_tests(${name} TEST_FILTER "-*Threads.*:*Soak.*" DISCOVERY_TIMEOUT 60
-                       PROPERTIES TIMEOUT 300)
-  gtest_discover_tests(${name} TEST_FILTER "*Threads.*" DISCOVERY_TIMEOUT 60 TEST_LIST ${name}_threads
-                       PROPERTIES TIMEOUT 300 LABELS threads)
-  gtest_discover_tests(${name} TEST_FILTER "*Soak.*" DISCOVERY_TIMEOUT 60 TEST_LIST ${name}_soak
-                       PROPERTIES TIMEOUT 300 LABELS soak)
+  set(tests ${arg_SOURCES})
+  set(shared ${arg_SOURCES})
+  list(FILTER tests INCLUDE REGEX "_test\\.cpp$")
+  list(FILTER shared EXCLUDE REGEX "_test\\.cpp$")
+  foreach(kind _threads_soak _threads _soak "")
+    set(sources ${tests})
+    list(FILTER sources INCLUDE REGEX "${kind}_test\\.cpp$")
+    if(NOT sources)
+      continue()
+    endif()
+    list(REMOVE_ITEM tests ${sources})
+    set(program ${name}${kind})
+    add_executable(${program} ${sources} ${shared})
+    tree_target_defaults(${program})
+    target_link_libraries(${program} PRIVATE ${arg_LIBRARIES} tests_support GTest::gmock_main)
+    target_compile_definitions(${program} PRIVATE ${arg_DEFINITIONS})
+    string(REGEX REPLACE "^_" "" label "${kind}")
+    gtest_discover_tests(${program} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300 LABELS "${label}")
+  endforeach()
 endfunction()

@@ -40,9 +40,14 @@ public:
         return instance_.load(std::memory_order_acquire) != nullptr;
     }
 
-private:
-    friend struct TestAccess;
+protected:
+    /// Destroys the object, if there is one: at exit, or for a test that derives from this class.
+    static void destroy() noexcept
+    {
+        delete instance_.exchange(nullptr, std::memory_order_acq_rel);
+    }
 
+private:
     static T& create()
     {
         const CbCriticalSectionLock lock(CbSingletonLock());
@@ -51,11 +56,6 @@ private:
         instance_.store(instance, std::memory_order_release);
         std::atexit(&destroy);
         return *instance;
-    }
-
-    static void destroy() noexcept
-    {
-        delete instance_.exchange(nullptr, std::memory_order_acq_rel);
     }
 
     static std::atomic<T*> instance_;

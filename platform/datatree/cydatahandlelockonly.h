@@ -51,7 +51,7 @@ public:
 
 private:
     friend class CyDataManager;
-    friend struct TestAccess;
+    friend struct datatreetests::TestAccess;
 
     CyLockRecord record_;
 };

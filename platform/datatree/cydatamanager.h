@@ -116,7 +116,7 @@ private:
     template<int kind>
     friend class CyDataHandleLockOnly;
     friend class CyNode;
-    friend struct TestAccess;
+    friend struct datatreetests::TestAccess;
 
     void ask(const CyNode& node, bool write, CyLockRecord& record);
     [[nodiscard]] std::size_t editNodes(CyLockThread* thread, CyNodeView nodes,

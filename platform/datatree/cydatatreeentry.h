@@ -6,6 +6,10 @@
 #include <cstdint>
 
 class CyNode;
+namespace datatreetests
+{
+struct TestAccess;
+}
 
 /// Number of read locks and of write locks, in one word: every lock adds to each node above it.
 class CyLockCounts

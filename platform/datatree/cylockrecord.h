@@ -6,6 +6,10 @@
 
 struct CyLockThread;
 struct CyDataTreeEntry;
+namespace datatreetests
+{
+struct TestAccess;
+}
 
 /// A locking query, embedded in the handle that made it.
 ///

@@ -85,7 +85,7 @@ public:
 private:
     friend class CyDataManager;
     friend class CyLockEngine;
-    friend struct TestAccess;
+    friend struct datatreetests::TestAccess;
 
     std::atomic<CyDataManager*> dataManager_{nullptr}; ///< written under the manager's mutex
     mutable CyDataTreeEntry entry_{*this};             ///< guarded by the manager's mutex

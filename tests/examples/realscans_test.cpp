@@ -51,6 +51,10 @@ TEST(RealScans, LieOnEachOtherInTheCommonFrame)
         EXPECT_LT(boundary / count, 0.2) << scan.name;
     }
 
+    std::size_t all = 0;
+    for (const auto& points : scans) all += points.size();
+    EXPECT_EQ(all, 362272U);
+
     Random random(11);
     for (std::size_t i = 0; i < scans.size(); ++i) {
         std::vector<double> distances;

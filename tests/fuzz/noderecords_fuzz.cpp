@@ -10,23 +10,15 @@
 namespace
 {
 
-std::size_t countMapped()
-{
-    CbArray<CyUniqueID> ids;
-    NodeMapper().ListMappedModelIDs(ids);
-    ModelMapper().ListMappedModelIDs(ids);
-    return ids.GetCount();
-}
-
 /// Expects that nothing is mapped where reading fails.
 template<class Read>
 auto readMapped(const Read& read)
 {
-    const std::size_t mapped = countMapped();
+    const std::size_t mapped = CountMapped();
     try {
         return read();
     } catch (const CbException&) {
-        EXPECT_EQ(countMapped(), mapped);
+        EXPECT_EQ(CountMapped(), mapped);
         throw;
     }
 }

@@ -114,10 +114,9 @@ TEST(Session, KnowsNothingThatWasMappedBefore)
     EXPECT_NO_THROW(SessionOf(tree.root));
 }
 
-class RestoredSession : public NodeManagerTest
-{};
+using ARestoredSession = NodeManagerTest;
 
-TEST_F(RestoredSession, IsEditedBelowTheManager)
+TEST_F(ARestoredSession, IsEditedBelowTheManager)
 {
     const SampleTree tree;
     const Inner root = ReadSession(SessionOf(tree.root)).root;
@@ -222,9 +221,7 @@ TEST(Session, IsRefusedWhereItsRecordsAreNoTree)
         Records records(tree);
         spoil(records);
         const Bytes bytes = records.Join();
-        auto kind = EKind::Unwritable;
-        EXPECT_THAT(ErrorOf(bytes, &kind), HasSubstr(reason));
-        EXPECT_EQ(kind, EKind::Inconsistent) << reason;
+        ExpectError(bytes, EKind::Inconsistent, reason);
         EXPECT_EQ(CountMapped(), 0U) << "mapped after " << reason;
         const std::size_t before = AllocatedBytes();
         (void)ErrorOf(bytes);
@@ -232,9 +229,7 @@ TEST(Session, IsRefusedWhereItsRecordsAreNoTree)
     }
     Records newer{SampleTree()};
     newer.structure[0][16] = 9;
-    auto kind = EKind::Inconsistent;
-    EXPECT_THAT(ErrorOf(newer.Join(), &kind), HasSubstr("structure, record 1, byte "));
-    EXPECT_EQ(kind, EKind::Unreadable) << "a record of an unknown version";
+    ExpectError(newer.Join(), EKind::Unreadable, "structure, record 1, byte ");
 }
 
 TEST(Session, ThatWouldNotComeBackIsNotWritten)
@@ -258,13 +253,7 @@ TEST(Session, ThatWouldNotComeBackIsNotWritten)
         SampleTree tree;
         edit(tree);
         CyStreamWriteBinaryBuffer stream;
-        try {
-            WriteSession(stream, tree.root, {});
-            ADD_FAILURE() << reason;
-        } catch (const SessionError& error) {
-            EXPECT_EQ(error.GetKind(), EKind::Unwritable);
-            EXPECT_THAT(error.what(), HasSubstr(reason));
-        }
+        ExpectError([&] { WriteSession(stream, tree.root, {}); }, EKind::Unwritable, reason);
         EXPECT_EQ(stream.GetCount(), 0U) << reason;
     }
 }

@@ -7,7 +7,9 @@
 #include "tests/transformationtree/nodes/mappedrecords.h"
 
 #include <algorithm>
+#include <concepts>
 #include <cstring>
+#include <gmock/gmock.h>
 
 inline Bytes SessionOf(const Inner& root)
 {
@@ -20,19 +22,37 @@ inline Bytes SessionOf(const sessionfile::LoadedSession& session)
         [&](auto& stream) { sessionfile::WriteSession(stream, session.root, session.unknown); });
 }
 
-/// The text of the error that reading ends in, or nothing where it gives a tree, which can be
-/// written and read again then.
-inline std::string ErrorOf(const Bytes& bytes, sessionfile::SessionError::EKind* kind = nullptr)
+/// The text of the error that a call ends in, or nothing.
+template<std::invocable Call>
+std::string ErrorOf(const Call& call, sessionfile::SessionError::EKind* kind = nullptr)
 {
     try {
-        const auto session = sessionfile::ReadSession(bytes);
-        EXPECT_TRUE(session.root);
-        EXPECT_TRUE(sessionfile::ReadSession(SessionOf(session)).root);
+        call();
         return {};
     } catch (const sessionfile::SessionError& error) {
         if (kind != nullptr) *kind = error.GetKind();
         return error.what();
     }
+}
+/// The same of reading bytes. What is read can be written and read again.
+inline std::string ErrorOf(const Bytes& bytes, sessionfile::SessionError::EKind* kind = nullptr)
+{
+    const auto read = [&] {
+        const auto session = sessionfile::ReadSession(bytes);
+        EXPECT_TRUE(session.root);
+        EXPECT_TRUE(sessionfile::ReadSession(SessionOf(session)).root);
+    };
+    return ErrorOf(read, kind);
+}
+
+/// Expects an error of a kind, whose text holds a reason.
+template<class Source>
+void ExpectError(const Source& source, sessionfile::SessionError::EKind kind,
+                 const std::string& reason)
+{
+    auto actual = sessionfile::SessionError::EKind{-1};
+    EXPECT_THAT(ErrorOf(source, &actual), testing::HasSubstr(reason));
+    EXPECT_EQ(actual, kind) << reason;
 }
 
 /// root(cluster*(a*, b), c*) where a and c share a model. Rings may be made of it.

@@ -4,6 +4,7 @@
 #include "transformationtree/manager/zectransformationnodemanager.h"
 
 #include <gtest/gtest.h>
+#include <thread>
 
 /// Tests of the node manager: each finds a new manager, linked to a data manager of its own.
 class NodeManagerTest : public testing::Test
@@ -21,7 +22,7 @@ protected:
     {
         unsetRoot();
         EXPECT_TRUE(manager().UnsetDataManager());
-        TestAccess::DestroySingleton<Manager>();
+        DestroySingleton<Manager>();
         EXPECT_TRUE(dataNode->GetChildren().empty());
     }
 
@@ -36,6 +37,15 @@ protected:
         EXPECT_TRUE(manager().TryLock());
         manager().UnsetRootNode();
         EXPECT_FALSE(manager().GetRootNode());
+    }
+
+    /// A lock of a thread that has ended since; it lasts as long as the handle.
+    template<class Lock>
+    static auto lockElsewhere(const Lock& lock)
+    {
+        decltype(lock()) handle;
+        std::thread([&] { handle = lock(); }).join();
+        return handle;
     }
 
     CyDataManager dataManager;

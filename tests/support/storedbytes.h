@@ -29,7 +29,8 @@ std::size_t ReadFrom(const Bytes& bytes, const Read& read)
 
 /// Expects an exception whose place is fixed.
 template<class Exception, class Call>
-void ExpectThrowsFrom(const char* file, unsigned line, const Call& call)
+void ExpectThrowsFrom(const char* file, unsigned line, const Call& call,
+                      const char* function = nullptr)
 {
     try {
         call();
@@ -37,5 +38,27 @@ void ExpectThrowsFrom(const char* file, unsigned line, const Call& call)
     } catch (const Exception& exception) {
         EXPECT_EQ(exception.GetFile(), file);
         EXPECT_EQ(exception.GetLine(), line);
+        if (function != nullptr) {
+            EXPECT_EQ(exception.GetFunction(), function);
+        }
     }
+}
+
+/// Expects an exception wherever bytes are cut short, from @p begin on; each piece is memory of its
+/// own, so that reading on is noticed. Then checks what is left.
+template<class Exception, class Read, class Check>
+void ExpectCutsThrow(const Bytes& bytes, const Read& read, const Check& check,
+                     std::size_t begin = 0)
+{
+    for (std::size_t length = begin; length < bytes.size(); ++length) {
+        SCOPED_TRACE(length);
+        const Bytes cut(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length));
+        ASSERT_THROW(read(cut), Exception);
+        check(length);
+    }
+}
+template<class Exception, class Read>
+void ExpectCutsThrow(const Bytes& bytes, const Read& read)
+{
+    ExpectCutsThrow<Exception>(bytes, read, [](std::size_t) {});
 }

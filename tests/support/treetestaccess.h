@@ -5,6 +5,20 @@
 #include "transformationtree/manager/zectransformationnodemanager.h"
 #include "transformationtree/models/zecleafnodevector.h"
 
+/// Destroys a singleton, so that the next test finds a new one.
+template<class T>
+void DestroySingleton()
+{
+    struct Access : CbSingleton<T>
+    {
+        using CbSingleton<T>::destroy;
+    };
+    Access::destroy();
+}
+
+namespace treetests
+{
+
 /// What tests of the tree need of the nodes' private parts.
 struct TestAccess
 {
@@ -49,10 +63,8 @@ struct TestAccess
     {
         return manager.parts_->checks.CheckRecursivelyNodesInDataManager(top);
     }
-    /// Destroys a singleton, so that the next test finds a new one.
-    template<class T>
-    static void DestroySingleton()
-    {
-        CbSingleton<T>::destroy();
-    }
 };
+
+} // namespace treetests
+
+using treetests::TestAccess;

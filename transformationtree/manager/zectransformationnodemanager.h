@@ -251,7 +251,7 @@ protected:
 
 private:
     friend class CbSingleton<ZeCTransformationNodeManager>;
-    friend struct TestAccess;
+    friend struct treetests::TestAccess;
     struct Parts;
 
     ZeCTransformationNodeManager();

@@ -73,7 +73,7 @@ public:
     void Serialize(CbStreamReadBinary& stream);
 
 private:
-    friend struct TestAccess;
+    friend struct treetests::TestAccess;
 
     // What follows the version. Version 1 has no revisions and is written to test its reader.
     void writeVersion1(CbStreamWriteBinary& stream) const;

@@ -25,6 +25,10 @@ class CyBoundingSphere;
 class ZeCNodeVector;
 class ZeCTransformationNodeInner;
 class ZeCTransformationNodeLeaf;
+namespace treetests
+{
+struct TestAccess;
+}
 
 /// A node of the transformation tree: what leaves and inner nodes share.
 ///
@@ -381,7 +385,7 @@ private:
     friend class ZeCTransformationNodeInner;
     friend class ZeCTransformationNodeAccess;
     friend class ZeCTransformationNodeSerializationIDMapper;
-    friend struct TestAccess;
+    friend struct treetests::TestAccess;
 
     /// The next number, the largest one again if there is none above it.
     static ZeTNodeRevision getNextGlobalNodeRevision();

@@ -134,7 +134,7 @@ protected:
 private:
     friend class ZeCTransformationNode::ZeNNodeIterator;
     friend class ZeCTransformationNodeAccess;
-    friend struct TestAccess;
+    friend struct treetests::TestAccess;
 
     ZeCChildList children_;
     ZeTNodeRevision modelRevision_ = -1;              ///< subtree revision of the cached model

@@ -50,7 +50,6 @@ public:
 
 private:
     friend class CbSingleton<ZeCTransformationNodeSerializationIDMapper>;
-    friend struct TestAccess;
 
     ZeCTransformationNodeSerializationIDMapper();
     ~ZeCTransformationNodeSerializationIDMapper();

@@ -36,7 +36,6 @@ public:
 
 private:
     friend class CbSingleton<ZeCModelSerializationIDMapper>;
-    friend struct TestAccess;
 
     ZeCModelSerializationIDMapper();
     ~ZeCModelSerializationIDMapper();

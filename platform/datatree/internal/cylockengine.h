@@ -112,7 +112,7 @@ public:
     [[nodiscard]] bool LetGo(CyLockThread& thread) noexcept CB_REQUIRES(mutex);
 
 private:
-    friend struct TestAccess;
+    friend struct datatreetests::TestAccess;
 
     ~CyLockEngine() = default;
 

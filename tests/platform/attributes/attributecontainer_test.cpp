@@ -177,11 +177,9 @@ TEST_F(AttributesOfANode, SurviveAnyCutAndAnUnknownVersion)
     const auto bytes = Stored([&](auto& stream) { container.Serialize(stream); });
     ZeARTTIAttributeContainer other;
     other.SetAttribute(make<Shared>(9));
-    for (auto cut = bytes.begin(); cut != bytes.end(); ++cut) {
-        const auto length = cut - bytes.begin();
-        EXPECT_THROW(read(other, Bytes(bytes.begin(), cut)), CbExceptionStream) << length;
-        EXPECT_THAT(valuesOf(other), ElementsAre(9)) << length;
-    }
+    ExpectCutsThrow<CbExceptionStream>(
+        bytes, [&](const Bytes& cut) { read(other, cut); },
+        [&](std::size_t) { EXPECT_THAT(valuesOf(other), ElementsAre(9)); });
     for (const std::uint32_t version : {0u, 2u}) {
         EXPECT_THROW(read(other, record(version, 0, [](auto&) {})), CbExceptionWrongFileVersion);
         EXPECT_THAT(valuesOf(other), ElementsAre(9));

@@ -8,6 +8,9 @@
 using Read = CyDataHandleLockOnly<0>;
 using Write = CyDataHandleLockOnly<1>;
 
+namespace datatreetests
+{
+
 /// What tests of the data tree need of its private parts: logical threads, whose steps a test
 /// decides one by one and at times of its own, and a recount of the locks.
 struct TestAccess
@@ -120,6 +123,10 @@ private:
         return {here.reads + below.reads, here.writes + below.writes};
     }
 };
+
+} // namespace datatreetests
+
+using datatreetests::TestAccess;
 
 /// A data manager with nodes top(a(b(c),d),e).
 struct SmallTree

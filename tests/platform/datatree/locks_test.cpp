@@ -1,6 +1,5 @@
 #include "tests/platform/datatree/datatreeaccess.h"
 
-#include <functional>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -144,17 +143,6 @@ TEST_F(LockingNodes, AnEditForgetsWhatCoveredTheNodesThatItMoves)
     TestAccess::CheckCounters(manager);
 }
 
-TEST_F(LockingNodes, NobodyIsBarredByAThreadThatDoesNotWait)
-{
-    const Write wanted(manager, b);
-    {
-        const Read held = lockElsewhere<Read>(b);
-        EXPECT_EQ(tryLock(1), CyDataManager::eTimeout);
-        (void)lockElsewhere<Read>(c);
-    }
-    (void)lockElsewhere<Write>(a);
-}
-
 // Threads whose steps and times the test decides.
 class WaitingInTurn : public LockingNodes
 {
@@ -177,13 +165,10 @@ protected:
             TestAccess::Ask(asked, thread, *node);
             write = std::move(asked);
         }
-        EOutcome Try(int milliseconds = 0)
+        EOutcome Try() { return TestAccess::Attempt(thread, Time()); }
+        void Wait(EOutcome expected)
         {
-            return TestAccess::Attempt(thread, Time(std::chrono::milliseconds(milliseconds)));
-        }
-        void Wait(EOutcome expected, int milliseconds = 0)
-        {
-            EXPECT_EQ(Try(milliseconds), expected);
+            EXPECT_EQ(Try(), expected);
             TestAccess::StartWaiting(thread);
         }
         void StopWaiting() { TestAccess::StopWaiting(thread, Time()); }
@@ -222,46 +207,6 @@ TEST_F(WaitingInTurn, OneReleaseWakesOneWriter)
     EXPECT_FALSE(third.IsWoken()) << "who waits in slices is back soon";
     second.write.Release();
     EXPECT_TRUE(third.IsWoken());
-}
-
-TEST_F(WaitingInTurn, ARequestThatIsRepeatedKeepsItsPlaceFor100Milliseconds)
-{
-    const struct
-    {
-        const char* name;
-        std::function<void()> repeat;
-        int milliseconds;
-        bool keeps;
-    } rows[] = {
-        {"in time", [] {}, 100, true},
-        {"too late", [] {}, 101, false},
-        {"by a new handle", [&] { first.Ask(b); }, 100, true},
-        {"after its last query has gone",
-         [&] {
-             first.write.Release();
-             first.Ask(b);
-         },
-         0, false},
-        {"for another node", [&] { first.Ask(c); }, 0, false},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        const Read held = lockElsewhere<Read>(b);
-        first.Ask(b);
-        first.Wait(EOutcome::BlockedByLock);
-        second.Wait(EOutcome::BlockedByOlder);
-        first.StopWaiting();
-        EXPECT_EQ(third.Try(), EOutcome::BlockedByOlder) << "the second one waits";
-        row.repeat();
-        first.Wait(row.keeps ? EOutcome::BlockedByLock : EOutcome::BlockedByOlder,
-                   row.milliseconds);
-        EXPECT_EQ(second.Try(), row.keeps ? EOutcome::BlockedByOlder : EOutcome::BlockedByLock);
-        for (Requester* requester : {&first, &second}) {
-            requester->StopWaiting();
-            requester->write.Release();
-            requester->Ask(b);
-        }
-    }
 }
 
 // Uses handles when the other objects of its thread have gone.

@@ -2,6 +2,7 @@
 #include "platform/math3d/cyexceptionnotinvertible.h"
 #include "tests/platform/math3d/randommatrices.h"
 #include "tests/support/rounds.h"
+#include "tests/support/storedbytes.h"
 
 #include <algorithm>
 #include <array>
@@ -114,13 +115,8 @@ TEST(MatrixInverse, OfASingularMatrixThrowsAndLeavesTheMatrix)
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         CbMatrix4Rd matrix(c.values);
-        try {
-            CbMatrixInternal::Invert(matrix);
-            ADD_FAILURE() << "did not throw";
-        } catch (const CyExceptionNotInvertible& e) {
-            EXPECT_EQ("cbmatrixbasematrixgeomdef", e.GetFile());
-            EXPECT_EQ(996U, e.GetLine());
-        }
+        ExpectThrowsFrom<CyExceptionNotInvertible>("cbmatrixbasematrixgeomdef", 996,
+                                                   [&] { CbMatrixInternal::Invert(matrix); });
         EXPECT_EQ(0, std::memcmp(matrix.data(), c.values, sizeof c.values));
         EXPECT_EQ(0.0, CbMatrixInternal::Determinant(matrix));
     }

@@ -30,7 +30,7 @@ struct Managed
     ~Managed()
     {
         lock = {};
-        TestAccess::DestroySingleton<Manager>();
+        DestroySingleton<Manager>();
     }
 
     CyDataManager dataManager;
@@ -150,7 +150,7 @@ TEST(Consistency, IsFoundWantingWhereASingleThingIsWrong)
 {
     EXPECT_TRUE(manager().IsValid()) << "no node at all";
     EXPECT_FALSE(manager().IsValid(nullptr));
-    TestAccess::DestroySingleton<Manager>();
+    DestroySingleton<Manager>();
     for (const auto& [name, spoil, invalid, valid] : c_corruptions) {
         SCOPED_TRACE(name);
         Managed managed("root(one(a, b), two(c), d)");

@@ -1,18 +1,15 @@
 // What the node manager logs, word for word, and the outcomes of locking that it logs.
 
-#include "platform/base/cbevent.h"
 #include "platform/base/cbexception.h"
 #include "platform/base/cystackwalker.h"
 #include "tests/support/logrecorder.h"
 #include "tests/support/managerfixture.h"
 #include "tests/support/scenario.h"
+#include "tests/support/storedbytes.h"
 
 #include <functional>
 #include <gmock/gmock.h>
-#include <optional>
-#include <set>
 #include <thread>
-#include <utility>
 #include <vector>
 
 namespace
@@ -20,6 +17,7 @@ namespace
 
 using testing::ElementsAre;
 
+constexpr const char* c_logIDMap = "ZeCTransformationNodeManager::logIDMap";
 constexpr const char* c_single = "ZeCTransformationNodeManager::getSingleHandleLocked";
 
 class NodeManagerLog : public NodeManagerTest
@@ -47,43 +45,9 @@ protected:
         return log;
     }
 
-    // A thread that holds a lock until it is told to release it.
-    class Holder
-    {
-    public:
-        template<class Lock>
-        explicit Holder(const Lock& lock)
-            : thread_([this, lock] {
-                  const auto handle = lock();
-                  held_.Set();
-                  release_.Wait();
-              })
-        {
-            held_.Wait();
-        }
-        ~Holder() { release_.Set(); }
-        void Release()
-        {
-            release_.Set();
-            thread_.join();
-        }
-
-    private:
-        CbEvent held_;
-        CbEvent release_;
-        std::jthread thread_;
-    };
-
     static void expectThrown(unsigned line, const char* function, const std::function<void()>& lock)
     {
-        try {
-            lock();
-            ADD_FAILURE() << "nothing thrown";
-        } catch (const CbException& exception) {
-            EXPECT_EQ(exception.GetFile(), "zectransformationnodemanager");
-            EXPECT_EQ(exception.GetLine(), line);
-            EXPECT_EQ(exception.GetFunction(), function);
-        }
+        ExpectThrowsFrom<CbException>("zectransformationnodemanager", line, lock, function);
     }
     // Locks what is recorded, which fails, and expects the cause in the log.
     void expectCause(const char* cause)
@@ -156,24 +120,26 @@ TEST_F(NodeManagerLog, TellsWhyASingleHandleIsRefused)
 TEST_F(NodeManagerLog, TellsHowLongASingleHandleWaited)
 {
     const std::string retry = "1 1834 getSingleHandleLocked<Read>(b) 100ms Timeout, retrying.";
-    const std::vector<std::vector<std::string>> logs = {
+    const auto waited = [](const char* time) {
+        return std::string("3 1876 getSingleHandleLocked<Read>(b) waited for ") + time;
+    };
+    const std::vector<std::string> logs[] = {
         {},
         {retry},
-        {retry, retry, "3 1876 getSingleHandleLocked<Read>(b) waited for 200ms."},
-        {retry, retry, retry, "3 1876 getSingleHandleLocked<Read>(b) waited for 300ms."},
+        {retry, retry, waited("200ms.")},
+        {retry, retry, retry, waited("300ms.")},
     };
-    for (int retries = 0; retries < 4; ++retries) {
+    for (std::size_t retries = 0; retries < std::size(logs); ++retries) {
         SCOPED_TRACE(retries);
-        Holder holder([&] { return manager().GetSingleWriteHandleLocked(tree_["a"]); });
-        int left = retries;
-        if (left == 0) holder.Release();
+        auto held = lockElsewhere([&] { return manager().GetSingleWriteHandleLocked(tree_["a"]); });
+        auto left = retries;
+        if (left == 0) held.Release();
         // The lock is released while the waiting thread logs its last time-out.
         recorder_.SetObserver([&](const LogRecord& record) {
-            if (record.line == 1834 && --left == 0) holder.Release();
+            if (record.line == 1834 && --left == 0) held.Release();
         });
-        const auto handle = manager().GetSingleReadHandleLocked(tree_["b"]);
-        EXPECT_TRUE(handle.IsValid());
-        EXPECT_EQ(takeLog(c_single), logs[static_cast<std::size_t>(retries)]);
+        EXPECT_TRUE(manager().GetSingleReadHandleLocked(tree_["b"]).IsValid());
+        EXPECT_EQ(takeLog(c_single), logs[retries]);
         recorder_.SetObserver(nullptr);
     }
 }
@@ -181,10 +147,6 @@ TEST_F(NodeManagerLog, TellsHowLongASingleHandleWaited)
 TEST_F(NodeManagerLog, NamesANodeThatTheDataManagerKeeps)
 {
     const Inner root = tree_.GetRootInner();
-    std::optional<Holder> reader; // of another thread, which edits do not respect
-    const auto lockElsewhere = [&](const Node& node) {
-        reader.emplace([node] { return manager().GetSingleReadHandleLocked(node); });
-    };
     // Expects that one warning names a node, and that it was written outside the section.
     const auto expectKept = [&](const char* function, const std::string& number, const Node& node,
                                 const std::function<void()>& edit) {
@@ -205,14 +167,14 @@ TEST_F(NodeManagerLog, NamesANodeThatTheDataManagerKeeps)
     const Node a = tree_["a"];
     const Node b = tree_["b"];
     const Inner c = tree_.GetInner("c");
-    lockElsewhere(b);
+    auto reader = lockElsewhere([&] { return manager().GetSingleReadHandleLocked(b); });
     expectKept("MoveNode", "1", b, [&] { manager().MoveNode(c, b, nullptr); });
     EXPECT_EQ(b->GetFather(), c);
     EXPECT_EQ(b->GetParent(), a);
     expectKept("moveNodes", "1", b, [&] { manager().MoveNodes(root, {b}); });
     expectKept("removeChild", "1", b, [&] { manager().RemoveChild(root, b); });
     expectKept("removeChild", "1", a, [&] { manager().RemoveChild(root, a); });
-    reader.reset();
+    reader.Release();
     manager().AppendChild(c, b); // which stays in the data manager, where it is
     const auto below = CbMake<CyNode>();
     ASSERT_TRUE(dataManager.InsertNode(c, below));
@@ -226,50 +188,35 @@ TEST_F(NodeManagerLog, NamesANodeThatTheDataManagerKeeps)
 
 TEST_F(NodeManagerLog, ListsTheIdsWhenTheRootComesAndGoes)
 {
-    // The lists so far: their tag, "enter" or "exit" and the nodes in them.
-    const auto takeLists = [&] {
-        std::string lists;
-        std::multiset<std::string> names; // in no order
-        for (const auto& line : takeLog("ZeCTransformationNodeManager::logIDMap")) {
-            if (line.starts_with("1 1916 Start ID Map: ")) {
-                lists += line.substr(21);
-            } else if (line.starts_with("1 1922 End ID Map: ")) {
-                for (const auto& name : std::exchange(names, {})) lists += ' ' + name;
-                EXPECT_NE(lists.find(line.substr(19)), std::string::npos);
-                lists += ". ";
-            } else {
-                const std::string arrow = " -> description ";
-                const auto name = line.substr(line.find(arrow) + arrow.size());
-                EXPECT_EQ(line,
-                          "1 1920 id " + tree_[name]->GetID().ToString().ToUtf8() + arrow + name);
-                names.insert(name);
-            }
+    // Expects a list of nodes, in any order.
+    const auto expectList = [&](const std::string& tag, const std::vector<std::string>& names) {
+        const auto log = takeLog(c_logIDMap);
+        std::vector<std::string> expected{"1 1916 Start ID Map: " + tag,
+                                          "1 1922 End ID Map: " + tag};
+        for (const auto& name : names) {
+            expected.push_back("1 1920 id " + tree_[name]->GetID().ToString().ToUtf8() +
+                               " -> description " + name);
         }
-        return lists;
+        EXPECT_THAT(log, testing::UnorderedElementsAreArray(expected));
+        EXPECT_EQ(log.front() + log.back(), expected[0] + expected[1]);
     };
     manager().UnsetRootNode(); // not locked
-    EXPECT_EQ(takeLists(), "UnsetRootNode enter a b c root. ");
-    unsetRoot();
-    EXPECT_EQ(takeLists(), "UnsetRootNode enter a b c root. UnsetRootNode exit. ");
+    expectList("UnsetRootNode enter", {"a", "b", "c", "root"});
     EXPECT_THROW(manager().SetRootNode(nullptr), CbException);
-    EXPECT_EQ(takeLists(), "SetRootNode enter. ");
+    expectList("SetRootNode enter", {"a", "b", "c", "root"});
+    unsetRoot();
+    auto log = takeLog(c_logIDMap);
+    EXPECT_THAT(log, testing::SizeIs(6 + 2)) << "no node in the second list";
+    EXPECT_EQ(log.back(), "1 1922 End ID Map: UnsetRootNode exit");
     manager().AppendChild(tree_.GetInner("a"), tree_["b"]);
     manager().SetRootNode(tree_.GetInner("a"));
-    EXPECT_EQ(takeLists(), "SetRootNode enter. SetRootNode exit a b. ");
+    log = takeLog(c_logIDMap);
+    EXPECT_THAT(log, testing::SizeIs(2 + 4));
+    EXPECT_EQ(log.back(), "1 1922 End ID Map: SetRootNode exit");
     unsetRoot();
-    (void)takeLists();
+    (void)recorder_.TakeRecords();
     manager().UnsetRootNode(); // there is none
-    EXPECT_EQ(takeLists(), "");
-}
-
-class NodeManagerLogSoak : public NodeManagerLog
-{};
-
-TEST_F(NodeManagerLogSoak, TellsThatTheTimeIsOver)
-{
-    const Holder holder([&] { return manager().GetSingleWriteHandleLocked(tree_["a"]); });
-    const auto handle = manager().GetWriteHandle(tree_["b"]);
-    expectCause("Timeout (nodes not released during WaitTime of 10s!");
+    EXPECT_TRUE(recorder_.TakeRecords().empty());
 }
 
 } // namespace

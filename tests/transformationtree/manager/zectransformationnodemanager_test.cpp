@@ -28,21 +28,18 @@ TEST_F(NodeManager, GoesAtExitWithTheRootSet)
     for (const bool lockedElsewhere : {false, true}) {
         SCOPED_TRACE(lockedElsewhere);
         const auto tree = rootedTree("root(cluster(leaf))");
-        CyDataHandleLockOnly<1> handle;
-        if (lockedElsewhere) {
-            std::thread([&] {
-                handle = manager().GetWriteHandle(tree["leaf"]);
-                EXPECT_TRUE(manager().TryLock());
-            }).join();
-        }
-        TestAccess::DestroySingleton<Manager>();
+        Manager::WriteHandle handle = lockElsewhere([&] {
+            return lockedElsewhere ? manager().GetSingleWriteHandleLocked(tree["leaf"])
+                                   : Manager::WriteHandle();
+        });
+        DestroySingleton<Manager>();
         // Nobody is waited for; what is locked by another thread stays.
         EXPECT_EQ(tree.GetRoot()->GetDataManager(), lockedElsewhere ? &dataManager : nullptr);
         EXPECT_EQ(tree["leaf"]->GetFather() != nullptr, lockedElsewhere);
         handle = {};
         if (lockedElsewhere) {
             for (const char* name : {"leaf", "cluster", "root"}) {
-                handle = CyDataHandleLockOnly<1>(dataManager, tree[name]);
+                handle = Manager::WriteHandle(dataManager, tree[name]);
                 EXPECT_TRUE(dataManager.RemoveNode(handle));
             }
         }
@@ -89,7 +86,7 @@ TEST_F(NodeManager, TouchesNoDataManagerThatWentFirst)
     }
     EXPECT_FALSE(manager().IsReadLocked(manager().GetRootNode()));
     EXPECT_FALSE(manager().IsWriteLocked(manager().GetRootNode()));
-    TestAccess::DestroySingleton<Manager>();
+    DestroySingleton<Manager>();
     ASSERT_TRUE(manager().SetDataManager(dataManager, dataNode));
 }
 

@@ -119,6 +119,7 @@ TEST_F(MergedScans, MakeTheModelOfAnInnerNode)
 {
     for (const float cellSize : {0.0F, 9.0F}) {
         for (const float ignored : {0.0F, 99.0F}) {
+            SCOPED_TRACE(testing::Message() << cellSize << ", " << ignored);
             root->SetModel(nullptr, 7);
             root->CreateModel(false, cellSize, 2, false, ignored);
             const auto model = root->GetModel();

@@ -238,9 +238,7 @@ TEST(AnnouncedNodes, ThatCanNotBeMadeAreNotMapped)
             << CString(name).ToUtf8();
     }
     const Bytes leaf = announced(CB_TEXT("ZeCTransformationNodeLeaf"), CountingId(1));
-    for (auto end = leaf.begin(); end != leaf.end(); ++end) {
-        EXPECT_THROW((void)read(Bytes(leaf.begin(), end)), CbExceptionStream) << end - leaf.begin();
-    }
+    ExpectCutsThrow<CbExceptionStream>(leaf, [&](const Bytes& cut) { (void)read(cut); });
     const Node nil = read(announced(CB_TEXT("ZeCTransformationNodeLeaf"), CyUniqueID()));
     EXPECT_TRUE(nil->GetID().IsNil()) << "made, and found by nobody";
     EXPECT_THROW(Map(Node()), CbException);

@@ -1,16 +1,13 @@
 #include "platform/math3d/cyexceptionnotinvertible.h"
 #include "tests/support/logrecorder.h"
-#include "tests/support/rounds.h"
 #include "tests/support/scenario.h"
+#include "tests/support/storedbytes.h"
 #include "tests/support/treematrices.h"
 #include "transformationtree/nodes/zectransformationnode.h"
 
-#include <barrier>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <limits>
-#include <set>
-#include <thread>
 #include <vector>
 
 // The id may be asked for through a null pointer. The compiler must not conclude from the call that
@@ -134,37 +131,6 @@ TEST(TheHeadRevision, StopsAtTheLargestNumber)
     EXPECT_EXIT(count(), testing::ExitedWithCode(0), "");
 }
 
-TEST(RevisionThreads, GetUniqueNumbersInPairs)
-{
-    constexpr int c_threads = 4;
-    const Node shared = CbMake<ZeCTransformationNodeLeaf>();
-    std::vector<std::vector<long long>> first(c_threads);
-    std::barrier start(c_threads);
-    {
-        std::vector<std::jthread> threads;
-        for (int t = 0; t < c_threads; ++t) {
-            threads.emplace_back([&, t] {
-                const Node own = CbMake<ZeCTransformationNodeLeaf>();
-                start.arrive_and_wait();
-                for (int i = 0; i < Rounds(5000); ++i) {
-                    own->NewNodeRevision(3);
-                    shared->NewNodeRevision(3);
-                    first[t].push_back(own->GetNodeRevision(1));
-                    EXPECT_EQ(own->GetNodeRevision(2), first[t].back() + 1);
-                    EXPECT_GT(shared->GetNodeRevision(3), first[t].back());
-                }
-            });
-        }
-    }
-    EXPECT_EQ(shared->GetNodeRevision(2), shared->GetNodeRevision(1) + 1);
-    std::set<long long> all;
-    for (const auto& numbers : first) {
-        EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
-        for (const auto number : numbers) all.insert({number, number + 1});
-    }
-    EXPECT_EQ(all.size(), c_threads * first[0].size() * 2);
-}
-
 TEST(ARelativeTrafo, ComposesFromTheNodeUpToTheAncestor)
 {
     std::mt19937 random(2);
@@ -206,14 +172,8 @@ void expectRefused(const Node& node, const ConstInner& ancestor, const char* fil
 {
     const auto revisions = Revisions(node);
     const CbMatrix4Rd before = node->GetRelativeTrafo();
-    try {
-        node->SetRelativeTrafo(Shift(1, 2, 3), ancestor);
-        ADD_FAILURE() << "nothing was thrown";
-    } catch (const Exception& e) {
-        EXPECT_EQ(e.GetFile(), file);
-        EXPECT_EQ(e.GetLine(), line);
-        EXPECT_EQ(e.GetFunction(), function);
-    }
+    ExpectThrowsFrom<Exception>(
+        file, line, [&] { node->SetRelativeTrafo(Shift(1, 2, 3), ancestor); }, function);
     EXPECT_THAT(node->GetRelativeTrafo(), HasBitsOf(before));
     EXPECT_EQ(Revisions(node), revisions);
 }

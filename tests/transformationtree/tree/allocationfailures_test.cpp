@@ -78,7 +78,7 @@ protected:
             tree.reset();
             loose.reset();
             dispatcher.DispatchMessages();
-            TestAccess::DestroySingleton<Manager>();
+            DestroySingleton<Manager>();
             ASSERT_TRUE(manager().SetDataManager(dataManager, dataNode));
             if (done) return;
         }
@@ -231,7 +231,7 @@ TEST(ManagersWithoutMemory, GoAndLeaveTheRootWhereItIs)
     const auto lock = manager.GetSingleReadHandleLocked(root);
     std::thread([&] { // which has had no handle yet
         FailAllocationsAfter(0);
-        TestAccess::DestroySingleton<Manager>();
+        DestroySingleton<Manager>();
         EXPECT_EQ(root->GetParent(), dataManager->GetTopNode());
         dataManager.reset();
         FailAllocationsAfter(-1);
@@ -239,21 +239,6 @@ TEST(ManagersWithoutMemory, GoAndLeaveTheRootWhereItIs)
         .join();
     EXPECT_FALSE(root->GetDataManager());
     EXPECT_EQ(root->GetNrChildren(), 1U);
-}
-
-constexpr std::uint32_t c_gridSurfels = 9000;
-
-// Two surfels in each cell.
-CbSmartPointer<ZeCSurfelCollectionQMT> surfelsForGrid()
-{
-    auto surfels = CbMake<ZeCSurfelCollectionQMT>(
-        c_gridSurfels, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
-    for (std::uint32_t i = 0; i < c_gridSurfels; ++i) {
-        const std::uint32_t cell = i / 2;
-        surfels->GetPositionAccessor()[i].x = static_cast<float>(cell);
-        surfels->GetTissueTypeAccessor()[i] = i % 2;
-    }
-    return surfels;
 }
 
 // Calls a function with more and more allocations that succeed, until it does.
@@ -274,9 +259,21 @@ void untilDone(const std::function<void()>& attempt, const std::function<void(bo
     }
 }
 
-TEST(AGridSampler, KeepsWhatItHasWhereMemoryEnds)
+TEST(AGridSampler, KeepsWhatItHasAndWritesAllOrNothingWhereMemoryEnds)
 {
-    const auto surfels = surfelsForGrid();
+    constexpr auto c_all = ZeCSurfelContainer::ESurfelAttributeSet::Complete;
+    constexpr std::uint32_t c_count = 9000; // two surfels in each cell
+    const auto surfels = CbMake<ZeCSurfelCollectionQMT>(c_count, true, c_all, nullptr);
+    for (std::uint32_t i = 0; i < c_count; ++i) {
+        surfels->GetPositionAccessor()[i].x = static_cast<float>(i / 2);
+        surfels->GetTissueTypeAccessor()[i] = i % 2;
+    }
+    // The numbers of the cells, or zeros.
+    const auto expectWritten = [](const ZeCSurfelCollectionQMT& result, bool written) {
+        for (std::uint32_t i = 0; i < result.GetNrSurfels(); ++i) {
+            ASSERT_EQ(result.GetPositionAccessor()[i].x, written ? static_cast<float>(i) : 0.0F);
+        }
+    };
     for (const float gain : {1.0F, 2.0F}) {
         std::unique_ptr<ZeCGridSampler> sampler;
         const auto add = [&] {
@@ -284,37 +281,22 @@ TEST(AGridSampler, KeepsWhatItHasWhereMemoryEnds)
             sampler = std::make_unique<ZeCGridSampler>(1.0F, 0.0F, gain);
             sampler->AddSurfels(*surfels, nullptr);
         };
+        CbSmartPointer<ZeCSurfelCollectionQMT> result;
         untilDone(add, [&](bool done) {
-            if (sampler == nullptr) return;
-            const std::uint32_t count = sampler->GetNrOfUsedCells();
-            const auto result = CbMake<ZeCSurfelCollectionQMT>(
-                count, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
+            const std::uint32_t count = sampler ? sampler->GetNrOfUsedCells() : 0;
+            EXPECT_EQ(count == c_count / 2, done);
+            result = CbMake<ZeCSurfelCollectionQMT>(count, true, c_all, nullptr);
+            if (!sampler) return;
             sampler->GetSubsampled(*result, 1, {}, false);
-            for (std::uint32_t i = 0; i < count; ++i) {
-                ASSERT_EQ(result->GetPositionAccessor()[i].x, static_cast<float>(i));
-            }
-            EXPECT_EQ(count == c_gridSurfels / 2, done);
+            expectWritten(*result, true);
         });
-    }
-}
-
-TEST(AGridSampler, WritesAllOrNothingWhereMemoryEnds)
-{
-    for (const float gain : {1.0F, 2.0F}) {
-        ZeCGridSampler sampler(1, 0, gain);
-        sampler.AddSurfels(*surfelsForGrid(), nullptr);
-        const std::uint32_t count = sampler.GetNrOfUsedCells();
-        const auto result = CbMake<ZeCSurfelCollectionQMT>(
-            count, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
+        result = CbMake<ZeCSurfelCollectionQMT>(c_count / 2, true, c_all, nullptr);
         int failures = 0;
-        untilDone([&] { sampler.GetSubsampled(*result, 1, {}, true); },
+        untilDone([&] { sampler->GetSubsampled(*result, 1, {}, true); },
                   [&](bool done) {
                       failures += done ? 0 : 1;
-                      EXPECT_EQ(sampler.GetNrOfUsedCells(), done ? 0 : count);
-                      for (std::uint32_t i = 0; i < count; ++i) {
-                          const float written = done ? static_cast<float>(i) : 0.0F;
-                          ASSERT_EQ(result->GetPositionAccessor()[i].x, written);
-                      }
+                      EXPECT_EQ(sampler->GetNrOfUsedCells(), done ? 0 : c_count / 2);
+                      expectWritten(*result, done);
                   });
         EXPECT_GT(failures, 0);
     }

@@ -49,7 +49,7 @@ public:
             move(child, target);
             tell(posted, child, target, 3);
         }
-        removeSubtree(source);
+        Remove(source);
         target->star = "";
     }
     void Normalize(N root, std::size_t maxChildren)
@@ -67,9 +67,26 @@ public:
             top = model->children.back();
             append(current, copy);
         }
-        while (!root->children.empty()) removeSubtree(root->children.front());
+        RemoveChildren(root);
         while (!top->children.empty()) move(top->children.front(), root);
-        removeSubtree(top);
+        Remove(top);
+    }
+    /// Returns the node with room, and the new top.
+    std::pair<N, N> MakeRoom(N node, std::size_t maxChildren, N top)
+    {
+        const N place = prepare(node, maxChildren, top);
+        return {place, top};
+    }
+    void Remove(N node)
+    {
+        RemoveChildren(node);
+        const N father = node->father;
+        remove(node);
+        tell(posted, node, father, 2);
+    }
+    void RemoveChildren(N father)
+    {
+        while (!father->children.empty()) Remove(father->children.front());
     }
     N Copy(N source)
     {
@@ -88,7 +105,7 @@ public:
             move(leaf, root);
             tell(posted, leaf, root, 3);
         }
-        for (const N node : inner) removeSubtree(node);
+        for (const N node : inner) Remove(node);
     }
     [[nodiscard]] static std::string Text(N node)
     {
@@ -148,13 +165,6 @@ private:
         texts.push_back("structure " + node->name + " < " + (father ? father->name : "none") + ' ' +
                         std::to_string(type));
     }
-    void removeSubtree(N node)
-    {
-        while (!node->children.empty()) removeSubtree(node->children.front());
-        const N father = node->father;
-        remove(node);
-        tell(posted, node, father, 2);
-    }
     N prepare(N node, std::size_t maxChildren, N& top)
     {
         if (node->children.size() < maxChildren) return node;
@@ -167,8 +177,10 @@ private:
         }
         const N newTop = create(top->name, false);
         const N father = node->father;
-        append(father, newTop);
-        move(node, newTop);
+        std::replace(father->children.begin(), father->children.end(), node, newTop);
+        newTop->father = father;
+        renew(father);
+        append(newTop, node);
         tell(always, newTop, node, 5);
         tell(always, node, newTop, 3);
         top = newTop;

@@ -2,9 +2,7 @@
 #include "tests/support/treematrices.h"
 #include "transformationtree/walks/zectransformationnodeiterators.h"
 
-#include <barrier>
 #include <gtest/gtest.h>
-#include <thread>
 
 namespace
 {
@@ -83,26 +81,6 @@ TEST(ANodeWithTransformation, IsPlacedRelativeToTheTraversalRoot)
         // It is compared by its node alone.
         EXPECT_TRUE(value == ZeCTransformationNodeWithTrafo(node, Shift(2, 0, 0), Shift(3, 0, 0)));
         EXPECT_FALSE(value == ZeCTransformationNodeWithTrafo(tree["y"], before, c_matIdentityD));
-    }
-}
-
-TEST(OneIteratorThreads, MayBeReadByMany)
-{
-    const Scenario tree("root(x(y(a, b), c), d)");
-    for (int round = 0; round < 200; ++round) {
-        const NodeIterator shared = tree.GetRootInner()->Find(tree["a"]);
-        std::barrier start(4);
-        std::vector<std::jthread> threads;
-        for (int i = 0; i < 4; ++i) {
-            threads.emplace_back([&] {
-                start.arrive_and_wait();
-                EXPECT_EQ((*shared).GetNode(), tree["a"]);
-                const NodeIterator own(shared);
-                EXPECT_TRUE(own == shared);
-                EXPECT_EQ((*own).GetNode(), tree["a"]);
-                EXPECT_EQ(tree.GetRoot()->GetNrLeafNodes(), 4U);
-            });
-        }
     }
 }
 

@@ -3,16 +3,15 @@
 #include "platform/base/cystreamreadbinarybuffer.h"
 #include "platform/base/cystreamwritebinarybuffer.h"
 #include "platform/math3d/cyexceptionnotinvertible.h"
+#include "tests/platform/datacontainer/surfels.h"
 #include "tests/support/rounds.h"
 #include "tests/support/scenario.h"
 #include "tests/support/treematrices.h"
 #include "transformationtree/walks/zectransformationnodeiterators.h"
 
 #include <algorithm>
-#include <barrier>
 #include <gtest/gtest.h>
 #include <numeric>
-#include <thread>
 #include <tuple>
 
 namespace
@@ -26,21 +25,13 @@ using Samples = ZeCTransformationNode::ZeNRandomSamplingSurfelIterator;
 static_assert(std::ranges::view<ZeCTransformationNode::ZeCSurfelRange>);
 static_assert(std::ranges::input_range<ZeCTransformationNode::ZeCSurfelRange>);
 
-// Surfels whose positions differ from each other, and whose other attributes mostly do.
+// Surfels whose positions count up.
 Collection surfels(std::uint32_t count, std::uint32_t start = 0)
 {
-    const auto collection = CbMake<ZeCSurfelCollectionQMT>(
-        count, true, ZeCSurfelContainer::ESurfelAttributeSet{}, nullptr);
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const auto byte = static_cast<std::uint8_t>(start + i);
-        collection->GetPositionAccessor()[i] = {static_cast<float>(start + i), 1, 2};
-        collection->GetNormalAccessor()[i] =
-            ZeCQuantizedNormal::FromCode(static_cast<std::uint16_t>(byte * 251));
-        collection->GetColorAccessor()[i] = {byte, 3, 4, 5};
-        collection->GetQualityAccessor().data()[i] = byte;
-        collection->GetTissueTypeAccessor()[i] = byte ^ 0x11U;
-        collection->GetBoundaryFlagAccessor()[i] = byte % 3 == 0;
-        collection->GetCurvatureAccessor()[i] = byte ^ 0x22U;
+    std::mt19937 random(start);
+    const auto collection = RandomSurfels(random, count);
+    for (auto& position : collection->GetPositionAccessor()) {
+        position.x = static_cast<float>(start++);
     }
     return collection;
 }
@@ -323,29 +314,6 @@ TEST(SurfelsBelowASingularTransformation, CanBeWalkedButNotNumbered)
     EXPECT_THROW((void)root->BeginRss(1), CyExceptionNotInvertible);
     EXPECT_EQ(std::ranges::distance(root->Surfels()), 2);
     EXPECT_EQ(root->BeginSurfel().GetTransformation(), flat->GetRelativeTrafo());
-}
-
-TEST(OneNumberingThreads, MayBeReadByMany)
-{
-    const auto root = leavesWith({3, 0, 5, 1, 7, 2});
-    const Numbering shared = root->GetRas();
-    std::vector<float> expected;
-    for (const auto& [container, index, trafo] : root->Surfels())
-        expected.push_back(container.GetPositionAccessor()[index].x);
-    std::barrier start(4);
-    std::vector<std::jthread> threads;
-    for (std::uint32_t thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&, thread] {
-            start.arrive_and_wait();
-            for (std::uint32_t i = 0; i < 2000; ++i) {
-                const auto number = (i * (thread + 1) * 5) % 18;
-                EXPECT_EQ(shared.GetPosition(number).x, expected[number]);
-                if (i % 100 != 0) continue;
-                const Numbering own(shared);
-                EXPECT_EQ(own.GetPosition(number).x, expected[number]);
-            }
-        });
-    }
 }
 
 } // namespace

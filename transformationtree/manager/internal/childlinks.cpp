@@ -16,8 +16,8 @@ constexpr unsigned int c_allRevisions = ZeCTransformationNode::c_allRevisions;
 
 bool HasChildren(const ZeCTransformationNode& node)
 {
-    return !node.IsLeaf() &&
-           static_cast<const ZeCTransformationNodeInner&>(node).GetNrChildren() != 0;
+    const ZeCTransformationNodeInner* const inner = node.AsInner();
+    return inner != nullptr && inner->GetNrChildren() != 0;
 }
 
 std::size_t IndexOf(const ZeCTransformationNodeInner& father,
@@ -56,11 +56,11 @@ void EraseStaleEntry(ZeCTransformationNodeInner& father, const ZeCTransformation
 
 void EraseStaleEntries(ZeCTransformationNode& node)
 {
-    if (node.IsLeaf()) return;
-    auto& father = static_cast<ZeCTransformationNodeInner&>(node);
-    const std::size_t erased = Access::GetChildren(father).EraseIf(
-        [&](const NodePointer& child) { return child && !child->IsChildOf(father); });
-    if (erased != 0) father.NewNodeRevision(c_allRevisions);
+    ZeCTransformationNodeInner* const father = node.AsInner();
+    if (father == nullptr) return;
+    const std::size_t erased = Access::GetChildren(*father).EraseIf(
+        [&](const NodePointer& child) { return child && !child->IsChildOf(*father); });
+    if (erased != 0) father->NewNodeRevision(c_allRevisions);
 }
 
 void Relink(const BorrowedNodes& sorted, const std::vector<InnerPointer>& oldFathers,
@@ -84,6 +84,5 @@ void Relink(const BorrowedNodes& sorted, const std::vector<InnerPointer>& oldFat
 void CutLinks(ZeCTransformationNode& node)
 {
     Access::SetFather(node, nullptr);
-    if (node.IsLeaf()) return;
-    Access::GetChildren(static_cast<ZeCTransformationNodeInner&>(node)).Clear();
+    if (auto* const inner = node.AsInner()) Access::GetChildren(*inner).Clear();
 }

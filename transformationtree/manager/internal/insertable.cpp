@@ -54,17 +54,17 @@ void requireInsertable(const InnerPointer& father, const NodePointer& child,
     };
     require(father != nullptr, "the father is null");
     require(child != nullptr, "the child is null");
-    if (child->IsLeaf()) return;
-    require(child != father, "the node would be its own father");
-    const auto& inner = static_cast<const ZeCTransformationNodeInner&>(*child);
+    const ZeCTransformationNodeInner* const inner = child->AsInner();
+    if (inner == nullptr) return;
+    require(inner != father.Get(), "the node would be its own father");
     const auto wouldBeBelowItself = [&] {
-        if (atOrAboveFather.empty()) return leadsTo(inner, father);
+        if (atOrAboveFather.empty()) return leadsTo(*inner, father);
         return Contains(atOrAboveFather, child.Get());
     };
     // Nothing can stand below a childless node, so deep chains are built without looking up.
-    require(inner.GetNrChildren() == 0 || !wouldBeBelowItself(),
+    require(inner->GetNrChildren() == 0 || !wouldBeBelowItself(),
             "the node would stand below itself");
-    require(!mirror.IsRoot(inner), "the manager's root can't be a child");
+    require(!mirror.IsRoot(*inner), "the manager's root can't be a child");
 }
 
 } // namespace

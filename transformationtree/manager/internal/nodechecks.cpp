@@ -67,14 +67,12 @@ NodeChecks::checkIsFatherAndChildConsistent(const InnerPointer& father,
 NodeChecks::CheckReturn NodeChecks::IsValid(const ConstNodePointer& node) const noexcept
 {
     if (!checkIsNodeConsistent(node)) return false;
-    if (!node->IsLeaf()) {
+    if (const auto* const inner = node->AsInner()) {
         // They come from the father's list, so it need not be searched for them.
-        const auto& inner = static_cast<const ZeCTransformationNodeInner&>(*node);
-        if (!std::all_of(inner.BeginChild(), inner.EndChild(), [&](const ConstNodePointer& child) {
-                return checkIsNodeConsistent(child) && areLinked(inner, *child);
-            })) {
-            return false;
-        }
+        const auto isConsistent = [&](const ConstNodePointer& child) {
+            return checkIsNodeConsistent(child) && areLinked(*inner, *child);
+        };
+        if (!std::all_of(inner->BeginChild(), inner->EndChild(), isConsistent)) return false;
     }
     const InnerPointer father = node->GetFather();
     if (father && !checkIsFatherAndChildConsistent(father, node)) return false;
@@ -100,14 +98,13 @@ try {
         }
         if (!node->IsNamed(id)) return false;
         if (ZeCTransformationNodeAccess::HasFather(*node)) ++withFather;
-        if (node->IsLeaf()) continue;
-        const auto& inner = static_cast<const ZeCTransformationNodeInner&>(*node);
-        if (!std::all_of(inner.BeginChild(), inner.EndChild(), [&](const NodePointer& child) {
-                return child && isRegistered(*child) && areLinked(inner, *child);
-            })) {
-            return false;
-        }
-        listed += countDistinct(inner, scratch);
+        const ZeCTransformationNodeInner* const inner = node->AsInner();
+        if (inner == nullptr) continue;
+        const auto isConsistent = [&](const NodePointer& child) {
+            return child && isRegistered(*child) && areLinked(*inner, *child);
+        };
+        if (!std::all_of(inner->BeginChild(), inner->EndChild(), isConsistent)) return false;
+        listed += countDistinct(*inner, scratch);
     }
     // A listed child is registered, so its own turn checks the rest of it, and it names the father
     // that lists it, so it is not counted twice. As many listed as have fathers means that each is

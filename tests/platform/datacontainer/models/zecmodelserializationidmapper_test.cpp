@@ -49,9 +49,18 @@ TEST_F(StoredModels, ComeBackAsAWholeAndAreFoundByTheirIds)
 {
     const Collection many = RandomSurfels(random, 300);
     const Collection few = RandomSurfels(random, 2);
-    const std::pair<Collection, Collection> cases[] = {
-        {nullptr, nullptr}, {many, nullptr}, {nullptr, few}, {many, few}, {many, many}};
-    for (const auto& [standard, accurate] : cases) {
+    const struct
+    {
+        const char* name;
+        Collection standard;
+        Collection accurate;
+    } cases[] = {{"none", nullptr, nullptr},
+                 {"standard", many, nullptr},
+                 {"accurate", nullptr, few},
+                 {"two", many, few},
+                 {"one for both", many, many}};
+    for (const auto& [name, standard, accurate] : cases) {
+        SCOPED_TRACE(name);
         const auto written = CbMake<QMT_DepthImage>(standard, accurate);
         written->SetDescription(CB_TEXT("upper jaw"));
         written->SetAcquireSequenceNumber(~0ULL);
@@ -91,10 +100,7 @@ TEST_F(StoredModels, ThatAreSpoiltAreRefusedAndNotMapped)
     const Bytes bytes = stored(CbMake<ZeCModelQMT>(RandomSurfels(random, 1), true));
     Bytes none = stored(CbMake<ZeCModelQMT>());
     mapper().ClearMapping();
-    for (std::size_t length = 0; length < bytes.size(); ++length) {
-        const Bytes cut(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length));
-        EXPECT_THROW((void)read(cut), CbExceptionStream) << length;
-    }
+    ExpectCutsThrow<CbExceptionStream>(bytes, [](const Bytes& cut) { (void)read(cut); });
     // Behind the name of 11 units: version, id, description, number, standard and accurate.
     constexpr std::size_t c_version = 26;
     constexpr std::size_t c_standard = c_version + 4 + 16 + 4 + 8;

@@ -25,10 +25,7 @@ TEST(StoredCollection, ThatIsSpoiltIsRefusedAndChangesNothing)
     const auto before = RandomSurfels(random, 3);
     const auto target = CbMake<ZeCSurfelCollectionQMT>();
     target->Append(*before, c_matIdentityF);
-    for (std::size_t length = 0; length < stored.size(); ++length) {
-        const Bytes cut(stored.begin(), stored.begin() + static_cast<std::ptrdiff_t>(length));
-        ASSERT_THROW(Read(*target, cut), CbExceptionStream) << length;
-    }
+    ExpectCutsThrow<CbExceptionStream>(stored, [&](const Bytes& cut) { Read(*target, cut); });
     const auto with = [&](std::size_t place, std::uint32_t value) {
         auto bytes = stored;
         std::memcpy(bytes.data() + place, &value, sizeof value);

@@ -1,4 +1,4 @@
-// Threads that lock random nodes of a tree while they edit it.
+#pragma once
 
 #include "platform/base/cbexception.h"
 #include "tests/support/managerfixture.h"
@@ -13,10 +13,7 @@
 #include <random>
 #include <thread>
 
-namespace
-{
-
-// A node and what only its lock guards.
+/// A node and what only its lock guards.
 struct Site
 {
     Node node;
@@ -24,6 +21,7 @@ struct Site
     long long writtenToo = 0;
 };
 
+/// Threads that lock random nodes of a tree while they edit it.
 class TreeLocks : public NodeManagerTest
 {
 protected:
@@ -237,14 +235,3 @@ private:
     std::vector<Site> sites_;
     std::map<const ZeCTransformationNode*, Site*> siteOf_;
 };
-
-class TreeLocksThreads : public TreeLocks
-{};
-class TreeLocksSoak : public TreeLocks
-{};
-
-TEST_F(TreeLocksThreads, LoseNoUpdateAndGrantEveryLock) { run(std::chrono::seconds(2)); }
-
-TEST_F(TreeLocksSoak, LoseNoUpdateAndGrantEveryLock) { run(std::chrono::seconds(20)); }
-
-} // namespace

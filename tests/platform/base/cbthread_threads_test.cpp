@@ -2,6 +2,7 @@
 #include "platform/base/cbexception.h"
 #include "platform/base/cbthread.h"
 
+#include <atomic>
 #include <gtest/gtest.h>
 #include <stdexcept>
 #include <thread>
@@ -9,7 +10,7 @@
 namespace
 {
 
-TEST(AnEventThreads, RemembersOneEarlySet)
+TEST(AnEvent, RemembersOneEarlySet)
 {
     CbEvent event;
     EXPECT_FALSE(event.Wait(0));
@@ -25,7 +26,7 @@ TEST(AnEventThreads, RemembersOneEarlySet)
     EXPECT_FALSE(event.Wait(0));
 }
 
-TEST(AThreadThreads, RunsUntilAStopIsRequestedAndIsJoinedWhenItGoes)
+TEST(AThread, RunsUntilAStopIsRequestedAndIsJoinedWhenItGoes)
 {
     CbEvent running;
     std::atomic<bool> ended{false};
@@ -48,7 +49,7 @@ TEST(AThreadThreads, RunsUntilAStopIsRequestedAndIsJoinedWhenItGoes)
     const CbThread neverStarted(CB_TEXT("idle"), [](CbThread&) {});
 }
 
-TEST(AThreadThreads, KeepsWhatEscapesItsFunction)
+TEST(AThread, KeepsWhatEscapesItsFunction)
 {
     CbThread thread(CB_TEXT("failing"), [](CbThread&) { throw std::runtime_error("escaped"); });
     thread.Start();

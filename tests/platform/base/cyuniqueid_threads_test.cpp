@@ -8,14 +8,7 @@
 namespace
 {
 
-TEST(AnId, PrintsItsBytesInOrder)
-{
-    const CyUniqueID id({0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF, 0x10, 0x32, 0x54, 0x76,
-                         0x98, 0xBA, 0xDC, 0xFE});
-    EXPECT_EQ(id.ToString().ToUtf8(), "01234567-89ab-cdef-1032-547698badcfe");
-}
-
-TEST(NewIdsThreads, DifferAcrossThreadsAndAreOfVersion4)
+TEST(NewIds, DifferAcrossThreadsAndAreOfVersion4)
 {
     constexpr std::size_t c_threads = 4;
     constexpr std::size_t c_ids = 5000;

@@ -34,7 +34,7 @@ CB_NO_THREAD_SAFETY_ANALYSIS long addInAllWays(CbCriticalSection& section, long&
     return added;
 }
 
-TEST(ACriticalSectionThreads, LetsOneThreadInAtATime)
+TEST(ACriticalSection, LetsOneThreadInAtATime)
 {
     constexpr int c_threads = 8;
     CbCriticalSection section;

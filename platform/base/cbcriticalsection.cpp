@@ -1,3 +1,13 @@
+// A mutex of three states (Drepper, Futexes Are Tricky, 2011), made recursive by its owner:
+//
+//   state              Enter                                     Leave
+//   Free               Held                                      -
+//   Held               HeldAndWaitedFor, and waits               Free, and wakes nobody
+//   HeldAndWaitedFor   waits                                     Free, and wakes one
+//
+// Whoever was woken enters with HeldAndWaitedFor, since others may wait behind it. So without
+// contention no system call is made.
+
 #include "platform/base/cbcriticalsection.h"
 
 #include <cassert>

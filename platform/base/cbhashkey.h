@@ -12,6 +12,8 @@ struct CbHashKey
     /// The hash of a key, equal for equal keys. Cost: one multiplication beside std::hash.
     [[nodiscard]] std::size_t operator()(const K& key) const noexcept
     {
+        // Fibonacci hashing (Knuth, The Art of Computer Programming 6.4) between two folds: the
+        // first one brings high bits into the product, the second one its high bits to the low end.
         constexpr std::uint64_t c_golden = 0x9E3779B97F4A7C15;
         std::uint64_t bits = std::hash<K>{}(key);
         bits = (bits ^ bits >> 32) * c_golden;

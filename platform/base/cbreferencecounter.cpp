@@ -25,7 +25,9 @@ static_assert(std::is_trivially_destructible_v<decltype(g_lockPool)>);
 
 CbCriticalSection& CbReferenceCounter::LockOf(const CbReferenceCounter* block) noexcept
 {
-    // Fibonacci hashing: allocators hand out addresses whose low bits hardly vary.
+    // Fibonacci hashing (Knuth, The Art of Computer Programming 6.4), by 2^64 divided by the golden
+    // ratio: addresses side by side get far-off products, whose highest six bits are the slot.
+    // Allocators hand out addresses whose low bits hardly vary.
     const auto hash = reinterpret_cast<std::uintptr_t>(block) * std::uint64_t{0x9E3779B97F4A7C15};
     return g_lockPool[hash >> 58].section;
 }
@@ -33,7 +35,8 @@ CbCriticalSection& CbReferenceCounter::LockOf(const CbReferenceCounter* block) n
 bool CbReferenceCounter::dropLastReference() noexcept
 {
     const CbCriticalSectionLock lock(LockOf(this));
-    // A weak pointer may have made a new reference before the lock was entered.
+    // A weak pointer makes a reference under the lock alone. It may have done so before this thread
+    // entered: then the object lives on. After that it finds its link null.
     if (strong_.fetch_sub(1, std::memory_order_acq_rel) != 1) return false;
     while (!weakLinks_.IsEmpty()) {
         CbWeakLink& link = *weakLinks_.First();

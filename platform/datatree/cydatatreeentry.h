@@ -79,9 +79,9 @@ struct CyDataTreeEntry
     CyLockCounts countBelow;           ///< granted locks strictly below
     CyLockRecordsOfNode granted;       ///< granted locks on this node
     CyLockRecordsOfNode pending;       ///< queries on this node that are not granted yet
-    /// Which thread's locks cover the node, as of which of its epochs; see CyLockEngine.
+    /// Which thread's locks cover the node, as of which of its epochs.
     std::uint64_t coverStamp = 0;
-    /// What the last search found out here; see CyDataTreeSearch.
+    /// What the last search found out here: its number above eight flags.
     std::uint64_t searchMark = 0;
 
     CyNode* const owner;                   ///< the node that this is inside of

@@ -42,7 +42,7 @@ struct CyLockRecord
     // granted lists, any other in none.
     CbListLinks<CyLockRecord> ofThread; ///< its place there
     CbListLinks<CyLockRecord> ofNode;   ///< likewise
-    /// The place in the queue that the query has a part in, 0 for none; see CyLockQueue.
+    /// The place in the queue that the query has a part in, 0 for none.
     std::uint64_t place = 0;
     EState state = EState::Void; ///< void in an empty handle
     bool write = false;          ///< whether writing is asked for, or else reading

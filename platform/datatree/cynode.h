@@ -84,7 +84,6 @@ public:
 
 private:
     friend class CyDataManager;
-    friend class CyLockEngine;
     friend struct datatreetests::TestAccess;
 
     std::atomic<CyDataManager*> dataManager_{nullptr}; ///< written under the manager's mutex

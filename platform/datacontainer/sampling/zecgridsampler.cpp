@@ -22,11 +22,17 @@ void prefetch(std::span<const T> elements, std::size_t first)
 
 } // namespace
 
+/// The kind of sums that the gain asks for; never null.
+struct ZeCGridSampler::Sums
+{
+    std::unique_ptr<ZeCGridSums> of;
+};
+
 ZeCGridSampler::ZeCGridSampler(float cellSize, float offset, float qualityGain)
     : cellSize_(cellSize),
       offset_(offset),
       qualityGain_(qualityGain),
-      sums_(ZeCGridSums::Make(qualityGain))
+      sums_(std::make_unique<Sums>(Sums{ZeCGridSums::Make(qualityGain)}))
 {}
 
 ZeCGridSampler::~ZeCGridSampler() = default;
@@ -60,17 +66,18 @@ void ZeCGridSampler::addSurfels(const ZeCSurfelContainer& surfels,
     const ZeCGrid grid(cellSize_, offset_);
     const ZeCSurfelTransformation map(transformation != nullptr ? *transformation : c_matIdentityF);
     // Part by part, so that one part's memory is fetched while another part is computed.
+    ZeCGridSums& sums = *sums_->of;
     ZeCGridBatch batch;
     for (std::size_t first = 0, n = 0; first < added; first += n) {
         n = std::min(added - first, ZeCGridBatch::c_size);
         batch.LoadPositions(positions.subspan(first, n), map, grid);
         prefetch(positions, first + n);
         if (spheres != nullptr) batch.Restrict(*spheres);
-        sums_->Find(batch);
+        sums.Find(batch);
         batch.LoadNormals(normals.subspan(first, n), map);
         prefetch(normals, first + n);
         prefetch(surfels.GetColorAccessor(), first + n);
-        sums_->Add(batch, surfels, first);
+        sums.Add(batch, surfels, first);
         prefetch(surfels.GetTissueTypeAccessor(), first + n);
         prefetch(surfels.GetBoundaryFlagAccessor(), first + n);
         prefetch(surfels.GetCurvatureAccessor(), first + n);
@@ -78,7 +85,7 @@ void ZeCGridSampler::addSurfels(const ZeCSurfelContainer& surfels,
     }
 }
 
-std::uint32_t ZeCGridSampler::GetNrOfUsedCells() const noexcept { return sums_->GetCount(); }
+std::uint32_t ZeCGridSampler::GetNrOfUsedCells() const noexcept { return sums_->of->GetCount(); }
 
 void ZeCGridSampler::GetSubsampled(ZeCSurfelContainer& destination, float samplingParameter,
                                    ZeCSurfelContainer::ESurfelAttributeSet /*attributeSet*/,
@@ -92,9 +99,9 @@ void ZeCGridSampler::GetSubsampled(ZeCSurfelContainer& destination, float sampli
     }
     // Made first: nothing may fail once surfels are written.
     auto noSums = release ? ZeCGridSums::Make(qualityGain_) : nullptr;
-    sums_->Write(destination, ZeCGrid(cellSize_, offset_), samplingParameter);
+    sums_->of->Write(destination, ZeCGrid(cellSize_, offset_), samplingParameter);
     if (release) {
-        sums_ = std::move(noSums);
+        sums_->of = std::move(noSums);
         numberPassedIn_ = 0;
     }
 }

@@ -7,8 +7,6 @@
 #include <memory>
 #include <span>
 
-class ZeCGridSums;
-
 /// Merges surfels on a grid of cubes: one surfel for each cell that has any, with the weighted
 /// means of their attributes.
 ///
@@ -88,6 +86,8 @@ public:
                        ZeCSurfelContainer::ESurfelAttributeSet attributeSet, bool release);
 
 private:
+    struct Sums;
+
     void addSurfels(const ZeCSurfelContainer& surfels, const CbMatrix4Rf* transformation,
                     const std::span<const CyBoundingSphere>* spheres);
 
@@ -95,5 +95,5 @@ private:
     float offset_;
     float qualityGain_;
     std::uint32_t numberPassedIn_ = 0; ///< surfels, accepted or not
-    std::unique_ptr<ZeCGridSums> sums_;
+    std::unique_ptr<Sums> sums_;
 };

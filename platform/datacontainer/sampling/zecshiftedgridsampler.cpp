@@ -309,9 +309,15 @@ void Sampling::appendSamples(std::size_t shiftX, ZeCSurfelContainer& destination
 
 } // namespace
 
+class ZeCShiftedGridSampler::Bins : public ZeCShiftedBins
+{
+public:
+    using ZeCShiftedBins::ZeCShiftedBins;
+};
+
 ZeCShiftedGridSampler::ZeCShiftedGridSampler(float cellSize, float offset, float qualityGain,
                                              const Shifts& shifts)
-    : bins_(std::make_unique<ZeCShiftedBins>(ZeCGrid(cellSize, offset), qualityGain, shifts))
+    : bins_(std::make_unique<Bins>(ZeCGrid(cellSize, offset), qualityGain, shifts))
 {}
 
 ZeCShiftedGridSampler::~ZeCShiftedGridSampler() = default;

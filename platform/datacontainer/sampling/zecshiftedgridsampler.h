@@ -5,8 +5,6 @@
 #include <array>
 #include <memory>
 
-class ZeCShiftedBins;
-
 /// Samples surfels on 125 grids that are shifted against each other, looking at each surfel once.
 ///
 /// What comes out has the bits that 125 runs of ZeCGridSampler give, one for each shift of the
@@ -52,5 +50,7 @@ public:
     void AppendSubsampled(ZeCSurfelContainer& destination, float samplingParameter) const;
 
 private:
-    std::unique_ptr<ZeCShiftedBins> bins_;
+    class Bins;
+
+    std::unique_ptr<Bins> bins_;
 };

@@ -49,6 +49,8 @@ void ZeCSurfelArrays::Reserve(std::uint32_t count)
     Swap(larger);
 }
 
+// Room grows by half of what there is, so that appending copies each surfel a few times at the
+// most.
 void ZeCSurfelArrays::Resize(std::uint32_t count)
 {
     if (count > capacity_) {

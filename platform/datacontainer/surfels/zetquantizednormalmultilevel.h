@@ -88,7 +88,9 @@ private:
             static_cast<std::uint32_t>(static_cast<std::int32_t>(coordinate * c_half + c_half));
         return found - found / Cells; // the upper border counts as inside
     }
-    // Numbers of cells side by side, u in the upper half, from their bits in turn, and back.
+    // Numbers of cells side by side, u in the upper half, from their bits in turn, and back: Morton
+    // order, by moving groups of bits apart (Warren, Hacker's Delight 7-2). u = 10 and v = 01 give
+    // the code 1001; separated, that is 10 and 01 again.
     static std::uint32_t separated(std::uint32_t code) noexcept
     {
         std::uint32_t bits = (code & 0x5555U) | (code & 0xAAAAU) << 15U;

@@ -70,10 +70,9 @@ struct Target
 
 // One short loop for each attribute, over all cells: vector code, without branches. What a
 // condition would choose is chosen by masks, all bits or none.
-CB_ALWAYS_INLINE void average(Places places, const ZeCGrid& from, const Target& to) noexcept
+CB_ALWAYS_INLINE void averagePositions(const Sums& sums, std::size_t count, const ZeCGrid& from,
+                                       const Target& to) noexcept
 {
-    const Sums sums(places);
-    const std::size_t count = places.size();
     const ZeCGrid grid = from; // nothing that is written can be part of it
     double cellsPerUnit[c_size];
     for (std::size_t i = 0; i < count; ++i) {
@@ -89,7 +88,10 @@ CB_ALWAYS_INLINE void average(Places places, const ZeCGrid& from, const Target& 
     for (std::size_t i = 0; i < count; ++i) {
         to.positions[i] = {positions[0][i], positions[1][i], positions[2][i]};
     }
+}
 
+CB_ALWAYS_INLINE void averageNormals(const Sums& sums, std::size_t count, const Target& to) noexcept
+{
     std::uint32_t others[c_size];  // codes of the normals that count if all nearly cancel
     std::uint32_t cancels[c_size]; // all bits or none
     for (std::size_t i = 0; i < count; ++i) {
@@ -107,7 +109,11 @@ CB_ALWAYS_INLINE void average(Places places, const ZeCGrid& from, const Target& 
         codes[i] = static_cast<std::uint16_t>((code & ~cancels[i]) | (others[i] & cancels[i]));
     }
     std::memcpy(static_cast<void*>(to.normals), codes, count * sizeof *codes);
+}
 
+CB_ALWAYS_INLINE void averageAttributes(const Sums& sums, std::size_t count,
+                                        const Target& to) noexcept
+{
     float halfInverses[c_size];
     for (std::size_t i = 0; i < count; ++i) {
         halfInverses[i] = 0.5F / static_cast<float>(sums.counts[i]);
@@ -129,6 +135,14 @@ CB_ALWAYS_INLINE void average(Places places, const ZeCGrid& from, const Target& 
     for (std::size_t i = 0; i < count; ++i) {
         to.boundaryFlags[i] = ZeCIsBoundary(sums.boundaries[i], sums.counts[i]);
     }
+}
+
+CB_ALWAYS_INLINE void average(Places places, const ZeCGrid& grid, const Target& to) noexcept
+{
+    const Sums sums(places);
+    averagePositions(sums, places.size(), grid, to);
+    averageNormals(sums, places.size(), to);
+    averageAttributes(sums, places.size(), to);
 }
 
 } // namespace

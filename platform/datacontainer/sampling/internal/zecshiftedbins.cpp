@@ -36,6 +36,9 @@ struct ZeCShiftedBins::Batch
 {
     /// Finds the fine indices of surfels. Returns false if there are none that tell all.
     [[nodiscard]] bool FindIndices(std::size_t count);
+    /// Adds the accepted surfels, which are those from @p first on, to their bins.
+    void AddToBins(const ZeCSurfelContainer& surfels, std::size_t first,
+                   const std::array<std::uint16_t, 256>& weights) const noexcept;
 
     ZeCGridBatch shifted[c_shifts]; ///< each shift on all axes; the first one with the normals
     std::int32_t indices[3][ZeCGridBatch::c_size]; ///< fine ones
@@ -80,6 +83,43 @@ bool ZeCShiftedBins::Batch::FindIndices(std::size_t count)
     return true;
 }
 
+void ZeCShiftedBins::Batch::AddToBins(const ZeCSurfelContainer& surfels, std::size_t first,
+                                      const std::array<std::uint16_t, 256>& weights) const noexcept
+{
+    const auto colors = surfels.GetColorAccessor();
+    const auto qualities = surfels.GetQualityAccessor();
+    const auto boundaryFlags = surfels.GetBoundaryFlagAccessor();
+    const auto curvatures = surfels.GetCurvatureAccessor();
+    const ZeCGridBatch& loaded = shifted[0];
+    for (std::size_t a = 0; a < numberOfAccepted; ++a) {
+        // A bin adds up what one cell of any grid would, but positions from the lower corners
+        // of the cells of all shifts: which cell it will be counted to is not known yet.
+        const std::size_t i = accepted[a];
+        const std::uint8_t quality = qualities.data()[first + i];
+        const std::uint64_t weight = weights[quality];
+        const ZeCCompressedColor color = colors[first + i];
+        ZeCShiftedBin& bin = *bins[a];
+        const auto add = [&](std::size_t sum, std::uint64_t value) { bin.sums[sum] += value; };
+        add(ZeCShiftedBin::Weight, weight);
+        add(ZeCShiftedBin::Count, 1);
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            add(ZeCShiftedBin::Normal + axis, weight * loaded.normals[axis][i]);
+            for (std::size_t shift = 0; shift < c_shifts; ++shift) {
+                add(ZeCShiftedBin::Position + axis * c_shifts + shift,
+                    weight * shifted[shift].fractions[axis][i]);
+            }
+        }
+        add(ZeCShiftedBin::Color, weight * color.r);
+        add(ZeCShiftedBin::Color + 1, weight * color.g);
+        add(ZeCShiftedBin::Color + 2, weight * color.b);
+        add(ZeCShiftedBin::Curvature, weight * curvatures[first + i]);
+        add(ZeCShiftedBin::Quality, weight * quality);
+        if (boundaryFlags[first + i]) add(ZeCShiftedBin::Boundary, weight);
+        bin.heaviest =
+            std::max(bin.heaviest, ZeCGridCell::RankOf(weights[quality], loaded.codes[i]));
+    }
+}
+
 ZeCShiftedBins::ZeCShiftedBins(const ZeCGrid& grid, float qualityGain, const Shifts& shifts)
     : grid_(grid), shifts_(shifts), weights_(ZeCGridWeights(qualityGain))
 {}
@@ -100,48 +140,17 @@ bool ZeCShiftedBins::Add(const ZeCSurfelContainer& surfels, const CbMatrix4Rf& t
 
     const auto positions = surfels.GetPositionAccessor();
     const auto normals = surfels.GetNormalAccessor();
-    const auto colors = surfels.GetColorAccessor();
-    const auto qualities = surfels.GetQualityAccessor();
     const auto tissueTypes = surfels.GetTissueTypeAccessor();
-    const auto boundaryFlags = surfels.GetBoundaryFlagAccessor();
-    const auto curvatures = surfels.GetCurvatureAccessor();
     const auto batch = std::make_unique<Batch>();
     for (std::size_t first = 0, n = 0; first < added; first += n) {
         n = std::min(added - first, ZeCGridBatch::c_size);
         for (std::size_t shift = 0; shift < c_shifts; ++shift) {
             batch->shifted[shift].LoadPositions(positions.subspan(first, n), maps[shift], grid_);
         }
-        const ZeCGridBatch& loaded = batch->shifted[0];
         batch->shifted[0].LoadNormals(normals.subspan(first, n), maps[0]);
         if (!batch->FindIndices(n)) return false;
         findBins(*batch, tissueTypes.data() + first);
-        for (std::size_t a = 0; a < batch->numberOfAccepted; ++a) {
-            // A bin adds up what one cell of any grid would, but positions from the lower corners
-            // of the cells of all shifts: which cell it will be counted to is not known yet.
-            const std::size_t i = batch->accepted[a];
-            const std::uint8_t quality = qualities.data()[first + i];
-            const std::uint64_t weight = weights_[quality];
-            const ZeCCompressedColor color = colors[first + i];
-            ZeCShiftedBin& bin = *batch->bins[a];
-            const auto add = [&](std::size_t sum, std::uint64_t value) { bin.sums[sum] += value; };
-            add(ZeCShiftedBin::Weight, weight);
-            add(ZeCShiftedBin::Count, 1);
-            for (std::size_t axis = 0; axis < 3; ++axis) {
-                add(ZeCShiftedBin::Normal + axis, weight * loaded.normals[axis][i]);
-                for (std::size_t shift = 0; shift < c_shifts; ++shift) {
-                    add(ZeCShiftedBin::Position + axis * c_shifts + shift,
-                        weight * batch->shifted[shift].fractions[axis][i]);
-                }
-            }
-            add(ZeCShiftedBin::Color, weight * color.r);
-            add(ZeCShiftedBin::Color + 1, weight * color.g);
-            add(ZeCShiftedBin::Color + 2, weight * color.b);
-            add(ZeCShiftedBin::Curvature, weight * curvatures[first + i]);
-            add(ZeCShiftedBin::Quality, weight * quality);
-            if (boundaryFlags[first + i]) add(ZeCShiftedBin::Boundary, weight);
-            bin.heaviest =
-                std::max(bin.heaviest, ZeCGridCell::RankOf(weights_[quality], loaded.codes[i]));
-        }
+        batch->AddToBins(surfels, first, weights_);
     }
     return true;
 }

@@ -168,6 +168,9 @@ TEST(AnImageArea, TellsOfItselfInOneLine)
                        "lastRefAreaCorrRev:-4294967297 lastaGUID:guid "
                        "lastaGUIDRef:-9223372036854775808"),
                area->GetAnimation().Get());
+    area->SetLastSuccessfulCorrelationTrafo(c_matIdentityF);
+    EXPECT_THAT(area->ToString().ToUtf8(),
+                testing::ContainsRegex("corrTrafo!=id .*lastSuccCorrTrafo==id"));
 }
 
 TEST(AnImageArea, CountsTasksAndTurnsImpressions)

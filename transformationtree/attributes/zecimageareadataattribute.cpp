@@ -60,6 +60,7 @@ void ZeCImageAreaDataAttribute::InitFromAreaNode(
 {
     ResetAttribute();
     if (!areaNode) return;
+    // All three begin with what the area is now: only later changes count.
     const ZeTNodeRevision revision =
         areaNode->GetNodeRevisionSubtree(ZeCTransformationNode::c_allRevisions);
     fields_.lastNodeRevision = revision;
@@ -107,6 +108,7 @@ void ZeCImageAreaDataAttribute::Serialize(CbStreamReadBinary& stream)
     fields_ = std::move(fields);
 }
 
+// Each version is the one before with more fields behind it, and so are its reader and writer.
 void ZeCImageAreaDataAttribute::writeVersion0(CbStreamWriteBinary& stream, const Fields& fields)
 {
     stream << fields.correlationObjectID << fields.isCorrelated
@@ -122,6 +124,7 @@ void ZeCImageAreaDataAttribute::writeVersion0(CbStreamWriteBinary& stream, const
 
 void ZeCImageAreaDataAttribute::readVersion0(CbStreamReadBinary& stream, Fields& fields)
 {
+    // Levels that this version does not know are kept as numbers.
     std::int32_t level = 0;
     stream >> fields.correlationObjectID >> fields.isCorrelated >> level;
     fields.correlationLevel = static_cast<ECorrelationLevel>(level);

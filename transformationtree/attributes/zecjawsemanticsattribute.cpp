@@ -78,6 +78,7 @@ void ZeCJawSemanticsAttribute::updateEstimates() const
     constexpr CbVector3f c_none;
     occlusalDirectionEstimate_ =
         occlusalDirectionBinning_.ComputeMeanDirectionAboveThresholdCount(c_thresholdCount);
+    // Null if no bin reaches the threshold, or if directions cancel out: a default then.
     if (occlusalDirectionEstimate_ == c_none) occlusalDirectionEstimate_.z = -1;
     extraoralDirectionEstimate_ =
         extraoralDirectionBinning_.ComputeMeanDirectionAboveThresholdCount(c_thresholdCount);

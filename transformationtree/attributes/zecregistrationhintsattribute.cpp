@@ -91,6 +91,7 @@ void ZeCRegistrationHintsAttribute::SetTriangulations(const Triangulations& tria
 void ZeCRegistrationHintsAttribute::Serialize(CbStreamWriteBinary& stream) const
 {
     const CbCriticalSectionLock lock(section_);
+    // Status, triangulations and revision can be computed again, and are not stored.
     stream.WriteVersion(c_version);
     stream << static_cast<std::uint32_t>(displayMode_);
     WriteSurfelCollection(stream, collection_.Get());

@@ -25,6 +25,7 @@ void visitAll(Iterator iterator, const Visit& visit)
     for (; iterator; ++iterator) visit(*iterator);
 }
 
+// Both versions are a count and so many elements, which differ in what they hold.
 template<class Write>
 void writeElements(CbStreamWriteBinary& stream, const Elements& elements, Write write)
 {
@@ -43,6 +44,7 @@ void readElements(CbStreamReadBinary& stream, Elements& elements, Read read)
     elements.clear();
     std::uint32_t count = 0;
     stream >> count;
+    // A count that is not true takes no more memory than the stream has bytes for.
     elements.reserve(std::min<std::size_t>(count, stream.Remaining() / c_leastBytesPerElement));
     for (; count != 0; --count) {
         ZeCNodeAccelerated element;

@@ -30,6 +30,7 @@ ZeCTransformationNodeLeaf::~ZeCTransformationNodeLeaf() = default;
 
 CyBoundingBox3D ZeCTransformationNodeLeaf::GetBoundingBox(const CbMatrix4Rd& /*trafo*/) const
 {
+    // In the leaf's own frame: inner nodes map the corners of this box.
     const ZeCSurfelContainer* const surfels = borrowSurfels();
     return surfels != nullptr ? surfels->GetBoundingBox() : CyBoundingBox3D{};
 }
@@ -37,6 +38,7 @@ CyBoundingBox3D ZeCTransformationNodeLeaf::GetBoundingBox(const CbMatrix4Rd& /*t
 void ZeCTransformationNodeLeaf::AssumeAttributes(
     const CbSmartPointer<const ZeCTransformationNode>& other, EAttributesToCopy what)
 {
+    // A leaf takes nothing over from an inner node, whose model is a merged one.
     if (other && other->IsLeaf()) ZeCTransformationNode::AssumeAttributes(other, what);
 }
 

@@ -33,8 +33,8 @@ void ZeCTransformationNodeSerializationIDMapper::WriteNodeForInstantiation(
     if (!node) throw CbException(CB_HERE, "there is no node to announce");
     stream << node->GetRTTI().GetName();
     node->GetID().Serialize(stream);
-    mapNode(
-        Node(const_cast<ZeCTransformationNode*>(node.Get()))); // nodes are resolved to be edited
+    // Who resolves a node edits it, so the map holds nodes that are not const.
+    mapNode(Node(const_cast<ZeCTransformationNode*>(node.Get())));
 }
 
 ZeCTransformationNodeSerializationIDMapper::Node

@@ -60,6 +60,7 @@ IExtensionInterface* ZeCTransformationTree::GetExtension(const char* name, bool 
 
 ConstInner ZeCTransformationTree::GetRoot() const
 {
+    // The application may override the other one, which reads only.
     return const_cast<ZeCTransformationTree*>(this)->GetRoot();
 }
 
@@ -155,6 +156,7 @@ void ZeCTransformationTree::GetClusterNodes(const Inner& node, Clusters& cluster
     if (!node) return;
     for (auto child = node->BeginChild(); child != node->EndChild(); ++child) {
         auto inner = CbDynamicPointerCast<ZeCTransformationNodeInner>(*child);
+        // Clusters are known by their shape and the first node's description alone.
         if (!inner || inner->GetNrChildren() != 3) continue;
         const auto first = inner->FrontChild();
         if (first && first->GetDescription() == getOptimizerDescription()) {
@@ -163,6 +165,7 @@ void ZeCTransformationTree::GetClusterNodes(const Inner& node, Clusters& cluster
     }
 }
 
+// Stored with the nodes, by which clusters are found again.
 const CString& ZeCTransformationTree::getOptimizerDescription()
 {
     static const CString description = CB_TEXT("Optimizer");

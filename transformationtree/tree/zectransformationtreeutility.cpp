@@ -31,6 +31,7 @@ ZeCTransformationTreeUtility::CreateLeaf(const Inner& father, const Model& model
 {
     if (!model) return nullptr;
     if (trafo == nullptr) throw CbException(CB_HERE, "a leaf without transformation");
+    // Until it is kept the leaf is taken back by whatever is thrown below.
     CreatedNodes created(getNodeManager());
     Leaf leaf = created.CreateLeaf(model);
     leaf->SetDescription(model->GetDescription());
@@ -75,6 +76,14 @@ ZeCTransformationTreeUtility::prepareForNextChild(const Inner& node, unsigned in
                                                   Inner& topNode, CreatedNodes& created,
                                                   ChangeMessages& messages)
 {
+    //     top (full)                 new top
+    //      |                          |     \
+    //     ...(full)        ->        top    "Inner"
+    //      |                          |       |
+    //     node (full)                ...     "Inner"  <- the place for the next child
+    //
+    // If a node between top and node has room, the branch of new nodes hangs there, and no top is
+    // made.
     const auto isFull = [&](const Inner& inner) { return inner->GetNrChildren() >= maxChildren; };
     std::size_t levels = 0; // of the branch that will lead down to where the node is
     Inner place = node;
@@ -125,6 +134,7 @@ void ZeCTransformationTreeUtility::RemoveSubtree(const Node& removedNode, bool p
     const Node node = removedNode; // may be a reference into the children
     if (!node) return;
     ChangeMessages messages;
+    // Listed while the links are there: subscribers hear of children before their fathers.
     if (postMessages) messages.AddRemoved(CollectPostOrder(*node));
     auto& manager = getNodeManager();
     if (const Inner inner(node->AsInner()); inner) manager.DeleteChildren(inner);

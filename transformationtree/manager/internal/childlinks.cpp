@@ -31,6 +31,7 @@ std::size_t IndexOf(const ZeCTransformationNodeInner& father,
 
 void ReserveMore(ZeCChildList& children, std::size_t number)
 {
+    // At least doubled, or many single insertions would copy the list each time.
     const std::size_t needed = children->size() + number;
     if (needed > children->capacity()) {
         children.Reserve(std::max<std::size_t>({4, 2 * children->capacity(), needed}));
@@ -66,12 +67,15 @@ void EraseStaleEntries(ZeCTransformationNode& node)
 void Relink(const BorrowedNodes& sorted, const std::vector<InnerPointer>& oldFathers,
             const InnerPointer& newFather)
 {
+    // After an exchange the new father may list a node already, which it would get twice.
     const auto mayBeStale = [](const auto* node) { return Access::MayBeStale(*node); };
     if (std::any_of(sorted.begin(), sorted.end(), mayBeStale)) {
         Access::GetChildren(*newFather).EraseIf([&](const NodePointer& child) {
             return Contains(sorted, child.Get());
         });
     }
+    // Without fathers the nodes are told from their siblings that stay, so that one pass over each
+    // list is enough, however many leave it.
     for (ZeCTransformationNode* const node : sorted) Access::SetFather(*node, nullptr);
     for (const InnerPointer& father : oldFathers) {
         Access::GetChildren(*father).EraseIf(
@@ -84,5 +88,6 @@ void Relink(const BorrowedNodes& sorted, const std::vector<InnerPointer>& oldFat
 void CutLinks(ZeCTransformationNode& node)
 {
     Access::SetFather(node, nullptr);
+    // Children keep their link to this father until they are cut themselves: they may have another.
     if (auto* const inner = node.AsInner()) Access::GetChildren(*inner).Clear();
 }

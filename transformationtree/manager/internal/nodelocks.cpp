@@ -68,6 +68,7 @@ CyDataManager::ELockStatus NodeLocks::waitForHandle(const Pointer& node, Handle<
         if (TryLockAndWait(static_cast<unsigned int>(c_slice), status)) {
             return CyDataManager::eLocked;
         }
+        // There is no end to the slices: who waits for one node waits as long as it takes.
         if (status != CyDataManager::eTimeout) return status;
         Logging::LogDebug(c_nodeManagerLogger, FixedPlaces::c_singleHandleRetries.file,
                           FixedPlaces::c_singleHandleRetries.line, c_single,
@@ -76,11 +77,13 @@ CyDataManager::ELockStatus NodeLocks::waitForHandle(const Pointer& node, Handle<
     }
 }
 
+// For those that users may ask for.
 template CyDataManager::ELockStatus NodeLocks::waitForHandle(const ConstNodePointer& node,
                                                              Handle<0>& handle, int& waited) const;
 template CyDataManager::ELockStatus NodeLocks::waitForHandle(const NodePointer& node,
                                                              Handle<1>& handle, int& waited) const;
 
+// Waiting for one slice is usual, and other outcomes than these can't come from a single handle.
 bool NodeLocks::isWorthAWarning(EStatus status, int waited) noexcept
 {
     switch (status) {

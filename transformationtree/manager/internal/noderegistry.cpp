@@ -18,6 +18,7 @@ void NodeRegistry::RegisterNodes(const BorrowedNodes& nodes)
 {
     std::vector<NodePointer> replaced(nodes.size()); // go after the section is left
     const CbCriticalSectionLock lock(section_);
+    // After that the map can't fail. Nodes that it has already make it ask for too much room once.
     idMap_.Reserve(idMap_.GetCount() + nodes.size());
     for (std::size_t i = 0; i < nodes.size(); ++i)
         replaced[i] = registerNode(NodePointer(nodes[i]));

@@ -1,4 +1,14 @@
 // Edits of one child, and the root. Those of many children are in the source beside this one.
+//
+// What an edit does with a node depends on where it comes from and where it goes to. A node that
+// takes the place of another one always leaves the data manager and comes in anew; else:
+//
+//     from \ to       outside             in the data manager
+//     outside         link                link, then the mirror adds the subtree
+//     inside          take out, link      link, then the mirror moves one data node
+//
+// Nodes are collected before the first change, since afterwards the lists that lead to them are
+// others, and memory might run out half-way.
 
 #include "transformationtree/manager/internal/structureedits.h"
 
@@ -27,6 +37,8 @@ void StructureEdits::SetRootNode(const InnerPointer& root)
     registry_.LogIDMap("SetRootNode enter");
     mirror_.RequireNewRoot(root);
     BorrowedNodes nodes = CollectPreOrder(*root);
+    // A tree that was read from a stream is not registered yet. This is the last step that may
+    // run out of memory.
     registry_.RegisterNodes(nodes);
     mirror_.SetRoot(root);
     nodes.erase(nodes.begin()); // the root itself
@@ -43,6 +55,7 @@ void StructureEdits::UnsetRootNode()
     root = mirror_.GetRoot();
     if (!root) return;
     registry_.LogIDMap("UnsetRootNode enter");
+    // A root that its data manager has given up is not guarded by any lock.
     if (IsInDataManager(root) && !mirror_.GetDataManager()->IsLocked(*root, true)) return;
     below = CollectPostOrder(*root);
     below.pop_back(); // the root itself, whose revisions stay
@@ -93,7 +106,7 @@ void StructureEdits::RemoveChild(const InnerPointer& father, const NodePointer& 
 {
     if (!father) return;
     const auto number = static_cast<std::size_t>(father->GetNrChildren());
-    // The last one is found at once, for whoever takes children away from the back.
+    // The last one is found at once: whoever empties a list from the back stays linear.
     const bool isLast = child && child == father->BackChild();
     const std::size_t index = isLast ? number - 1 : IndexOf(*father, child.Get());
     if (index != number) removeChild(father, index);
@@ -148,6 +161,7 @@ void StructureEdits::putInPlace(const InnerPointer& father, const NodePointer& o
     }
 
     const BorrowedNodes comingIn = collectComingIn(father, child);
+    // A stale entry is only overwritten: its node, and what is below, belong to another father.
     const bool oldManaged = own && IsInDataManager(old);
     std::vector<NodePointer> leaving;
     std::vector<NodePointer> oldNodes;
@@ -159,6 +173,7 @@ void StructureEdits::putInPlace(const InnerPointer& father, const NodePointer& o
         if (oldManaged) removeNodesFromDataManager(oldNodes, refused);
         Access::SetFather(*old, nullptr);
         if (replace) {
+            // Below a father that is outside there may be data nodes that were refused once.
             if (!oldManaged) mirror_.TakeOutOfDataManager(CyNodeView(oldNodes), refused);
             for (const NodePointer& node : oldNodes) {
                 if (!node->IsLeaf()) node->NewNodeRevision(c_allRevisions);
@@ -191,6 +206,7 @@ void StructureEdits::MoveNode(const InnerPointer& newFather, const NodePointer& 
     const std::size_t oldIndex = oldFather ? IndexOf(*oldFather, node.Get()) : 0;
     if (!stays) ReserveMore(Access::GetChildren(*newFather), 1);
 
+    // The mirror moves the data node at the end, so here it only leaves its father's list.
     if (oldFather && managed) {
         // Nothing to erase if the father does not list the node.
         if (oldIndex < oldFather->GetNrChildren()) {

@@ -1,4 +1,8 @@
-// Edits of many children in one pass.
+// Edits of many children in one pass: moving, replacing and deleting are one function.
+//
+//     MoveNodes         the nodes come behind the father's children
+//     ReplaceChildren   the nodes come in the place of the father's children, which are dropped
+//     DeleteChildren    the same with no nodes
 
 #include "platform/base/cbexception.h"
 #include "transformationtree/manager/internal/childlinks.h"
@@ -43,6 +47,7 @@ std::vector<InnerPointer> distinctFathers(const std::vector<NodePointer>& nodes)
         if (!left.empty() && node->IsChildOf(*left.back().first)) continue;
         if (auto father = node->GetFather()) left.emplace_back(std::move(father), i);
     }
+    // Of each father the entry with the latest time comes first, and stays.
     const auto sameFather = [](const auto& a, const auto& b) { return a.first == b.first; };
     std::sort(left.begin(), left.end(), std::greater<>{});
     left.erase(std::unique(left.begin(), left.end(), sameFather), left.end());
@@ -108,6 +113,7 @@ void StructureEdits::moveNodes(const InnerPointer& newFather, const std::vector<
     ReserveMore(drop ? replaced : children, nodes.size());
     RefusedNodes refused(CB_HERE);
 
+    // From here on nothing can fail but `first`, which comes before the first change.
     if (first) first();
     removeNodesFromDataManager(leaving, refused);
     Relink(sorted, oldFathers, father);
@@ -119,6 +125,7 @@ void StructureEdits::moveNodes(const InnerPointer& newFather, const std::vector<
     }
     // After the others have left, since with data nodes below it a node can't.
     mirror_.TakeOutOfDataManager(CyNodeView(dropped), refused);
+    // Children come before their fathers, so the revisions are those of single removals.
     for (const NodePointer& node : dropped) {
         if (HasChildren(*node)) node->NewNodeRevision(c_allRevisions);
         takeApart(*node);

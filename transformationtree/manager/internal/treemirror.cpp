@@ -49,6 +49,7 @@ void TreeMirror::RequireNewRoot(const InnerPointer& node) const
 void TreeMirror::SetRoot(const InnerPointer& root)
 {
     const CbCriticalSectionLock lock(section_);
+    // Nothing can be refused: RequireNewRoot() has looked at both nodes.
     dataManager_.load()->InsertNode(dataManagerNode_, root).Acknowledge();
     root_ = root;
     rootAddress_ = root.Get();
@@ -77,6 +78,7 @@ void TreeMirror::addNodeToDataManager(CyDataManager& dataManager, ZeCTransformat
 {
     // Without a father in the data manager there is nothing to hang the node below.
     const InnerPointer father = node.GetFather();
+    // A node that is in the data manager already, since it was refused once, stays where it is.
     if (IsInDataManager(father)) dataManager.InsertNode(father, NodePointer(&node)).Acknowledge();
 }
 
@@ -102,6 +104,7 @@ void TreeMirror::MoveInDataManager(CyNodeView nodes, const InnerPointer& newFath
 {
     CyDataManager* const dataManager = dataManager_.load();
     const std::size_t number = dataManager->MoveNodes(nodes, newFather);
+    // The first one that is not where it should be, for the warning.
     const auto isElsewhere = [&](const CyNode& node) {
         return node.GetDataManager() == dataManager && node.GetParent() != newFather;
     };

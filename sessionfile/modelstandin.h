@@ -11,7 +11,7 @@ namespace sessionfile
 {
 
 /// Whether a stored model, class name first, is of a class that is not linked in.
-/// Throws: CbExceptionStream where it ends within the name.
+/// Throws: CbExceptionStream if it ends within the name.
 [[nodiscard]] bool IsOfUnknownClass(std::span<const std::uint8_t> stored);
 
 /// Makes a model without surfels, maps it as ReadModel() of the id mapper does, and returns it: one

@@ -34,7 +34,7 @@ SessionTree::SessionTree(const Inner& root)
     SetRoot(root);
     for (auto child = root->BeginChild(); child != root->EndChild() && !modelNode_; ++child) {
         if ((*child)->GetDescription() == ModelDescription()) {
-            modelNode_ = CbDynamicPointerCast<ZeCTransformationNodeInner>(*child);
+            modelNode_ = Inner((*child)->AsInner());
         }
     }
 }

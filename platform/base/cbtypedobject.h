@@ -28,7 +28,8 @@ class CbTypedObject : public Base
 public:
     using Base::Base;
 
-    /// Makes an unowned object by the default constructor.
+    /// Makes an unowned object by the default constructor. A record holds the function of the
+    /// library that has the class, whose address differs from that in other libraries.
     [[nodiscard]] static IObject* CreateByFactory() { return new Class; }
 
     /// Returns the record of the class.

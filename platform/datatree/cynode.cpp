@@ -6,13 +6,6 @@
 
 const CbRTTI CyNode::RTTI(CB_TEXT("CyNode"), &CyNode::CreateByFactory, &CyNode::CloneByFactory);
 
-IObject* CyNode::CreateByFactory() { return new CyNode; }
-
-IObject* CyNode::CloneByFactory(const IObject& object)
-{
-    return new CyNode(dynamic_cast<const CyNode&>(object));
-}
-
 CyNode::CyNode() = default;
 
 CyNode::CyNode(const CyNode& /*other*/) : CyNode() {}
@@ -61,5 +54,3 @@ std::vector<CbSmartPointer<CyNode>> CyNode::GetChildren() const
 bool CyNode::isModified() const { return modified_; }
 
 void CyNode::setModified(bool modified, bool /*passOn*/) { modified_ = modified; }
-
-const CbRTTI& CyNode::GetRTTI() const { return RTTI; }

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "platform/base/cbreferencecounted.h"
+#include "platform/base/cbclonableobject.h"
+#include "platform/base/cbobject.h"
 #include "platform/base/cbrtti.h"
 #include "platform/base/cbsmartpointer.h"
 #include "platform/base/cstring.h"
 #include "platform/base/cyuniqueid.h"
-#include "platform/base/iobject.h"
 #include "platform/datatree/cydatatreeentry.h"
 
 #include <atomic>
@@ -20,28 +20,17 @@ class CyDataManager;
 ///
 /// Threads: GetDataManager, GetParent and GetChildren are safe beside edits of the data tree, as
 /// long as the manager lives; the rest is unguarded.
-class PLATFORM_API CyNode : public CbReferenceCounted, public IObject
+class PLATFORM_API CyNode : public CbClonableObject<CyNode, CbObject>
 {
 public:
     /// The record of this class.
     static const CbRTTI RTTI;
-
-    /// Makes a node as the default constructor does.
-    static IObject* CreateByFactory();
-    /// The clone is as the copy constructor makes it.
-    /// Throws: std::bad_cast for an object of another class.
-    static IObject* CloneByFactory(const IObject& object);
 
     /// Makes a node in no manager and without label.
     CyNode();
     /// Makes a node in no manager and without label: nothing of the other's base is copied.
     CyNode(const CyNode& other);
     CyNode& operator=(const CyNode&) = delete;
-
-    [[nodiscard]] CbReferenceCounter& getReferenceCounter() const noexcept override
-    {
-        return CbReferenceCounted::getReferenceCounter();
-    }
 
     /// True if the application stores the node by itself. False here.
     [[nodiscard]] virtual bool IsSerializable() const;
@@ -78,9 +67,6 @@ protected:
     [[nodiscard]] virtual bool isModified() const;
     /// Sets the flag of this node. The second argument is for nodes that pass it on.
     virtual void setModified(bool modified, bool passOn);
-
-public:
-    [[nodiscard]] const CbRTTI& GetRTTI() const override;
 
 private:
     friend class CyDataManager;

@@ -1,23 +1,18 @@
 #pragma once
 
-#include "platform/base/cbreferencecounted.h"
+#include "platform/base/cbobject.h"
 #include "platform/base/cbrtti.h"
-#include "platform/base/iobject.h"
 
 class CbStreamReadBinary;
 class CbStreamWriteBinary;
 
 /// Base of the surfel collections: what the data tree knows of them.
-class PLATFORM_API CySurfelCollectionBase : public CbReferenceCounted, public IObject
+class PLATFORM_API CySurfelCollectionBase : public CbObject
 {
 public:
     /// The record of this class, which is abstract.
     static const CbRTTI RTTI;
 
-    [[nodiscard]] CbReferenceCounter& getReferenceCounter() const noexcept override
-    {
-        return CbReferenceCounted::getReferenceCounter();
-    }
     [[nodiscard]] const CbRTTI& GetRTTI() const override;
 
     /// Writes the collection.

@@ -1,20 +1,15 @@
 #pragma once
 
-#include "platform/base/cbreferencecounted.h"
+#include "platform/base/cbobject.h"
 #include "platform/base/cbrtti.h"
-#include "platform/base/iobject.h"
 
 /// Base of the triangulations, which only the application knows: counted and typed.
-class PLATFORM_API CyTriangulationBase : public CbReferenceCounted, public IObject
+class PLATFORM_API CyTriangulationBase : public CbObject
 {
 public:
     /// The record of this class, which is abstract.
     static const CbRTTI RTTI;
 
-    [[nodiscard]] CbReferenceCounter& getReferenceCounter() const noexcept override
-    {
-        return CbReferenceCounted::getReferenceCounter();
-    }
     [[nodiscard]] const CbRTTI& GetRTTI() const override;
 
 protected:

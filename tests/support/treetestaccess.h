@@ -61,7 +61,7 @@ struct TestAccess
     static bool AreInDataManager(const ZeCTransformationNodeManager& manager,
                                  const CbSmartPointer<const CyNode>& top)
     {
-        return manager.parts_->checks.CheckRecursivelyNodesInDataManager(top);
+        return manager.checkRecursivelyNodesInDataManager(top);
     }
 };
 

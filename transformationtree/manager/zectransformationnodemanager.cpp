@@ -278,6 +278,13 @@ ZeCTransformationNodeManager::CheckReturn ZeCTransformationNodeManager::IsValid(
     return parts_->checks.IsValid();
 }
 
+ZeCTransformationNodeManager::CheckReturn
+ZeCTransformationNodeManager::checkRecursivelyNodesInDataManager(
+    CbSmartPointer<const CyNode> dataNode) const noexcept
+{
+    return parts_->checks.CheckRecursivelyNodesInDataManager(std::move(dataNode));
+}
+
 void ZeCTransformationNodeManager::dump(CbStreamWriteASCII& stream) const
 {
     const CbCriticalSectionLock lock(section_);

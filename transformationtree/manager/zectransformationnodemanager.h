@@ -257,6 +257,10 @@ private:
     ZeCTransformationNodeManager();
     virtual ~ZeCTransformationNodeManager();
 
+    /// True if the nodes of the data tree at and below @p dataNode are readable nodes of trees.
+    CheckReturn
+    checkRecursivelyNodesInDataManager(CbSmartPointer<const CyNode> dataNode) const noexcept;
+
     mutable CbCriticalSection section_; ///< guards the fields of the parts
     const std::unique_ptr<Parts> parts_;
 };

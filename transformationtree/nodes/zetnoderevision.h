@@ -3,6 +3,6 @@
 /// @file
 /// The type of revisions.
 
-/// A revision of a node: a number that only grows within one process, -1 for none. Streams hold it
-/// in 64 bits.
+/// A revision of a node, -1 for none. New ones come from a counter of the process that only grows.
+/// Streams hold it in 64 bits.
 using ZeTNodeRevision = long long;

@@ -22,7 +22,8 @@ using EModified = ZeCMessageTreeStructureModified::EModificationType;
 Inner innerChild(const Inner& node, unsigned int position)
 {
     if (!node || node->GetNrChildren() <= position) return nullptr;
-    return CbDynamicPointerCast<ZeCTransformationNodeInner>(node->BeginChild()[position]);
+    const auto& child = node->BeginChild()[position];
+    return child ? Inner(child->AsInner()) : nullptr;
 }
 
 } // namespace
@@ -86,7 +87,8 @@ ConstInner ZeCTransformationTree::GetModelNodeConst() const
 Inner ZeCTransformationTree::GetActiveClusterForModel(const Inner& modelNode)
 {
     if (!modelNode) return nullptr;
-    return CbDynamicPointerCast<ZeCTransformationNodeInner>(modelNode->BackChild());
+    const auto child = modelNode->BackChild();
+    return child ? Inner(child->AsInner()) : nullptr;
 }
 
 Inner ZeCTransformationTree::GetActiveCluster() { return GetActiveClusterForModel(GetModelNode()); }
@@ -155,7 +157,7 @@ void ZeCTransformationTree::GetClusterNodes(const Inner& node, Clusters& cluster
 {
     if (!node) return;
     for (auto child = node->BeginChild(); child != node->EndChild(); ++child) {
-        auto inner = CbDynamicPointerCast<ZeCTransformationNodeInner>(*child);
+        Inner inner(*child ? (*child)->AsInner() : nullptr);
         // Clusters are known by their shape and the first node's description alone.
         if (!inner || inner->GetNrChildren() != 3) continue;
         const auto first = inner->FrontChild();

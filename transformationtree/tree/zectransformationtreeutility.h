@@ -7,8 +7,6 @@
 
 #include <functional>
 
-class ChangeMessages;
-class CreatedNodes;
 class ZeCTransformationNodeManager;
 
 /// Edits of whole subtrees, made of the node manager's edits; a singleton without a state.
@@ -167,9 +165,8 @@ public:
     /// Cost: linear in the number of nodes below @p root, but for sorting its new children.
     void NormalizeTreeStructure(const Inner& root, int maxChildren, bool postMessages);
     /// Makes all leaves below a node its children.
-    /// - They stand in the order in which their models were scanned: by acquisition sequence
-    /// number,
-    ///   leaves without model last, equal ones by their ids.
+    /// - They stand in the order in which their models were scanned, by acquisition sequence
+    ///   number. Leaves without model come last, equal ones by their ids.
     /// - All inner nodes below @p root are removed; its own cached model stays.
     /// - Its revisions become newer than the leaves'.
     ///
@@ -192,11 +189,6 @@ private:
     /// @param first see ZeCTransformationNodeManager::DeleteChildren()
     static void removeChildren(const Inner& node, bool postMessages,
                                const std::function<void()>& first);
-    /// PrepareForNextChild() as a part of a larger edit, which keeps the new nodes and posts the
-    /// messages.
-    [[nodiscard]] static Inner prepareForNextChild(const Inner& node, unsigned int maxChildren,
-                                                   Inner& topNode, CreatedNodes& created,
-                                                   ChangeMessages& messages);
 };
 
 extern template class TRANSFORMATIONTREE_API CbSingleton<ZeCTransformationTreeUtility>;

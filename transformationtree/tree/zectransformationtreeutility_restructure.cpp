@@ -6,6 +6,7 @@
 #include "transformationtree/nodes/internal/collectsubtree.h"
 #include "transformationtree/nodes/internal/subtreewalk.h"
 #include "transformationtree/tree/internal/changemessages.h"
+#include "transformationtree/tree/internal/nextchild.h"
 #include "transformationtree/tree/zectransformationtreeutility.h"
 #include "transformationtree/walks/zectransformationnodeiterators.h"
 
@@ -246,8 +247,8 @@ void ZeCTransformationTreeUtility::NormalizeTreeStructure(const Inner& root, int
                                   ZeCTransformationNode::EAttributesToCopy::PropertiesAndModel);
         newLeaf->CopyAttributesFrom(leaf->GetAllAttributes());
         newLeaf->SetRelativeTrafo(toRoot);
-        place = prepareForNextChild(place, static_cast<unsigned int>(maxChildren), top, created,
-                                    messages);
+        place = MakeRoomForNextChild(place, static_cast<unsigned int>(maxChildren), top, created,
+                                     messages);
         manager.AppendChild(place, newLeaf, true);
     }
     if (postMessages) {

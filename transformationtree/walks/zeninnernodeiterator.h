@@ -23,7 +23,7 @@ public:
     [[nodiscard]] Borrowed Borrow() const noexcept
     {
         if (path_.IsEmpty()) return {*root_, c_matIdentityD};
-        return {static_cast<ZeCTransformationNodeInner&>(topNode()), path_.Top().trafo};
+        return {*topNode().AsInner(), path_.Top().trafo};
     }
     /// Goes on to the next inner node, or to the end.
     ZeNInnerNodeIterator& operator++();

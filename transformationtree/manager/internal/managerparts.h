@@ -7,7 +7,7 @@
 #include "transformationtree/manager/internal/treemirror.h"
 #include "transformationtree/manager/zectransformationnodemanager.h"
 
-/// What the node manager is made of. Each part knows those above it, and the manager's section.
+/// What the node manager is made of. Each part knows only those that are named with it.
 ///
 ///     NodeRegistry      nodes by their ids
 ///     TreeMirror        data manager, root, and the tree in the data manager

@@ -10,7 +10,7 @@ class CbStreamWriteASCII;
 /// Threads: no other thread may create or delete nodes, set or unset the root, or edit trees
 /// outside the data manager meanwhile. Sections: the data manager's own alone; whoever dumps holds
 /// the manager's.
-class TRANSFORMATIONTREE_API NodeChecks
+class NodeChecks
 {
 public:
     using CheckReturn = NodeLocks::CheckReturn;

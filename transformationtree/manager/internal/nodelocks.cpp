@@ -84,7 +84,7 @@ template CyDataManager::ELockStatus NodeLocks::waitForHandle(const NodePointer& 
                                                              Handle<1>& handle, int& waited) const;
 
 // Waiting for one slice is usual, and other outcomes than these can't come from a single handle.
-bool NodeLocks::isWorthAWarning(EStatus status, int waited) noexcept
+bool NodeLocks::isWorthAWarning(EStatus status, int waited)
 {
     switch (status) {
     case CyDataManager::eLocked:

@@ -74,7 +74,7 @@ private:
     template<int kind, class Pointer>
     [[nodiscard]] EStatus waitForHandle(const Pointer& node, Handle<kind>& handle,
                                         int& waited) const;
-    [[nodiscard]] static bool isWorthAWarning(EStatus status, int waited) noexcept;
+    [[nodiscard]] static bool isWorthAWarning(EStatus status, int waited);
     static void warnOfSingle(int kind, const ZeCTransformationNode* node, EStatus status,
                              int waited, const CString& callStack);
     static void warn(EStatus status, const CString& callStack);

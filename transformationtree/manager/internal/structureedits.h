@@ -17,7 +17,8 @@ class RefusedNodes;
 /// which can't fail.
 ///
 /// Threads: as the manager says: write handles, or one thread at a time. Sections: setting and
-/// unsetting the root hold the manager's from end to end; all others enter it only to drop ids.
+/// unsetting the root hold the manager's from end to end; all others enter it only to register or
+/// drop ids.
 class StructureEdits
 {
 public:

@@ -6,7 +6,7 @@
 
 #include <vector>
 
-/// The messages of one edit, in order: made before it, where a failure does no harm, and posted
+/// The messages of one edit, in order: made before it, when a failure does no harm, and posted
 /// after it.
 class ChangeMessages
 {

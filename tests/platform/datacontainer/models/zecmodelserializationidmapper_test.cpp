@@ -92,7 +92,7 @@ TEST_F(StoredModels, ComeBackAsAWholeAndAreFoundByTheirIds)
     EXPECT_THROW((void)ZeCModelQMT::CloneByFactory(*surfels), std::bad_cast);
     EXPECT_THROW((void)QMT_DepthImage::CloneByFactory(*model), std::bad_cast)
         << "only a base of it";
-    EXPECT_THROW(CyNode::CloneByFactory(*model), std::bad_cast);
+    EXPECT_THROW((void)CyNode::CloneByFactory(*model), std::bad_cast);
 }
 
 TEST_F(StoredModels, ThatAreSpoiltAreRefusedAndNotMapped)

@@ -2,7 +2,7 @@
 
 #include "platform/base/cbexception.h"
 #include "platform/base/cbprefetch.h"
-#include "platform/datacontainer/sampling/internal/zecgridsums.h"
+#include "platform/datacontainer/sampling/internal/sums/zecgridsums.h"
 
 #include <algorithm>
 #include <limits>

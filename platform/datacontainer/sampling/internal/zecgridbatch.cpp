@@ -1,6 +1,6 @@
 #include "platform/datacontainer/sampling/internal/zecgridbatch.h"
 
-#include "platform/datacontainer/sampling/internal/zecgridmeans.h"
+#include "platform/datacontainer/sampling/internal/sums/zecgridmeans.h"
 #include "platform/datacontainer/surfels/internal/kernelbuilds.h"
 
 #include <algorithm>

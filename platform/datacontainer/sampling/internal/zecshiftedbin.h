@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/datacontainer/sampling/internal/zecgridcell.h"
+#include "platform/datacontainer/sampling/internal/sums/zecgridcell.h"
 
 #include <algorithm>
 #include <array>

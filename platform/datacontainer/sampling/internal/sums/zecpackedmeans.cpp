@@ -1,4 +1,4 @@
-#include "platform/datacontainer/sampling/internal/zecpackedmeans.h"
+#include "platform/datacontainer/sampling/internal/sums/zecpackedmeans.h"
 
 #include "platform/datacontainer/surfels/internal/kernelbuilds.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/datacontainer/sampling/internal/zecgridcell.h"
+#include "platform/datacontainer/sampling/internal/sums/zecgridcell.h"
 
 /// Sums of the surfels of one cell if all weigh the same, those of a ZeCGridCell, but several in
 /// one word: as long as there are few, they need less than half of the memory and instructions.

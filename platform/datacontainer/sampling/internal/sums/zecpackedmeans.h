@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/datacontainer/sampling/internal/zecpackedgridcell.h"
+#include "platform/datacontainer/sampling/internal/sums/zecpackedgridcell.h"
 #include "platform/datacontainer/sampling/internal/zetgridcells.h"
 
 #include <cstddef>

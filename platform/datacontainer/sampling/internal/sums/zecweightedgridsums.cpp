@@ -1,6 +1,6 @@
-#include "platform/datacontainer/sampling/internal/zecweightedgridsums.h"
+#include "platform/datacontainer/sampling/internal/sums/zecweightedgridsums.h"
 
-#include "platform/datacontainer/sampling/internal/zecsurfelwriter.h"
+#include "platform/datacontainer/sampling/internal/sums/zecsurfelwriter.h"
 #include "platform/datacontainer/surfels/internal/kernelbuilds.h"
 
 namespace

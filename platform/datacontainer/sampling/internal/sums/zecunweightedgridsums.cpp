@@ -1,8 +1,8 @@
-#include "platform/datacontainer/sampling/internal/zecunweightedgridsums.h"
+#include "platform/datacontainer/sampling/internal/sums/zecunweightedgridsums.h"
 
 #include "platform/base/cbprefetch.h"
-#include "platform/datacontainer/sampling/internal/zecpackedmeans.h"
-#include "platform/datacontainer/sampling/internal/zecsurfelwriter.h"
+#include "platform/datacontainer/sampling/internal/sums/zecpackedmeans.h"
+#include "platform/datacontainer/sampling/internal/sums/zecsurfelwriter.h"
 #include "platform/datacontainer/surfels/internal/kernelbuilds.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "platform/datacontainer/sampling/internal/zecgridcell.h"
+#include "platform/datacontainer/sampling/internal/sums/zecgridcell.h"
 
 #include <cmath>
 

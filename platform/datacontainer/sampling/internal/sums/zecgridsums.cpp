@@ -1,7 +1,7 @@
-#include "platform/datacontainer/sampling/internal/zecgridsums.h"
+#include "platform/datacontainer/sampling/internal/sums/zecgridsums.h"
 
-#include "platform/datacontainer/sampling/internal/zecunweightedgridsums.h"
-#include "platform/datacontainer/sampling/internal/zecweightedgridsums.h"
+#include "platform/datacontainer/sampling/internal/sums/zecunweightedgridsums.h"
+#include "platform/datacontainer/sampling/internal/sums/zecweightedgridsums.h"
 
 std::unique_ptr<ZeCGridSums> ZeCGridSums::Make(float qualityGain)
 {

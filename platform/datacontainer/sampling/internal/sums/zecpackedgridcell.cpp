@@ -1,4 +1,4 @@
-#include "platform/datacontainer/sampling/internal/zecpackedgridcell.h"
+#include "platform/datacontainer/sampling/internal/sums/zecpackedgridcell.h"
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/datacontainer/sampling/internal/zecgridcell.h"
-#include "platform/datacontainer/sampling/internal/zecgridsums.h"
-#include "platform/datacontainer/sampling/internal/zecgridtissues.h"
+#include "platform/datacontainer/sampling/internal/sums/zecgridcell.h"
+#include "platform/datacontainer/sampling/internal/sums/zecgridsums.h"
+#include "platform/datacontainer/sampling/internal/sums/zecgridtissues.h"
 #include "platform/datacontainer/sampling/internal/zetgridcells.h"
 
 #include <array>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/datacontainer/sampling/internal/zecgridmeans.h"
-#include "platform/datacontainer/sampling/internal/zecsurfelwriter.h"
+#include "platform/datacontainer/sampling/internal/sums/zecgridmeans.h"
+#include "platform/datacontainer/sampling/internal/sums/zecsurfelwriter.h"
 
 #include <array>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "platform/datacontainer/sampling/internal/zecgridtissues.h"
+#include "platform/datacontainer/sampling/internal/sums/zecgridtissues.h"
 
 #include <algorithm>
 

@@ -17,7 +17,7 @@ class CbStreamWriteASCII;
 /// Creates, links and locks tree nodes; nobody else does. A singleton.
 ///
 /// It edits the links between fathers and children, keeps the tree below its root mirrored in the
-/// application's data manager, finds nodes by their ids and grants read and write handles.
+/// application's data manager, finds nodes by their ids and hands out read and write handles.
 ///
 /// A node is in the data manager exactly while its tree hangs below the manager's root. Created
 /// nodes are registered under their ids, and stay alive, until DeleteNode(), DeleteChildren(),
@@ -26,7 +26,7 @@ class CbStreamWriteASCII;
 /// Edits are all or nothing: what is thrown is thrown before anything has changed.
 ///
 /// Threads: the critical section guards the link to the data manager, the root and the id map.
-/// Who edits the structure holds write handles:
+/// Who edits the structure has been granted write handles, on the nodes themselves or above them:
 /// - on the father, to insert, append, remove, replace or exchange a child;
 /// - on the new child's present father too, to replace or exchange;
 /// - on both fathers, to move a node.
@@ -159,8 +159,8 @@ public:
     /// another father it comes to the end then.
     /// Within the data manager the data nodes move. From outside it the subtree comes in, and to
     /// the outside it goes out.
-    /// Threads: any one that holds write locks on the old and the new father, as far as they are in
-    /// the data manager.
+    /// Threads: any one that has itself been granted write handles on the old and the new father, or
+    /// above them, as far as they are in the data manager.
     void MoveNode(const Inner& newFather, const Node& node, const ConstNode& before);
     /// Moves several nodes to the end of a new father's children, in their order, as MoveNode()
     /// would one after the other, but in one pass. The fathers that they leave, each renewed once,

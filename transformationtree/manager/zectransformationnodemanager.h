@@ -159,8 +159,8 @@ public:
     /// another father it comes to the end then.
     /// Within the data manager the data nodes move. From outside it the subtree comes in, and to
     /// the outside it goes out.
-    /// Threads: any one that has itself been granted write handles on the old and the new father, or
-    /// above them, as far as they are in the data manager.
+    /// Threads: any one that has itself been granted write handles on the old and the new father,
+    /// or above them, as far as they are in the data manager.
     void MoveNode(const Inner& newFather, const Node& node, const ConstNode& before);
     /// Moves several nodes to the end of a new father's children, in their order, as MoveNode()
     /// would one after the other, but in one pass. The fathers that they leave, each renewed once,

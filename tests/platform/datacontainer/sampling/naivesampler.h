@@ -131,11 +131,10 @@ inline void ExpectMeans(const Grid& grid, const std::vector<Scan>& scans)
             ASSERT_NEAR(cell.position[k] / w, position[k],
                         std::ldexp(std::fabs(grid.cellSize), -28) + step);
         }
-        const auto rounded = [w](double sum) { return static_cast<int>(sum / w + 0.5); };
-        const auto color = actual->GetColorAccessor()[i];
-        ASSERT_EQ(rounded(cell.color[0]), color.r);
-        ASSERT_EQ(rounded(cell.color[1]), color.g);
-        ASSERT_EQ(rounded(cell.color[2]), color.b);
+        const auto rounded = [w](double sum) { return static_cast<std::uint8_t>(sum / w + 0.5); };
+        const auto& [red, green, blue] = cell.color;
+        ASSERT_EQ((ZeCCompressedColor{rounded(red), rounded(green), rounded(blue), 0}),
+                  actual->GetColorAccessor()[i]);
         ASSERT_EQ(rounded(cell.curvature), actual->GetCurvatureAccessor()[i]);
         const bool lowers = grid.samplingParameter > 1 && grid.samplingParameter < c_infinity;
         const double factor = lowers ? std::min(1.0, cell.count / grid.samplingParameter) : 1.0;

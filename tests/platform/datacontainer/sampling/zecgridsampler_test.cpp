@@ -161,71 +161,32 @@ TEST(GridSampler, RoundsLoweredQualitiesHalfUp)
     }
 }
 
-TEST(GridSampler, HoldsManySurfelsWithTheLargestValues)
+TEST(GridSampler, RoundsHalfUpAndDecidesTiesForEveryNumberOfSurfelsInACell)
 {
-    for (const std::uint32_t count : {254U, 255U, 256U, 257U, 300U, 511U, 1000U}) {
+    std::mt19937 random(26);
+    for (std::uint32_t count = 2; count <= 600; ++count) {
         const auto surfels = Neutral(count);
-        for (std::uint32_t i = 0; i < count; ++i) {
-            surfels->GetPositionAccessor()[i] = {-1e-30F, 0.99999994F, 0.99999994F};
-            surfels->GetColorAccessor()[i] = {255, 255, 255, 255};
-            surfels->GetCurvatureAccessor()[i] = 255;
-            surfels->GetBoundaryFlagAccessor()[i] = true;
+        // Half of the surfels have one of two values, or one less than half, or all of them.
+        const std::uint32_t parts[] = {count / 2, count / 2 - 1, count};
+        const auto set = [&](const auto& values, auto one, auto other) {
+            if (random() % 2 == 0) std::swap(one, other);
+            const std::uint32_t part = parts[random() % 3];
+            for (std::uint32_t i = 0; i < count; ++i) values[i] = i < part ? one : other;
+        };
+        using Color = ZeCCompressedColor;
+        constexpr float c_almostOne = 0.99999994F;
+        set(surfels->GetPositionAccessor(), CbVector3f{-1e-30F, c_almostOne, c_almostOne},
+            CbVector3f{-1, 0, c_almostOne});
+        set(surfels->GetNormalAccessor(), ZeCQuantizedNormal(CbVector3f{1, 0, 0.2F}),
+            ZeCQuantizedNormal(CbVector3f{-1, 0, -0.2F}));
+        set(surfels->GetColorAccessor(), Color{1, 255, 255, 7}, Color{0, 254, 254, 7});
+        set(surfels->GetQualityAccessor(), 1.0F, 0.99F);
+        set(surfels->GetCurvatureAccessor(), std::uint8_t{255}, std::uint8_t{254});
+        set(surfels->GetTissueTypeAccessor(), std::uint8_t{9}, std::uint8_t{4});
+        set(surfels->GetBoundaryFlagAccessor(), true, false);
+        for (const float gain : {1.0F, 1.1F, 8.0F}) {
+            ASSERT_NO_FATAL_FAILURE(ExpectMeans({1, 0, gain, 1}, {{surfels, {}}})) << count;
         }
-        const auto result = Subsample({}, {{surfels, {}}});
-        ASSERT_EQ(1U, result->GetNrSurfels());
-        EXPECT_EQ(0, result->GetPositionAccessor()[0].x) << count;
-        EXPECT_NEAR(1, result->GetPositionAccessor()[0].z, 1e-6) << count;
-        EXPECT_EQ(surfels->GetNormalAccessor()[0], result->GetNormalAccessor()[0]) << count;
-        EXPECT_EQ((ZeCCompressedColor{255, 255, 255, 0}), result->GetColorAccessor()[0]) << count;
-        EXPECT_EQ(255, result->GetCurvatureAccessor()[0]) << count;
-        EXPECT_EQ(255, result->GetQualityAccessor().data()[0]) << count;
-        EXPECT_TRUE(result->GetBoundaryFlagAccessor()[0]) << count;
-    }
-}
-
-TEST(GridSampler, RoundsMeansHalfUpForEveryNumberOfSurfels)
-{
-    for (std::uint32_t count = 2; count <= 300; count += 2) {
-        const auto surfels = Neutral(count);
-        for (std::uint32_t i = 0; i < count; ++i) {
-            const auto odd = static_cast<std::uint8_t>(i % 2);
-            surfels->GetColorAccessor()[i] = {odd, static_cast<std::uint8_t>(254 + odd), 0, 0};
-            surfels->GetCurvatureAccessor()[i] =
-                i < count / 2 - 1 ? 1 : 0; // a little less than half
-        }
-        const auto result = Subsample({}, {{surfels, {}}});
-        EXPECT_EQ((ZeCCompressedColor{1, 255, 0, 0}), result->GetColorAccessor()[0]) << count;
-        EXPECT_EQ(0, result->GetCurvatureAccessor()[0]) << count;
-    }
-}
-
-TEST(GridSampler, DecidesTies)
-{
-    const auto pair = Neutral(2);
-    pair->GetTissueTypeAccessor()[0] = 9;
-    pair->GetTissueTypeAccessor()[1] = 4;
-    pair->GetColorAccessor()[0] = {1, 10, 255, 7};
-    pair->GetColorAccessor()[1] = {2, 11, 254, 7};
-    pair->GetBoundaryFlagAccessor()[1] = true;
-    pair->GetNormalAccessor()[0] = ZeCQuantizedNormal(CbVector3f{1, 0, 0.2F});
-    pair->GetNormalAccessor()[1] = ZeCQuantizedNormal(CbVector3f{-1, 0, -0.2F});
-    for (const bool swapped : {false, true}) {
-        const auto surfels = swapped ? Pick(*pair, {1, 0}) : pair;
-        const auto even = Subsample({}, {{surfels, {}}});
-        ASSERT_EQ(1U, even->GetNrSurfels());
-        EXPECT_EQ(4, even->GetTissueTypeAccessor()[0]) << "the smaller type";
-        EXPECT_EQ((ZeCCompressedColor{2, 11, 255, 0}), even->GetColorAccessor()[0]) << "half up";
-        EXPECT_FALSE(even->GetBoundaryFlagAccessor()[0]) << "not more than half";
-        EXPECT_EQ(std::min(pair->GetNormalAccessor()[0].GetCode(),
-                           pair->GetNormalAccessor()[1].GetCode()),
-                  even->GetNormalAccessor()[0].GetCode());
-
-        surfels->GetQualityAccessor()[0] = 0.99F; // both sheets of a thin wall, one scanned better
-        const auto uneven = Subsample({1, 0, 1.1F, 1}, {{surfels, {}}});
-        EXPECT_EQ(surfels->GetNormalAccessor()[1], uneven->GetNormalAccessor()[0]);
-        EXPECT_EQ(surfels->GetTissueTypeAccessor()[1], uneven->GetTissueTypeAccessor()[0]);
-        EXPECT_EQ(surfels->GetBoundaryFlagAccessor()[1], uneven->GetBoundaryFlagAccessor()[0]);
-        surfels->GetQualityAccessor()[0] = 1;
     }
 }
 

@@ -1,21 +1,18 @@
 #include "examples/scansession/scans/rangescan.h"
 #include "tests/examples/inputerrors.h"
-#include "tests/support/tempfolder.h"
 
 #include <cmath>
 #include <functional>
-#include <gmock/gmock.h>
 #include <limits>
 #include <sstream>
 
 using namespace scansession;
-using testing::HasSubstr;
 
 namespace
 {
 
 /// Writes a range image as a file: the height of each cell.
-class RangeScans : public TempFolder
+class RangeScans : public InputFiles
 {
 protected:
     static constexpr int c_columns = 21;
@@ -121,10 +118,6 @@ TEST_F(RangeScans, ThatCannotBeUsedAreRefusedByName)
         {grid(sizes, "2 0 1\n0\n", 2), "cell 0 of the range grid"},
     };
     for (const auto& [content, reason] : cases) {
-        SCOPED_TRACE(content);
-        const auto path = Write("bad.ply", content);
-        const auto text = InputErrorOf([&] { (void)ReadRangeScan(path); });
-        EXPECT_THAT(text, testing::StartsWith(path.string() + ": "));
-        EXPECT_THAT(text, HasSubstr(reason));
+        ExpectRefused(content, reason, [](const auto& path) { (void)ReadRangeScan(path); });
     }
 }

@@ -32,7 +32,7 @@ TEST(GridSampler, GivesTheWeightedMeansOfTheUsedCells)
     std::mt19937 random(20);
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        for (int round = 0; round < Rounds(10); ++round) {
+        for (int round = 0; round < Rounds(4); ++round) {
             ASSERT_NO_FATAL_FAILURE(ExpectMeans(c.grid, RandomScans(random, c.count, c.size)));
         }
     }
@@ -84,7 +84,7 @@ TEST(GridSampler, GivesTheSameBytesInWhateverOrderSurfelsCome)
         auto scans = RandomScans(random, 6000, 40);
         for (auto& type : scans[0].surfels->GetTissueTypeAccessor()) type = type + random() % 200;
         const auto expected = Subsample(grid, scans);
-        for (int round = 0; round < Rounds(10); ++round) {
+        for (int round = 0; round < Rounds(4); ++round) {
             std::vector<Scan> parts;
             for (const Scan& scan : scans) {
                 std::vector<std::uint32_t> order(scan.surfels->GetNrSurfels());

@@ -104,6 +104,10 @@ TEST(CopyingSurfels, MapsPositionsAndKeepsWhatHasNoFrame)
     const CbMatrix4Rf m = Compose(Turn(0.3F), ShiftBy(1, 2, 3));
     const auto source = RandomSurfels(random, 100);
     const auto copy = Neutral(100);
+    source->GetPositionAccessor()[0] = {-0.0F, c_infinity, c_nan};
+    copy->CopySurfels(0, *source, 0, 100, true, c_matIdentityF);
+    ExpectSameSurfels(*source, *copy);
+    source->GetPositionAccessor()[0] = {};
     copy->CopySurfels(0, *source, 0, 100, false, m);
     for (std::uint32_t i = 0; i < 100; ++i) {
         EXPECT_EQ(TransformPoint(source->GetPositionAccessor()[i], m),
@@ -135,17 +139,6 @@ TEST(CopyingSurfels, TurnsNormalsWithTheSurface)
                       std::cos(0.95 / 57.29));
         }
     }
-}
-
-TEST(CopyingSurfels, ByAnIdentityKeepsEveryBit)
-{
-    const auto source = Neutral(3);
-    source->GetPositionAccessor()[0] = {-0.0F, 0.0F, -0.0F};
-    source->GetPositionAccessor()[1] = {c_infinity, 1, 2};
-    source->GetPositionAccessor()[2] = {c_nan, 1, 2};
-    const auto copy = Neutral(0);
-    copy->Append(*source, c_matIdentityF);
-    ExpectSameSurfels(*source, *copy);
 }
 
 TEST(CopyingSurfels, OutsideTheContainersThrowsAndWritesNothing)

@@ -80,12 +80,14 @@ inline NaiveCells NaiveSubsample(const Grid& grid, const std::vector<Scan>& scan
             NaiveCell& cell = cells[index];
             const double quality = mapped->GetQualityAccessor().data()[i];
             const double w = 256 + std::floor(256 * (gain - 1) * quality / 255 + 0.5);
-            const auto n = Coordinates(mapped->GetNormalAccessor()[i].GetNormal());
+            const auto normal = scan.surfels->GetNormalAccessor()[i].GetNormal();
+            const auto n = MappedNormal(normal, scan.toResult); // not quantised again
+            const double length = std::sqrt(Dot(n, n));
             const auto c = mapped->GetColorAccessor()[i];
             const std::array<double, 3> color = {double(c.r), double(c.g), double(c.b)};
             for (int k = 0; k < 3; ++k) {
                 cell.position[k] += w * p[k];
-                cell.normal[k] += w * n[k];
+                cell.normal[k] += w * n[k] / length;
                 cell.color[k] += w * color[k];
             }
             cell.weight += w;
@@ -105,11 +107,10 @@ inline void ExpectNormal(const NaiveCell& cell, ZeCQuantizedNormal actual)
 {
     const double length = std::sqrt(Dot(cell.normal, cell.normal));
     const double cosine = CosineBetween(cell.normal, Coordinates(actual.GetNormal()));
-    // The naive way sums quantised normals, which are off by up to a degree each.
-    if (length > 0.14 * cell.weight) {
-        ASSERT_GT(cosine, std::cos(8 / 57.3));
+    if (length > 0.101 * cell.weight) {
+        ASSERT_GT(cosine, std::cos(1 / 57.3));
     }
-    if (length < 0.07 * cell.weight) {
+    if (length < 0.099 * cell.weight) {
         ASSERT_EQ(-cell.heaviest.second, actual.GetCode());
     }
 }

@@ -215,34 +215,3 @@ TEST(GridSampler, KeepsEveryNormalThatIsAloneInItsCellHoweverShortItBecomes)
         }
     }
 }
-
-TEST(GridSampler, AddsUpMappedNormalsThatAreNotQuantised)
-{
-    // Each turned by another angle: the errors of the codes would not cancel for one angle alone.
-    for (const float angle : {0.1F, 0.2F, 0.3F, 0.4F, 0.5F}) {
-        const auto surfels = Neutral(1);
-        surfels->GetNormalAccessor()[0] = ZeCQuantizedNormal::FromCode(0x1234);
-        const CbVector3f n = surfels->GetNormalAccessor()[0].GetNormal();
-        const CbMatrix4Rf turn = TurnAndShift(angle, 0);
-        const CbMatrix4Rf tilt({1, 0, 0, 0, 0, 0.6F, 0.8F, 0, 0, -0.8F, 0.6F, 0, 0, 0, 0, 1});
-        // As many of each, so that the mean is half-way between the two directions.
-        const auto actual = Subsample({}, {{surfels, turn}, {surfels, tilt}});
-        const CbVector3f a = TransformPoint(n, turn), b = TransformPoint(n, tilt);
-        const ZeCQuantizedNormal expected(CbVector3f{a.x + b.x, a.y + b.y, a.z + b.z});
-        EXPECT_EQ(expected, actual->GetNormalAccessor()[0]) << angle;
-    }
-}
-
-TEST(GridSampler, TakesTheHeaviestNormalWhereATenthOrLessIsLeft)
-{
-    const float tilt = 0.1F;
-    for (const float left : {0.095F, 0.105F}) {
-        // Two nearly opposite normals, whose sum has this part of their lengths along z.
-        const auto surfels = Neutral(2);
-        const float side = std::sqrt(1 - left * left);
-        surfels->GetNormalAccessor()[0] = ZeCQuantizedNormal(CbVector3f{side, tilt, left});
-        surfels->GetNormalAccessor()[1] = ZeCQuantizedNormal(CbVector3f{-side, -tilt, left});
-        const float z = Subsample({}, {{surfels, {}}})->GetNormalAccessor()[0].GetNormal().z;
-        EXPECT_EQ(left > 0.1F, z > 0.9F) << left;
-    }
-}

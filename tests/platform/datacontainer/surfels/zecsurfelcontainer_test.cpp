@@ -1,6 +1,5 @@
 #include "platform/base/cbexception.h"
 #include "platform/datacontainer/surfels/zecsurfelcontainer.h"
-#include "platform/math3d/cbmatrixinternal.h"
 #include "tests/platform/datacontainer/surfels.h"
 #include "tests/support/rounds.h"
 
@@ -21,21 +20,6 @@ CbMatrix4Rf Turn(float angle)
     const float c = std::cos(angle);
     const float s = std::sin(angle);
     return Compose(Linear({c, s, 0, -s, c, 0, 0, 0, 1}), Linear({1, 0, 0, 0, c, s, 0, -s, c}));
-}
-
-// The cosine between two directions of which the first is mapped as planes are: by the inverse
-// transpose.
-double CosineOfMappedNormal(const CbVector3f& normal, const CbMatrix4Rf& m,
-                            const CbVector3f& actual)
-{
-    CbMatrix4Rd inverse;
-    for (int i = 0; i < 16; ++i) inverse.data()[i] = double(m.data()[i]);
-    CbMatrixInternal::Invert(inverse);
-    std::array<double, 3> mapped;
-    for (int j = 0; j < 3; ++j) {
-        mapped[j] = normal.x * inverse[j][0] + normal.y * inverse[j][1] + normal.z * inverse[j][2];
-    }
-    return CosineBetween(mapped, Coordinates(actual));
 }
 
 struct NamedMatrix
@@ -135,7 +119,8 @@ TEST(CopyingSurfels, TurnsNormalsWithTheSurface)
                 ASSERT_EQ(before, after);
                 continue;
             }
-            ASSERT_GT(CosineOfMappedNormal(before.GetNormal(), m.matrix, after.GetNormal()),
+            const auto expected = MappedNormal(before.GetNormal(), m.matrix);
+            ASSERT_GT(CosineBetween(expected, Coordinates(after.GetNormal())),
                       std::cos(0.95 / 57.29));
         }
     }

@@ -138,8 +138,10 @@ inline void ExpectMeans(const Grid& grid, const std::vector<Scan>& scans)
                   actual->GetColorAccessor()[i]);
         ASSERT_EQ(rounded(cell.curvature), actual->GetCurvatureAccessor()[i]);
         const bool lowers = grid.samplingParameter > 1 && grid.samplingParameter < c_infinity;
-        const double factor = lowers ? std::min(1.0, cell.count / grid.samplingParameter) : 1.0;
-        ASSERT_EQ(rounded(cell.quality * factor), actual->GetQualityAccessor().data()[i]);
+        const double wanted =
+            lowers ? std::max<double>(cell.count, grid.samplingParameter) : cell.count;
+        ASSERT_EQ(rounded(cell.quality * cell.count / wanted),
+                  actual->GetQualityAccessor().data()[i]);
         ASSERT_EQ(2 * cell.boundary > w, actual->GetBoundaryFlagAccessor()[i]);
         const auto tissue =
             std::max_element(cell.tissueTypes.begin(), cell.tissueTypes.end(),

@@ -142,25 +142,6 @@ TEST(GridSampler, WritesNothingIntoACollectionOfAnotherSize)
     ExpectSameSurfels(*kept, *ResultOf(sampler));
 }
 
-TEST(GridSampler, RoundsLoweredQualitiesHalfUp)
-{
-    const struct
-    {
-        std::uint32_t count;
-        std::uint8_t quality;
-        float parameter;
-        int expected;
-    } cases[] = {{1, 49, 98, 1}, {3, 55, 22, 8}, {1, 48, 98, 0}, {5, 255, 5, 255}};
-    for (const auto& c : cases) {
-        const auto surfels = Neutral(c.count);
-        for (std::uint32_t i = 0; i < c.count; ++i) {
-            surfels->GetQualityAccessor().data()[i] = c.quality;
-        }
-        const auto result = Subsample({1, 0, 1, c.parameter}, {{surfels, {}}});
-        EXPECT_EQ(c.expected, result->GetQualityAccessor().data()[0]) << c.parameter;
-    }
-}
-
 TEST(GridSampler, RoundsHalfUpAndDecidesTiesForEveryNumberOfSurfelsInACell)
 {
     std::mt19937 random(26);
@@ -184,8 +165,10 @@ TEST(GridSampler, RoundsHalfUpAndDecidesTiesForEveryNumberOfSurfelsInACell)
         set(surfels->GetCurvatureAccessor(), std::uint8_t{255}, std::uint8_t{254});
         set(surfels->GetTissueTypeAccessor(), std::uint8_t{9}, std::uint8_t{4});
         set(surfels->GetBoundaryFlagAccessor(), true, false);
-        for (const float gain : {1.0F, 1.1F, 8.0F}) {
-            ASSERT_NO_FATAL_FAILURE(ExpectMeans({1, 0, gain, 1}, {{surfels, {}}})) << count;
+        for (const float lowered : {1.0F, 6.0F, 34.0F, 170.0F}) { // halves of 255
+            const float wanted = lowered * static_cast<float>(count);
+            ASSERT_NO_FATAL_FAILURE(ExpectMeans({1, 0, 1, wanted}, {{surfels, {}}})) << count;
+            ASSERT_NO_FATAL_FAILURE(ExpectMeans({1, 0, 1.1F, wanted}, {{surfels, {}}})) << count;
         }
     }
 }

@@ -24,5 +24,6 @@ protected:
             EXPECT_THAT(error.what(), testing::HasSubstr(reason));
             EXPECT_THAT(error.what(), testing::Not(testing::HasSubstr("\n")));
         }
+        std::filesystem::remove(path); // writing over it would wait for the disk
     }
 };

@@ -6,11 +6,11 @@
 #include "tests/platform/datacontainer/sampling/shiftedsampling.h"
 #include "tests/support/rounds.h"
 
-namespace
+TEST(RealScans, GiveTheSameBytesOnShiftedGridsTogetherAndOneByOne)
 {
+    const auto folder = ScanDataFolder() / "bunny";
+    if (!std::filesystem::exists(folder)) GTEST_SKIP() << "no scan data in " << folder;
 
-std::vector<Scan> ScansInMillimetres(const std::filesystem::path& folder)
-{
     const CbMatrix4Rd metresToMillimetres(
         {1000, 0, 0, 0, 0, 1000, 0, 0, 0, 0, 1000, 0, 0, 0, 0, 1});
     const scansession::ScanFolder source(folder, folder / "bun.conf");
@@ -18,20 +18,9 @@ std::vector<Scan> ScansInMillimetres(const std::filesystem::path& folder)
     const int count = Rounds(static_cast<int>(source.Count())); // slow builds take a few
     for (int i = 0; i < count; ++i) {
         const scansession::Scan scan = source.Take(static_cast<std::size_t>(i));
-        const auto surfels = scansession::PackSurfels(scan.surfels);
-        scans.push_back({surfels, ToFloat(Compose(scan.sensorToRoot, metresToMillimetres))});
+        scans.push_back({scansession::PackSurfels(scan.surfels),
+                         ToFloat(Compose(scan.sensorToRoot, metresToMillimetres))});
     }
-    return scans;
-}
-
-} // namespace
-
-TEST(RealScans, GiveTheSameBytesOnShiftedGridsTogetherAndOneByOne)
-{
-    const auto folder = ScanDataFolder() / "bunny";
-    if (!std::filesystem::exists(folder)) GTEST_SKIP() << "no scan data in " << folder;
-
-    const std::vector<Scan> scans = ScansInMillimetres(folder);
     for (const float cellSize : {0.25F, 0.5F, 1.0F}) {
         SCOPED_TRACE(cellSize);
         ExpectSameTogether({cellSize, cellSize / 2, 6.5F, 4}, scans);

@@ -1,19 +1,9 @@
 #include "examples/scansession/scans/poses.h"
 #include "tests/examples/inputerrors.h"
-#include "tests/support/tempfolder.h"
-
-#include <gmock/gmock.h>
 
 using namespace scansession;
-using testing::HasSubstr;
 
-namespace
-{
-
-class Poses : public TempFolder
-{};
-
-} // namespace
+using Poses = InputFiles;
 
 TEST_F(Poses, ThatCannotBeUsedAreRefusedWithTheirPlace)
 {
@@ -38,12 +28,9 @@ TEST_F(Poses, ThatCannotBeUsedAreRefusedWithTheirPlace)
         {"1 2 0 0 2 4 0 0 0 0 1 0 0 0 0 1", "singular pose", true},
         {"0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 1", "singular pose", true},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.content);
-        const auto path = Write("pose.txt", c.content);
-        const auto text = InputErrorOf(
-            [&] { c.isMatrix ? (void)ReadMatrixFile(path) : (void)ReadPoseFile(path); });
-        EXPECT_THAT(text, testing::StartsWith(path.string()));
-        EXPECT_THAT(text, HasSubstr(c.reason));
+    for (const auto& [content, reason, isMatrix] : cases) {
+        ExpectRefused(content, reason, [matrix = isMatrix](const auto& path) {
+            matrix ? (void)ReadMatrixFile(path) : (void)ReadPoseFile(path);
+        });
     }
 }

@@ -10,18 +10,12 @@ namespace
 
 constexpr const CbWChar* c_logger = CB_TEXT("Diagnostics.Test");
 
-// Name of the entry point that the log back end on the library path lacks; empty where there is no
-// back end at all.
-std::string missingEntryPoint()
-{
-    const char* const name = std::getenv("TREE_NLOG_WITHOUT");
-    return name != nullptr ? name : "";
-}
-
 TEST(WithoutACompleteBackEnd, LoggingIsSilent)
 {
     const auto library = CbLibraryLoader::Load(CB_TEXT("NLogC.dll"));
-    const std::string missing = missingEntryPoint();
+    // Which entry point the back end on the library path lacks; none where there is no back end.
+    const char* const set = std::getenv("TREE_NLOG_WITHOUT");
+    const std::string missing = set != nullptr ? set : "";
     ASSERT_EQ(library == nullptr, missing.empty());
     for (const std::string name : {"NLog_CSLogVW", "NLog_IsLogEnabledW",
                                    "NLog_SetGlobalDiagnosticsContextW", "NLog_Flush"}) {

@@ -3,7 +3,7 @@
 #include "platform/base/cbformat.h"
 #include "tests/support/logrecorder.h"
 
-#include <set>
+#include <map>
 #include <utility>
 
 namespace
@@ -13,7 +13,7 @@ struct Recorded
 {
     CbCriticalSection section;
     bool recording CB_GUARDED_BY(section) = false;
-    std::set<std::uint32_t> disabled CB_GUARDED_BY(section);
+    std::map<std::uint32_t, bool> disabled CB_GUARDED_BY(section);
     std::function<void(const LogRecord&)> observer CB_GUARDED_BY(section);
     std::vector<LogRecord> records CB_GUARDED_BY(section);
     std::vector<std::string> calls CB_GUARDED_BY(section);
@@ -55,11 +55,7 @@ void LogRecorder::SetEnabled(std::uint32_t level, bool enabled)
 {
     Recorded& all = recorded();
     const CbCriticalSectionLock lock(all.section);
-    if (enabled) {
-        all.disabled.erase(level);
-    } else {
-        all.disabled.insert(level);
-    }
+    all.disabled[level] = !enabled;
 }
 
 void LogRecorder::SetObserver(std::function<void(const LogRecord&)> observer)
@@ -97,7 +93,7 @@ bool NLog_IsLogEnabledW(std::uint32_t level, const CbWChar* loggerName)
     const CbCriticalSectionLock lock(all.section);
     if (!all.recording) return false;
     all.calls.push_back(CbFormat(CB_TEXT("enabled %u %s"), level, loggerName).ToUtf8());
-    return !all.disabled.contains(level);
+    return !all.disabled[level];
 }
 
 void NLog_SetGlobalDiagnosticsContextW(const CbWChar* key, const CbWChar* value)

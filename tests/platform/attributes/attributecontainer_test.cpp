@@ -10,19 +10,6 @@ namespace
 
 using testing::ElementsAre;
 
-// An attribute that holds one number.
-class Number : public ZeARTTIAttribute
-{
-public:
-    void Serialize(CbStreamWriteBinary& stream) const override { stream << value; }
-    void Serialize(CbStreamReadBinary& stream) override { stream >> value; }
-
-    std::int32_t value = 0;
-
-protected:
-    ~Number() override = default;
-};
-
 template<class T>
 IObject* create()
 {
@@ -34,11 +21,16 @@ IObject* clone(const IObject& object)
     return new T(static_cast<const T&>(object));
 }
 
-class Cloned : public Number
+// An attribute that holds one number.
+class Cloned : public ZeARTTIAttribute
 {
 public:
     static const CbRTTI RTTI;
     const CbRTTI& GetRTTI() const override { return RTTI; }
+    void Serialize(CbStreamWriteBinary& stream) const override { stream << value; }
+    void Serialize(CbStreamReadBinary& stream) override { stream >> value; }
+
+    std::int32_t value = 0;
 
 protected:
     ~Cloned() override = default;
@@ -75,7 +67,7 @@ std::vector<std::int32_t> valuesOf(const ZeARTTIAttributeContainer& container)
 {
     std::vector<std::int32_t> values;
     for (const auto& attribute : container) {
-        values.push_back(static_cast<const Number&>(*attribute).value);
+        values.push_back(static_cast<const Cloned&>(*attribute).value);
     }
     return values;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/datacontainer/surfels/zecsurfelcollectionqmt.h"
+#include "platform/math3d/cbmatrixinternal.h"
 
 #include <algorithm>
 #include <array>
@@ -60,6 +61,18 @@ inline double Dot(const std::array<double, 3>& a, const std::array<double, 3>& b
 inline double CosineBetween(const std::array<double, 3>& a, const std::array<double, 3>& b)
 {
     return Dot(a, b) / std::sqrt(Dot(a, a) * Dot(b, b));
+}
+
+/// A normal mapped as planes are, by the inverse transpose; of any length.
+inline std::array<double, 3> MappedNormal(const CbVector3f& normal, const CbMatrix4Rf& m)
+{
+    CbMatrix4Rd inverse;
+    for (int i = 0; i < 16; ++i) inverse.data()[i] = double(m.data()[i]);
+    CbMatrixInternal::Invert(inverse);
+    std::array<double, 3> mapped;
+    for (int j = 0; j < 3; ++j)
+        mapped[j] = Dot(Coordinates(normal), {inverse[j][0], inverse[j][1], inverse[j][2]});
+    return mapped;
 }
 
 inline CbMatrix4Rf ShiftBy(float x, float y, float z)

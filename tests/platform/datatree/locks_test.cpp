@@ -123,15 +123,10 @@ TEST_F(LockingNodes, EditsWantAHandleOfThisTreeAndAFatherInIt)
 // Looking at z leaves marks from there up to the lock, which are not true any more below e.
 TEST_F(LockingNodes, AnEditForgetsWhatCoveredTheNodesThatItMoves)
 {
-    const auto make = [this](const CbSmartPointer<CyNode>& father) {
-        auto node = CbMake<CyNode>();
-        EXPECT_TRUE(manager.InsertNode(father, node));
-        return node;
-    };
-    const auto x = make(a);
-    const auto w = make(x);
-    const auto z = make(w);
-    const auto leaf = make(z);
+    const auto x = Insert(a);
+    const auto w = Insert(x);
+    const auto z = Insert(w);
+    const auto leaf = Insert(z);
     const auto reader = lockElsewhere<Read>(e);
     const Write own(manager, a);
     EXPECT_EQ(tryLock(), CyDataManager::eLocked);
@@ -152,19 +147,16 @@ protected:
 
     struct Requester
     {
-        explicit Requester(CyDataManager& manager) : thread(TestAccess::Engine(manager)) {}
+        Requester(CyDataManager& manager, CyNode& node) : thread(TestAccess::Engine(manager))
+        {
+            TestAccess::Ask(write, thread, node);
+        }
         ~Requester()
         {
             write.Release();
             TestAccess::End(thread);
         }
 
-        void Ask(const CbSmartPointer<CyNode>& node)
-        {
-            Write asked;
-            TestAccess::Ask(asked, thread, *node);
-            write = std::move(asked);
-        }
         EOutcome Try() { return TestAccess::Attempt(thread, Time()); }
         void Wait(EOutcome expected)
         {
@@ -178,12 +170,7 @@ protected:
         Write write;
     };
 
-    WaitingInTurn()
-    {
-        for (Requester* requester : {&first, &second, &third}) requester->Ask(b);
-    }
-
-    Requester first{manager}, second{manager}, third{manager};
+    Requester first{manager, *b}, second{manager, *b}, third{manager, *b};
 };
 
 TEST_F(WaitingInTurn, OneReleaseWakesOneWriter)

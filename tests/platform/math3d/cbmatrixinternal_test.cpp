@@ -85,18 +85,6 @@ TEST(MatrixInverse, ComposedWithTheMatrixIsTheIdentityAndAsAffineAsIt)
     ExpectExactlyAffine(InverseOf(matrix));
 }
 
-TEST(MatrixInverse, KeepsPosesAffineThatAreSetWhereTheyAreAgainAndAgain)
-{
-    std::mt19937 random(6);
-    for (int round = 0; round < 100; ++round) {
-        SCOPED_TRACE(round);
-        const auto father = RandomRigidMatrix(random, 100);
-        auto pose = RandomRigidMatrix(random, 100);
-        for (int i = 0; i < 2000; ++i) pose = Compose(Compose(pose, father), InverseOf(father));
-        ASSERT_NO_FATAL_FAILURE(ExpectExactlyAffine(pose));
-    }
-}
-
 TEST(MatrixInverse, OfASingularMatrixThrowsAndLeavesTheMatrix)
 {
     struct Case

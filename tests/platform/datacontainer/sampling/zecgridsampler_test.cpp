@@ -32,7 +32,7 @@ TEST(GridSampler, GivesTheWeightedMeansOfTheUsedCells)
     std::mt19937 random(20);
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        for (int round = 0; round < Rounds(10); ++round) {
+        for (int round = 0; round < Rounds(4); ++round) {
             ASSERT_NO_FATAL_FAILURE(ExpectMeans(c.grid, RandomScans(random, c.count, c.size)));
         }
     }
@@ -84,7 +84,7 @@ TEST(GridSampler, GivesTheSameBytesInWhateverOrderSurfelsCome)
         auto scans = RandomScans(random, 6000, 40);
         for (auto& type : scans[0].surfels->GetTissueTypeAccessor()) type = type + random() % 200;
         const auto expected = Subsample(grid, scans);
-        for (int round = 0; round < Rounds(10); ++round) {
+        for (int round = 0; round < Rounds(4); ++round) {
             std::vector<Scan> parts;
             for (const Scan& scan : scans) {
                 std::vector<std::uint32_t> order(scan.surfels->GetNrSurfels());
@@ -142,90 +142,34 @@ TEST(GridSampler, WritesNothingIntoACollectionOfAnotherSize)
     ExpectSameSurfels(*kept, *ResultOf(sampler));
 }
 
-TEST(GridSampler, RoundsLoweredQualitiesHalfUp)
+TEST(GridSampler, RoundsHalfUpAndDecidesTiesForEveryNumberOfSurfelsInACell)
 {
-    const struct
-    {
-        std::uint32_t count;
-        std::uint8_t quality;
-        float parameter;
-        int expected;
-    } cases[] = {{1, 49, 98, 1}, {3, 55, 22, 8}, {1, 48, 98, 0}, {5, 255, 5, 255}};
-    for (const auto& c : cases) {
-        const auto surfels = Neutral(c.count);
-        for (std::uint32_t i = 0; i < c.count; ++i) {
-            surfels->GetQualityAccessor().data()[i] = c.quality;
-        }
-        const auto result = Subsample({1, 0, 1, c.parameter}, {{surfels, {}}});
-        EXPECT_EQ(c.expected, result->GetQualityAccessor().data()[0]) << c.parameter;
-    }
-}
-
-TEST(GridSampler, HoldsManySurfelsWithTheLargestValues)
-{
-    for (const std::uint32_t count : {254U, 255U, 256U, 257U, 300U, 511U, 1000U}) {
+    std::mt19937 random(26);
+    for (std::uint32_t count = 2; count <= 600; ++count) {
         const auto surfels = Neutral(count);
-        for (std::uint32_t i = 0; i < count; ++i) {
-            surfels->GetPositionAccessor()[i] = {-1e-30F, 0.99999994F, 0.99999994F};
-            surfels->GetColorAccessor()[i] = {255, 255, 255, 255};
-            surfels->GetCurvatureAccessor()[i] = 255;
-            surfels->GetBoundaryFlagAccessor()[i] = true;
+        // Half of the surfels have one of two values, or one less than half, or all of them.
+        const std::uint32_t parts[] = {count / 2, count / 2 - 1, count};
+        const auto set = [&](const auto& values, auto one, auto other) {
+            if (random() % 2 == 0) std::swap(one, other);
+            const std::uint32_t part = parts[random() % 3];
+            for (std::uint32_t i = 0; i < count; ++i) values[i] = i < part ? one : other;
+        };
+        using Color = ZeCCompressedColor;
+        constexpr float c_almostOne = 0.99999994F;
+        set(surfels->GetPositionAccessor(), CbVector3f{-1e-30F, c_almostOne, c_almostOne},
+            CbVector3f{-1, 0, c_almostOne});
+        set(surfels->GetNormalAccessor(), ZeCQuantizedNormal(CbVector3f{1, 0, 0.2F}),
+            ZeCQuantizedNormal(CbVector3f{-1, 0, -0.2F}));
+        set(surfels->GetColorAccessor(), Color{1, 255, 255, 7}, Color{0, 254, 254, 7});
+        set(surfels->GetQualityAccessor(), 1.0F, 0.99F);
+        set(surfels->GetCurvatureAccessor(), std::uint8_t{255}, std::uint8_t{254});
+        set(surfels->GetTissueTypeAccessor(), std::uint8_t{9}, std::uint8_t{4});
+        set(surfels->GetBoundaryFlagAccessor(), true, false);
+        for (const float lowered : {1.0F, 6.0F, 34.0F, 170.0F}) { // halves of 255
+            const float wanted = lowered * static_cast<float>(count);
+            ASSERT_NO_FATAL_FAILURE(ExpectMeans({1, 0, 1, wanted}, {{surfels, {}}})) << count;
+            ASSERT_NO_FATAL_FAILURE(ExpectMeans({1, 0, 1.1F, wanted}, {{surfels, {}}})) << count;
         }
-        const auto result = Subsample({}, {{surfels, {}}});
-        ASSERT_EQ(1U, result->GetNrSurfels());
-        EXPECT_EQ(0, result->GetPositionAccessor()[0].x) << count;
-        EXPECT_NEAR(1, result->GetPositionAccessor()[0].z, 1e-6) << count;
-        EXPECT_EQ(surfels->GetNormalAccessor()[0], result->GetNormalAccessor()[0]) << count;
-        EXPECT_EQ((ZeCCompressedColor{255, 255, 255, 0}), result->GetColorAccessor()[0]) << count;
-        EXPECT_EQ(255, result->GetCurvatureAccessor()[0]) << count;
-        EXPECT_EQ(255, result->GetQualityAccessor().data()[0]) << count;
-        EXPECT_TRUE(result->GetBoundaryFlagAccessor()[0]) << count;
-    }
-}
-
-TEST(GridSampler, RoundsMeansHalfUpForEveryNumberOfSurfels)
-{
-    for (std::uint32_t count = 2; count <= 300; count += 2) {
-        const auto surfels = Neutral(count);
-        for (std::uint32_t i = 0; i < count; ++i) {
-            const auto odd = static_cast<std::uint8_t>(i % 2);
-            surfels->GetColorAccessor()[i] = {odd, static_cast<std::uint8_t>(254 + odd), 0, 0};
-            surfels->GetCurvatureAccessor()[i] =
-                i < count / 2 - 1 ? 1 : 0; // a little less than half
-        }
-        const auto result = Subsample({}, {{surfels, {}}});
-        EXPECT_EQ((ZeCCompressedColor{1, 255, 0, 0}), result->GetColorAccessor()[0]) << count;
-        EXPECT_EQ(0, result->GetCurvatureAccessor()[0]) << count;
-    }
-}
-
-TEST(GridSampler, DecidesTies)
-{
-    const auto pair = Neutral(2);
-    pair->GetTissueTypeAccessor()[0] = 9;
-    pair->GetTissueTypeAccessor()[1] = 4;
-    pair->GetColorAccessor()[0] = {1, 10, 255, 7};
-    pair->GetColorAccessor()[1] = {2, 11, 254, 7};
-    pair->GetBoundaryFlagAccessor()[1] = true;
-    pair->GetNormalAccessor()[0] = ZeCQuantizedNormal(CbVector3f{1, 0, 0.2F});
-    pair->GetNormalAccessor()[1] = ZeCQuantizedNormal(CbVector3f{-1, 0, -0.2F});
-    for (const bool swapped : {false, true}) {
-        const auto surfels = swapped ? Pick(*pair, {1, 0}) : pair;
-        const auto even = Subsample({}, {{surfels, {}}});
-        ASSERT_EQ(1U, even->GetNrSurfels());
-        EXPECT_EQ(4, even->GetTissueTypeAccessor()[0]) << "the smaller type";
-        EXPECT_EQ((ZeCCompressedColor{2, 11, 255, 0}), even->GetColorAccessor()[0]) << "half up";
-        EXPECT_FALSE(even->GetBoundaryFlagAccessor()[0]) << "not more than half";
-        EXPECT_EQ(std::min(pair->GetNormalAccessor()[0].GetCode(),
-                           pair->GetNormalAccessor()[1].GetCode()),
-                  even->GetNormalAccessor()[0].GetCode());
-
-        surfels->GetQualityAccessor()[0] = 0.99F; // both sheets of a thin wall, one scanned better
-        const auto uneven = Subsample({1, 0, 1.1F, 1}, {{surfels, {}}});
-        EXPECT_EQ(surfels->GetNormalAccessor()[1], uneven->GetNormalAccessor()[0]);
-        EXPECT_EQ(surfels->GetTissueTypeAccessor()[1], uneven->GetTissueTypeAccessor()[0]);
-        EXPECT_EQ(surfels->GetBoundaryFlagAccessor()[1], uneven->GetBoundaryFlagAccessor()[0]);
-        surfels->GetQualityAccessor()[0] = 1;
     }
 }
 
@@ -243,45 +187,6 @@ TEST(GridSampler, KeepsEveryNormalThatIsAloneInItsCellHoweverShortItBecomes)
     for (const float shortest : {1e-19F, 1e-21F, 5e-22F, 1e-22F, 5e-23F, 1e-30F}) {
         SCOPED_TRACE(shortest);
         const CbMatrix4Rf flatten({1, 0, shortest, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 1});
-        const auto expected = Neutral(0);
-        expected->Append(*surfels, flatten);
-        const auto actual = Subsample({}, {{surfels, flatten}});
-        ASSERT_EQ(65536U, actual->GetNrSurfels());
-        for (std::uint32_t i = 0; i < 65536; ++i) {
-            const auto kept = expected->GetNormalAccessor()[i].GetNormal();
-            const auto is = actual->GetNormalAccessor()[i].GetNormal();
-            ASSERT_GT(CosineBetween(Coordinates(kept), Coordinates(is)), std::cos(1 / 57.3)) << i;
-        }
-    }
-}
-
-TEST(GridSampler, AddsUpMappedNormalsThatAreNotQuantised)
-{
-    // Each turned by another angle: the errors of the codes would not cancel for one angle alone.
-    for (const float angle : {0.1F, 0.2F, 0.3F, 0.4F, 0.5F}) {
-        const auto surfels = Neutral(1);
-        surfels->GetNormalAccessor()[0] = ZeCQuantizedNormal::FromCode(0x1234);
-        const CbVector3f n = surfels->GetNormalAccessor()[0].GetNormal();
-        const CbMatrix4Rf turn = TurnAndShift(angle, 0);
-        const CbMatrix4Rf tilt({1, 0, 0, 0, 0, 0.6F, 0.8F, 0, 0, -0.8F, 0.6F, 0, 0, 0, 0, 1});
-        // As many of each, so that the mean is half-way between the two directions.
-        const auto actual = Subsample({}, {{surfels, turn}, {surfels, tilt}});
-        const CbVector3f a = TransformPoint(n, turn), b = TransformPoint(n, tilt);
-        const ZeCQuantizedNormal expected(CbVector3f{a.x + b.x, a.y + b.y, a.z + b.z});
-        EXPECT_EQ(expected, actual->GetNormalAccessor()[0]) << angle;
-    }
-}
-
-TEST(GridSampler, TakesTheHeaviestNormalWhereATenthOrLessIsLeft)
-{
-    const float tilt = 0.1F;
-    for (const float left : {0.095F, 0.105F}) {
-        // Two nearly opposite normals, whose sum has this part of their lengths along z.
-        const auto surfels = Neutral(2);
-        const float side = std::sqrt(1 - left * left);
-        surfels->GetNormalAccessor()[0] = ZeCQuantizedNormal(CbVector3f{side, tilt, left});
-        surfels->GetNormalAccessor()[1] = ZeCQuantizedNormal(CbVector3f{-side, -tilt, left});
-        const float z = Subsample({}, {{surfels, {}}})->GetNormalAccessor()[0].GetNormal().z;
-        EXPECT_EQ(left > 0.1F, z > 0.9F) << left;
+        ASSERT_NO_FATAL_FAILURE(ExpectMeans({}, {{surfels, flatten}}));
     }
 }

@@ -4,7 +4,7 @@
 TEST(ShiftedGrids, GiveTheBytesOfOneRunAfterTheOther)
 {
     std::mt19937 random(30);
-    for (int round = 0; round < Rounds(10); ++round) {
+    for (int round = 0; round < Rounds(3); ++round) {
         for (const float cellSize : {0.1F, 0.25F, 0.5F, 1.0F}) {
             SCOPED_TRACE(cellSize);
             // From about one surfel in each group that shares its cells to dozens.
@@ -22,7 +22,7 @@ TEST(ShiftedGrids, GiveTheSameBytesForSurfelsOnBorders)
     for (const float cellSize : {0.23F, 0.25F, 1.0F / 3, 7e-5F}) {
         SCOPED_TRACE(cellSize);
         const Shifts shifts = ShiftsOf(cellSize);
-        const auto surfels = RandomSurfels(random, 2000);
+        const auto surfels = RandomSurfels(random, 1000);
         PutOnBorders(random, *surfels, [&](float cell) {
             return cell * cellSize - shifts[random() % 5] + cellSize / 2;
         });

@@ -49,9 +49,8 @@ void expectVectorComesBack(const Inner& root, ZeCNodeVector::IteratorType type)
     } catch (const CyExceptionNotInvertible&) {
         return; // any matrix may have been read
     }
-    const Bytes bytes = Stored([&](auto& stream) { vector.Serialize(stream); });
     ZeCNodeVector read;
-    EXPECT_EQ(ReadFrom(bytes, [&](auto& stream) { read.Serialize(stream); }), 0U);
+    EXPECT_EQ(ReadRecord(read, RecordOf(vector)), 0U);
     EXPECT_EQ(read.GetElements().size(), vector.GetElements().size());
 }
 

@@ -80,13 +80,6 @@ TEST(OneIteratorAndOneNumbering, MayBeReadByMany)
     }
 }
 
-// Reads what was written of an attribute meanwhile.
-void readBack(ZeARTTIAttribute& attribute)
-{
-    ReadFrom(Stored([&](auto& stream) { attribute.Serialize(stream); }),
-             [&](auto& stream) { attribute.Serialize(stream); });
-}
-
 TEST(Attributes, AreGuarded)
 {
     using AreaProperties = ZeCAreaPropertiesAttribute;
@@ -100,18 +93,18 @@ TEST(Attributes, AreGuarded)
         for (int round = 0; round < Rounds(1000); ++round) {
             area->IncrementEnqueuedAreaCorrelationTasks();
             areaProperties->SetOrientationStrategy(AreaProperties::EOrientationStrategy::Default);
-            readBack(*areaProperties);
+            ReadRecord(*areaProperties, RecordOf(*areaProperties));
             hints->SetRegistrationHintSurfelCollection(CbMake<ZeCSurfelCollectionQMT>());
             hints->SetDisplayMode(Hints::ESurfelCollectionDisplayMode{2});
             hints->SetComputationStatus(Hints::EComputationStatus{3});
-            readBack(*hints);
+            ReadRecord(*hints, RecordOf(*hints));
             EXPECT_TRUE(hints->GetRegistrationHintSurfelCollection());
             hints->ResetAttribute();
             jaw->SetOcclusalDirectionBinningRevision(round);
             EXPECT_EQ(jaw->GetExtraoralDirectionEstimate(), (CbVector3f{1, 0, 0}));
             jaw->ResetAttribute();
             loops->SetOptimizationLoopCount(7);
-            readBack(*loops);
+            ReadRecord(*loops, RecordOf(*loops));
             EXPECT_EQ(loops->GetOptimizationLoopCount(), 7U);
         }
     });

@@ -19,11 +19,26 @@
 namespace
 {
 
+using Verb = std::function<void()>;
+
+// Whether a verb does what it does with so many allocations.
+bool isDone(const Verb& verb, long allocations)
+{
+    FailAllocationsAfter(allocations);
+    try {
+        verb();
+    } catch (const std::bad_alloc&) {
+        FailAllocationsAfter(-1);
+        EXPECT_LT(allocations, 1000) << "it never ends";
+        return allocations >= 1000;
+    }
+    FailAllocationsAfter(-1);
+    return true;
+}
+
 class WithoutMemory : public NodeManagerTest
 {
 protected:
-    using Verb = std::function<void()>;
-
     // A managed tree and a loose one, with places that exchanged nodes have left.
     void build()
     {
@@ -55,22 +70,15 @@ protected:
 
     void expectAllOrNothing(const Verb& prepare, const Verb& edit)
     {
-        for (long allocations = 0;; ++allocations) {
+        bool done = false;
+        for (long allocations = 0; !done; ++allocations) {
             SCOPED_TRACE(allocations);
-            ASSERT_LT(allocations, 1000);
             build();
-            bool done = true;
             // A thread of its own, which has had no handle yet.
             std::thread([&] {
                 prepare();
                 const std::string before = describe();
-                FailAllocationsAfter(allocations);
-                try {
-                    edit();
-                } catch (const std::bad_alloc&) {
-                    done = false;
-                }
-                FailAllocationsAfter(-1);
+                done = isDone(edit, allocations);
                 EXPECT_EQ(describe() == before, !done) << before << '\n' << describe();
                 handle.Release();
             }).join();
@@ -80,7 +88,6 @@ protected:
             dispatcher.DispatchMessages();
             DestroySingleton<Manager>();
             ASSERT_TRUE(manager().SetDataManager(dataManager, dataNode));
-            if (done) return;
         }
     }
 
@@ -172,22 +179,16 @@ TEST_F(WithoutMemory, EditsChangeNothing)
 
 TEST_F(WithoutMemory, TheSelfTestEndsAndLeavesNoNodeBehind)
 {
-    bool failed = true;
-    for (long allocations = 0; failed; ++allocations) {
+    bool passed = false;
+    for (long allocations = 0; !passed; ++allocations) {
         SCOPED_TRACE(allocations);
-        ASSERT_LT(allocations, 1000);
         EXPECT_TRUE(manager().UnsetDataManager());
         ZeCTransformationNodeManager_UnitTest test(dataManager, dataNode);
         std::thread([&] {
-            FailAllocationsAfter(allocations);
-            try {
-                test.Run();
-                failed = test.HasFailed();
-            } catch (const std::bad_alloc&) {
-                // There was no memory for the line that tells it.
-            }
-            FailAllocationsAfter(-1);
+            // There may be no memory even for the line that tells of a failure.
+            passed = isDone([&] { test.Run(); }, allocations) && !test.HasFailed();
         }).join();
+        ASSERT_LT(allocations, 1000);
         unsetRoot();
         EXPECT_EQ(TestAccess::CountIds(manager()), 0);
     }
@@ -241,24 +242,6 @@ TEST(ManagersWithoutMemory, GoAndLeaveTheRootWhereItIs)
     EXPECT_EQ(root->GetNrChildren(), 1U);
 }
 
-// Calls a function with more and more allocations that succeed, until it does.
-void untilDone(const std::function<void()>& attempt, const std::function<void(bool)>& check)
-{
-    bool done = false;
-    for (long allocations = 0; !done; ++allocations) {
-        SCOPED_TRACE(allocations);
-        ASSERT_LT(allocations, 1000);
-        FailAllocationsAfter(allocations);
-        try {
-            attempt();
-            done = true;
-        } catch (const std::bad_alloc&) {
-        }
-        FailAllocationsAfter(-1);
-        check(done);
-    }
-}
-
 TEST(AGridSampler, KeepsWhatItHasAndWritesAllOrNothingWhereMemoryEnds)
 {
     constexpr auto c_all = ZeCSurfelContainer::ESurfelAttributeSet::Complete;
@@ -282,23 +265,25 @@ TEST(AGridSampler, KeepsWhatItHasAndWritesAllOrNothingWhereMemoryEnds)
             sampler->AddSurfels(*surfels, nullptr);
         };
         CbSmartPointer<ZeCSurfelCollectionQMT> result;
-        untilDone(add, [&](bool done) {
+        bool done = false;
+        for (long allocations = 0; !done; ++allocations) {
+            done = isDone(add, allocations);
             const std::uint32_t count = sampler ? sampler->GetNrOfUsedCells() : 0;
             EXPECT_EQ(count == c_count / 2, done);
             result = CbMake<ZeCSurfelCollectionQMT>(count, true, c_all, nullptr);
-            if (!sampler) return;
+            if (!sampler) continue;
             sampler->GetSubsampled(*result, 1, {}, false);
             expectWritten(*result, true);
-        });
+        }
         result = CbMake<ZeCSurfelCollectionQMT>(c_count / 2, true, c_all, nullptr);
-        int failures = 0;
-        untilDone([&] { sampler->GetSubsampled(*result, 1, {}, true); },
-                  [&](bool done) {
-                      failures += done ? 0 : 1;
-                      EXPECT_EQ(sampler->GetNrOfUsedCells(), done ? 0 : c_count / 2);
-                      expectWritten(*result, done);
-                  });
-        EXPECT_GT(failures, 0);
+        const auto take = [&] { sampler->GetSubsampled(*result, 1, {}, true); };
+        EXPECT_FALSE(isDone(take, 0));
+        done = false;
+        for (long allocations = 0; !done; ++allocations) {
+            done = isDone(take, allocations);
+            EXPECT_EQ(sampler->GetNrOfUsedCells(), done ? 0 : c_count / 2);
+            expectWritten(*result, done);
+        }
     }
 }
 

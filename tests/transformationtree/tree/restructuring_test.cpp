@@ -121,18 +121,17 @@ protected:
         return poses;
     }
     // That revisions were renewed as by the steps one by one, and in their order.
-    void expectRenewals(const ZeCTransformationNode& top, const NaiveTreeNode& naiveTop) const
+    void expectRenewals(const ZeCTransformationNode& top, const NaiveNode& naiveTop) const
     {
         std::map<long, long long> renewals; // the revisions by when they were renewed
         collectRenewals(top, naiveTop, renewals);
         const auto isOlder = [](const auto& a, const auto& b) { return a.second < b.second; };
         EXPECT_TRUE(std::is_sorted(renewals.begin(), renewals.end(), isOlder)) << "their order";
     }
-    void collectRenewals(const ZeCTransformationNode& node, const NaiveTreeNode& naive,
+    void collectRenewals(const ZeCTransformationNode& node, const NaiveNode& naive,
                          std::map<long, long long>& renewals) const
     {
-        for (const auto& [mask, when] :
-             {std::pair(1U, naive.modelRenewed), {2U, naive.trafoRenewed}}) {
+        for (const auto& [mask, when] : {std::pair(1U, naive.renewed), {2U, naive.trafoRenewed}}) {
             const auto revision = node.GetNodeRevision(mask);
             EXPECT_EQ(revision > since_, when != 0) << naive.name << ", mask " << mask;
             if (when != 0) renewals[when] = revision;
@@ -178,7 +177,7 @@ protected:
     std::vector<Node> nodes_;
     std::vector<Inner> inner_;
     NaiveUtility naive_;
-    NaiveTreeNode* naiveRoot_ = nullptr;
+    NaiveNode* naiveRoot_ = nullptr;
     long long since_ = 0; ///< newest revision before the step
     Model rootModel_;
     Poses poses_;

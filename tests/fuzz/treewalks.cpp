@@ -25,19 +25,11 @@ std::size_t CountTree(const Inner& top)
 namespace
 {
 
-template<class Iterator>
-std::size_t countForward(Iterator iterator)
+// Number of steps from an iterator to the end of its walk.
+std::size_t countSteps(auto iterator, const auto& step)
 {
     std::size_t count = 0;
-    for (; iterator; ++iterator) ++count;
-    return count;
-}
-
-template<class Iterator>
-std::size_t countBackward(Iterator iterator)
-{
-    std::size_t count = 0;
-    for (; iterator; --iterator) ++count;
+    for (; iterator; step(iterator)) ++count;
     return count;
 }
 
@@ -58,14 +50,16 @@ void expectVectorComesBack(const Inner& root, ZeCNodeVector::IteratorType type)
 
 void WalkTree(const Inner& root, std::size_t count)
 {
-    EXPECT_EQ(countForward(root->BeginNode()), count);
-    EXPECT_EQ(countBackward(root->LastNode()), count);
-    const std::size_t inner = countForward(root->BeginInner());
-    EXPECT_EQ(countBackward(root->LastInner()), inner);
+    const auto forward = [](auto from) { return countSteps(from, [](auto& at) { ++at; }); };
+    const auto backward = [](auto from) { return countSteps(from, [](auto& at) { --at; }); };
+    EXPECT_EQ(forward(root->BeginNode()), count);
+    EXPECT_EQ(backward(root->LastNode()), count);
+    const std::size_t inner = forward(root->BeginInner());
+    EXPECT_EQ(backward(root->LastInner()), inner);
     EXPECT_EQ(root->GetNrLeafNodes(), count - inner);
-    EXPECT_EQ(countBackward(root->LastLeaf()), count - inner);
+    EXPECT_EQ(backward(root->LastLeaf()), count - inner);
     EXPECT_EQ(root->EmptyLeafs(), count == inner);
-    EXPECT_EQ(countBackward(root->LastCachedLeaf()), root->GetNrCachedLeafNodes());
+    EXPECT_EQ(backward(root->LastCachedLeaf()), root->GetNrCachedLeafNodes());
     for (const auto type :
          {ZeCNodeVector::itCachedLeaf, ZeCNodeVector::itLeaf, ZeCNodeVector::itNode}) {
         expectVectorComesBack(root, type);

@@ -11,11 +11,22 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 using Node = CbSmartPointer<ZeCTransformationNode>;
 using Inner = CbSmartPointer<ZeCTransformationNodeInner>;
 using Leaf = CbSmartPointer<ZeCTransformationNodeLeaf>;
 using Model = CbSmartPointer<const ZeCModelQMT>;
+
+/// Surfels at these points, all else of them zero.
+inline CbSmartPointer<ZeCSurfelCollectionQMT> SurfelsAt(const std::vector<CbVector3f>& points)
+{
+    const auto surfels =
+        CbMake<ZeCSurfelCollectionQMT>(static_cast<std::uint32_t>(points.size()), true,
+                                       ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
+    std::copy(points.begin(), points.end(), surfels->GetPositionAccessor().begin());
+    return surfels;
+}
 
 /// Puts a node, or null, at the end of a father's children, as reading a tree would: no manager, no
 /// revision.

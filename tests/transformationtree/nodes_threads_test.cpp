@@ -53,14 +53,11 @@ TEST(Revisions, AreUniqueNumbersInPairs)
 
 TEST(OneIteratorAndOneNumbering, MayBeReadByMany)
 {
-    const auto collection = CbMake<ZeCSurfelCollectionQMT>(
-        7U, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
-    for (std::uint32_t i = 0; i < 7; ++i) {
-        collection->GetPositionAccessor()[i].x = static_cast<float>(i);
-    }
+    std::vector<CbVector3f> points;
+    for (int i = 0; i < 7; ++i) points.push_back({static_cast<float>(i), 0, 0});
     const Scenario tree("root(x(y(a, b), c), d)");
     LinkByHand(tree.GetInner("x"),
-               CbMake<ZeCTransformationNodeLeaf>(CbMake<ZeCModelQMT>(collection, false)));
+               CbMake<ZeCTransformationNodeLeaf>(CbMake<ZeCModelQMT>(SurfelsAt(points), false)));
     const auto numbering = tree.GetRoot()->GetRas();
     for (int round = 0; round < 200; ++round) {
         const auto shared = tree.GetRootInner()->Find(tree["a"]);

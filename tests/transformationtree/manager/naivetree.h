@@ -96,17 +96,18 @@ public:
     {
         return Insert(father, father != nullptr ? IndexOf(*father, before) : 0, child);
     }
-    void Remove(NaiveNode* father, NaiveNode* child)
+    Refusal Remove(NaiveNode* father, NaiveNode* child)
     {
-        if (father == nullptr) return;
+        if (father == nullptr) return {};
         const std::size_t index = IndexOf(*father, child);
-        if (index == father->children.size()) return;
+        if (index == father->children.size()) return {};
         if (child->father == father) {
             if (child->managed) takeOut(*child);
             child->father = nullptr;
         }
         eraseAt(father->children, index);
         Renew(*father);
+        return {};
     }
     Refusal Replace(NaiveNode* father, NaiveNode* oldChild, NaiveNode* newChild)
     {
@@ -129,8 +130,7 @@ public:
             } else {
                 Remove(oldFather, node);
             }
-            if (oldFather == newFather)
-                index = oldIndex; // where it stays if put in front of itself
+            if (oldFather == newFather) index = oldIndex; // put in front of itself it stays
         }
         link(*newFather, before == node ? index : IndexOf(*newFather, before), *node);
         Renew(*newFather);
@@ -138,9 +138,10 @@ public:
         return {};
     }
     void Delete(NaiveNode& node) { node.registered = false; }
-    void AddSubtree(NaiveNode& node)
+    Refusal AddSubtree(NaiveNode& node)
     {
         for (NaiveNode* const below : Subtree(node)) below->registered = true;
+        return {};
     }
 
     /// Renews both revisions.
@@ -215,10 +216,9 @@ private:
     {
         return node != nullptr && (node->father == &top || isBelow(node->father, top));
     }
-    template<class T>
-    static void eraseAt(std::vector<T>& values, std::size_t index)
+    static void eraseAt(std::vector<NaiveNode*>& nodes, std::size_t index)
     {
-        values.erase(values.begin() + static_cast<std::ptrdiff_t>(index));
+        nodes.erase(nodes.begin() + static_cast<std::ptrdiff_t>(index));
     }
     [[nodiscard]] bool isInsertable(const NaiveNode* father, const NaiveNode* child) const
     {

@@ -153,9 +153,7 @@ TEST_F(NodeManager, KeepsChainsOfAnyDepth)
             manager().AppendChild(last, next);
             last = next;
         }
-        const auto surfel = CbMake<ZeCSurfelCollectionQMT>(
-            1U, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
-        const Leaf leaf = manager().CreateLeafNodeFromSurfelCollection(surfel);
+        const Leaf leaf = manager().CreateLeafNodeFromSurfelCollection(SurfelsAt({{}}));
         manager().AppendChild(last, leaf);
         EXPECT_EQ(leaf->GetParent(), last);
 

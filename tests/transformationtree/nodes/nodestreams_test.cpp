@@ -196,17 +196,6 @@ TEST(AnnouncedNodes, AreMadeAndFoundByTheirIds)
     EXPECT_FALSE(watched.Lock());
     EXPECT_EQ(CountMapped(), 0U);
 
-    const Bytes reference = Stored([&](auto& stream) {
-        NodeMapper().WriteNodeByReference(stream, leaf);
-        NodeMapper().WriteNodeByReference(stream, nullptr);
-    });
-    EXPECT_EQ(CountMapped(), 0U);
-    EXPECT_EQ(reference.size(), 32U);
-    Map(leaf);
-    ReadFrom(reference, [&](auto& stream) {
-        EXPECT_EQ(NodeMapper().ReadNodeByReference(stream), leaf);
-        EXPECT_FALSE(NodeMapper().ReadNodeByReference(stream));
-    });
     ClearMappers();
 }
 

@@ -106,70 +106,66 @@ protected:
 
 TEST_F(WithoutMemory, EditsChangeNothing)
 {
-    const Verb none = [] {};
     const Verb unset = [] { unsetRoot(); };
     const Verb lock = [&] {
         handle = manager().GetWriteHandle(node("root"));
         EXPECT_TRUE(manager().TryLock());
     };
     const Verb forget = [&] { manager().DeleteNode(top()); };
+    const Verb makeRoomAbove = [&] { manager().RemoveChild(inner("a"), node("e")); };
+    const Verb leaveAPlace = [&] {
+        manager().MoveNode(inner("d"), node("e"), nullptr);
+        manager().AppendChild(inner("d"), manager().CreateLeafNode(nullptr));
+        manager().ExchangeChild(inner("root"), node("a"), node("b"));
+    };
+    const Verb mark = [&] { node("root")->SetAttribute(CbMake<ZeCRepresentativeAttribute>()); };
     auto& utility = CbSingleton<ZeCTransformationTreeUtility>::GetInstance();
-    Inner topNode;
+    const auto makeRoom = [&](const char* at, const char* top) {
+        return [&, at, top] {
+            Inner topNode = inner(top);
+            EXPECT_TRUE(utility.PrepareForNextChild(inner(at), 2, topNode));
+        };
+    };
+    const auto copy = [&] {
+        ZeCTransformationTreeUtility::NodeMap map;
+        const auto all = ZeCTransformationNode::EAttributesToCopy::PropertiesAndModel;
+        (void)utility.CopySubtree(node("root"), all, &map, true);
+    };
     const struct
     {
         const char* name;
-        Verb prepare;
         Verb edit;
+        Verb prepare = [] {};
     } rows[] = {
-        {"create leaf", none, [&] { (void)manager().CreateLeafNode(nullptr); }},
-        {"create root", unset, [&] { manager().CreateRootNode(); }},
-        {"set root", unset, [&] { manager().SetRootNode(top()); }},
-        {"unset root", lock, [&] { manager().UnsetRootNode(); }},
-        {"append", none, [&] { manager().AppendChild(inner("d"), top()); }},
-        {"remove", none, [&] { manager().RemoveChild(inner("root"), node("a")); }},
-        {"replace", none, [&] { manager().ReplaceChild(inner("root"), node("a"), top()); }},
-        {"replace by a managed node", none,
-         [&] { manager().ReplaceChild(inner("f"), node("c"), node("b")); }},
-        {"replace outside", none,
-         [&] { manager().ReplaceChild(top(), looseNode("x"), node("a")); }},
-        {"exchange", none, [&] { manager().ExchangeChild(inner("root"), node("a"), top()); }},
-        {"exchange by what is below", none,
-         [&] { manager().ExchangeChild(inner("root"), node("a"), node("b")); }},
-        {"move within", none, [&] { manager().MoveNode(inner("f"), node("b"), node("c")); }},
-        {"move in", none, [&] { manager().MoveNode(inner("d"), looseNode("x"), nullptr); }},
-        {"move out", none, [&] { manager().MoveNode(top(), node("a"), looseNode("x")); }},
-        {"register", forget, [&] { manager().AddSubtreeToDataManager(top()); }},
-        {"create a child", none,
-         [&] { utility.CreateLeaf(inner("d"), CbMake<ZeCModelQMT>(), &c_matIdentityD); }},
-        {"replace a leaf", none,
-         [&] { utility.CreateLeafAndReplace(tree->GetLeaf("e"), nullptr); }},
-        {"make room above", [&] { manager().RemoveChild(inner("a"), node("e")); },
-         [&] { EXPECT_TRUE(utility.PrepareForNextChild(inner("b"), 2, topNode = inner("root"))); }},
-        {"make room by a new top", none,
-         [&] { EXPECT_TRUE(utility.PrepareForNextChild(inner("b"), 2, topNode = inner("a"))); }},
-        {"make room by a new top below a place that another node had",
-         [&] {
-             manager().MoveNode(inner("d"), node("e"), nullptr);
-             manager().AppendChild(inner("d"), manager().CreateLeafNode(nullptr));
-             manager().ExchangeChild(inner("root"), node("a"), node("b"));
-         },
-         [&] { EXPECT_TRUE(utility.PrepareForNextChild(inner("d"), 2, topNode = inner("d"))); }},
-        {"remove a subtree", none, [&] { utility.RemoveSubtree(node("a"), true); }},
-        {"remove children", none, [&] { utility.RemoveChildren(inner("root"), true); }},
-        {"remove loose children", none, [&] { utility.RemoveChildren(top(), false); }},
-        {"clear", [&] { node("root")->SetAttribute(CbMake<ZeCRepresentativeAttribute>()); },
-         [&] { utility.ClearAndRemoveChildren(inner("root"), true); }},
-        {"merge", none,
-         [&] { utility.MergeInnerNodes(inner("b"), inner("f"), c_matIdentityD, true); }},
-        {"copy", none,
-         [&] {
-             ZeCTransformationTreeUtility::NodeMap map;
-             const auto all = ZeCTransformationNode::EAttributesToCopy::PropertiesAndModel;
-             (void)utility.CopySubtree(node("root"), all, &map, true);
-         }},
-        {"normalise", none, [&] { utility.NormalizeTreeStructure(inner("root"), 2, true); }},
-        {"normalise outside", none, [&] { utility.NormalizeTreeStructure(top(), 2, true); }},
-        {"collapse", lock, [&] { utility.CollapseAll(inner("root"), true); }},
+        {"create leaf", [&] { (void)manager().CreateLeafNode(nullptr); }},
+        {"create root", [&] { manager().CreateRootNode(); }, unset},
+        {"set root", [&] { manager().SetRootNode(top()); }, unset},
+        {"unset root", [&] { manager().UnsetRootNode(); }, lock},
+        {"append", [&] { manager().AppendChild(inner("d"), top()); }},
+        {"remove", [&] { manager().RemoveChild(inner("root"), node("a")); }},
+        {"replace", [&] { manager().ReplaceChild(inner("root"), node("a"), top()); }},
+        {"replace by own", [&] { manager().ReplaceChild(inner("f"), node("c"), node("b")); }},
+        {"replace outside", [&] { manager().ReplaceChild(top(), looseNode("x"), node("a")); }},
+        {"exchange", [&] { manager().ExchangeChild(inner("root"), node("a"), top()); }},
+        {"exchange by own", [&] { manager().ExchangeChild(inner("root"), node("a"), node("b")); }},
+        {"move within", [&] { manager().MoveNode(inner("f"), node("b"), node("c")); }},
+        {"move in", [&] { manager().MoveNode(inner("d"), looseNode("x"), nullptr); }},
+        {"move out", [&] { manager().MoveNode(top(), node("a"), looseNode("x")); }},
+        {"register", [&] { manager().AddSubtreeToDataManager(top()); }, forget},
+        {"add", [&] { utility.CreateLeaf(inner("d"), CbMake<ZeCModelQMT>(), &c_matIdentityD); }},
+        {"replace a leaf", [&] { utility.CreateLeafAndReplace(tree->GetLeaf("e"), nullptr); }},
+        {"make room above", makeRoom("b", "root"), makeRoomAbove},
+        {"make room by a new top", makeRoom("b", "a")},
+        {"make room below a place that another node had", makeRoom("d", "d"), leaveAPlace},
+        {"remove a subtree", [&] { utility.RemoveSubtree(node("a"), true); }},
+        {"remove children", [&] { utility.RemoveChildren(inner("root"), true); }},
+        {"remove loose children", [&] { utility.RemoveChildren(top(), false); }},
+        {"clear", [&] { utility.ClearAndRemoveChildren(inner("root"), true); }, mark},
+        {"merge", [&] { utility.MergeInnerNodes(inner("b"), inner("f"), c_matIdentityD, true); }},
+        {"copy", copy},
+        {"normalise", [&] { utility.NormalizeTreeStructure(inner("root"), 2, true); }},
+        {"normalise outside", [&] { utility.NormalizeTreeStructure(top(), 2, true); }},
+        {"collapse", [&] { utility.CollapseAll(inner("root"), true); }, lock},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);

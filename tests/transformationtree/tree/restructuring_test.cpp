@@ -276,14 +276,8 @@ TEST_F(Restructuring, CopiesAreIndependent)
             ++original;
         }
         EXPECT_FALSE(original);
-        EXPECT_EQ(state(root_), before);
-
-        const Node second = utility_.CopySubtree(copy, EWhat::Properties, nullptr, clone);
-        const auto copied = state(second);
         utility_.RemoveSubtree(copy, false);
         EXPECT_EQ(state(root_), before);
-        EXPECT_EQ(state(second), copied);
-        utility_.RemoveSubtree(second, false);
     });
     for (const CbRTTI* type : {&c_uncloned, &c_clonedToNull}) {
         const Model model = CbMake<OddModel>(*type);

@@ -24,13 +24,11 @@ constexpr std::array c_classes = {
 // What can be computed of what was read.
 void query(const ZeARTTIAttribute& attribute)
 {
-    if (attribute.Is(ZeCImageAreaDataAttribute::RTTI)) {
-        const auto& area = static_cast<const ZeCImageAreaDataAttribute&>(attribute);
-        EXPECT_FALSE(area.ToString().IsEmpty());
-    } else if (attribute.Is(ZeCJawSemanticsAttribute::RTTI)) {
-        const auto& jaw = static_cast<const ZeCJawSemanticsAttribute&>(attribute);
+    if (const auto* area = dynamic_cast<const ZeCImageAreaDataAttribute*>(&attribute)) {
+        EXPECT_FALSE(area->ToString().IsEmpty());
+    } else if (const auto* jaw = dynamic_cast<const ZeCJawSemanticsAttribute*>(&attribute)) {
         for (const auto* binning :
-             {&jaw.GetOcclusalDirectionBinning(), &jaw.GetExtraoralDirectionBinning()}) {
+             {&jaw->GetOcclusalDirectionBinning(), &jaw->GetExtraoralDirectionBinning()}) {
             const CbVector3f mean = binning->ComputeMeanDirectionAboveThresholdCount(0);
             const float squaredLength = mean.x * mean.x + mean.y * mean.y + mean.z * mean.z;
             if (mean == CbVector3f{}) continue;

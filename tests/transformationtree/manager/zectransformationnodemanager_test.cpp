@@ -164,6 +164,8 @@ TEST_F(NodeManager, KeepsChainsOfAnyDepth)
         EXPECT_EQ(steps, 0);
         EXPECT_TRUE(root->LastNode() == root->Find(Node(leaf)));
         EXPECT_EQ(root->GetNrCachedLeafNodes(), 1U);
+        EXPECT_EQ(root->FrontLeaf(), leaf);
+        EXPECT_EQ(root->BackNode(), leaf);
         const float x = depth - 1;
         EXPECT_EQ(root->GetBoundingBox(c_matIdentityD), CyBoundingBox3D({x, 0, 0}, {x, 0, 0}));
         EXPECT_EQ(leaf->GetRelativeTrafo(root), Shift(x, 0, 0));

@@ -23,16 +23,11 @@ namespace
 
 using ConstInner = CbSmartPointer<const ZeCTransformationNodeInner>;
 
-struct Revisions
+// Of the model and of the transformation.
+auto revisionsOf(const Node& node)
 {
-    explicit Revisions(const Node& node)
-        : model(node->GetNodeRevision(1)), trafo(node->GetNodeRevision(2))
-    {}
-    friend bool operator==(const Revisions&, const Revisions&) = default;
-
-    long long model;
-    long long trafo;
-};
+    return std::pair(node->GetNodeRevision(1), node->GetNodeRevision(2));
+}
 
 // Volatile: compilers must not see that it is null.
 const ZeCTransformationNode* volatile nullNode = nullptr;
@@ -68,7 +63,7 @@ TEST(ACopiedNode, IsADetachedTwinWithTheSameRevisions)
         EXPECT_THAT(copy->GetRelativeTrafo(), HasBitsOf(node->GetRelativeTrafo()));
         EXPECT_EQ(copy->GetDescription(), node->GetDescription());
         EXPECT_TRUE(copy->IsVisible());
-        EXPECT_EQ(Revisions(copy), Revisions(node));
+        EXPECT_EQ(revisionsOf(copy), revisionsOf(node));
         if (const auto inner = CbDynamicPointerCast<ZeCTransformationNodeInner>(copy)) {
             ASSERT_EQ(inner->GetNrChildren(), 2U);
             EXPECT_EQ(inner->FrontChild(), tree["a"]);
@@ -157,12 +152,12 @@ TEST(ARelativeTrafo, ComposesFromTheNodeUpToTheAncestor)
     for (const auto& ancestor :
          {ConstInner(tree.GetInner("y")), ConstInner(tree.GetInner("x")),
           ConstInner(tree.GetInner("root")), ConstInner(tree.GetInner("other")), ConstInner()}) {
-        const auto before = Revisions(a);
+        const auto [model, trafo] = revisionsOf(a);
         const CbMatrix4Rd wanted = RandomPose(random);
         a->SetRelativeTrafo(wanted, ancestor);
         EXPECT_THAT(a->GetRelativeTrafo(ancestor), IsNear(wanted, 1e-12));
-        EXPECT_EQ(Revisions(a).model, before.model);
-        EXPECT_GT(Revisions(a).trafo, before.trafo);
+        EXPECT_EQ(a->GetNodeRevision(1), model);
+        EXPECT_GT(a->GetNodeRevision(2), trafo);
     }
 }
 
@@ -170,12 +165,12 @@ template<class Exception>
 void expectRefused(const Node& node, const ConstInner& ancestor, const char* file, unsigned line,
                    const char* function)
 {
-    const auto revisions = Revisions(node);
+    const auto revisions = revisionsOf(node);
     const CbMatrix4Rd before = node->GetRelativeTrafo();
     ExpectThrowsFrom<Exception>(
         file, line, [&] { node->SetRelativeTrafo(Shift(1, 2, 3), ancestor); }, function);
     EXPECT_THAT(node->GetRelativeTrafo(), HasBitsOf(before));
-    EXPECT_EQ(Revisions(node), revisions);
+    EXPECT_EQ(revisionsOf(node), revisions);
 }
 
 TEST(PlacingANode, LeavesItAsItWasWhereItCanNotBePlaced)

@@ -229,6 +229,25 @@ TEST_F(TheTreeUtility, RemovesNullEntries)
     EXPECT_EQ(told(), "b < a 2, a < top 2");
 }
 
+TEST_F(TheTreeUtility, RemovesWhatAnotherThreadHasLocked)
+{
+    build("root(a(b, c))");
+    handle.Release();
+    auto other = lockElsewhere([&] { return manager().GetSingleReadHandleLocked(node("b")); });
+    utility.RemoveSubtree(node("a"), true);
+    EXPECT_EQ(describe(), "root()");
+    EXPECT_EQ(recorder.Take().size(), 3U);
+    EXPECT_EQ(TestAccess::CountIds(manager()), 1U);
+    EXPECT_FALSE(manager().IsNodeInDataManager(node("c")));
+    EXPECT_TRUE(manager().IsNodeInDataManager(node("b"))) << "as long as it is locked";
+
+    other.Release();
+    for (const char* name : {"b", "a"}) {
+        handle = manager().GetWriteHandle(node(name));
+        EXPECT_TRUE(dataManager.RemoveNode(handle));
+    }
+}
+
 TEST_F(TheTreeUtility, MergesByMatricesBitForBit)
 {
     std::mt19937 random(20240805);

@@ -13,18 +13,16 @@ namespace
 
 using Manager = ZeCTransformationNodeManager;
 
-Manager& manager() { return CbSingleton<Manager>::GetInstance(); }
-
 // A managed tree that may be spoiled: whatever it looks like, it goes with the data manager.
 struct Managed
 {
     explicit Managed(const char* text)
     {
         EXPECT_TRUE(dataManager.InsertNode(dataManager.GetTopNode(), dataNode));
-        EXPECT_TRUE(manager().SetDataManager(dataManager, dataNode));
+        EXPECT_TRUE(TheManager().SetDataManager(dataManager, dataNode));
         tree = Scenario(text, Scenario::EBuilder::Manager);
-        manager().SetRootNode(tree.GetRootInner());
-        lock = manager().GetSingleWriteHandleLocked(tree.GetRoot());
+        TheManager().SetRootNode(tree.GetRootInner());
+        lock = TheManager().GetSingleWriteHandleLocked(tree.GetRoot());
     }
     ~Managed()
     {
@@ -50,22 +48,22 @@ struct Spot
     void NameFather(const Inner& other) const { TestAccess::SetFather(*child, other); }
     void Register(const CyUniqueID& id, const Node& node) const
     {
-        TestAccess::IdMap(manager()).Set(id, node);
+        TestAccess::IdMap(TheManager()).Set(id, node);
     }
     void MoveData(const Node& node, const CbSmartPointer<CyNode>& newFather) const
     {
-        auto handle = manager().GetWriteHandle(node);
+        auto handle = TheManager().GetWriteHandle(node);
         managed.dataManager.MoveNode(handle, newFather).Acknowledge();
     }
     void RemoveData() const
     {
-        auto handle = manager().GetWriteHandle(child);
+        auto handle = TheManager().GetWriteHandle(child);
         managed.dataManager.RemoveNode(handle).Acknowledge();
     }
     void LockOnly(const Node& node) const
     {
         managed.lock = {};
-        managed.lock = manager().GetSingleWriteHandleLocked(node);
+        managed.lock = TheManager().GetSingleWriteHandleLocked(node);
     }
     [[nodiscard]] Node Root() const { return managed.tree.GetRoot(); }
 };
@@ -87,7 +85,7 @@ CyUniqueID newId()
 
 void buildOutside()
 {
-    manager().AppendChild(manager().CreateInnerNode(), manager().CreateLeafNode(nullptr));
+    TheManager().AppendChild(TheManager().CreateInnerNode(), TheManager().CreateLeafNode(nullptr));
 }
 
 const Corruption c_corruptions[] = {
@@ -101,7 +99,7 @@ const Corruption c_corruptions[] = {
     {"listed by two fathers",
      [](const Spot& at) { TestAccess::Children(*at.otherFather).Append({at.child}); }, "two "},
     {"a null entry", [](const Spot& at) { at.Children().Append({nullptr}); }, "one "},
-    {"no id registered", [](const Spot& at) { manager().DeleteNode(at.child); }, "a one "},
+    {"no id registered", [](const Spot& at) { TheManager().DeleteNode(at.child); }, "a one "},
     {"the id leads to another node",
      [](const Spot& at) { at.Register(at.child->GetID(), at.sibling); }, "a one "},
     {"registered twice", [](const Spot& at) { at.Register(newId(), at.child); }, "", true},
@@ -123,8 +121,8 @@ const Corruption c_corruptions[] = {
 
 TEST(Consistency, IsFoundWantingWhereASingleThingIsWrong)
 {
-    EXPECT_TRUE(manager().IsValid()) << "no node at all";
-    EXPECT_FALSE(manager().IsValid(nullptr));
+    EXPECT_TRUE(TheManager().IsValid()) << "no node at all";
+    EXPECT_FALSE(TheManager().IsValid(nullptr));
     DestroySingleton<Manager>();
     for (const auto& [name, spoil, invalid, valid] : c_corruptions) {
         SCOPED_TRACE(name);
@@ -133,10 +131,10 @@ TEST(Consistency, IsFoundWantingWhereASingleThingIsWrong)
         spoil({managed, tree.GetInner("one"), tree["a"], tree["b"], tree.GetInner("two")});
         std::string found;
         for (const auto& [description, node] : tree.GetNodes()) {
-            if (!manager().IsValid(node)) found += description + ' ';
+            if (!TheManager().IsValid(node)) found += description + ' ';
         }
         EXPECT_EQ(found, invalid);
-        EXPECT_EQ(manager().IsValid(), valid);
+        EXPECT_EQ(TheManager().IsValid(), valid);
     }
 }
 
@@ -157,10 +155,10 @@ TEST(Consistency, OfTheWholeIsThatOfEachNode)
         }
         const auto parent = tree.GetRoot()->GetParent();
         bool expected = parent == managed.dataNode;
-        for (const auto& [id, node] : TestAccess::IdMap(manager())) {
-            expected = manager().IsValid(node) && expected;
+        for (const auto& [id, node] : TestAccess::IdMap(TheManager())) {
+            expected = TheManager().IsValid(node) && expected;
         }
-        EXPECT_EQ(manager().IsValid(), expected) << "round " << round;
+        EXPECT_EQ(TheManager().IsValid(), expected) << "round " << round;
         for (const auto& [description, node] : tree.GetNodes()) {
             if (!node->IsLeaf()) TestAccess::Children(*tree.GetInner(description)).Clear();
         }
@@ -171,11 +169,11 @@ TEST(Consistency, OfTheDataManagerKnowsTreeNodesOnly)
 {
     Managed managed("root(one(a), b)");
     const auto check = [&](const Node& top) {
-        return TestAccess::AreInDataManager(manager(), CbSmartPointer<const CyNode>(top));
+        return TestAccess::AreInDataManager(TheManager(), CbSmartPointer<const CyNode>(top));
     };
     EXPECT_TRUE(check(managed.tree.GetRoot()));
     EXPECT_FALSE(check(nullptr));
-    EXPECT_FALSE(check(manager().CreateInnerNode())) << "outside";
+    EXPECT_FALSE(check(TheManager().CreateInnerNode())) << "outside";
     EXPECT_TRUE(managed.dataManager.InsertNode(managed.tree["a"], CbMake<CyNode>()));
     EXPECT_FALSE(check(managed.tree.GetRoot())) << "the application's own";
     EXPECT_TRUE(check(managed.tree["b"]));
@@ -186,10 +184,10 @@ TEST(Consistency, OfTheDataManagerKnowsTreeNodesOnly)
 TEST(Consistency, OfARootThatLeftTheDataManager)
 {
     Managed managed("root()");
-    auto handle = manager().GetWriteHandle(managed.tree.GetRoot());
+    auto handle = TheManager().GetWriteHandle(managed.tree.GetRoot());
     ASSERT_TRUE(managed.dataManager.RemoveNode(handle));
-    EXPECT_TRUE(manager().IsValid(managed.tree.GetRoot()));
-    EXPECT_FALSE(manager().IsValid());
+    EXPECT_TRUE(TheManager().IsValid(managed.tree.GetRoot()));
+    EXPECT_FALSE(TheManager().IsValid());
 }
 
 TEST(Consistency, DumpWritesALineForEachNode)
@@ -200,7 +198,7 @@ TEST(Consistency, DumpWritesALineForEachNode)
     const auto dump = [] {
         std::ostringstream sink;
         CbStreamWriteASCII stream(sink);
-        TestAccess::Dump(manager(), stream);
+        TestAccess::Dump(TheManager(), stream);
         return sink.str();
     };
     EXPECT_EQ(dump(), head);

@@ -7,16 +7,12 @@
 
 #include <array>
 #include <functional>
-#include <gmock/gmock.h>
 #include <map>
 #include <random>
 #include <sstream>
 
 namespace
 {
-
-using Node = CbSmartPointer<ZeCTransformationNode>;
-using Inner = CbSmartPointer<ZeCTransformationNodeInner>;
 
 class RandomEdits : public NodeManagerTest
 {
@@ -118,10 +114,7 @@ private:
     }
 
     [[nodiscard]] Node real(const NaiveNode* node) const { return twins_.Get(node); }
-    [[nodiscard]] Inner realInner(const NaiveNode* node) const
-    {
-        return CbDynamicPointerCast<ZeCTransformationNodeInner>(real(node));
-    }
+    [[nodiscard]] Inner realInner(const NaiveNode* node) const { return InnerOf(real(node)); }
     // Does the same edit on both sides, and compares how they end.
     void both(const std::string& name, const std::vector<const NaiveNode*>& arguments,
               const std::function<NaiveTree::Refusal()>& naiveEdit,

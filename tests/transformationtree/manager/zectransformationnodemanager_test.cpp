@@ -2,11 +2,8 @@
 
 #include "platform/base/cbexception.h"
 #include "tests/support/managerfixture.h"
-#include "tests/support/scenario.h"
 #include "tests/support/treematrices.h"
 #include "transformationtree/walks/zectransformationnodeiterators.h"
-
-#include <thread>
 
 namespace
 {

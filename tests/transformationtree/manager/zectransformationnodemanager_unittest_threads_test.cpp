@@ -2,7 +2,6 @@
 #include "platform/base/cbexception.h"
 #include "tests/support/managerfixture.h"
 #include "tests/support/rounds.h"
-#include "tests/support/scenario.h"
 #include "transformationtree/manager/zectransformationnodemanager_unittest.h"
 
 #include <algorithm>
@@ -10,7 +9,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <functional>
-#include <gmock/gmock.h>
 
 namespace
 {
@@ -86,7 +84,7 @@ protected:
     static Inner father(std::size_t index)
     {
         const Node node = manager().GetRootNode()->BeginChild()[static_cast<std::ptrdiff_t>(index)];
-        return CbDynamicPointerCast<ZeCTransformationNodeInner>(node);
+        return InnerOf(node);
     }
 
     static void expectTree(const std::string& tree)

@@ -6,7 +6,6 @@
 #include "transformationtree/nodes/zectransformationnode.h"
 
 #include <cstdlib>
-#include <gtest/gtest.h>
 #include <limits>
 #include <vector>
 
@@ -64,7 +63,7 @@ TEST(ACopiedNode, IsADetachedTwinWithTheSameRevisions)
         EXPECT_EQ(copy->GetDescription(), node->GetDescription());
         EXPECT_TRUE(copy->IsVisible());
         EXPECT_EQ(revisionsOf(copy), revisionsOf(node));
-        if (const auto inner = CbDynamicPointerCast<ZeCTransformationNodeInner>(copy)) {
+        if (const auto inner = InnerOf(copy)) {
             ASSERT_EQ(inner->GetNrChildren(), 2U);
             EXPECT_EQ(inner->FrontChild(), tree["a"]);
             EXPECT_EQ(tree["a"]->GetFather(), node) << "the shared child stays where it is";

@@ -4,7 +4,6 @@
 #include "platform/messages/cymessagedispatcher.h"
 #include "tests/support/failingallocations.h"
 #include "tests/support/managerfixture.h"
-#include "tests/support/scenario.h"
 #include "transformationtree/attributes/zecrepresentativeattribute.h"
 #include "transformationtree/manager/zectransformationnodemanager_unittest.h"
 #include "transformationtree/tree/zectransformationtree.h"
@@ -14,7 +13,6 @@
 #include <memory>
 #include <new>
 #include <optional>
-#include <thread>
 
 namespace
 {

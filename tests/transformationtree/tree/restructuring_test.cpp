@@ -6,7 +6,6 @@
 #include "tests/support/managerfixture.h"
 #include "tests/support/messagerecorder.h"
 #include "tests/support/rounds.h"
-#include "tests/support/scenario.h"
 #include "tests/support/treematrices.h"
 #include "tests/transformationtree/tree/naiveutility.h"
 #include "transformationtree/attributes/zecbackgroundoptimizationloopcountattribute.h"
@@ -315,7 +314,7 @@ TEST_F(Restructuring, RemovesAsStepByStep)
             naive_.Remove(naive_.byNode.at(node.Get()));
             utility_.RemoveSubtree(node, tell_);
         } else {
-            const Inner father = CbDynamicPointerCast<ZeCTransformationNodeInner>(node);
+            const Inner father = InnerOf(node);
             naive_.RemoveChildren(naive_.byNode.at(father.Get()));
             number(2) == 0 ? utility_.RemoveChildren(father, tell_)
                            : utility_.ClearAndRemoveChildren(father, tell_);

@@ -1,13 +1,10 @@
 #include "platform/base/cbexceptionunknownextension.h"
 #include "tests/support/managerfixture.h"
 #include "tests/support/messagerecorder.h"
-#include "tests/support/scenario.h"
 #include "tests/support/storedbytes.h"
 #include "transformationtree/tree/zectransformationtree.h"
 
-#include <gmock/gmock.h>
 #include <optional>
-#include <thread>
 #include <vector>
 
 namespace

@@ -4,13 +4,11 @@
 #include "platform/math3d/cyexceptionnotinvertible.h"
 #include "tests/support/managerfixture.h"
 #include "tests/support/messagerecorder.h"
-#include "tests/support/scenario.h"
 #include "tests/support/treematrices.h"
 #include "transformationtree/tree/zectransformationtreeutility.h"
 #include "transformationtree/walks/zectransformationnodeiterators.h"
 
 #include <functional>
-#include <gmock/gmock.h>
 #include <optional>
 #include <stdexcept>
 
@@ -345,8 +343,7 @@ TEST_F(TheTreeUtility, TakesTreesOfAnyDepth)
         manager().AppendChild(bottom, below);
         bottom = below;
     }
-    const auto copy = CbDynamicPointerCast<ZeCTransformationNodeInner>(
-        utility.CopySubtree(root, EWhat::PropertiesAndModel, nullptr, false));
+    const auto copy = InnerOf(utility.CopySubtree(root, EWhat::PropertiesAndModel, nullptr, false));
     utility.NormalizeTreeStructure(copy, 2, false);
     utility.CollapseAll(copy, false);
     EXPECT_EQ(copy->GetNrChildren(), depth - 1);

@@ -10,7 +10,6 @@
 #include "transformationtree/walks/zectransformationnodeiterators.h"
 
 #include <algorithm>
-#include <gtest/gtest.h>
 #include <numeric>
 #include <tuple>
 

@@ -250,10 +250,6 @@ TEST(TheJawsDirections, AreEstimatedAnewOnlyWhereAHistogramWasSet)
     expectStored(*jaw, {0, 0, -1}, {0.5F, -0.25F, 1}, false);
 }
 
-// Where a record's collection begins: behind the version, and a display mode.
-constexpr std::size_t c_hintsCollection = 8;
-constexpr std::size_t c_warningsCollection = 4;
-
 TEST(AStoredSurfelCollection, MayBeMissingUnknownOrOfAnotherLength)
 {
     const auto expectBlocks = [](auto& attribute, const Bytes& golden, std::size_t begin,
@@ -296,10 +292,10 @@ TEST(AStoredSurfelCollection, MayBeMissingUnknownOrOfAnotherLength)
         EXPECT_THROW(ReadRecord(attribute, tooShort), CbExceptionStream);
         EXPECT_TRUE(get(attribute));
     };
-    expectBlocks(*CbMake<RegistrationHints>(), Golden("registrationhints_1.bin"), c_hintsCollection,
+    // Collections begin behind the version, and a display mode.
+    expectBlocks(*CbMake<RegistrationHints>(), Golden("registrationhints_1.bin"), 8,
                  [](auto& hints) { return hints.GetRegistrationHintSurfelCollection(); });
-    expectBlocks(*CbMake<ComponentWarning>(), Golden("componentwarning_1.bin"),
-                 c_warningsCollection,
+    expectBlocks(*CbMake<ComponentWarning>(), Golden("componentwarning_1.bin"), 4,
                  [](auto& warning) { return warning.GetWarningSurfelCollection(); });
 }
 

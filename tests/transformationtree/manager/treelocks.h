@@ -72,9 +72,7 @@ protected:
         }
         EXPECT_EQ(written, expected.load());
         EXPECT_EQ(TestAccess::CountIds(manager()), sites_.size());
-        std::size_t found = 0;
-        for ([[maybe_unused]] const auto& [node, trafo] : manager().GetRootNode()->Nodes()) ++found;
-        EXPECT_EQ(found, sites_.size());
+        EXPECT_EQ(std::ranges::distance(manager().GetRootNode()->Nodes()), std::ssize(sites_));
     }
 
 private:

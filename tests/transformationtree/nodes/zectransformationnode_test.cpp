@@ -206,16 +206,15 @@ using EAttributes = ZeCTransformationNode::EAttributesToCopy;
 
 TEST(AssumingAttributes, TakesTheModelOnlyFromANodeWithAsManyChildren)
 {
-    struct Case
+    constexpr auto c_properties = EAttributes::Properties;
+    constexpr auto c_model = EAttributes::PropertiesAndModel;
+    const struct
     {
         const char* other;
         EAttributes what;
         bool takesProperties;
         bool takesModel;
-    };
-    constexpr auto c_properties = EAttributes::Properties;
-    constexpr auto c_model = EAttributes::PropertiesAndModel;
-    const Case cases[] = {
+    } cases[] = {
         {"other*(x, y)", c_model, true, true},
         {"other*(x, y)", c_properties, true, false},
         {"other*(x, y)", static_cast<EAttributes>(3), true, false}, // compared as a whole

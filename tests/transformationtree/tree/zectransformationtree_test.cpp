@@ -78,27 +78,23 @@ TEST_F(ATransformationTree, NamesClustersByACounterThatOnlyGrows)
 
 TEST(SpecialNodes, AreFoundByTheirPlaceAlone)
 {
-    const struct
-    {
-        const char* scenario;
-        const char* optimizer;
-        const char* collector;
-        const char* clipboard;
-    } rows[] = {
-        {"x()", "none", "none", "none"},
-        {"x(a())", "a", "none", "none"},
-        {"x(a(), b())", "a", "b", "none"},
-        {"x(a(), b(), c(), d())", "a", "b", "c"},
-        {"x(a, b*, c, d())", "none", "none", "none"},
-        {"x(null, b(), null)", "none", "b", "none"},
+    using Tree = ZeCTransformationTree;
+    // Optimizer, collector and clipboard.
+    const std::pair<const char*, const char*> rows[] = {
+        {"x()", "none none none"},
+        {"x(a())", "a none none"},
+        {"x(a(), b())", "a b none"},
+        {"x(a(), b(), c(), d())", "a b c"},
+        {"x(a, b*, c, d())", "none none none"},
+        {"x(null, b(), null)", "none b none"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.scenario);
-        const Scenario scenario(row.scenario);
-        const Inner node = scenario.GetRootInner();
-        EXPECT_EQ(NameOf(ZeCTransformationTree::GetOptimizerNode(node)), row.optimizer);
-        EXPECT_EQ(NameOf(ZeCTransformationTree::GetCollectorNode(node)), row.collector);
-        EXPECT_EQ(NameOf(ZeCTransformationTree::GetClipboardNode(node)), row.clipboard);
+    for (const auto& [scenario, names] : rows) {
+        const Inner node = Scenario(scenario).GetRootInner();
+        EXPECT_EQ(NameOf(Tree::GetOptimizerNode(node)) + ' ' +
+                      NameOf(Tree::GetCollectorNode(node)) + ' ' +
+                      NameOf(Tree::GetClipboardNode(node)),
+                  names)
+            << scenario;
     }
     EXPECT_FALSE(ZeCTransformationTree::GetOptimizerNode(nullptr));
     EXPECT_FALSE(ZeCTransformationTree::GetActiveClusterForModel(nullptr));

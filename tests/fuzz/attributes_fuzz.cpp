@@ -21,21 +21,14 @@ constexpr std::array c_classes = {
     CB_TEXT("ZeCRepresentativeAttribute"),
 };
 
-Bytes recordOf(const ZeARTTIAttribute& attribute)
-{
-    return Stored([&](auto& stream) { attribute.Serialize(stream); });
-}
-
 // What can be computed of what was read.
 void query(const ZeARTTIAttribute& attribute)
 {
-    if (attribute.Is(ZeCImageAreaDataAttribute::RTTI)) {
-        const auto& area = static_cast<const ZeCImageAreaDataAttribute&>(attribute);
-        EXPECT_FALSE(area.ToString().IsEmpty());
-    } else if (attribute.Is(ZeCJawSemanticsAttribute::RTTI)) {
-        const auto& jaw = static_cast<const ZeCJawSemanticsAttribute&>(attribute);
+    if (const auto* area = dynamic_cast<const ZeCImageAreaDataAttribute*>(&attribute)) {
+        EXPECT_FALSE(area->ToString().IsEmpty());
+    } else if (const auto* jaw = dynamic_cast<const ZeCJawSemanticsAttribute*>(&attribute)) {
         for (const auto* binning :
-             {&jaw.GetOcclusalDirectionBinning(), &jaw.GetExtraoralDirectionBinning()}) {
+             {&jaw->GetOcclusalDirectionBinning(), &jaw->GetExtraoralDirectionBinning()}) {
             const CbVector3f mean = binning->ComputeMeanDirectionAboveThresholdCount(0);
             const float squaredLength = mean.x * mean.x + mean.y * mean.y + mean.z * mean.z;
             if (mean == CbVector3f{}) continue;
@@ -52,17 +45,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const LittleMemory memory(size);
     const CString className = c_classes[data[0] % c_classes.size()];
     const auto attribute = CbCreate<ZeARTTIAttribute>(className);
-    const Bytes before = recordOf(*attribute);
+    const Bytes before = RecordOf(*attribute);
     try {
-        ReadFrom(Bytes(data + 1, data + size), [&](auto& stream) { attribute->Serialize(stream); });
+        ReadRecord(*attribute, {data + 1, data + size});
     } catch (const CbException&) {
-        EXPECT_EQ(recordOf(*attribute), before);
+        EXPECT_EQ(RecordOf(*attribute), before);
         return 0;
     }
-    const Bytes record = recordOf(*attribute);
+    const Bytes record = RecordOf(*attribute);
     const auto again = CbCreate<ZeARTTIAttribute>(className);
-    EXPECT_EQ(ReadFrom(record, [&](auto& stream) { again->Serialize(stream); }), 0U);
-    EXPECT_EQ(recordOf(*again), record);
+    EXPECT_EQ(ReadRecord(*again, record), 0U);
+    EXPECT_EQ(RecordOf(*again), record);
     query(*attribute);
     return 0;
 }

@@ -33,7 +33,7 @@ public:
     /// Rings would keep themselves alive.
     ~Steps()
     {
-        for (const auto& inner : inners()) TestAccess::Children(*inner).Clear();
+        for (const auto& inner : inners_) TestAccess::Children(*inner).Clear();
         ClearMappers();
     }
 
@@ -49,7 +49,7 @@ public:
 
     void Walk() const
     {
-        for (const auto& inner : inners()) {
+        for (const auto& inner : inners_) {
             if (inner->GetFather()) continue;
             if (const std::size_t count = CountTree(inner)) WalkTree(inner, count);
         }
@@ -69,6 +69,9 @@ private:
             const Node node =
                 readMapped([&] { return NodeMapper().ReadNodeAndInstantiate(stream_); });
             nodes_.push_back(node);
+            if (!node->IsLeaf()) {
+                inners_.push_back(CbStaticPointerCast<ZeCTransformationNodeInner>(node));
+            }
             EXPECT_EQ(NodeMapper().GetNode(node->GetID()), node->GetID().IsNil() ? nullptr : node);
         } else if (step == 'm') {
             const Model model = readMapped([&] { return ModelMapper().ReadModel(stream_); });
@@ -112,19 +115,9 @@ private:
         return static_cast<const ZeCTransformationNodeInner&>(node);
     }
 
-    [[nodiscard]] std::vector<Inner> inners() const
-    {
-        std::vector<Inner> found;
-        for (const auto& node : nodes_) {
-            if (!node->IsLeaf()) {
-                found.push_back(CbStaticPointerCast<ZeCTransformationNodeInner>(node));
-            }
-        }
-        return found;
-    }
-
     CyStreamReadBinaryBuffer stream_;
     std::vector<Node> nodes_;
+    std::vector<Inner> inners_; ///< among the nodes
 };
 
 } // namespace

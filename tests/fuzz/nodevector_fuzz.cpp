@@ -11,11 +11,6 @@
 namespace
 {
 
-Bytes recordOf(const ZeCNodeVector& vector)
-{
-    return Stored([&](auto& stream) { vector.Serialize(stream); });
-}
-
 void expectElements(const ZeCNodeVector& vector)
 {
     for (const auto& element : vector.GetElements()) {
@@ -30,24 +25,24 @@ void readVector(const Bytes& bytes)
 {
     ZeCNodeVector vector;
     vector.AddNode(NodeMapper().GetNode(CountingId(2)), c_matIdentityD);
-    const Bytes before = recordOf(vector);
+    const Bytes before = RecordOf(vector);
     std::uint32_t count = 0;
     if (bytes.size() >= 8) std::memcpy(&count, &bytes[4], sizeof count);
     try {
-        ReadFrom(bytes, [&](auto& stream) { vector.Serialize(stream); });
+        ReadRecord(vector, bytes);
         EXPECT_EQ(vector.GetElements().size(), count);
     } catch (const CbExceptionWrongFileVersion&) {
-        EXPECT_EQ(recordOf(vector), before);
+        EXPECT_EQ(RecordOf(vector), before);
     } catch (const CbExceptionStream&) {
         if (bytes.size() >= 8) {
             EXPECT_LT(vector.GetElements().size(), count);
         }
     }
     expectElements(vector);
-    const Bytes record = recordOf(vector);
+    const Bytes record = RecordOf(vector);
     ZeCNodeVector again;
-    EXPECT_EQ(ReadFrom(record, [&](auto& stream) { again.Serialize(stream); }), 0U);
-    EXPECT_EQ(recordOf(again), record);
+    EXPECT_EQ(ReadRecord(again, record), 0U);
+    EXPECT_EQ(RecordOf(again), record);
 }
 
 } // namespace

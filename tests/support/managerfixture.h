@@ -1,9 +1,8 @@
 #pragma once
 
-#include "tests/support/treetestaccess.h"
-#include "transformationtree/manager/zectransformationnodemanager.h"
+#include "tests/support/scenario.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <thread>
 
 /// Tests of the node manager: each finds a new manager, linked to a data manager of its own.
@@ -26,7 +25,7 @@ protected:
         EXPECT_TRUE(dataNode->GetChildren().empty());
     }
 
-    static Manager& manager() { return CbSingleton<Manager>::GetInstance(); }
+    static Manager& manager() { return TheManager(); }
 
     /// Unsets the root, if there is one, under a write lock.
     static void unsetRoot()

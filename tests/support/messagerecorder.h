@@ -43,19 +43,19 @@ private:
     static std::string lineOf(const CyMessage& message)
     {
         std::ostringstream line;
-        if (const auto* structure =
-                dynamic_cast<const ZeCMessageTreeStructureModified*>(&message)) {
-            line << "structure " << nameOf(structure->GetNode()) << " < "
-                 << nameOf(structure->GetFather()) << ' ' << structure->GetModificationType();
-        } else if (const auto* trafo =
-                       dynamic_cast<const ZeCMessageTransformationChanged*>(&message)) {
-            line << "trafo " << nameOf(trafo->GetNode());
-            for (std::size_t i = 0; i < 16; ++i) line << ' ' << trafo->GetTrafo()[i / 4][i % 4];
-        } else if (const auto* surfels =
-                       dynamic_cast<const ZeCMessageSurfelCollectionModified*>(&message)) {
-            line << "surfels " << nameOf(surfels->GetNode()) << ' '
-                 << surfels->GetModelID().ToString().ToUtf8() << ' '
-                 << surfels->GetModificationType();
+        if (const auto* change = dynamic_cast<const ZeCMessageTreeStructureModified*>(&message)) {
+            line << "structure " << nameOf(change->GetNode()) << " < "
+                 << nameOf(change->GetFather()) << ' ' << change->GetModificationType();
+        }
+        if (const auto* change = dynamic_cast<const ZeCMessageTransformationChanged*>(&message)) {
+            line << "trafo " << nameOf(change->GetNode());
+            for (std::size_t i = 0; i < 16; ++i) line << ' ' << change->GetTrafo().data()[i];
+        }
+        if (const auto* change =
+                dynamic_cast<const ZeCMessageSurfelCollectionModified*>(&message)) {
+            line << "surfels " << nameOf(change->GetNode()) << ' '
+                 << change->GetModelID().ToString().ToUtf8() << ' '
+                 << change->GetModificationType();
         }
         return line.str();
     }

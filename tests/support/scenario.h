@@ -11,11 +11,28 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 using Node = CbSmartPointer<ZeCTransformationNode>;
 using Inner = CbSmartPointer<ZeCTransformationNodeInner>;
 using Leaf = CbSmartPointer<ZeCTransformationNodeLeaf>;
 using Model = CbSmartPointer<const ZeCModelQMT>;
+
+/// The node as an inner one; null for leaves and null.
+inline Inner InnerOf(const Node& node)
+{
+    return CbDynamicPointerCast<ZeCTransformationNodeInner>(node);
+}
+
+/// Surfels at these points, all else of them zero.
+inline CbSmartPointer<ZeCSurfelCollectionQMT> SurfelsAt(const std::vector<CbVector3f>& points)
+{
+    const auto surfels =
+        CbMake<ZeCSurfelCollectionQMT>(static_cast<std::uint32_t>(points.size()), true,
+                                       ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
+    std::copy(points.begin(), points.end(), surfels->GetPositionAccessor().begin());
+    return surfels;
+}
 
 /// Puts a node, or null, at the end of a father's children, as reading a tree would: no manager, no
 /// revision.
@@ -48,19 +65,13 @@ public:
 
     /// The node described so. Throws where there is none.
     [[nodiscard]] const Node& operator[](const std::string& name) const { return nodes_.at(name); }
-    [[nodiscard]] Inner GetInner(const std::string& name) const
-    {
-        return CbDynamicPointerCast<ZeCTransformationNodeInner>((*this)[name]);
-    }
+    [[nodiscard]] Inner GetInner(const std::string& name) const { return InnerOf((*this)[name]); }
     [[nodiscard]] Leaf GetLeaf(const std::string& name) const
     {
         return CbDynamicPointerCast<ZeCTransformationNodeLeaf>((*this)[name]);
     }
     [[nodiscard]] const Node& GetRoot() const { return root_; }
-    [[nodiscard]] Inner GetRootInner() const
-    {
-        return CbDynamicPointerCast<ZeCTransformationNodeInner>(root_);
-    }
+    [[nodiscard]] Inner GetRootInner() const { return InnerOf(root_); }
     /// All nodes, by their descriptions.
     [[nodiscard]] const std::map<std::string, Node>& GetNodes() const { return nodes_; }
     /// Gives the nodes up: only the tree itself and the caller hold them from now on.
@@ -71,11 +82,6 @@ public:
     }
 
 private:
-    static ZeCTransformationNodeManager& manager()
-    {
-        return CbSingleton<ZeCTransformationNodeManager>::GetInstance();
-    }
-
     bool accept(char sign)
     {
         rest_.remove_prefix(std::min(rest_.find_first_not_of(' '), rest_.size()));
@@ -104,12 +110,12 @@ private:
     {
         const bool byHand = builder_ == EBuilder::Hand;
         const Inner inner =
-            byHand ? CbMake<ZeCTransformationNodeInner>() : manager().CreateInnerNode();
+            byHand ? CbMake<ZeCTransformationNodeInner>() : TheManager().CreateInnerNode();
         if (model) inner->SetModel(model, -1);
         if (accept(')')) return inner;
         do {
             const Node child = parseNode();
-            byHand ? LinkByHand(inner, child) : manager().AppendChild(inner, child);
+            byHand ? LinkByHand(inner, child) : TheManager().AppendChild(inner, child);
         } while (accept(','));
         if (!accept(')')) throw std::invalid_argument("no ) at: " + std::string(rest_));
         return inner;
@@ -117,7 +123,7 @@ private:
 
     Leaf makeLeaf(const Model& model) const
     {
-        if (builder_ == EBuilder::Manager) return manager().CreateLeafNode(model);
+        if (builder_ == EBuilder::Manager) return TheManager().CreateLeafNode(model);
         return CbMake<ZeCTransformationNodeLeaf>(model);
     }
 
@@ -132,9 +138,8 @@ private:
 inline std::string RenewalOrder(const Node& top, long long since)
 {
     std::map<long long, std::string> renewed;
-    for (auto node = top->BeginNode(); node; ++node) {
-        const ZeCTransformationNode& at = node.Borrow().node;
-        renewed[at.GetNodeRevision(1)] = at.GetDescription().ToUtf8();
+    for (const auto& [node, trafo] : top->Nodes()) {
+        renewed[node.GetNodeRevision(1)] = node.GetDescription().ToUtf8();
     }
     std::string text;
     for (auto node = renewed.upper_bound(since); node != renewed.end(); ++node) {

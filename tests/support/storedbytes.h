@@ -27,6 +27,20 @@ std::size_t ReadFrom(const Bytes& bytes, const Read& read)
     return stream.Remaining();
 }
 
+/// What an object writes of itself.
+template<class Object>
+Bytes RecordOf(const Object& object)
+{
+    return Stored([&](auto& stream) { object.Serialize(stream); });
+}
+
+/// Lets an object read itself, and returns how many bytes it left.
+template<class Object>
+std::size_t ReadRecord(Object& object, const Bytes& bytes)
+{
+    return ReadFrom(bytes, [&](auto& stream) { object.Serialize(stream); });
+}
+
 /// Expects an exception whose place is fixed.
 template<class Exception, class Call>
 void ExpectThrowsFrom(const char* file, unsigned line, const Call& call,

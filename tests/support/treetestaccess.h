@@ -16,6 +16,12 @@ void DestroySingleton()
     Access::destroy();
 }
 
+/// The node manager in use, a new one where there is none.
+inline ZeCTransformationNodeManager& TheManager()
+{
+    return CbSingleton<ZeCTransformationNodeManager>::GetInstance();
+}
+
 namespace treetests
 {
 

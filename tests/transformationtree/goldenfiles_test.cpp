@@ -40,11 +40,6 @@ protected:
     {
         EXPECT_EQ(HexOf(Stored(write)), HexOf(Golden(name))) << name;
     }
-    template<class Object>
-    static void expectSerialized(const char* name, const Object& object)
-    {
-        expectWritten(name, [&](auto& stream) { object.Serialize(stream); });
-    }
 
     const CbMatrix4Rd pose = Shift(2.5, -0.0, -1);
     Inner root = CbMake<ZeCTransformationNodeInner>();
@@ -77,8 +72,8 @@ TEST_F(GoldenFiles, HoldALeafWithoutFlag)
 TEST_F(GoldenFiles, HoldNodeVectors)
 {
     ZeCNodeVector vector; // its revisions can only be read
-    ReadFrom(Golden("nodevector_2.bin"), [&](auto& stream) { vector.Serialize(stream); });
-    expectSerialized("nodevector_2.bin", vector);
+    ReadRecord(vector, Golden("nodevector_2.bin"));
+    EXPECT_EQ(HexOf(RecordOf(vector)), HexOf(Golden("nodevector_2.bin")));
     const auto& elements = vector.GetElements();
     ASSERT_EQ(elements.size(), 2U);
     EXPECT_EQ(elements[0].GetNode(), leaf);
@@ -91,12 +86,11 @@ TEST_F(GoldenFiles, HoldNodeVectors)
         stream.WriteVersion(1);
         TestAccess::WriteVersion1(vector, stream);
     });
-    ReadFrom(Golden("nodevector_1.bin"), [&](auto& stream) { vector.Serialize(stream); });
+    ReadRecord(vector, Golden("nodevector_1.bin"));
     ZeCNodeVector expected;
     expected.AddNode(leaf, pose);
     expected.AddNode(nullptr, c_matIdentityD);
-    EXPECT_EQ(Stored([&](auto& stream) { vector.Serialize(stream); }),
-              Stored([&](auto& stream) { expected.Serialize(stream); }));
+    EXPECT_EQ(RecordOf(vector), RecordOf(expected));
 }
 
 TEST_F(GoldenFiles, HoldAModelWithItsCollection)
@@ -110,7 +104,7 @@ TEST_F(GoldenFiles, HoldAModelWithItsCollection)
     const auto collection = model->GetSurfelCollection(EType::Standard);
     ASSERT_TRUE(collection);
     EXPECT_EQ(model->GetSurfelCollection(EType::Accurate), collection);
-    expectSerialized("collection_1.bin", *collection);
+    EXPECT_EQ(HexOf(RecordOf(*collection)), HexOf(Golden("collection_1.bin")));
     EXPECT_EQ(collection->GetNrSurfels(), 2U);
     EXPECT_EQ(collection->GetPositionAccessor()[1].z, -0.25F);
     EXPECT_EQ(collection->GetCurvatureAccessor()[1], 7);

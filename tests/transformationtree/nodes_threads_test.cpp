@@ -53,14 +53,11 @@ TEST(Revisions, AreUniqueNumbersInPairs)
 
 TEST(OneIteratorAndOneNumbering, MayBeReadByMany)
 {
-    const auto collection = CbMake<ZeCSurfelCollectionQMT>(
-        7U, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
-    for (std::uint32_t i = 0; i < 7; ++i) {
-        collection->GetPositionAccessor()[i].x = static_cast<float>(i);
-    }
+    std::vector<CbVector3f> points;
+    for (int i = 0; i < 7; ++i) points.push_back({static_cast<float>(i), 0, 0});
     const Scenario tree("root(x(y(a, b), c), d)");
     LinkByHand(tree.GetInner("x"),
-               CbMake<ZeCTransformationNodeLeaf>(CbMake<ZeCModelQMT>(collection, false)));
+               CbMake<ZeCTransformationNodeLeaf>(CbMake<ZeCModelQMT>(SurfelsAt(points), false)));
     const auto numbering = tree.GetRoot()->GetRas();
     for (int round = 0; round < 200; ++round) {
         const auto shared = tree.GetRootInner()->Find(tree["a"]);
@@ -80,13 +77,6 @@ TEST(OneIteratorAndOneNumbering, MayBeReadByMany)
     }
 }
 
-// Reads what was written of an attribute meanwhile.
-void readBack(ZeARTTIAttribute& attribute)
-{
-    ReadFrom(Stored([&](auto& stream) { attribute.Serialize(stream); }),
-             [&](auto& stream) { attribute.Serialize(stream); });
-}
-
 TEST(Attributes, AreGuarded)
 {
     using AreaProperties = ZeCAreaPropertiesAttribute;
@@ -100,18 +90,18 @@ TEST(Attributes, AreGuarded)
         for (int round = 0; round < Rounds(1000); ++round) {
             area->IncrementEnqueuedAreaCorrelationTasks();
             areaProperties->SetOrientationStrategy(AreaProperties::EOrientationStrategy::Default);
-            readBack(*areaProperties);
+            ReadRecord(*areaProperties, RecordOf(*areaProperties));
             hints->SetRegistrationHintSurfelCollection(CbMake<ZeCSurfelCollectionQMT>());
             hints->SetDisplayMode(Hints::ESurfelCollectionDisplayMode{2});
             hints->SetComputationStatus(Hints::EComputationStatus{3});
-            readBack(*hints);
+            ReadRecord(*hints, RecordOf(*hints));
             EXPECT_TRUE(hints->GetRegistrationHintSurfelCollection());
             hints->ResetAttribute();
             jaw->SetOcclusalDirectionBinningRevision(round);
             EXPECT_EQ(jaw->GetExtraoralDirectionEstimate(), (CbVector3f{1, 0, 0}));
             jaw->ResetAttribute();
             loops->SetOptimizationLoopCount(7);
-            readBack(*loops);
+            ReadRecord(*loops, RecordOf(*loops));
             EXPECT_EQ(loops->GetOptimizationLoopCount(), 7U);
         }
     });

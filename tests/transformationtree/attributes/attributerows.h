@@ -152,10 +152,7 @@ inline std::string Shown(const ImageAreaData& area)
 }
 
 /// Such estimates can only be read.
-inline void Fill(JawSemantics& jaw)
-{
-    ReadFrom(Golden("jawsemantics_1.bin"), [&](auto& stream) { jaw.Serialize(stream); });
-}
+inline void Fill(JawSemantics& jaw) { ReadRecord(jaw, Golden("jawsemantics_1.bin")); }
 inline std::string Shown(const JawSemantics& jaw)
 {
     return LineOf(jaw.GetOcclusalDirectionEstimate(), jaw.GetExtraoralDirectionEstimate(),

@@ -13,16 +13,6 @@ namespace
 
 using Attribute = CbSmartPointer<ZeARTTIAttribute>;
 
-Bytes stored(const ZeARTTIAttribute& attribute)
-{
-    return Stored([&](auto& stream) { attribute.Serialize(stream); });
-}
-
-std::size_t read(ZeARTTIAttribute& attribute, const Bytes& bytes)
-{
-    return ReadFrom(bytes, [&](auto& stream) { attribute.Serialize(stream); });
-}
-
 // Opens the reset of all attributes.
 struct AnyReset : ZeARTTIAttribute
 {
@@ -66,16 +56,16 @@ TEST_P(EachAttribute, IsClonedWhereItsClassCan)
 
 TEST_P(EachAttribute, KeepsOnlyWhatIsNotStoredWhereItReads)
 {
-    EXPECT_EQ(read(*filled, stored(*fresh)), 0U);
+    EXPECT_EQ(ReadRecord(*filled, RecordOf(*fresh)), 0U);
     EXPECT_EQ(row.shown(*filled), row.kept);
 }
 
 TEST_P(EachAttribute, ReadsTheGoldenFilesAndWritesTheNewest)
 {
-    EXPECT_EQ(HexOf(stored(*filled)), HexOf(goldenOf(row.newestVersion)));
+    EXPECT_EQ(HexOf(RecordOf(*filled)), HexOf(goldenOf(row.newestVersion)));
     for (std::uint32_t version = row.oldestVersion; version <= row.newestVersion; ++version) {
         const Attribute into = make();
-        EXPECT_EQ(read(*into, goldenOf(version)), 0U);
+        EXPECT_EQ(ReadRecord(*into, goldenOf(version)), 0U);
         EXPECT_EQ(row.shown(*into), row.read[version - row.oldestVersion]) << version;
     }
 }
@@ -89,12 +79,12 @@ TEST_P(EachAttribute, StaysAsItIsWhereARecordIsOfAnotherVersionOrCut)
         Bytes bytes = goldenOf(row.newestVersion);
         std::memcpy(bytes.data(), &version, sizeof version);
         ExpectThrowsFrom<CbExceptionWrongFileVersion>(source.c_str(), row.line,
-                                                      [&] { read(*filled, bytes); });
+                                                      [&] { ReadRecord(*filled, bytes); });
     }
     for (std::uint32_t version = row.oldestVersion; version <= row.newestVersion; ++version) {
         for (const Attribute& into : {fresh, filled}) {
             ExpectCutsThrow<CbExceptionStream>(goldenOf(version),
-                                               [&](const Bytes& cut) { read(*into, cut); });
+                                               [&](const Bytes& cut) { ReadRecord(*into, cut); });
         }
     }
     EXPECT_EQ(row.shown(*fresh), row.fresh);
@@ -212,7 +202,7 @@ TEST(AnImageArea, KeepsWhatAnOlderVersionDoesNotHave)
     area->SetTimeChanged(CTime(7));
     for (const auto& [golden, kept] : {std::pair("imageareadata_0.bin", "5, 6, 7"),
                                        {"imageareadata_1.bin", "4294967296, -4294967297, 7"}}) {
-        read(*area, Golden(golden));
+        ReadRecord(*area, Golden(golden));
         EXPECT_EQ(LineOf(area->GetLastAreaCorrelationRevision(),
                          area->GetLastRefAreaCorrelationRevision(),
                          area->GetTimeChanged().GetTime()),
@@ -232,7 +222,7 @@ TEST(TheJawsDirections, AreEstimatedAnewOnlyWhereAHistogramWasSet)
     };
     const auto expectStored = [](const JawSemantics& jaw, const CbVector3f& occlusal,
                                  const CbVector3f& extraoral, bool isUpToDate) {
-        const Bytes bytes = stored(jaw);
+        const Bytes bytes = RecordOf(jaw);
         EXPECT_EQ(HexOf(Bytes(bytes.begin() + 4, bytes.begin() + 29)),
                   HexOf(Stored([&](auto& stream) {
                       stream << occlusal.x << occlusal.y << occlusal.z;
@@ -260,10 +250,6 @@ TEST(TheJawsDirections, AreEstimatedAnewOnlyWhereAHistogramWasSet)
     expectStored(*jaw, {0, 0, -1}, {0.5F, -0.25F, 1}, false);
 }
 
-// Where a record's collection begins: behind the version, and a display mode.
-constexpr std::size_t c_hintsCollection = 8;
-constexpr std::size_t c_warningsCollection = 4;
-
 TEST(AStoredSurfelCollection, MayBeMissingUnknownOrOfAnotherLength)
 {
     const auto expectBlocks = [](auto& attribute, const Bytes& golden, std::size_t begin,
@@ -275,41 +261,41 @@ TEST(AStoredSurfelCollection, MayBeMissingUnknownOrOfAnotherLength)
                 write(stream);
             });
         };
-        Bytes bytes = stored(attribute);
+        Bytes bytes = RecordOf(attribute);
         EXPECT_EQ(bytes.size(), begin + 1);
         EXPECT_EQ(bytes.back(), 0) << "none";
 
-        read(attribute, golden);
+        ReadRecord(attribute, golden);
         const auto present = get(attribute);
         EXPECT_TRUE(present);
-        EXPECT_EQ(read(attribute, record([](auto& stream) { stream << false; })), 0U);
+        EXPECT_EQ(ReadRecord(attribute, record([](auto& stream) { stream << false; })), 0U);
         EXPECT_EQ(get(attribute), present) << "stays";
 
         bytes = golden;
         bytes[begin + 5 + 44] = 1; // the length
-        EXPECT_EQ(read(attribute, bytes), 0U) << "a known class knows its own end";
+        EXPECT_EQ(ReadRecord(attribute, bytes), 0U) << "a known class knows its own end";
         EXPECT_NE(get(attribute), present);
 
         for (const auto* name : {CB_TEXT("Unknown"), CB_TEXT("CySurfelCollectionBase"),
                                  CB_TEXT("ZeCRepresentativeAttribute")}) {
-            read(attribute, golden);
+            ReadRecord(attribute, golden);
             const auto unknown = record([&](auto& stream) {
                 stream << true << CString(name) << std::uint32_t{3} << std::int32_t{0};
             });
-            EXPECT_EQ(read(attribute, unknown), 1U) << "what follows is not touched";
+            EXPECT_EQ(ReadRecord(attribute, unknown), 1U) << "what follows is not touched";
             EXPECT_FALSE(get(attribute)) << CString(name).ToUtf8();
         }
-        read(attribute, golden);
+        ReadRecord(attribute, golden);
         const auto tooShort = record([](auto& stream) {
             stream << true << CString(CB_TEXT("Unknown")) << c_mostUint << true;
         });
-        EXPECT_THROW(read(attribute, tooShort), CbExceptionStream);
+        EXPECT_THROW(ReadRecord(attribute, tooShort), CbExceptionStream);
         EXPECT_TRUE(get(attribute));
     };
-    expectBlocks(*CbMake<RegistrationHints>(), Golden("registrationhints_1.bin"), c_hintsCollection,
+    // Collections begin behind the version, and a display mode.
+    expectBlocks(*CbMake<RegistrationHints>(), Golden("registrationhints_1.bin"), 8,
                  [](auto& hints) { return hints.GetRegistrationHintSurfelCollection(); });
-    expectBlocks(*CbMake<ComponentWarning>(), Golden("componentwarning_1.bin"),
-                 c_warningsCollection,
+    expectBlocks(*CbMake<ComponentWarning>(), Golden("componentwarning_1.bin"), 4,
                  [](auto& warning) { return warning.GetWarningSurfelCollection(); });
 }
 

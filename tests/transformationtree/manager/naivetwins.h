@@ -69,8 +69,8 @@ public:
         const auto isOlder = [](const auto& a, const auto& b) { return a.second < b.second; };
         if (!std::is_sorted(renewals.begin(), renewals.end(), isOlder)) return "order of revisions";
         // With this no other id can be in the map.
-        if (TestAccess::CountIds(manager()) != registered) return "number of ids";
-        if (manager().GetRootNode() != Get(naive_.GetRoot())) return "root";
+        if (TestAccess::CountIds(TheManager()) != registered) return "number of ids";
+        if (TheManager().GetRootNode() != Get(naive_.GetRoot())) return "root";
         return {};
     }
 
@@ -91,7 +91,7 @@ private:
         if (!node) return "life";
         const Node father = node->GetFather();
         if (father.Get() != addressOf(naive.father)) return "father";
-        if (manager().GetNodeByID(twin.id).Get() != (naive.registered ? node.Get() : nullptr)) {
+        if (TheManager().GetNodeByID(twin.id).Get() != (naive.registered ? node.Get() : nullptr)) {
             return "id";
         }
         const std::array revisions{node->GetNodeRevision(1), node->GetNodeRevision(2)};
@@ -132,10 +132,6 @@ private:
     [[nodiscard]] const ZeCTransformationNode* addressOf(const NaiveNode* naive) const
     {
         return naive != nullptr ? twins_.at(naive).address : nullptr;
-    }
-    static ZeCTransformationNodeManager& manager()
-    {
-        return CbSingleton<ZeCTransformationNodeManager>::GetInstance();
     }
 
     NaiveTree& naive_;

@@ -1,9 +1,6 @@
 #include "platform/base/cbexception.h"
 #include "tests/support/logrecorder.h"
 #include "tests/support/managerfixture.h"
-#include "tests/support/scenario.h"
-
-#include <gmock/gmock.h>
 
 using ANodeManager = NodeManagerTest;
 

@@ -4,12 +4,9 @@
 #include "platform/base/cystackwalker.h"
 #include "tests/support/logrecorder.h"
 #include "tests/support/managerfixture.h"
-#include "tests/support/scenario.h"
 #include "tests/support/storedbytes.h"
 
 #include <functional>
-#include <gmock/gmock.h>
-#include <thread>
 #include <vector>
 
 namespace

@@ -2,11 +2,8 @@
 
 #include "platform/base/cbexception.h"
 #include "tests/support/managerfixture.h"
-#include "tests/support/scenario.h"
 #include "tests/support/treematrices.h"
 #include "transformationtree/walks/zectransformationnodeiterators.h"
-
-#include <thread>
 
 namespace
 {
@@ -137,71 +134,61 @@ TEST_F(NodeManager, AMovedNodeKeepsItsPlaceInTheDataManagerAndItsLocks)
     EXPECT_EQ(Describe(*tree.GetRoot()), "root(a(), d(b(c)))");
 }
 
-// A chain as deep as it may be: built in the data manager, walked, asked, taken out and destroyed.
-void useChain(ZeCTransformationNodeManager& manager)
-{
-    constexpr int depth = 100000;
-    const Inner root = manager.CreateRootNode();
-    const Inner first = manager.CreateInnerNode();
-    Inner last = first;
-    for (int i = 1; i < depth; ++i) {
-        if (i == depth / 2) manager.AppendChild(root, first);
-        const Inner next = manager.CreateInnerNode();
-        next->SetRelativeTrafo(Shift(1, 0, 0));
-        manager.AppendChild(last, next);
-        last = next;
-    }
-    const auto surfel = CbMake<ZeCSurfelCollectionQMT>(
-        1U, true, ZeCSurfelContainer::ESurfelAttributeSet::Complete, nullptr);
-    const Leaf leaf = manager.CreateLeafNodeFromSurfelCollection(surfel);
-    manager.AppendChild(last, leaf);
-    EXPECT_EQ(leaf->GetParent(), last);
-
-    int steps = 0;
-    for (auto it = first->BeginNode(); it; ++it) {
-        ASSERT_EQ(it.Borrow().trafo[3][0], std::min(steps++, depth - 1));
-    }
-    EXPECT_EQ(steps, depth + 1);
-    EXPECT_TRUE(root->LastNode() == root->Find(Node(leaf)));
-    for (auto it = first->LastNode(); it; --it) --steps;
-    EXPECT_EQ(steps, 0);
-    EXPECT_EQ(root->GetNrCachedLeafNodes(), 1U);
-    EXPECT_EQ(root->FrontLeaf(), leaf);
-    EXPECT_EQ(root->BackNode(), leaf);
-    const float x = depth - 1;
-    EXPECT_EQ(root->GetBoundingBox(c_matIdentityD), CyBoundingBox3D({x, 0, 0}, {x, 0, 0}));
-    EXPECT_EQ(leaf->GetRelativeTrafo(root)[3][0], depth - 1);
-    leaf->NewNodeRevision(1);
-    EXPECT_EQ(root->GetNodeRevisionSubtree(3), leaf->GetNodeRevision(3));
-    root->UpdateNodeRevisionSubtree(nullptr);
-    EXPECT_EQ(root->GetNodeRevision(1), leaf->GetNodeRevision(1));
-
-    manager.RemoveChild(root, first);
-    EXPECT_EQ(leaf->GetDataManager(), nullptr);
-    manager.AppendChild(root, first);
-    manager.ExchangeChild(root, first, manager.CreateInnerNode());
-    manager.MoveNode(root, first, root->FrontChild());
-    EXPECT_EQ(root->GetNrChildren(), 2U);
-    EXPECT_EQ(TestAccess::CountIds(manager), depth + 3U);
-    manager.ReplaceChild(root, first, manager.CreateInnerNode());
-    EXPECT_EQ(TestAccess::CountIds(manager), 3U);
-}
-
-// The stack of a thread is smaller than that of the program.
+// A chain as deep as it may be is built in the data manager, walked, asked, taken out and destroyed
+// on the stack of a thread, which is smaller than that of the program.
 TEST_F(NodeManager, KeepsChainsOfAnyDepth)
 {
     std::thread([] {
-        useChain(manager());
-        unsetRoot();
-        // A chain that only the first node keeps.
-        Inner first = CbMake<ZeCTransformationNodeInner>();
+        constexpr int depth = 100000;
+        const Inner root = manager().CreateRootNode();
+        const Inner first = manager().CreateInnerNode();
         Inner last = first;
-        for (int i = 0; i < 100000; ++i) {
+        for (int i = 1; i < depth; ++i) {
+            if (i == depth / 2) manager().AppendChild(root, first);
+            const Inner next = manager().CreateInnerNode();
+            next->SetRelativeTrafo(Shift(1, 0, 0));
+            manager().AppendChild(last, next);
+            last = next;
+        }
+        const Leaf leaf = manager().CreateLeafNodeFromSurfelCollection(SurfelsAt({{}}));
+        manager().AppendChild(last, leaf);
+        EXPECT_EQ(leaf->GetParent(), last);
+
+        int steps = 0;
+        for (auto it = first->BeginNode(); it; ++it) ++steps;
+        EXPECT_EQ(steps, depth + 1);
+        for (auto it = first->LastNode(); it; --it) --steps;
+        EXPECT_EQ(steps, 0);
+        EXPECT_TRUE(root->LastNode() == root->Find(Node(leaf)));
+        EXPECT_EQ(root->GetNrCachedLeafNodes(), 1U);
+        EXPECT_EQ(root->FrontLeaf(), leaf);
+        EXPECT_EQ(root->BackNode(), leaf);
+        const float x = depth - 1;
+        EXPECT_EQ(root->GetBoundingBox(c_matIdentityD), CyBoundingBox3D({x, 0, 0}, {x, 0, 0}));
+        EXPECT_EQ(leaf->GetRelativeTrafo(root), Shift(x, 0, 0));
+        leaf->NewNodeRevision(1);
+        EXPECT_EQ(root->GetNodeRevisionSubtree(3), leaf->GetNodeRevision(3));
+        root->UpdateNodeRevisionSubtree(nullptr);
+        EXPECT_EQ(root->GetNodeRevision(1), leaf->GetNodeRevision(1));
+
+        manager().RemoveChild(root, first);
+        EXPECT_EQ(leaf->GetDataManager(), nullptr);
+        manager().AppendChild(root, first);
+        manager().ExchangeChild(root, first, manager().CreateInnerNode());
+        manager().MoveNode(root, first, root->FrontChild());
+        EXPECT_EQ(TestAccess::CountIds(manager()), depth + 3U);
+        manager().ReplaceChild(root, first, manager().CreateInnerNode());
+        EXPECT_EQ(TestAccess::CountIds(manager()), 3U);
+        unsetRoot();
+
+        Inner top = CbMake<ZeCTransformationNodeInner>(); // which alone keeps those below it
+        last = top;
+        for (int i = 0; i < depth; ++i) {
             const Inner next = CbMake<ZeCTransformationNodeInner>();
             LinkByHand(last, next);
             last = next;
         }
-        first = nullptr;
+        top = nullptr;
         EXPECT_FALSE(last->GetFather());
     }).join();
     EXPECT_EQ(TestAccess::CountIds(manager()), 0U);

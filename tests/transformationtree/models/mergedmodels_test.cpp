@@ -57,11 +57,8 @@ protected:
     {
         ZeCGridSampler sampler(cellSize, offset, gain);
         forEachScan(scans, extra, [&](const auto& surfels, const CbMatrix4Rf& m) {
-            if (spheres != nullptr) {
-                sampler.AddSurfels(surfels, &m, *spheres);
-            } else {
-                sampler.AddSurfels(surfels, &m);
-            }
+            spheres != nullptr ? sampler.AddSurfels(surfels, &m, *spheres)
+                               : sampler.AddSurfels(surfels, &m);
         });
         const auto result = CbMake<ZeCSurfelCollectionQMT>(sampler.GetNrOfUsedCells(), false,
                                                            c_attributes, nullptr);

@@ -34,16 +34,6 @@ std::string namesOf(const ZeCNodeVector& vector)
     return names;
 }
 
-Bytes stored(const ZeCNodeVector& vector)
-{
-    return Stored([&](auto& stream) { vector.Serialize(stream); });
-}
-
-std::size_t read(ZeCNodeVector& vector, const Bytes& bytes)
-{
-    return ReadFrom(bytes, [&](auto& stream) { vector.Serialize(stream); });
-}
-
 class NodeVectors : public testing::Test
 {
 protected:
@@ -122,14 +112,14 @@ TEST_F(NodeVectors, StayAsTheyWereWhereAFatherIsSingular)
     ZeCNodeVector vector;
     vector.AddNode(tree["c"], Shift(1, 0, 0));
     vector.AddNode(nullptr, Shift(2, 0, 0));
-    const Bytes before = stored(vector);
+    const Bytes before = RecordOf(vector);
     CbMatrix4Rd flat;
     flat[2][2] = 0;
     tree["inner"]->SetRelativeTrafo(flat);
     EXPECT_THROW(vector.SetInnerNode(root, ZeCNodeVector::itLeaf, c_matIdentityD, 0),
                  CyExceptionNotInvertible);
     EXPECT_EQ(namesOf(vector), "c null ");
-    EXPECT_EQ(stored(vector), before);
+    EXPECT_EQ(RecordOf(vector), before);
     EXPECT_FALSE(vector.GetElements()[1].GetModel());
     EXPECT_THAT(vector.GetElements()[0].GetTrafo(), HasBitsOf(Shift(1, 0, 0)));
 }
@@ -151,7 +141,7 @@ TEST_F(NodeVectors, CloneAsObjectsOfTheirClass)
     const CbSmartPointer<IObject> clone(ZeCNodeVector::RTTI.getClone()(filled));
     const auto copy = CbDynamicPointerCast<ZeCNodeVector>(clone);
     ASSERT_TRUE(copy && copy->Is(ZeCNodeVector::RTTI));
-    EXPECT_EQ(stored(*copy), stored(filled));
+    EXPECT_EQ(RecordOf(*copy), RecordOf(filled));
     copy->AddNode(root, c_matIdentityD);
     EXPECT_EQ(copy->GetElements().size(), filled.GetElements().size() + 1);
     EXPECT_THROW((void)ZeCNodeVector::CloneByFactory(*root), std::bad_cast);
@@ -165,14 +155,14 @@ TEST_F(NodeVectors, ComeBackWithWhatTheirNodesHaveNow)
     tree.GetRootInner()->SetModel(model, -1);
     ZeCNodeVector vector;
     vector.AddNode(tree["c"], c_matIdentityD);
-    EXPECT_EQ(read(vector, stored(filled)), 0U);
-    EXPECT_EQ(stored(vector), stored(filled));
+    EXPECT_EQ(ReadRecord(vector, RecordOf(filled)), 0U);
+    EXPECT_EQ(RecordOf(vector), RecordOf(filled));
     EXPECT_EQ(vector.GetElements()[0].GetModel(), model);
     EXPECT_EQ(vector.GetElements()[0].GetSurfelCollection(), collection);
 
     NodeMapper().ClearMapping();
     Map(tree["b"]);
-    EXPECT_EQ(read(vector, stored(filled)), 0U);
+    EXPECT_EQ(ReadRecord(vector, RecordOf(filled)), 0U);
     EXPECT_EQ(namesOf(vector), "null null null b null null ");
     EXPECT_FALSE(vector.GetElements()[0].GetModel());
     EXPECT_FALSE(vector.GetElements()[0].GetSurfelCollection());
@@ -191,7 +181,7 @@ TEST_F(NodeVectors, ReadAsManyRevisionsAsThereAreUpToThree)
             for (std::int64_t i = 0; i < count; ++i) stream << 10 + i;
         });
         ZeCNodeVector vector = filled;
-        EXPECT_EQ(read(vector, bytes), count > 3 ? 8U : 0U) << "no more is passed over";
+        EXPECT_EQ(ReadRecord(vector, bytes), count > 3 ? 8U : 0U) << "no more is passed over";
         const auto of = [&](std::int64_t slot) { return slot < count ? 10 + slot : -1; };
         EXPECT_THAT(vector.GetElements().front().GetRevisions(), ElementsAre(of(0), of(1), of(2)));
     }
@@ -199,7 +189,7 @@ TEST_F(NodeVectors, ReadAsManyRevisionsAsThereAreUpToThree)
 
 TEST_F(NodeVectors, CutShortAnywhereKeepTheElementsThatWereRead)
 {
-    const Bytes whole = stored(filled);
+    const Bytes whole = RecordOf(filled);
     const Bytes version1 = Stored([&](auto& stream) {
         stream.WriteVersion(1);
         TestAccess::WriteVersion1(filled, stream);
@@ -214,14 +204,14 @@ TEST_F(NodeVectors, CutShortAnywhereKeepTheElementsThatWereRead)
             bytes,
             [&](const Bytes& cut) {
                 vector.AddNode(root, c_matIdentityD);
-                read(vector, cut);
+                ReadRecord(vector, cut);
             },
             expectSize, 4);
     }
     Bytes hostile = whole;
     std::fill_n(hostile.begin() + 4, 4, std::uint8_t{0xFF});
     ZeCNodeVector vector;
-    EXPECT_THROW(read(vector, hostile), CbExceptionStream) << "2^32-1 elements";
+    EXPECT_THROW(ReadRecord(vector, hostile), CbExceptionStream) << "2^32-1 elements";
     EXPECT_EQ(vector.GetElements().size(), 6U);
 }
 
@@ -230,13 +220,14 @@ TEST_F(NodeVectors, OfUnknownVersionsAreRefusedAndChangeNothing)
     for (const std::uint32_t version : {0U, 3U, 0xFFFFFFFFU}) {
         ZeCNodeVector vector = filled;
         ExpectThrowsFrom<CbExceptionWrongFileVersion>("zecleafnodevector", 111, [&] {
-            read(vector, Stored([&](auto& stream) { stream << version << std::uint32_t{0}; }));
+            ReadRecord(vector,
+                       Stored([&](auto& stream) { stream << version << std::uint32_t{0}; }));
         });
-        EXPECT_EQ(stored(vector), stored(filled)) << version;
+        EXPECT_EQ(RecordOf(vector), RecordOf(filled)) << version;
     }
     ZeCNodeVector vector = filled;
-    EXPECT_THROW(read(vector, {2, 0, 0}), CbExceptionStream);
-    EXPECT_EQ(stored(vector), stored(filled)) << "a cut version";
+    EXPECT_THROW(ReadRecord(vector, {2, 0, 0}), CbExceptionStream);
+    EXPECT_EQ(RecordOf(vector), RecordOf(filled)) << "a cut version";
 }
 
 } // namespace

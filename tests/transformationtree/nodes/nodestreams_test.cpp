@@ -43,20 +43,6 @@ protected:
     const Scenario tree{"root*(leaf*, inner*(deep*))"};
 };
 
-TEST_F(NodeRecords, BringBackEveryFieldBitForBit)
-{
-    for (const auto& [name, node] : tree.GetNodes()) {
-        SCOPED_TRACE(name);
-        const Bytes bytes = StructureOf(*node);
-        const Node read = makeLike(*node);
-        const auto revision = TestAccess::NextGlobalNodeRevision();
-        EXPECT_EQ(ReadStructure(*read, bytes), 0U);
-        EXPECT_EQ(TestAccess::NextGlobalNodeRevision(), revision + 1) << "it counts no revisions";
-        EXPECT_EQ(StructureOf(*read), bytes);
-        EXPECT_TRUE(read->IsNamed(node->GetID()));
-    }
-}
-
 TEST_F(NodeRecords, LinkNullWhereNothingFitsIsMapped)
 {
     const Bytes root = StructureOf(*tree.GetRoot());
@@ -125,7 +111,7 @@ TEST_F(NodeRecords, OfUnknownVersionsAreRefused)
     }
 }
 
-TEST_F(NodeRecords, CutShortAnywhereKeepWhatWasRead)
+TEST_F(NodeRecords, BringBackEveryFieldUpToWhereTheyAreCut)
 {
     // The bytes of each field in the record and in that of a new node: version, father, model,
     // version, transformation, description, id, revisions, visibility, version; a leaf's flag, or
@@ -138,12 +124,18 @@ TEST_F(NodeRecords, CutShortAnywhereKeepWhatWasRead)
         const Bytes bytes = StructureOf(*node);
         Fields own = fields;
         own.emplace_back(node->IsLeaf() ? 1 : 8, node->IsLeaf() ? 1 : 8);
-        for (std::size_t length = 0; length < bytes.size(); ++length) {
+        for (std::size_t length = 0; length <= bytes.size(); ++length) {
             SCOPED_TRACE(testing::Message() << length << " bytes of " << name);
             const Node read = makeLike(*node);
             const Bytes fresh = StructureOf(*read);
             const Bytes cut(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length));
-            ASSERT_THROW(ReadStructure(*read, cut), CbExceptionStream);
+            const auto revision = TestAccess::NextGlobalNodeRevision();
+            if (length < bytes.size()) {
+                ASSERT_THROW(ReadStructure(*read, cut), CbExceptionStream);
+            } else {
+                ASSERT_EQ(ReadStructure(*read, cut), 0U);
+            }
+            EXPECT_EQ(TestAccess::NextGlobalNodeRevision(), revision + 1) << "it counts none";
             Bytes expected;
             auto from = bytes.begin();
             auto freshFrom = fresh.begin();
@@ -204,17 +196,6 @@ TEST(AnnouncedNodes, AreMadeAndFoundByTheirIds)
     EXPECT_FALSE(watched.Lock());
     EXPECT_EQ(CountMapped(), 0U);
 
-    const Bytes reference = Stored([&](auto& stream) {
-        NodeMapper().WriteNodeByReference(stream, leaf);
-        NodeMapper().WriteNodeByReference(stream, nullptr);
-    });
-    EXPECT_EQ(CountMapped(), 0U);
-    EXPECT_EQ(reference.size(), 32U);
-    Map(leaf);
-    ReadFrom(reference, [&](auto& stream) {
-        EXPECT_EQ(NodeMapper().ReadNodeByReference(stream), leaf);
-        EXPECT_FALSE(NodeMapper().ReadNodeByReference(stream));
-    });
     ClearMappers();
 }
 

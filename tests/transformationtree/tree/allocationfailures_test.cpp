@@ -4,7 +4,6 @@
 #include "platform/messages/cymessagedispatcher.h"
 #include "tests/support/failingallocations.h"
 #include "tests/support/managerfixture.h"
-#include "tests/support/scenario.h"
 #include "transformationtree/attributes/zecrepresentativeattribute.h"
 #include "transformationtree/manager/zectransformationnodemanager_unittest.h"
 #include "transformationtree/tree/zectransformationtree.h"
@@ -14,16 +13,30 @@
 #include <memory>
 #include <new>
 #include <optional>
-#include <thread>
 
 namespace
 {
 
+using Verb = std::function<void()>;
+
+// Whether a verb does what it does with so many allocations.
+bool isDone(const Verb& verb, long allocations)
+{
+    FailAllocationsAfter(allocations);
+    try {
+        verb();
+    } catch (const std::bad_alloc&) {
+        FailAllocationsAfter(-1);
+        EXPECT_LT(allocations, 1000) << "it never ends";
+        return allocations >= 1000;
+    }
+    FailAllocationsAfter(-1);
+    return true;
+}
+
 class WithoutMemory : public NodeManagerTest
 {
 protected:
-    using Verb = std::function<void()>;
-
     // A managed tree and a loose one, with places that exchanged nodes have left.
     void build()
     {
@@ -55,22 +68,15 @@ protected:
 
     void expectAllOrNothing(const Verb& prepare, const Verb& edit)
     {
-        for (long allocations = 0;; ++allocations) {
+        bool done = false;
+        for (long allocations = 0; !done; ++allocations) {
             SCOPED_TRACE(allocations);
-            ASSERT_LT(allocations, 1000);
             build();
-            bool done = true;
             // A thread of its own, which has had no handle yet.
             std::thread([&] {
                 prepare();
                 const std::string before = describe();
-                FailAllocationsAfter(allocations);
-                try {
-                    edit();
-                } catch (const std::bad_alloc&) {
-                    done = false;
-                }
-                FailAllocationsAfter(-1);
+                done = isDone(edit, allocations);
                 EXPECT_EQ(describe() == before, !done) << before << '\n' << describe();
                 handle.Release();
             }).join();
@@ -80,7 +86,6 @@ protected:
             dispatcher.DispatchMessages();
             DestroySingleton<Manager>();
             ASSERT_TRUE(manager().SetDataManager(dataManager, dataNode));
-            if (done) return;
         }
     }
 
@@ -99,70 +104,66 @@ protected:
 
 TEST_F(WithoutMemory, EditsChangeNothing)
 {
-    const Verb none = [] {};
     const Verb unset = [] { unsetRoot(); };
     const Verb lock = [&] {
         handle = manager().GetWriteHandle(node("root"));
         EXPECT_TRUE(manager().TryLock());
     };
     const Verb forget = [&] { manager().DeleteNode(top()); };
+    const Verb makeRoomAbove = [&] { manager().RemoveChild(inner("a"), node("e")); };
+    const Verb leaveAPlace = [&] {
+        manager().MoveNode(inner("d"), node("e"), nullptr);
+        manager().AppendChild(inner("d"), manager().CreateLeafNode(nullptr));
+        manager().ExchangeChild(inner("root"), node("a"), node("b"));
+    };
+    const Verb mark = [&] { node("root")->SetAttribute(CbMake<ZeCRepresentativeAttribute>()); };
     auto& utility = CbSingleton<ZeCTransformationTreeUtility>::GetInstance();
-    Inner topNode;
+    const auto makeRoom = [&](const char* at, const char* top) {
+        return [&, at, top] {
+            Inner topNode = inner(top);
+            EXPECT_TRUE(utility.PrepareForNextChild(inner(at), 2, topNode));
+        };
+    };
+    const auto copy = [&] {
+        ZeCTransformationTreeUtility::NodeMap map;
+        const auto all = ZeCTransformationNode::EAttributesToCopy::PropertiesAndModel;
+        (void)utility.CopySubtree(node("root"), all, &map, true);
+    };
     const struct
     {
         const char* name;
-        Verb prepare;
         Verb edit;
+        Verb prepare = [] {};
     } rows[] = {
-        {"create leaf", none, [&] { (void)manager().CreateLeafNode(nullptr); }},
-        {"create root", unset, [&] { manager().CreateRootNode(); }},
-        {"set root", unset, [&] { manager().SetRootNode(top()); }},
-        {"unset root", lock, [&] { manager().UnsetRootNode(); }},
-        {"append", none, [&] { manager().AppendChild(inner("d"), top()); }},
-        {"remove", none, [&] { manager().RemoveChild(inner("root"), node("a")); }},
-        {"replace", none, [&] { manager().ReplaceChild(inner("root"), node("a"), top()); }},
-        {"replace by a managed node", none,
-         [&] { manager().ReplaceChild(inner("f"), node("c"), node("b")); }},
-        {"replace outside", none,
-         [&] { manager().ReplaceChild(top(), looseNode("x"), node("a")); }},
-        {"exchange", none, [&] { manager().ExchangeChild(inner("root"), node("a"), top()); }},
-        {"exchange by what is below", none,
-         [&] { manager().ExchangeChild(inner("root"), node("a"), node("b")); }},
-        {"move within", none, [&] { manager().MoveNode(inner("f"), node("b"), node("c")); }},
-        {"move in", none, [&] { manager().MoveNode(inner("d"), looseNode("x"), nullptr); }},
-        {"move out", none, [&] { manager().MoveNode(top(), node("a"), looseNode("x")); }},
-        {"register", forget, [&] { manager().AddSubtreeToDataManager(top()); }},
-        {"create a child", none,
-         [&] { utility.CreateLeaf(inner("d"), CbMake<ZeCModelQMT>(), &c_matIdentityD); }},
-        {"replace a leaf", none,
-         [&] { utility.CreateLeafAndReplace(tree->GetLeaf("e"), nullptr); }},
-        {"make room above", [&] { manager().RemoveChild(inner("a"), node("e")); },
-         [&] { EXPECT_TRUE(utility.PrepareForNextChild(inner("b"), 2, topNode = inner("root"))); }},
-        {"make room by a new top", none,
-         [&] { EXPECT_TRUE(utility.PrepareForNextChild(inner("b"), 2, topNode = inner("a"))); }},
-        {"make room by a new top below a place that another node had",
-         [&] {
-             manager().MoveNode(inner("d"), node("e"), nullptr);
-             manager().AppendChild(inner("d"), manager().CreateLeafNode(nullptr));
-             manager().ExchangeChild(inner("root"), node("a"), node("b"));
-         },
-         [&] { EXPECT_TRUE(utility.PrepareForNextChild(inner("d"), 2, topNode = inner("d"))); }},
-        {"remove a subtree", none, [&] { utility.RemoveSubtree(node("a"), true); }},
-        {"remove children", none, [&] { utility.RemoveChildren(inner("root"), true); }},
-        {"remove loose children", none, [&] { utility.RemoveChildren(top(), false); }},
-        {"clear", [&] { node("root")->SetAttribute(CbMake<ZeCRepresentativeAttribute>()); },
-         [&] { utility.ClearAndRemoveChildren(inner("root"), true); }},
-        {"merge", none,
-         [&] { utility.MergeInnerNodes(inner("b"), inner("f"), c_matIdentityD, true); }},
-        {"copy", none,
-         [&] {
-             ZeCTransformationTreeUtility::NodeMap map;
-             const auto all = ZeCTransformationNode::EAttributesToCopy::PropertiesAndModel;
-             (void)utility.CopySubtree(node("root"), all, &map, true);
-         }},
-        {"normalise", none, [&] { utility.NormalizeTreeStructure(inner("root"), 2, true); }},
-        {"normalise outside", none, [&] { utility.NormalizeTreeStructure(top(), 2, true); }},
-        {"collapse", lock, [&] { utility.CollapseAll(inner("root"), true); }},
+        {"create leaf", [&] { (void)manager().CreateLeafNode(nullptr); }},
+        {"create root", [&] { manager().CreateRootNode(); }, unset},
+        {"set root", [&] { manager().SetRootNode(top()); }, unset},
+        {"unset root", [&] { manager().UnsetRootNode(); }, lock},
+        {"append", [&] { manager().AppendChild(inner("d"), top()); }},
+        {"remove", [&] { manager().RemoveChild(inner("root"), node("a")); }},
+        {"replace", [&] { manager().ReplaceChild(inner("root"), node("a"), top()); }},
+        {"replace by own", [&] { manager().ReplaceChild(inner("f"), node("c"), node("b")); }},
+        {"replace outside", [&] { manager().ReplaceChild(top(), looseNode("x"), node("a")); }},
+        {"exchange", [&] { manager().ExchangeChild(inner("root"), node("a"), top()); }},
+        {"exchange by own", [&] { manager().ExchangeChild(inner("root"), node("a"), node("b")); }},
+        {"move within", [&] { manager().MoveNode(inner("f"), node("b"), node("c")); }},
+        {"move in", [&] { manager().MoveNode(inner("d"), looseNode("x"), nullptr); }},
+        {"move out", [&] { manager().MoveNode(top(), node("a"), looseNode("x")); }},
+        {"register", [&] { manager().AddSubtreeToDataManager(top()); }, forget},
+        {"add", [&] { utility.CreateLeaf(inner("d"), CbMake<ZeCModelQMT>(), &c_matIdentityD); }},
+        {"replace a leaf", [&] { utility.CreateLeafAndReplace(tree->GetLeaf("e"), nullptr); }},
+        {"make room above", makeRoom("b", "root"), makeRoomAbove},
+        {"make room by a new top", makeRoom("b", "a")},
+        {"make room below a place that another node had", makeRoom("d", "d"), leaveAPlace},
+        {"remove a subtree", [&] { utility.RemoveSubtree(node("a"), true); }},
+        {"remove children", [&] { utility.RemoveChildren(inner("root"), true); }},
+        {"remove loose children", [&] { utility.RemoveChildren(top(), false); }},
+        {"clear", [&] { utility.ClearAndRemoveChildren(inner("root"), true); }, mark},
+        {"merge", [&] { utility.MergeInnerNodes(inner("b"), inner("f"), c_matIdentityD, true); }},
+        {"copy", copy},
+        {"normalise", [&] { utility.NormalizeTreeStructure(inner("root"), 2, true); }},
+        {"normalise outside", [&] { utility.NormalizeTreeStructure(top(), 2, true); }},
+        {"collapse", [&] { utility.CollapseAll(inner("root"), true); }, lock},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -172,22 +173,16 @@ TEST_F(WithoutMemory, EditsChangeNothing)
 
 TEST_F(WithoutMemory, TheSelfTestEndsAndLeavesNoNodeBehind)
 {
-    bool failed = true;
-    for (long allocations = 0; failed; ++allocations) {
+    bool passed = false;
+    for (long allocations = 0; !passed; ++allocations) {
         SCOPED_TRACE(allocations);
-        ASSERT_LT(allocations, 1000);
         EXPECT_TRUE(manager().UnsetDataManager());
         ZeCTransformationNodeManager_UnitTest test(dataManager, dataNode);
         std::thread([&] {
-            FailAllocationsAfter(allocations);
-            try {
-                test.Run();
-                failed = test.HasFailed();
-            } catch (const std::bad_alloc&) {
-                // There was no memory for the line that tells it.
-            }
-            FailAllocationsAfter(-1);
+            // There may be no memory even for the line that tells of a failure.
+            passed = isDone([&] { test.Run(); }, allocations) && !test.HasFailed();
         }).join();
+        ASSERT_LT(allocations, 1000);
         unsetRoot();
         EXPECT_EQ(TestAccess::CountIds(manager()), 0);
     }
@@ -241,24 +236,6 @@ TEST(ManagersWithoutMemory, GoAndLeaveTheRootWhereItIs)
     EXPECT_EQ(root->GetNrChildren(), 1U);
 }
 
-// Calls a function with more and more allocations that succeed, until it does.
-void untilDone(const std::function<void()>& attempt, const std::function<void(bool)>& check)
-{
-    bool done = false;
-    for (long allocations = 0; !done; ++allocations) {
-        SCOPED_TRACE(allocations);
-        ASSERT_LT(allocations, 1000);
-        FailAllocationsAfter(allocations);
-        try {
-            attempt();
-            done = true;
-        } catch (const std::bad_alloc&) {
-        }
-        FailAllocationsAfter(-1);
-        check(done);
-    }
-}
-
 TEST(AGridSampler, KeepsWhatItHasAndWritesAllOrNothingWhereMemoryEnds)
 {
     constexpr auto c_all = ZeCSurfelContainer::ESurfelAttributeSet::Complete;
@@ -282,23 +259,25 @@ TEST(AGridSampler, KeepsWhatItHasAndWritesAllOrNothingWhereMemoryEnds)
             sampler->AddSurfels(*surfels, nullptr);
         };
         CbSmartPointer<ZeCSurfelCollectionQMT> result;
-        untilDone(add, [&](bool done) {
+        bool done = false;
+        for (long allocations = 0; !done; ++allocations) {
+            done = isDone(add, allocations);
             const std::uint32_t count = sampler ? sampler->GetNrOfUsedCells() : 0;
             EXPECT_EQ(count == c_count / 2, done);
             result = CbMake<ZeCSurfelCollectionQMT>(count, true, c_all, nullptr);
-            if (!sampler) return;
+            if (!sampler) continue;
             sampler->GetSubsampled(*result, 1, {}, false);
             expectWritten(*result, true);
-        });
+        }
         result = CbMake<ZeCSurfelCollectionQMT>(c_count / 2, true, c_all, nullptr);
-        int failures = 0;
-        untilDone([&] { sampler->GetSubsampled(*result, 1, {}, true); },
-                  [&](bool done) {
-                      failures += done ? 0 : 1;
-                      EXPECT_EQ(sampler->GetNrOfUsedCells(), done ? 0 : c_count / 2);
-                      expectWritten(*result, done);
-                  });
-        EXPECT_GT(failures, 0);
+        const auto take = [&] { sampler->GetSubsampled(*result, 1, {}, true); };
+        EXPECT_FALSE(isDone(take, 0));
+        done = false;
+        for (long allocations = 0; !done; ++allocations) {
+            done = isDone(take, allocations);
+            EXPECT_EQ(sampler->GetNrOfUsedCells(), done ? 0 : c_count / 2);
+            expectWritten(*result, done);
+        }
     }
 }
 

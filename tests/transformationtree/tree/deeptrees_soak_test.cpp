@@ -3,7 +3,6 @@
 
 #include "tests/support/managerfixture.h"
 #include "tests/support/rounds.h"
-#include "tests/support/scenario.h"
 #include "transformationtree/tree/zectransformationtreeutility.h"
 
 #include <algorithm>

@@ -1,32 +1,19 @@
 #pragma once
 
+#include "tests/transformationtree/manager/naivetree.h"
 #include "transformationtree/nodes/zectransformationnodeinner.h"
 
 #include <algorithm>
-#include <deque>
 #include <map>
 #include <string>
 #include <utility>
 #include <vector>
 
-struct NaiveTreeNode
-{
-    std::string name;
-    bool leaf = false;
-    std::string star; ///< for a model
-    std::pair<std::uint64_t, CyUniqueID> order;
-    NaiveTreeNode* father = nullptr;
-    std::vector<NaiveTreeNode*> children = {};
-    // When the revisions were renewed, counted from the first step on; 0 for not at all.
-    long modelRenewed = 0;
-    long trafoRenewed = 0;
-};
-
 /// Restructures plain nodes step by step, and writes down what it posts.
 class NaiveUtility
 {
 public:
-    using N = NaiveTreeNode*;
+    using N = NaiveNode*;
     using Texts = std::vector<std::string>;
 
     N Read(const ZeCTransformationNode& node)
@@ -38,15 +25,16 @@ public:
         byNode[&node] = copy;
         if (node.IsLeaf()) return copy;
         const auto& inner = static_cast<const ZeCTransformationNodeInner&>(node);
-        for (auto i = inner.BeginChild(); i != inner.EndChild(); ++i) link(copy, Read(**i));
+        for (auto i = inner.BeginChild(); i != inner.EndChild(); ++i) append(copy, Read(**i));
+        tree_.StartEdit();
         return copy;
     }
     void Merge(N source, N target)
     {
         while (!source->children.empty()) {
             const N child = source->children.front();
-            setTrafo(child);
-            move(child, target);
+            tree_.RenewTrafo(*child);
+            tree_.Move(target, child, nullptr);
             tell(posted, child, target, 3);
         }
         Remove(source);
@@ -62,13 +50,13 @@ public:
             if (!leaf->leaf) continue;
             const N copy = create(leaf->name, true);
             copy->star = leaf->star;
-            setTrafo(copy);
+            tree_.RenewTrafo(*copy);
             current = prepare(current, maxChildren, top);
             top = model->children.back();
             append(current, copy);
         }
         RemoveChildren(root);
-        while (!top->children.empty()) move(top->children.front(), root);
+        while (!top->children.empty()) tree_.Move(root, top->children.front(), nullptr);
         Remove(top);
     }
     /// Returns the node with room, and the new top.
@@ -81,7 +69,7 @@ public:
     {
         RemoveChildren(node);
         const N father = node->father;
-        remove(node);
+        tree_.Remove(father, node);
         tell(posted, node, father, 2);
     }
     void RemoveChildren(N father)
@@ -99,10 +87,10 @@ public:
         std::vector<N> leaves;
         std::vector<N> inner;
         for (const N node : allBelow(root)) (node->leaf ? leaves : inner).push_back(node);
-        for (const N leaf : leaves) setTrafo(leaf);
+        for (const N leaf : leaves) tree_.RenewTrafo(*leaf);
         std::sort(leaves.begin(), leaves.end(), [](N a, N b) { return a->order < b->order; });
         for (const N leaf : leaves) {
-            move(leaf, root);
+            tree_.Move(root, leaf, nullptr);
             tell(posted, leaf, root, 3);
         }
         for (const N node : inner) Remove(node);
@@ -123,43 +111,17 @@ public:
 private:
     N make(std::string name, bool leaf)
     {
-        nodes_.push_back({std::move(name), leaf, {}, {}});
-        return &nodes_.back();
+        const N node = tree_.Create(leaf);
+        node->name = std::move(name);
+        return node;
     }
     N create(std::string name, bool leaf)
     {
         const N node = make(std::move(name), leaf);
-        renew(node);
+        tree_.Renew(*node);
         return node;
     }
-    void renew(N node)
-    {
-        node->modelRenewed = ++renewals_;
-        setTrafo(node);
-    }
-    void setTrafo(N node) { node->trafoRenewed = ++renewals_; }
-    static void link(N father, N child)
-    {
-        father->children.push_back(child);
-        child->father = father;
-    }
-    void append(N father, N child)
-    {
-        link(father, child);
-        renew(father);
-    }
-    void move(N child, N father)
-    {
-        remove(child);
-        append(father, child);
-    }
-    void remove(N child)
-    {
-        if (child->father == nullptr) return;
-        std::erase(child->father->children, child);
-        renew(child->father);
-        child->father = nullptr;
-    }
+    void append(N father, N child) { tree_.Insert(father, father->children.size(), child); }
     static void tell(Texts& texts, N node, N father, int type)
     {
         texts.push_back("structure " + node->name + " < " + (father ? father->name : "none") + ' ' +
@@ -176,10 +138,7 @@ private:
             return inner;
         }
         const N newTop = create(top->name, false);
-        const N father = node->father;
-        std::replace(father->children.begin(), father->children.end(), node, newTop);
-        newTop->father = father;
-        renew(father);
+        tree_.Exchange(node->father, node, newTop);
         append(newTop, node);
         tell(always, newTop, node, 5);
         tell(always, node, newTop, 3);
@@ -197,6 +156,5 @@ private:
         return nodes;
     }
 
-    std::deque<NaiveTreeNode> nodes_;
-    long renewals_ = 0;
+    NaiveTree tree_;
 };

@@ -1,13 +1,14 @@
+// Building, removing and restructuring where random trees do not lead.
+
 #include "platform/base/cbexception.h"
+#include "platform/math3d/cyexceptionnotinvertible.h"
 #include "tests/support/managerfixture.h"
 #include "tests/support/messagerecorder.h"
-#include "tests/support/scenario.h"
 #include "tests/support/treematrices.h"
 #include "transformationtree/tree/zectransformationtreeutility.h"
 #include "transformationtree/walks/zectransformationnodeiterators.h"
 
 #include <functional>
-#include <gmock/gmock.h>
 #include <optional>
 #include <stdexcept>
 
@@ -15,6 +16,7 @@ namespace
 {
 
 using Verb = std::function<void()>;
+using EWhat = ZeCTransformationNode::EAttributesToCopy;
 
 class Mark final : public ZeARTTIAttribute
 {
@@ -169,20 +171,40 @@ TEST_F(TheTreeUtility, GivesNewLeavesWhatTheyNeed)
     EXPECT_EQ(manager().GetNodeByID(next->GetID()), next);
 }
 
-TEST_F(TheTreeUtility, RefusesWhatIsMissingBeforeItDoesAnything)
+TEST_F(TheTreeUtility, RefusesWhatItCannotDoAndChangesNothing)
 {
-    build("root(a)");
+    const std::string text = "root(a(b(c), d), e(f), empty(g()))";
+    build(text);
+    const Scenario loose("top(x(y))", Scenario::EBuilder::Manager);
+    const auto revision = node("root")->GetNodeRevisionSubtree(3);
     Inner top = inner("root");
+    Inner none;
     EXPECT_FALSE(utility.PrepareForNextChild(nullptr, 2, top));
-    Inner noTop;
-    EXPECT_EQ(utility.PrepareForNextChild(top, 2, noTop), top);
-    EXPECT_FALSE(utility.PrepareForNextChild(top, 1, noTop)) << "no level is grown";
+    EXPECT_EQ(utility.PrepareForNextChild(top, 4, none), top);
+    EXPECT_FALSE(utility.PrepareForNextChild(top, 3, none)) << "no level is grown";
+    utility.MergeInnerNodes(loose.GetInner("x"), inner("e"), Shift(1, 2, 3), true);
+    utility.MergeInnerNodes(inner("e"), loose.GetInner("x"), Shift(1, 2, 3), true);
     EXPECT_THROW(utility.CreateLeaf(top, ModelNamed("b"), nullptr), CbException);
     EXPECT_THROW(utility.CreateLeafAndReplace(nullptr, ModelNamed("b")), CbException);
     EXPECT_THROW(utility.RemoveChildren(nullptr, true), CbException);
     EXPECT_THROW(utility.ClearAndRemoveChildren(nullptr, true), CbException);
-    EXPECT_EQ(describe(), "root(a)");
-    EXPECT_EQ(TestAccess::CountIds(manager()), 2U);
+    for (const int fanOut : {1, 0, -1}) {
+        EXPECT_THROW(utility.NormalizeTreeStructure(top, fanOut, true), CbException);
+        EXPECT_THROW(utility.NormalizeTreeStructure(nullptr, fanOut, true), CbException);
+    }
+    EXPECT_THROW(utility.NormalizeTreeStructure(inner("g"), 0, true), CbException);
+    EXPECT_THROW(utility.CollapseAll(nullptr, true), CbException);
+    utility.CollapseAll(inner("g"), true);
+    EXPECT_EQ(node("root")->GetNodeRevisionSubtree(3), revision);
+
+    CbMatrix4Rd singular;
+    singular[1][1] = 0;
+    node("b")->SetRelativeTrafo(singular);
+    EXPECT_THROW(utility.NormalizeTreeStructure(top, 2, true), CyExceptionNotInvertible);
+    EXPECT_THROW(utility.CollapseAll(top, true), CyExceptionNotInvertible);
+    EXPECT_EQ(describe() + Describe(*loose.GetRoot()), text + "top(x(y))");
+    EXPECT_EQ(TestAccess::CountIds(manager()), 12U);
+    EXPECT_EQ(told(), "");
 }
 
 TEST_F(TheTreeUtility, LeavesTheRootInTheDataManager)
@@ -222,6 +244,119 @@ TEST_F(TheTreeUtility, RemovesWhatAnotherThreadHasLocked)
         handle = manager().GetWriteHandle(node(name));
         EXPECT_TRUE(dataManager.RemoveNode(handle));
     }
+}
+
+TEST_F(TheTreeUtility, MergesByMatricesBitForBit)
+{
+    std::mt19937 random(20240805);
+    const Scenario nodes("root(a(b, c), d(e), f(g))");
+    const CbMatrix4Rd b = RandomPose(random);
+    const CbMatrix4Rd c = RandomSparse(random);
+    nodes["b"]->SetRelativeTrafo(b);
+    nodes["c"]->SetRelativeTrafo(c);
+    utility.MergeInnerNodes(nodes.GetInner("a"), nodes.GetInner("d"), c_matIdentityD, false);
+    EXPECT_THAT(nodes["c"]->GetRelativeTrafo(), HasBitsOf(c));
+    // A matrix that is changed by the merge itself.
+    utility.MergeInnerNodes(nodes.GetInner("d"), nodes.GetInner("f"),
+                            nodes["b"]->GetRelativeTrafo(), false);
+    EXPECT_THAT(nodes["b"]->GetRelativeTrafo(), HasBitsOf(Compose(b, b)));
+    EXPECT_THAT(nodes["c"]->GetRelativeTrafo(), HasBitsOf(Compose(c, b)));
+}
+
+// A place that a node has left for another father, and null entries.
+TEST_F(TheTreeUtility, LeavesNodesWithTheirFathers)
+{
+    const auto buildOdd = [&] {
+        Scenario odd("root(a(b(c, null), d), e(f(g), null), h(i))");
+        manager().ExchangeChild(odd.GetInner("h"), odd["i"], odd["f"]);
+        return odd;
+    };
+    auto odd = buildOdd();
+    TestAccess::Children(*odd.GetInner("e")).Append({odd["b"]}); // walks find a leaf there
+    const auto since = TestAccess::NextGlobalNodeRevision();
+    utility.MergeInnerNodes(odd.GetInner("e"), odd.GetInner("h"), Shift(1, 2, 3), true);
+    EXPECT_EQ(RenewalOrder(odd.GetRoot(), since), "root") << "nothing came to h";
+    EXPECT_EQ(Describe(*odd.GetRoot()), "root(a(b(c, null), d), h(f(g)))");
+    EXPECT_EQ(Describe(*odd["e"]), "e()");
+    EXPECT_EQ(recorder.Take(), std::vector<std::string>{"structure e < root 2"});
+    EXPECT_EQ(odd["f"]->GetRelativeTrafo(), c_matIdentityD);
+
+    odd = buildOdd();
+    utility.CollapseAll(odd.GetInner("e"), false);
+    EXPECT_EQ(Describe(*odd.GetRoot()), "root(a(b(c, null), d), e(), h(f(g)))");
+    utility.CollapseAll(odd.GetRootInner(), false);
+    EXPECT_EQ(odd.GetRootInner()->GetNrChildren(), 3U);
+    odd = buildOdd();
+    utility.NormalizeTreeStructure(odd.GetRootInner(), 2, false);
+    EXPECT_EQ(Describe(*odd.GetRoot()), "root(ClusterDummy(c, d), Inner(g))");
+
+    odd = buildOdd();
+    EXPECT_EQ(Describe(*utility.CopySubtree(odd["e"], EWhat::Properties, nullptr, false)),
+              "e(f(g))");
+    for (const char* above : {"h", "e"}) { // both lead to it
+        EXPECT_THROW(manager().MoveNodes(odd.GetInner("f"), {odd[above]}), CbException);
+    }
+    manager().MoveNodes(odd.GetInner("e"), {odd["f"], odd["c"]});
+    EXPECT_EQ(Describe(*odd.GetRoot()), "root(a(b(), d), e(null, f(g), c), h())");
+}
+
+TEST_F(TheTreeUtility, MovesManyNodesAtOnce)
+{
+    build("root(a(b, c(d)), e(f))");
+    const Scenario loose("top(x(y), z)", Scenario::EBuilder::Manager);
+    const auto describeBoth = [&] { return describe() + Describe(*loose.GetRoot()); };
+    const Inner a = inner("a");
+    const Node f = node("f");
+    for (const auto& nodes : {std::vector{f, f}, {f, nullptr}, {f, node("root")}, {f, Node(a)}}) {
+        EXPECT_THROW(manager().MoveNodes(a, nodes), CbException);
+        EXPECT_THROW(manager().ReplaceChildren(a, nodes), CbException);
+    }
+    EXPECT_THROW(manager().MoveNodes(inner("c"), {f, a}), CbException);
+    EXPECT_THROW(manager().MoveNodes(nullptr, {}), CbException);
+    EXPECT_EQ(describeBoth(), "root(a(b, c(d)), e(f))top(x(y), z)");
+
+    manager().MoveNodes(a, {loose["x"], f, node("b")}); // in, across and to the end
+    EXPECT_EQ(describeBoth(), "root(a(c(d), x(y), f, b), e())top(z)");
+    EXPECT_TRUE(manager().IsNodeInDataManager(loose["y"]));
+    manager().ReplaceChildren(loose.GetRootInner(), {node("d"), node("e")}); // out
+    EXPECT_EQ(describeBoth(), "root(a(c(), x(y), f, b))top(d, e())");
+    EXPECT_FALSE(manager().IsNodeInDataManager(node("d")));
+    EXPECT_FALSE(manager().GetNodeByID(loose["z"]->GetID()));
+    EXPECT_TRUE(manager().IsValid());
+
+    const Scenario wide("root(a(), b(p), c(q), d(r), e(s))");
+    const auto since = TestAccess::NextGlobalNodeRevision();
+    manager().MoveNodes(wide.GetInner("a"), {wide["s"], wide["q"], wide["p"], wide["r"]});
+    EXPECT_EQ(RenewalOrder(wide.GetRoot(), since), "e c b d a");
+}
+
+TEST_F(TheTreeUtility, TakesTreesOfAnyDepth)
+{
+    constexpr std::size_t depth = 100000;
+    const Inner above = manager().CreateInnerNode();
+    const Inner root = manager().CreateInnerNode();
+    manager().AppendChild(above, root);
+    Inner bottom = root;
+    for (std::size_t i = 1; i < depth; ++i) {
+        const Inner below = manager().CreateInnerNode();
+        manager().AppendChild(bottom, manager().CreateLeafNode(nullptr));
+        manager().AppendChild(bottom, below);
+        bottom = below;
+    }
+    const auto copy = InnerOf(utility.CopySubtree(root, EWhat::PropertiesAndModel, nullptr, false));
+    utility.NormalizeTreeStructure(copy, 2, false);
+    utility.CollapseAll(copy, false);
+    EXPECT_EQ(copy->GetNrChildren(), depth - 1);
+    (void)recorder.Take();
+
+    for (int i = 0; i < 2; ++i) manager().AppendChild(bottom, manager().CreateLeafNode(nullptr));
+    Inner top = root;
+    EXPECT_EQ(utility.PrepareForNextChild(bottom, 2, top)->GetNrChildren(), 0U);
+    EXPECT_EQ(recorder.Take().size(), depth + 2); // a new top, its old one, and a branch
+    utility.RemoveSubtree(top, true);
+    EXPECT_EQ(recorder.Take().size(), 3 * depth + 2);
+    EXPECT_EQ(TestAccess::CountIds(manager()), depth + 1); // above, and the copy
+    EXPECT_TRUE(manager().IsValid());
 }
 
 } // namespace

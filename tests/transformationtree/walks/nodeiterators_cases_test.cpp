@@ -2,8 +2,6 @@
 #include "tests/support/treematrices.h"
 #include "transformationtree/walks/zectransformationnodeiterators.h"
 
-#include <gtest/gtest.h>
-
 namespace
 {
 
@@ -77,7 +75,7 @@ TEST(ANodeWithTransformation, IsPlacedRelativeToTheTraversalRoot)
         EXPECT_EQ(node->GetNodeRevision(1), modelRevision);
         EXPECT_GT(node->GetNodeRevision(2), trafoRevision);
         EXPECT_EQ(value.GetLeafNode(), CbDynamicPointerCast<ZeCTransformationNodeLeaf>(node));
-        EXPECT_EQ(value.GetInnerNode(), CbDynamicPointerCast<ZeCTransformationNodeInner>(node));
+        EXPECT_EQ(value.GetInnerNode(), InnerOf(node));
         // It is compared by its node alone.
         EXPECT_TRUE(value == ZeCTransformationNodeWithTrafo(node, Shift(2, 0, 0), Shift(3, 0, 0)));
         EXPECT_FALSE(value == ZeCTransformationNodeWithTrafo(tree["y"], before, c_matIdentityD));

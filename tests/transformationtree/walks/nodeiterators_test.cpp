@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <gtest/gtest.h>
 
 namespace
 {
@@ -160,7 +159,7 @@ private:
 
         ASSERT_TRUE(it.HasSameTraversalRoot(root_->EndNode()));
         ASSERT_FALSE(it == end_);
-        if (const auto inner = CbDynamicPointerCast<ZeCTransformationNodeInner>(root_)) {
+        if (const auto inner = InnerOf(root_)) {
             const NodeIterator found = inner->Find(Node(stop.node));
             ASSERT_EQ(found == it, stop.comparable);
             ASSERT_EQ(it != found, !stop.comparable);

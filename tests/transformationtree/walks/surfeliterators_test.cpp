@@ -10,7 +10,6 @@
 #include "transformationtree/walks/zectransformationnodeiterators.h"
 
 #include <algorithm>
-#include <gtest/gtest.h>
 #include <numeric>
 #include <tuple>
 
@@ -183,13 +182,16 @@ void checkNumbering(const Numbering& numbering, const std::vector<Surfel>& expec
     }
 }
 
-void checkSamples(Samples samples, const std::vector<Surfel>& expected)
+void checkSamples(Samples samples, std::size_t count, const std::vector<Surfel>& expected)
 {
-    for (std::uint64_t number = 0; samples; ++samples, number += 1073676287) {
+    ASSERT_EQ(samples.GetNrSamples(), count);
+    std::size_t visited = 0;
+    for (std::uint64_t number = 0; samples; ++samples, ++visited, number += 1073676287) {
         const Surfel& surfel = expected[number % expected.size()];
         ASSERT_EQ(attributesOf(samples), attributesOf(surfel));
         ASSERT_THAT(samples.GetTransformation(), HasBitsOf(*surfel.trafo));
     }
+    ASSERT_EQ(visited, count);
 }
 
 TEST(SurfelsOfRandomTrees, AreThoseOfAllLeavesInOrder)
@@ -204,38 +206,15 @@ TEST(SurfelsOfRandomTrees, AreThoseOfAllLeavesInOrder)
             checkWalk(node, runs);
             checkRange(node, all);
             checkNumbering(node.GetRas(), all, random);
-            checkSamples(node.BeginRss(1 + static_cast<int>(random() % 4)), all);
+            const int step = 1 + static_cast<int>(random() % 4);
+            auto samples = node.BeginRss(step);
+            checkSamples(samples, all.size() / static_cast<unsigned>(step), all);
+            if (all.empty()) continue;
+            const int wanted = static_cast<int>(random() % 10);
+            (++samples).InitByNrSamples(wanted); // begins anew
+            checkSamples(samples, static_cast<unsigned>(wanted), all);
             if (HasFatalFailure()) return;
         }
-    }
-}
-
-TEST(Samples, AreAsManyAsAskedForAndSpread)
-{
-    const auto positions = [](Samples samples) {
-        std::vector<float> visited;
-        for (; samples; ++samples) visited.push_back(samples.GetPosition().x);
-        return visited;
-    };
-    const auto ten = leafWith(surfels(10))->BeginRss(4);
-    EXPECT_EQ(ten.GetNrSamples(), 2U);
-    EXPECT_EQ(positions(ten), (std::vector<float>{0, 7}));
-    Samples five = leafWith(surfels(5))->BeginRss(6);
-    EXPECT_EQ(five.GetNrSamples(), 0U);
-    EXPECT_FALSE(five);
-    five.InitByNrSamples(3);
-    EXPECT_EQ(positions(five), (std::vector<float>{0, 2, 4}));
-    ++five;
-    five.InitByNrSamples(7);
-    EXPECT_EQ(positions(five), (std::vector<float>{0, 2, 4, 1, 3, 0, 2}));
-    EXPECT_FALSE(leavesWith({0, 0})->BeginRss(1));
-
-    for (std::uint32_t count = 1; count < 100; ++count) {
-        auto visited = positions(leafWith(surfels(count))->BeginRss(1));
-        std::sort(visited.begin(), visited.end());
-        std::vector<float> all(count);
-        std::iota(all.begin(), all.end(), 0.0F);
-        ASSERT_EQ(visited, all);
     }
 }
 

@@ -112,8 +112,15 @@ public:
     /// Puts @p element, which is in no list of this kind, in the place of @p old.
     void Replace(T& old, T& element) noexcept
     {
-        InsertBehind(&old, element);
-        Remove(old);
+        const auto [previous, next] = old.*Links;
+        (element.*Links) = {previous != &old ? previous : &element, next};
+        if (&old != first_) {
+            (previous->*Links).next = &element;
+        } else {
+            first_ = &element;
+        }
+        ((next != nullptr ? next : first_)->*Links).previous = &element;
+        old.*Links = {};
     }
 
     /// The elements in their order. Lifetime: an iterator holds until its element is removed.

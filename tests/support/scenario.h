@@ -135,9 +135,9 @@ private:
 
 /// The nodes at and below @p top whose model revisions are newer than @p since, oldest first, by
 /// their descriptions.
-inline std::string RenewalOrder(const Node& top, long long since)
+inline std::string RenewalOrder(const Node& top, ZeTNodeRevision since)
 {
-    std::map<long long, std::string> renewed;
+    std::map<ZeTNodeRevision, std::string> renewed;
     for (const auto& [node, trafo] : top->Nodes()) {
         renewed[node.GetNodeRevision(1)] = node.GetDescription().ToUtf8();
     }

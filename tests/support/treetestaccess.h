@@ -41,11 +41,11 @@ struct TestAccess
     {
         vector.writeVersion1(stream);
     }
-    static long long NextGlobalNodeRevision()
+    static ZeTNodeRevision NextGlobalNodeRevision()
     {
         return ZeCTransformationNode::getNextGlobalNodeRevision();
     }
-    static void AssertGlobalNodeHeadRevisionValid(long long revision)
+    static void AssertGlobalNodeHeadRevisionValid(ZeTNodeRevision revision)
     {
         ZeCTransformationNode::assertGlobalNodeHeadRevisionValid(revision);
     }

@@ -226,7 +226,8 @@ ZeCTransformationNodeManager::GetSingleWriteHandleLocked(const Node& node) const
 
 ZeCTransformationNodeManager::CheckReturn ZeCTransformationNodeManager::TryLock() const
 {
-    return TryLockAndWait(0);
+    auto status = CyDataManager::eGeneralError;
+    return parts_->locks.TryLockAndWait(0, status);
 }
 
 ZeCTransformationNodeManager::CheckReturn

@@ -49,8 +49,8 @@ struct Content
             }
             node->SetDescription(texts[i]);
             node->SetRelativeTrafo(trafos[i]);
-            node->SetNodeRevision(static_cast<long long>(2 * i), 1);
-            node->SetNodeRevision(static_cast<long long>(2 * i + 1), 2);
+            node->SetNodeRevision(static_cast<ZeTNodeRevision>(2 * i), 1);
+            node->SetNodeRevision(static_cast<ZeTNodeRevision>(2 * i + 1), 2);
             node->SetVisible(true);
             if (i > 0) {
                 manager.AppendChild(

@@ -53,19 +53,17 @@ bool isLinked(const CyLockRecord& record) noexcept
            record.state == CyLockRecord::EState::Granted;
 }
 
-// Puts a record into the lists of its state, which is pending or granted.
-void link(CyLockRecord& record) noexcept
+// Puts a record into the lists of the pending ones, and takes it out.
+void linkPending(CyLockRecord& record) noexcept
 {
-    const bool isGranted = record.state == CyLockRecord::EState::Granted;
-    (isGranted ? record.thread->granted : record.thread->pending).PushFront(record);
-    (isGranted ? record.entry->granted : record.entry->pending).PushFront(record);
+    record.thread->pending.PushFront(record);
+    record.entry->pending.PushFront(record);
 }
 
-void unlink(CyLockRecord& record) noexcept
+void unlinkPending(CyLockRecord& record) noexcept
 {
-    const bool isGranted = record.state == CyLockRecord::EState::Granted;
-    (isGranted ? record.thread->granted : record.thread->pending).Remove(record);
-    (isGranted ? record.entry->granted : record.entry->pending).Remove(record);
+    record.thread->pending.Remove(record);
+    record.entry->pending.Remove(record);
 }
 
 CyLockCounts one(const CyLockRecord& record) noexcept
@@ -123,7 +121,7 @@ void CyLockEngine::Ask(CyLockThread& thread, CyDataTreeEntry& entry, bool write,
     record.entry = &entry;
     record.state = CyLockRecord::EState::Pending;
     record.write = write;
-    link(record);
+    linkPending(record);
     ++thread.uses;
     if (thread.place != 0) CyLockQueue::QueryComes(thread, record);
 }
@@ -133,7 +131,7 @@ bool CyLockEngine::TakeBack(CyLockRecord& record) noexcept
     CyLockThread& thread = *record.thread;
     switch (record.state) {
     case CyLockRecord::EState::Pending:
-        unlink(record);
+        unlinkPending(record);
         if (thread.place != 0) CyLockQueue::QueryGoes(thread);
         break;
     case CyLockRecord::EState::Granted:
@@ -154,8 +152,6 @@ bool CyLockEngine::TakeBack(CyLockRecord& record) noexcept
 void CyLockEngine::Relocate(CyLockRecord& from, CyLockRecord& to) noexcept
 {
     to = from;
-    to.ofThread = {};
-    to.ofNode = {};
     if (isLinked(from)) {
         const bool isGranted = from.state == CyLockRecord::EState::Granted;
         (isGranted ? from.thread->granted : from.thread->pending).Replace(from, to);
@@ -236,7 +232,7 @@ void CyLockEngine::NodeLeaves(CyDataTreeEntry& entry, const CyLockRecord* own) n
     }
     while (!entry.pending.IsEmpty()) {
         CyLockRecord& record = *entry.pending.First();
-        unlink(record);
+        unlinkPending(record);
         record.state = &record == own ? CyLockRecord::EState::Void : CyLockRecord::EState::Dead;
         if (&record != own) ++record.thread->dead;
         record.entry = nullptr;
@@ -324,9 +320,10 @@ void CyLockEngine::grantAll(CyLockThread& thread) noexcept
 {
     while (!thread.pending.IsEmpty()) {
         CyLockRecord& record = *thread.pending.First();
-        unlink(record);
+        unlinkPending(record);
         record.state = CyLockRecord::EState::Granted;
-        link(record);
+        thread.granted.PushFront(record);
+        record.entry->granted.PushFront(record);
         record.entry->countHere += one(record);
         addAbove(*record.entry, one(record));
         ++granted_;
@@ -336,7 +333,8 @@ void CyLockEngine::grantAll(CyLockThread& thread) noexcept
 
 void CyLockEngine::ungrant(CyLockRecord& record) noexcept
 {
-    unlink(record);
+    record.thread->granted.Remove(record);
+    record.entry->granted.Remove(record);
     record.entry->countHere -= one(record);
     subtractAbove(*record.entry, one(record));
     --granted_;

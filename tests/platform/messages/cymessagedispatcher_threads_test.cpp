@@ -24,7 +24,7 @@ TEST_F(TheMessageQueue, UnsubscribingWaitsForADeliveryThatRuns)
     pump.join();
 }
 
-TEST_F(TheMessageQueue, KeepTheOrderOfEachPosterAndLoseNothing)
+TEST_F(TheMessageQueue, KeepsTheOrderOfEachPosterAndLosesNothing)
 {
     constexpr int c_posters = 3;
     constexpr int c_messages = 2000;

@@ -49,7 +49,7 @@ public:
             if (twin->second.node.Lock()) return "a node lives on: " + NameOf(node.get());
             twins_.erase(twin);
         }
-        const long long newestBefore = newest_;
+        const ZeTNodeRevision newestBefore = newest_;
         std::size_t registered = 0;
         std::set<const NaiveNode*> stale; // listed by another node than the father
         for (const auto& node : naive_.GetNodes()) {
@@ -57,7 +57,8 @@ public:
                 if (child->father != node.get()) stale.insert(child);
             }
         }
-        std::map<long, long long> renewals; // revisions of renewed nodes, in the order of renewal
+        std::map<long, ZeTNodeRevision>
+            renewals; // revisions of renewed nodes, in the order of renewal
         for (const auto& node : naive_.GetNodes()) {
             registered += node->registered ? 1 : 0;
             const std::string difference = findDifference(*node, newestBefore);
@@ -81,10 +82,10 @@ private:
         Node held;
         const ZeCTransformationNode* address;
         CyUniqueID id;
-        std::array<long long, 2> revisions;
+        std::array<ZeTNodeRevision, 2> revisions;
     };
 
-    [[nodiscard]] std::string findDifference(const NaiveNode& naive, long long newestBefore)
+    [[nodiscard]] std::string findDifference(const NaiveNode& naive, ZeTNodeRevision newestBefore)
     {
         Twin& twin = twins_.at(&naive);
         const Node node = twin.node.Lock();
@@ -138,5 +139,5 @@ private:
     const CyDataManager& dataManager_;
     const CyNode& dataNode_;
     std::map<const NaiveNode*, Twin> twins_;
-    long long newest_ = 0; ///< revision
+    ZeTNodeRevision newest_ = 0; ///< revision
 };

@@ -99,7 +99,7 @@ TEST_F(NodeVectors, TakeTheSubtreeRevisionsThatAreAskedFor)
     for (const unsigned mask : {0U, 1U, 2U, 4U, 5U, 7U, 8U, 15U}) {
         SCOPED_TRACE(mask);
         const ZeCNodeVector vector(root, ZeCNodeVector::itNode, c_matIdentityD, mask);
-        const auto of = [&](unsigned bit, long long revision) {
+        const auto of = [&](unsigned bit, ZeTNodeRevision revision) {
             return (mask & bit) != 0 ? revision : -1;
         };
         EXPECT_THAT(vector.GetElements()[1].GetRevisions(),

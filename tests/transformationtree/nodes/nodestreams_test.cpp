@@ -29,8 +29,8 @@ protected:
         for (const auto& [name, node] : tree.GetNodes()) {
             node->SetRelativeTrafo(odd);
             node->SetDescription(CString(CString::View(CB_TEXT("A\0\xD800"), 3)));
-            node->SetNodeRevision(std::numeric_limits<long long>::min(), 1);
-            node->SetNodeRevision(std::numeric_limits<long long>::max(), 2);
+            node->SetNodeRevision(std::numeric_limits<ZeTNodeRevision>::min(), 1);
+            node->SetNodeRevision(std::numeric_limits<ZeTNodeRevision>::max(), 2);
             node->SetVisible(true);
             Map(node);
             Map(node->GetModel());

@@ -112,7 +112,7 @@ TEST(TheHeadRevision, IsRaisedAboveARestoredOneAndNeverLowered)
 // In a process of its own, since the counter can't be set back.
 TEST(TheHeadRevision, StopsAtTheLargestNumber)
 {
-    constexpr auto c_largest = std::numeric_limits<long long>::max();
+    constexpr auto c_largest = std::numeric_limits<ZeTNodeRevision>::max();
     const auto count = [] {
         const Node node = CbMake<ZeCTransformationNodeLeaf>();
         TestAccess::AssertGlobalNodeHeadRevisionValid(c_largest - 2);

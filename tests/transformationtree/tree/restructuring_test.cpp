@@ -122,13 +122,13 @@ protected:
     // That revisions were renewed as by the steps one by one, and in their order.
     void expectRenewals(const ZeCTransformationNode& top, const NaiveNode& naiveTop) const
     {
-        std::map<long, long long> renewals; // the revisions by when they were renewed
+        std::map<long, ZeTNodeRevision> renewals; // the revisions by when they were renewed
         collectRenewals(top, naiveTop, renewals);
         const auto isOlder = [](const auto& a, const auto& b) { return a.second < b.second; };
         EXPECT_TRUE(std::is_sorted(renewals.begin(), renewals.end(), isOlder)) << "their order";
     }
     void collectRenewals(const ZeCTransformationNode& node, const NaiveNode& naive,
-                         std::map<long, long long>& renewals) const
+                         std::map<long, ZeTNodeRevision>& renewals) const
     {
         for (const auto& [mask, when] : {std::pair(1U, naive.renewed), {2U, naive.trafoRenewed}}) {
             const auto revision = node.GetNodeRevision(mask);
@@ -177,7 +177,7 @@ protected:
     std::vector<Inner> inner_;
     NaiveUtility naive_;
     NaiveNode* naiveRoot_ = nullptr;
-    long long since_ = 0; ///< newest revision before the step
+    ZeTNodeRevision since_ = 0; ///< newest revision before the step
     Model rootModel_;
     Poses poses_;
 };
@@ -240,7 +240,7 @@ TEST_F(Restructuring, CollapsesAsStepByStep)
 TEST_F(Restructuring, CopiesAreIndependent)
 {
     const auto state = [](const Node& top) {
-        std::vector<std::tuple<CyUniqueID, long long, CbMatrix4Rd>> all;
+        std::vector<std::tuple<CyUniqueID, ZeTNodeRevision, CbMatrix4Rd>> all;
         for (const auto& [node, trafo] : top->Nodes()) {
             all.emplace_back(node.GetID(), node.GetNodeRevision(3), node.GetRelativeTrafo());
         }

@@ -296,7 +296,7 @@ void checkCountsAndEnds(const ZeCTransformationNode& root, const std::vector<Sto
 // The newest revisions of a subtree, asked for, and rolled up to all inner nodes.
 void checkRevisions(ZeCTransformationNode& root, const std::vector<Stop>& all, std::mt19937& random)
 {
-    std::vector<std::array<long long, 2>> newest(all.size());
+    std::vector<std::array<ZeTNodeRevision, 2>> newest(all.size());
     for (std::size_t i = all.size(); i-- > 0;) {
         for (const unsigned mask : {1U, 2U}) {
             const auto revision = static_cast<int>(random() % 200) - 50;
@@ -313,7 +313,7 @@ void checkRevisions(ZeCTransformationNode& root, const std::vector<Stop>& all, s
     EXPECT_EQ(root.GetNodeRevisionSubtree(2), newest[0][1]);
     EXPECT_EQ(root.GetNodeRevisionSubtree(3), std::max(newest[0][0], newest[0][1]));
     EXPECT_EQ(root.GetNodeRevision(3), own) << "asking changes nothing";
-    std::array<long long, 2> told{};
+    std::array<ZeTNodeRevision, 2> told{};
     root.UpdateNodeRevisionSubtree(told.data());
     EXPECT_EQ(told, newest[0]);
     for (std::size_t i = 0; i < all.size(); ++i) {

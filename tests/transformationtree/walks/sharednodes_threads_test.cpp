@@ -31,7 +31,7 @@ void together(const std::function<void(std::size_t thread)>& work)
 TEST(Revisions, AreUniqueNumbersInPairs)
 {
     const Node shared = CbMake<ZeCTransformationNodeLeaf>();
-    std::array<std::vector<long long>, 4> first;
+    std::array<std::vector<ZeTNodeRevision>, 4> first;
     together([&](std::size_t thread) {
         const Node own = CbMake<ZeCTransformationNodeLeaf>();
         for (int i = 0; i < Rounds(5000); ++i) {
@@ -43,7 +43,7 @@ TEST(Revisions, AreUniqueNumbersInPairs)
         }
     });
     EXPECT_EQ(shared->GetNodeRevision(2), shared->GetNodeRevision(1) + 1);
-    std::set<long long> all;
+    std::set<ZeTNodeRevision> all;
     for (const auto& numbers : first) {
         EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
         for (const auto number : numbers) all.insert({number, number + 1});

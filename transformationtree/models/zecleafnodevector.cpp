@@ -5,6 +5,7 @@
 #include "transformationtree/walks/zectransformationnodeiterators.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <limits>
 #include <string>
 #include <utility>
@@ -85,22 +86,57 @@ void ZeCNodeVector::SetInnerNode(const CbSmartPointer<const ZeCTransformationNod
     Elements elements;
     const auto add = [&](const ZeCTransformationNodeWithTrafo& place) {
         elements.emplace_back(place.GetNode(), Compose(place.GetTrafo(), matrix));
+    };
+    // Nothing that is collected stands below something else that is.
+    const auto addApart = [&](const ZeCTransformationNodeWithTrafo& place) {
+        add(place);
         elements.back().takeRevisions(revisionMask);
     };
     if (node) {
         switch (type) { // other values name no nodes
         case itCachedLeaf:
-            visitAll(node->BeginCachedLeaf(), add);
+            visitAll(node->BeginCachedLeaf(), addApart);
             break;
         case itLeaf:
-            visitAll(node->BeginLeaf(), add);
+            visitAll(node->BeginLeaf(), addApart);
             break;
         case itNode:
             visitAll(node->BeginNode(), add);
+            takeRevisionsOfAll(elements, revisionMask);
             break;
         }
     }
     elements_.swap(elements);
+}
+
+// Each revision goes up one level at a time, from the last element to the first: a node's children
+// come behind it, so they have all that is below them by then.
+void ZeCNodeVector::takeRevisionsOfAll(Elements& elements, unsigned int mask)
+{
+    if (mask == 0) return;
+    // Which element lists each of them, from the numbers of entries: stale ones name other fathers.
+    struct Level
+    {
+        std::size_t father;
+        std::ptrdiff_t entriesLeft;
+    };
+    std::vector<Level> path;
+    std::vector<std::size_t> fathers(elements.size());
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        while (!path.empty() && path.back().entriesLeft == 0) path.pop_back();
+        if (!path.empty()) {
+            fathers[i] = path.back().father;
+            --path.back().entriesLeft;
+        }
+        const auto* const inner = std::as_const(*elements[i].GetNode()).AsInner();
+        if (inner == nullptr) continue;
+        const auto isNode = [](const auto& child) { return child != nullptr; };
+        path.push_back({i, std::count_if(inner->BeginChild(), inner->EndChild(), isNode)});
+    }
+    for (std::size_t i = elements.size(); i-- > 0;) {
+        elements[i].raiseToOwnRevisions(mask);
+        if (i > 0) elements[fathers[i]].raiseRevisions(elements[i]);
+    }
 }
 
 void ZeCNodeVector::AddNode(CbSmartPointer<ZeCTransformationNode> node, const CbMatrix4Rd& trafo)

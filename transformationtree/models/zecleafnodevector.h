@@ -58,7 +58,7 @@ public:
     /// @param revisionMask which subtree revisions to take, by bits 0 to 2; 0 for none
     /// Throws: CyExceptionNotInvertible if a father's transformation into the frame of @p node
     /// is singular; the vector stays as it was.
-    /// Cost: for each revision a walk below each element.
+    /// Cost: linear in the number of nodes at and below @p node.
     void SetInnerNode(const CbSmartPointer<const ZeCTransformationNode>& node, IteratorType type,
                       const CbMatrix4Rd& matrix, unsigned int revisionMask);
     /// Adds an element for a node, which may be null, without revisions.
@@ -80,6 +80,9 @@ private:
     void writeVersion2(CbStreamWriteBinary& stream) const;
     void readVersion1(CbStreamReadBinary& stream);
     void readVersion2(CbStreamReadBinary& stream);
+
+    /// Takes the subtree revisions of elements that stand for all nodes of a subtree, in pre-order.
+    static void takeRevisionsOfAll(Elements& elements, unsigned int mask);
 
     Elements elements_;
 };

@@ -4,6 +4,7 @@
 #include "transformationtree/nodes/internal/revisionstream.h"
 #include "transformationtree/nodes/zectransformationnodeserializationidmapper.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace
@@ -28,6 +29,22 @@ void ZeCNodeAccelerated::takeRevisions(unsigned int mask)
     for (std::size_t slot = 0; slot < revisions_.size(); ++slot) {
         const unsigned int bit = 1U << slot;
         if ((mask & bit) != 0) revisions_[slot] = node_->GetNodeRevisionSubtree(bit);
+    }
+}
+
+void ZeCNodeAccelerated::raiseToOwnRevisions(unsigned int mask)
+{
+    for (std::size_t slot = 0; slot < revisions_.size(); ++slot) {
+        const unsigned int bit = 1U << slot;
+        if ((mask & bit) == 0) continue;
+        revisions_[slot] = std::max(revisions_[slot], node_->GetNodeRevision(bit));
+    }
+}
+
+void ZeCNodeAccelerated::raiseRevisions(const ZeCNodeAccelerated& below) noexcept
+{
+    for (std::size_t slot = 0; slot < revisions_.size(); ++slot) {
+        revisions_[slot] = std::max(revisions_[slot], below.revisions_[slot]);
     }
 }
 

@@ -50,6 +50,10 @@ private:
 
     /// Sets the revisions that a mask of bits 0 to 2 selects; other bits mean nothing.
     void takeRevisions(unsigned int mask);
+    /// Raises the revisions that the mask selects to those of the node alone, or of an element
+    /// below it.
+    void raiseToOwnRevisions(unsigned int mask);
+    void raiseRevisions(const ZeCNodeAccelerated& below) noexcept;
 
     // The two parts of a record. The second one came with version 2.
     void writeNode(CbStreamWriteBinary& stream) const;

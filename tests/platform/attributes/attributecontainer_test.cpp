@@ -1,4 +1,5 @@
 #include "platform/attributes/zearttiattributecontainer.h"
+#include "platform/base/cbclonableobject.h"
 #include "platform/base/cbexceptionstream.h"
 #include "platform/base/cbexceptionwrongfileversion.h"
 #include "tests/support/storedbytes.h"
@@ -10,23 +11,11 @@ namespace
 
 using testing::ElementsAre;
 
-template<class T>
-IObject* create()
-{
-    return new T;
-}
-template<class T>
-IObject* clone(const IObject& object)
-{
-    return new T(static_cast<const T&>(object));
-}
-
 // An attribute that holds one number.
-class Cloned : public ZeARTTIAttribute
+class Cloned : public CbClonableObject<Cloned, ZeARTTIAttribute>
 {
 public:
     static const CbRTTI RTTI;
-    const CbRTTI& GetRTTI() const override { return RTTI; }
     void Serialize(CbStreamWriteBinary& stream) const override { stream << value; }
     void Serialize(CbStreamReadBinary& stream) override { stream >> value; }
 
@@ -40,20 +29,19 @@ protected:
         return true;
     }
 };
-const CbRTTI Cloned::RTTI(CB_TEXT("Cloned"), &create<Cloned>, &clone<Cloned>,
+const CbRTTI Cloned::RTTI(CB_TEXT("Cloned"), &CreateByFactory, &CloneByFactory,
                           &ZeARTTIAttribute::RTTI);
 
 // Of the same kind as Cloned but of another class, and shared by copies.
-class Shared : public Cloned
+class Shared : public CbTypedObject<Shared, Cloned>
 {
 public:
     static const CbRTTI RTTI;
-    const CbRTTI& GetRTTI() const override { return RTTI; }
 
 protected:
     ~Shared() override = default;
 };
-const CbRTTI Shared::RTTI(CB_TEXT("Shared"), &create<Shared>, nullptr, &Cloned::RTTI);
+const CbRTTI Shared::RTTI(CB_TEXT("Shared"), &CreateByFactory, nullptr, &Cloned::RTTI);
 
 template<class T>
 CbSmartPointer<T> make(std::int32_t value)

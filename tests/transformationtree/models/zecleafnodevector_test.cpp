@@ -104,6 +104,12 @@ TEST_F(NodeVectors, TakeTheSubtreeRevisionsThatAreAskedFor)
         };
         EXPECT_THAT(vector.GetElements()[1].GetRevisions(),
                     ElementsAre(of(1, 1000000), of(2, 2000000), -1));
+        for (const auto& element : vector.GetElements()) {
+            const auto newest = [&](unsigned bit) {
+                return of(bit, element.GetNode()->GetNodeRevisionSubtree(bit));
+            };
+            EXPECT_THAT(element.GetRevisions(), ElementsAre(newest(1), newest(2), newest(4)));
+        }
     }
 }
 

@@ -111,6 +111,18 @@ TEST_F(NodeVectors, TakeTheSubtreeRevisionsThatAreAskedFor)
             EXPECT_THAT(element.GetRevisions(), ElementsAre(newest(1), newest(2), newest(4)));
         }
     }
+    // The entries of null and of a node with another father take no one else's place.
+    const Scenario other("root(x(null, a), y(b))");
+    other["a"]->SetNodeRevision(5000000, 2);
+    other["b"]->SetNodeRevision(4000000, 1);
+    TestAccess::Children(*other.GetInner("y")).Append({other["a"]});
+    const ZeCNodeVector all(other.GetRoot(), ZeCNodeVector::itNode, c_matIdentityD, 3);
+    ASSERT_EQ(namesOf(all), "root x a y b a ");
+    for (const auto& element : all.GetElements()) {
+        const auto& node = element.GetNode();
+        EXPECT_THAT(element.GetRevisions(), ElementsAre(node->GetNodeRevisionSubtree(1),
+                                                        node->GetNodeRevisionSubtree(2), -1));
+    }
 }
 
 TEST_F(NodeVectors, StayAsTheyWereWhereAFatherIsSingular)
